@@ -1,0 +1,18 @@
+# Warnings and sanitizers are set per target, never through global flags.
+function(tarv_set_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+                         -Wno-sign-conversion)
+  # GCC 12 reports -Wrestrict for plain std::string assignments at -O2
+  # (GCC bug 105329, fixed in GCC 13); the diagnostic is noise there.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(${target} PRIVATE -Wno-restrict)
+  endif()
+  if(TARV_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(TARV_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=address,undefined
+                           -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=address,undefined)
+  endif()
+endfunction()

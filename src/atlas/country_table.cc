@@ -1,0 +1,302 @@
+#include "atlas/country_table.h"
+
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <utility>
+
+#include "atlas/process_state.h"
+#include "platform/paths.h"
+#include "tarvplaces/atlas_error.h"
+#include "util/file_tests.h"
+#include "util/numeric.h"
+#include "util/sort.h"
+#include "util/text.h"
+
+namespace tarv {
+namespace {
+
+constexpr std::size_t kFieldCount = 11;
+
+std::vector<std::string_view> SplitLines(std::string_view text) {
+  std::vector<std::string_view> lines;
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const auto end = text.find_first_of("\r\n", start);
+    if (end == std::string_view::npos) {
+      lines.push_back(text.substr(start));
+      break;
+    }
+    lines.push_back(text.substr(start, end - start));
+    start = end + ((text[end] == '\r' && end + 1 < text.size() && text[end + 1] == '\n') ? 2 : 1);
+  }
+  return lines;
+}
+
+std::vector<std::string_view> SplitTabs(std::string_view line) {
+  std::vector<std::string_view> fields;
+  std::size_t start = 0;
+  for (;;) {
+    const auto tab = line.find('\t', start);
+    fields.push_back(line.substr(start, tab == std::string_view::npos ? tab : tab - start));
+    if (tab == std::string_view::npos) return fields;
+    start = tab + 1;
+  }
+}
+
+std::int16_t NumberField(std::string_view field, const std::string& file, std::size_t line_no,
+                         const char* name) {
+  const auto value = ToInt16(Val(field));
+  if (!value) {
+    throw AtlasError(file, "line " + std::to_string(line_no) + ": " + name + " \"" +
+                               std::string(field) + "\" is outside the 16-bit range");
+  }
+  return *value;
+}
+
+std::string ReadWholeFile(const std::string& windows_path) {
+  std::ifstream in(NativePath(windows_path), std::ios::binary);
+  if (!in) throw AtlasError(windows_path, "cannot be opened for reading");
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Orders positions 1..n-5 by title; equal titles keep their file order
+// because the old position is part of the key.
+void SortAllButTail(std::vector<CountryRecord>& lines) {
+  if (lines.size() <= kUnsortedTailLines + 1) return;
+  const std::size_t sorted = lines.size() - kUnsortedTailLines;
+  std::vector<std::pair<std::string, std::size_t>> keys;
+  keys.reserve(sorted);
+  for (std::size_t i = 0; i < sorted; ++i) keys.emplace_back(lines[i].CountryTitle, i);
+  Sort(0, 0, keys);
+  std::vector<CountryRecord> reordered;
+  reordered.reserve(lines.size());
+  for (const auto& key : keys) reordered.push_back(std::move(lines[key.second]));
+  for (std::size_t i = sorted; i < lines.size(); ++i) reordered.push_back(std::move(lines[i]));
+  lines = std::move(reordered);
+}
+
+// Returns the table only when it is loaded; the lookups that load first.
+const std::vector<CountryRecord>* LoadedCountries() {
+  if (!InitializeCountries("", "Country.dat", false, false)) return nullptr;
+  return &State().countries;
+}
+
+}  // namespace
+
+std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::string& file) {
+  const auto lines = SplitLines(text);
+  if (lines.size() > kMaxCountryLines) {
+    throw AtlasError(file, "line " + std::to_string(kMaxCountryLines + 1) +
+                               ": more than 300 country lines");
+  }
+  std::vector<CountryRecord> records;
+  records.reserve(lines.size());
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const std::size_t line_no = i + 1;
+    const auto f = SplitTabs(lines[i]);
+    if (f.size() < kFieldCount) {
+      throw AtlasError(file, "line " + std::to_string(line_no) + ": " +
+                                 std::to_string(f.size()) +
+                                 " TAB-separated fields where 11 are needed");
+    }
+    CountryRecord r;
+    r.CountryId = NumberField(f[0], file, line_no, "CountryId");
+    r.CountryTitle = f[1];
+    r.CountryShort = f[2];
+    r.TimezoneShort = f[3];
+    r.Continent = f[4];
+    r.SubContinent = f[5];
+    r.Meaning = f[6];
+    r.Info = f[7];
+    r.HaveZonesSince = f[8];
+    r.ContinentID = NumberField(f[9], file, line_no, "ContinentID");
+    r.SubContinentID = NumberField(f[10], file, line_no, "SubContinentID");
+    records.push_back(std::move(r));
+  }
+  return records;
+}
+
+CountryRecord FallbackCountry() {
+  CountryRecord r;
+  r.CountryTitle = "unbekannt";
+  r.CountryShort = r.TimezoneShort = r.Continent = r.SubContinent = r.Meaning = "*";
+  r.Info = "unbekannt";
+  return r;
+}
+
+std::vector<CountryRecord> ContinentRecords(std::size_t n, std::int32_t language) {
+  // Kept exactly as hosts know them, mixed forms and case included.
+  static constexpr std::array<const char*, kContinentRecords> kGerman = {
+      "AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"};
+  static constexpr std::array<const char*, kContinentRecords> kEnglish = {
+      "AFRICA", "THE AMERIKAS", "ASIA", "EUROPE", "S Pacific", "USA"};
+  const auto& names = language == kLanguageGerman ? kGerman : kEnglish;
+  std::vector<CountryRecord> records;
+  for (std::size_t k = 1; k <= kContinentRecords; ++k) {
+    CountryRecord r;
+    r.CountryId = static_cast<std::int16_t>(n + k);
+    r.CountryTitle = r.CountryShort = r.Continent = names[k - 1];
+    r.ContinentID = static_cast<std::int16_t>(k);
+    records.push_back(std::move(r));
+  }
+  return records;
+}
+
+std::string CountryLine(const CountryRecord& r) {
+  std::string line = std::to_string(r.CountryId);
+  for (const std::string* text : {&r.CountryTitle, &r.CountryShort, &r.TimezoneShort,
+                                  &r.Continent, &r.SubContinent, &r.Meaning, &r.Info,
+                                  &r.HaveZonesSince}) {
+    line += '\t';
+    line += *text;
+  }
+  line += '\t' + std::to_string(r.ContinentID) + '\t' + std::to_string(r.SubContinentID);
+  return line;
+}
+
+std::string CountryFileText(const std::vector<CountryRecord>& records) {
+  std::string text;
+  for (const auto& record : records) text += CountryLine(record) + "\r\n";
+  return text;
+}
+
+bool InitializeCountries(std::string path, const std::string& file_name, bool sort,
+                         bool force_reload) {
+  ProcessState& state = State();
+  bool result = false;
+  if (!force_reload) {
+    result = state.countries_loaded;
+    if (result) return true;
+  }
+  const std::string file = AtlasFolder(std::move(path)) + file_name;
+  if (!Exist(file)) return result;
+
+  std::vector<CountryRecord> lines = ParseCountryFile(ReadWholeFile(file), file);
+  if (sort) SortAllButTail(lines);
+
+  std::vector<CountryRecord> table;
+  table.reserve(lines.size() + 1 + kContinentRecords);
+  table.push_back(FallbackCountry());
+  for (auto& line : lines) table.push_back(std::move(line));
+  for (auto& continent : ContinentRecords(lines.size(), state.Language().Language())) {
+    table.push_back(std::move(continent));
+  }
+  state.countries = std::move(table);
+  state.countries_loaded = true;
+  return result;
+}
+
+std::string GetInternalCountryAbbreviation(std::string_view code) {
+  static constexpr std::array<std::pair<const char*, const char*>, 8> kMapped = {{
+      {"RUS", "SSR"}, {"UK", "GBE"}, {"MNE", "YU"}, {"SRB", "YU"},
+      {"HR", "YU"}, {"SLO", "YU"}, {"BIH", "YU"}, {"MK", "YU"},
+  }};
+  for (const auto& [from, to] : kMapped) {
+    if (TextEqual(code, from)) return to;
+  }
+  return Trim(code);
+}
+
+std::int16_t GetCountryID(std::string_view code) {
+  const auto* table = LoadedCountries();
+  if (table == nullptr) return 0;
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  if (mapped.empty() || mapped == "*" || mapped == std::string(1, '\0')) return 0;
+
+  const WildcardPattern prefix(mapped + "*");
+  using Test = bool (*)(const CountryRecord&, const std::string&, const WildcardPattern&);
+  static constexpr std::array<Test, 4> kScans = {
+      [](const CountryRecord& r, const std::string& c, const WildcardPattern&) {
+        return TextEqual(r.CountryShort, c);
+      },
+      [](const CountryRecord& r, const std::string& c, const WildcardPattern&) {
+        return TextEqual(r.CountryTitle, c);
+      },
+      [](const CountryRecord& r, const std::string&, const WildcardPattern& p) {
+        return p.Matches(r.CountryTitle);
+      },
+      [](const CountryRecord& r, const std::string&, const WildcardPattern& p) {
+        return p.Matches(r.CountryShort);
+      },
+  };
+  for (const Test test : kScans) {
+    for (std::size_t i = 1; i < table->size(); ++i) {
+      if (test((*table)[i], mapped, prefix)) return (*table)[i].CountryId;
+    }
+  }
+  return 0;
+}
+
+std::int16_t GetCountryIndexOfID(std::int32_t id) {
+  const auto& table = State().countries;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    if (table[i].CountryId == id) return static_cast<std::int16_t>(i);
+  }
+  return 0;
+}
+
+std::int16_t GetContinentID(std::string_view code) {
+  const auto* table = LoadedCountries();
+  if (table == nullptr || table->size() < kContinentRecords) return 0;
+  const std::string mapped = GetInternalCountryAbbreviation(UCase(code));
+  const auto continents = std::prev(table->end(), kContinentRecords);
+  for (auto it = continents; it != table->end(); ++it) {
+    if (UCase(it->Continent) == mapped) return it->ContinentID;
+  }
+  auto first_five = [](std::string s) { return (s + "     ").substr(0, 5); };
+  const std::string key = first_five(mapped);
+  for (auto it = continents; it != table->end(); ++it) {
+    if (first_five(UCase(it->Continent)) == key) return it->ContinentID;
+  }
+  return 0;
+}
+
+bool IsUSA(std::string_view code) { return code.size() >= 2 && TextEqual(code.substr(0, 2), "US"); }
+
+bool HaveSeveralTimeZones(std::string_view code) {
+  static constexpr std::array<const char*, 31> kSeveral = {
+      "AUS",  "BR",   "CDN",  "E",    "EC",   "FSP",  "GRO",  "RI",   "J",    "KSP",  "MA",
+      "MEX",  "MOG",  "MSH",  "P",    "RCH",  "SSR",  "ZR",   "USAK", "USFL", "USID", "USIN",
+      "USKS", "USKY", "USMI", "USNE", "USND", "USOR", "USSD", "USTN", "USTX"};
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  for (const char* several : kSeveral) {
+    if (TextEqual(mapped, several)) return true;
+  }
+  return false;
+}
+
+std::int16_t HaveTimetables(std::string_view code) {
+  struct Entry {
+    const char* code;
+    std::int16_t count;
+  };
+  // US states first, then the other codes; every code once.
+  static constexpr Entry kTimetables[] = {
+      {"USAR", 1},   {"USCA", 1},   {"USDC", 1},   {"USHI", 1},   {"USSC", 1},  {"USWY", 1},
+      {"USLA", 2},   {"USMA", 2},   {"USMS", 2},   {"USRI", 2},   {"USUT", 2},  {"USAZ", 3},
+      {"USCO", 3},   {"USTX", 3},   {"USNV", 4},   {"USNM", 4},   {"USNC", 4},  {"USOK", 4},
+      {"USSD", 4},   {"USCT", 5},   {"USKS", 5},   {"USFL", 6},   {"USNE", 6},  {"USWI", 6},
+      {"USAL", 7},   {"USAK", 7},   {"USMN", 7},   {"USMT", 10},  {"USND", 10}, {"USDE", 16},
+      {"USOR", 17},  {"USID", 18},  {"USNH", 18},  {"USNJ", 18},  {"USGA", 25}, {"USIA", 25},
+      {"USVA", 26},  {"USMD", 28},  {"USWV", 35},  {"USME", 49},  {"USMO", 49}, {"USWA", 53},
+      {"USVT", 67},  {"USKY", 71},  {"USTN", 75},  {"USMI", 111}, {"USOH", 118}, {"USPA", 123},
+      {"USIL", 142}, {"USNY", 226}, {"USIN", 345},
+      {"BG", 2},     {"CPA", 2},    {"EAT", 2},    {"EC", 2},     {"JOR", 2},   {"RMM", 2},
+      {"SA", 2},     {"SYR", 2},    {"U", 2},      {"UKR", 2},    {"UZB", 2},   {"WRS", 2},
+      {"D", 3},      {"FSP", 3},    {"GRO", 3},    {"J", 3},      {"KSP", 3},   {"MAL", 3},
+      {"MOG", 3},    {"P", 3},      {"RN", 3},     {"TR", 3},     {"ZA", 3},    {"ZR", 3},
+      {"I", 4},      {"IL", 4},     {"KAZ", 4},    {"PNG", 4},    {"RCH", 4},   {"BR", 5},
+      {"IND", 5},    {"MA", 5},     {"PL", 5},     {"MSH", 6},    {"E", 7},     {"MEX", 8},
+      {"NL", 9},     {"AUS", 10},   {"TJ", 12},    {"SSR", 47},   {"RI", 93},   {"F", 153},
+      {"CDN", 301},
+  };
+  const std::string mapped = Trim(GetInternalCountryAbbreviation(code));
+  for (const auto& entry : kTimetables) {
+    if (TextEqual(mapped, entry.code)) return entry.count;
+  }
+  return 0;
+}
+
+}  // namespace tarv

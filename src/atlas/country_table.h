@@ -1,0 +1,100 @@
+// The country table: "Country.dat", the fallback record, the six continent
+// records, and the lookups by code, title, number and continent.
+//
+// All texts here are Windows-1252; comparisons ignore case.
+#ifndef TARVPLACES_ATLAS_COUNTRY_TABLE_H_
+#define TARVPLACES_ATLAS_COUNTRY_TABLE_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarv {
+
+// One line of "Country.dat" (or a fallback or continent record).
+struct CountryRecord {
+  std::int16_t CountryId = 0;
+  std::string CountryTitle;
+  std::string CountryShort;
+  std::string TimezoneShort;
+  std::string Continent;
+  std::string SubContinent;
+  std::string Meaning;
+  std::string Info;
+  std::string HaveZonesSince;
+  std::int16_t ContinentID = 0;
+  std::int16_t SubContinentID = 0;
+};
+
+// Most lines "Country.dat" may hold.
+inline constexpr std::size_t kMaxCountryLines = 300;
+// Continent records at the end of the table; lines at the end of the file
+// that stay unsorted; entries at the end never treated as countries (the
+// five group lines and the six continents).
+inline constexpr std::size_t kContinentRecords = 6;
+inline constexpr std::size_t kUnsortedTailLines = 5;
+inline constexpr std::size_t kNonCountryTail = 11;
+
+// Parses the text of a country file into records 1..n (no fallback, no
+// continents). Lines end in CR LF (LF or CR alone are accepted too); a final
+// line break does not start another line. Throws AtlasError naming `file`
+// and the line for fewer than eleven TAB-separated fields, a number outside
+// the 16-bit range, or more than 300 lines.
+std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::string& file);
+
+// The fallback record "unbekannt" of position 0.
+CountryRecord FallbackCountry();
+
+// The six continent records for a table of `n` lines, in the language
+// `language` (2 = German names).
+std::vector<CountryRecord> ContinentRecords(std::size_t n, std::int32_t language);
+
+// The eleven fields of a record joined by TAB (the host's country line).
+std::string CountryLine(const CountryRecord& record);
+
+// The text of a country file holding `records` in order: one CountryLine
+// each, ended by CR LF. ParseCountryFile reads it back unchanged.
+std::string CountryFileText(const std::vector<CountryRecord>& records);
+
+// Loads the country table into the process state. With `force_reload` false
+// and the table loaded, returns true and does nothing. Otherwise `path`
+// (empty: the place folder) plus `file_name` is read; a missing file leaves
+// the table as it was. `sort` orders all but the last five lines by title.
+// Deliberately returns the loaded flag as it stood on entry (false with
+// `force_reload`), so the call that loads returns false. Throws AtlasError
+// for a malformed file and then leaves the table as it was.
+bool InitializeCountries(std::string path, const std::string& file_name, bool sort,
+                         bool force_reload);
+
+// Maps historical and successor-state codes: "RUS" to "SSR", "UK" to "GBE",
+// "MNE", "SRB", "HR", "SLO", "BIH", "MK" to "YU" (any case); the result is
+// trimmed of blanks. Other codes come back trimmed, as written.
+std::string GetInternalCountryAbbreviation(std::string_view code);
+
+// The country number of a code or title: exact code, exact title, title
+// prefix, code prefix, in that order, over positions 1 to the end. Returns 0
+// for "*", "", an unknown text, and on the call that first loads the table.
+std::int16_t GetCountryID(std::string_view code);
+
+// The position of the first record with this number; 0 when none (also when
+// the table was never loaded).
+std::int16_t GetCountryIndexOfID(std::int32_t id);
+
+// The continent number of a continent name or its first five letters
+// ("europ" finds EUROPA / EUROPE); 0 for anything else, country codes
+// included, and on the loading call.
+std::int16_t GetContinentID(std::string_view code);
+
+// True when the first two characters are "US" (any case).
+bool IsUSA(std::string_view code);
+
+// True for the countries and states with several time zones.
+bool HaveSeveralTimeZones(std::string_view code);
+
+// The fixed number of timetables of a country or state, 0 for others.
+std::int16_t HaveTimetables(std::string_view code);
+
+}  // namespace tarv
+
+#endif  // TARVPLACES_ATLAS_COUNTRY_TABLE_H_

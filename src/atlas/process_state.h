@@ -1,0 +1,46 @@
+// The module-level state of the component: one per process, shared by every
+// classPlaces instance, as hosts expect (a second instance sees the place
+// folder and tables the first one loaded).
+#ifndef TARVPLACES_ATLAS_PROCESS_STATE_H_
+#define TARVPLACES_ATLAS_PROCESS_STATE_H_
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "atlas/country_table.h"
+#include "tarvplaces/language.h"
+
+namespace tarv {
+
+struct ProcessState {
+  // The atlas folder exactly as the host gave it (UTF-8); may lack its
+  // trailing "\" and may be empty.
+  std::string places_path;
+
+  std::vector<CountryRecord> countries;
+  bool countries_loaded = false;
+
+  // Created on first use and kept for the life of the process.
+  std::unique_ptr<TarvLanguage> language;
+
+  TarvLanguage& Language() {
+    if (!language) language = std::make_unique<TarvLanguage>();
+    return *language;
+  }
+};
+
+// The one state of this process.
+ProcessState& State();
+
+// Drops every table and setting, as in a fresh process. For tests and for
+// hosts that switch atlases.
+void ResetProcessState();
+
+// The folder to read atlas files from: `path`, or the place folder when
+// `path` is empty, with a "\" appended when it lacks one.
+std::string AtlasFolder(std::string path);
+
+}  // namespace tarv
+
+#endif  // TARVPLACES_ATLAS_PROCESS_STATE_H_

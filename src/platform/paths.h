@@ -1,0 +1,45 @@
+// Windows-style atlas paths on the real file system.
+//
+// The component composes paths the way its hosts expect: the place folder as
+// the host gave it, "\" between folder and file, names compared without regard
+// to case. NativePath is the one place where such a path meets the file
+// system; every file the component opens goes through it.
+#ifndef TARVPLACES_PLATFORM_PATHS_H_
+#define TARVPLACES_PLATFORM_PATHS_H_
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarv {
+
+// Maps a Windows-style path (UTF-8) to the file system: every "\" becomes a
+// "/". When that path does not exist, each component is resolved without
+// regard to case against the entries of its parent folder, so "d" finds
+// "D.dao"'s sibling "d.dao" and "USER\D.dao" finds "user/d.DAO". Components
+// that match nothing are kept as written (the path then names a file that
+// does not exist yet, e.g. a user file about to be created). When several
+// entries differ only in case, the exact spelling wins, then the first in
+// byte order. Example: NativePath("/atlas\\USER\\d.dao") is
+// "/atlas/User/D.dao" when that is the spelling on disk.
+std::filesystem::path NativePath(std::string_view windows_path);
+
+// Names (UTF-8) of the entries of a folder, sorted by byte order; empty when
+// the folder cannot be read. Listings are cached per folder and refreshed
+// when the folder's modification time changes.
+std::vector<std::string> ListDirectory(const std::filesystem::path& folder);
+
+// The files (not folders) whose names match the "*" / "?" pattern in the last
+// component of `windows_pattern`, compared without regard to case; "*.*"
+// also matches names without a dot, as on Windows. A path that ends in "\"
+// lists every file of that folder. Sorted by name.
+std::vector<std::filesystem::path> MatchingFiles(std::string_view windows_pattern);
+
+// True when the two file names are equal without regard to case (ASCII and
+// the letters of Windows-1252).
+bool SameFileName(std::string_view a, std::string_view b);
+
+}  // namespace tarv
+
+#endif  // TARVPLACES_PLATFORM_PATHS_H_

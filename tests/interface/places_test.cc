@@ -1,0 +1,132 @@
+#include "tarvplaces/places.h"
+
+#include <gtest/gtest.h>
+
+#include "atlas/process_state.h"
+#include "support/country_fixture.h"
+#include "support/temp_folder.h"
+
+namespace tarv {
+namespace {
+
+using testing::JoinCrLf;
+using testing::SampleCountryLines;
+
+class PlacesTest : public testing::AtlasTest {
+ protected:
+  void SetUp() override {
+    AtlasTest::SetUp();
+    folder_.Write("Country.dat", JoinCrLf(SampleCountryLines()));
+  }
+  classPlaces places_;
+};
+
+TEST_F(PlacesTest, PlacePathAsksTheHostWhenEmpty) {
+  int raised = 0;
+  places_.FillPlacePath = [&](std::string& path) {
+    ++raised;
+    path = folder_.str();
+  };
+  EXPECT_EQ(places_.PlacePath(), folder_.str());
+  EXPECT_EQ(places_.PlacePath(), folder_.str());
+  EXPECT_EQ(raised, 1);  // filled once, then kept for the process
+}
+
+TEST_F(PlacesTest, PlacePathWithoutHandlerIsEmpty) { EXPECT_EQ(places_.PlacePath(), ""); }
+
+TEST_F(PlacesTest, PlacePathIsStoredExactlyAndSharedByInstances) {
+  places_.PlacePath("C:\\Atlas");
+  classPlaces other;
+  EXPECT_EQ(other.PlacePath(), "C:\\Atlas");
+}
+
+TEST_F(PlacesTest, FillCountryArrayRaisesItsEventsInOrder) {
+  places_.PlacePath(folder_.str());
+  std::vector<std::string> events;
+  places_.FillPlacePath = [&](std::string& path) { events.push_back("FillPlacePath " + path); };
+  places_.FillCountryFile = [&](std::string& file) { events.push_back("FillCountryFile " + file); };
+  places_.SortCountryFile = [&](bool& sort) {
+    events.push_back(sort ? "SortCountryFile true" : "SortCountryFile false");
+  };
+  std::vector<std::string> countries;
+  places_.FillCountryArray(countries);
+  EXPECT_EQ(events, (std::vector<std::string>{"FillPlacePath " + folder_.str(),
+                                              "FillCountryFile Country.dat",
+                                              "SortCountryFile true"}));
+}
+
+TEST_F(PlacesTest, FillCountryArrayGivesUtf8LinesInTableOrder) {
+  places_.PlacePath(folder_.str());
+  std::vector<std::string> countries;
+  places_.FillCountryArray(countries);
+  ASSERT_EQ(countries.size(), 24U);
+  EXPECT_EQ(countries[0], "0\tunbekannt\t*\t*\t*\t*\t*\tunbekannt\t\t0\t0");
+  EXPECT_EQ(countries[1], "3\tAlgerien\tDZ\tMEZ\tAFRIKA\tMitteleuropa\t\tinfo\t1893\t1\t0");
+  EXPECT_EQ(countries[12].substr(0, 14), "11\tÖsterreich");
+  EXPECT_EQ(countries[23], "23\tUSA\tUSA\t\tUSA\t\t\t\t\t6\t0");
+}
+
+TEST_F(PlacesTest, HostChoosesCountryFileAndOrder) {
+  folder_.Write("Other.dat", JoinCrLf({testing::CountryDatLine(5, "Zypern", "CY", "OEZ", "EUROPA", 4),
+                                       testing::CountryDatLine(6, "Malta", "M", "MEZ", "EUROPA", 4)}));
+  places_.FillPlacePath = [&](std::string& path) { path = folder_.str(); };
+  places_.FillCountryFile = [](std::string& file) { file = "Other.dat"; };
+  places_.SortCountryFile = [](bool& sort) { sort = false; };
+  std::vector<std::string> countries;
+  places_.FillCountryArray(countries);
+  ASSERT_EQ(countries.size(), 9U);
+  EXPECT_EQ(countries[1].substr(0, 8), "5\tZypern");
+}
+
+TEST_F(PlacesTest, OnlyThePathCheckingMembersRaiseFillPlacePath) {
+  int raised = 0;
+  places_.FillPlacePath = [&](std::string&) { ++raised; };
+  places_.GetCountryIndexOfID(58);
+  places_.GetInternalCountryAbbreviation("RUS");
+  places_.GetContinentID("europa");
+  places_.HaveSeveralTimeZones("RUS");
+  places_.HaveTimetables("D");
+  places_.Language();
+  EXPECT_EQ(raised, 0);
+  places_.GetCountryID("D");
+  EXPECT_EQ(raised, 1);
+}
+
+TEST_F(PlacesTest, CountryLookupsConvertHostText) {
+  places_.PlacePath(folder_.str());
+  EXPECT_EQ(places_.GetCountryID("Österreich"), 0);  // loading call
+  EXPECT_EQ(places_.GetCountryID("Österreich"), 11);
+  EXPECT_EQ(places_.GetCountryID("österr"), 11);
+  EXPECT_EQ(places_.GetCountryIndexOfID(11), 2);
+  EXPECT_EQ(places_.GetInternalCountryAbbreviation("Slo"), "YU");
+  EXPECT_EQ(places_.GetContinentID("Europ"), 4);
+  EXPECT_TRUE(places_.HaveSeveralTimeZones("rus"));
+  EXPECT_EQ(places_.HaveTimetables("usny"), 226);
+}
+
+TEST_F(PlacesTest, LanguageLetWithoutResourceFileChangesOnlyTheNumber) {
+  EXPECT_EQ(places_.Language(), kLanguageGerman);
+  places_.Language(std::string(), 1);
+  EXPECT_EQ(places_.Language(), 1);
+  EXPECT_EQ(classPlaces::LanguageComponent().ResourceFile(), "");
+}
+
+TEST_F(PlacesTest, LanguageLetWithResourceFileLoadsItsTexts) {
+  const auto file = folder_.Write("texts.txt", "100\tOrt\r\n101\tLand\r\nno number\r\n");
+  places_.Language(file.string(), 2);
+  EXPECT_EQ(places_.Language("ignored"), 2);
+  EXPECT_EQ(classPlaces::LanguageComponent().Text(101), "Land");
+  EXPECT_EQ(classPlaces::LanguageComponent().Text(102), "");
+}
+
+TEST_F(PlacesTest, ContinentNamesFollowTheLanguageAtLoadTime) {
+  places_.PlacePath(folder_.str());
+  places_.Language(1);
+  std::vector<std::string> countries;
+  places_.FillCountryArray(countries);
+  EXPECT_EQ(countries.back(), "23\tUSA\tUSA\t\tUSA\t\t\t\t\t6\t0");
+  EXPECT_EQ(countries[countries.size() - 3].substr(0, 9), "21\tEUROPE");
+}
+
+}  // namespace
+}  // namespace tarv

@@ -1,0 +1,69 @@
+#include "platform/paths.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "support/temp_folder.h"
+
+namespace tarv {
+namespace {
+
+using testing::TempFolder;
+
+TEST(NativePath, BackslashesBecomeSlashes) {
+  TempFolder dir;
+  dir.Write("USER/D.dao", "x");
+  EXPECT_EQ(NativePath(dir.str() + "\\USER\\D.dao"), dir.path() / "USER" / "D.dao");
+}
+
+TEST(NativePath, ResolvesEachComponentWithoutRegardToCase) {
+  TempFolder dir;
+  dir.Write("Atlas/User/D.dao", "x");
+  EXPECT_EQ(NativePath(dir.str() + "\\atlas\\USER\\d.DAO"), dir.path() / "Atlas" / "User" / "D.dao");
+}
+
+TEST(NativePath, ResolvesWindows1252LettersWithoutRegardToCase) {
+  TempFolder dir;
+  dir.Write("Österreich.txt", "x");
+  EXPECT_EQ(NativePath(dir.str() + "\\öSTERREICH.TXT"), dir.path() / "Österreich.txt");
+}
+
+TEST(NativePath, ExactSpellingWinsOverOtherCases) {
+  TempFolder dir;
+  dir.Write("d.dao", "lower");
+  dir.Write("D.dao", "upper");
+  EXPECT_EQ(NativePath(dir.str() + "\\d.dao"), dir.path() / "d.dao");
+  EXPECT_EQ(NativePath(dir.str() + "\\D.DAO"), dir.path() / "D.dao");  // first in byte order
+}
+
+TEST(NativePath, MissingComponentsAreKeptAsWritten) {
+  TempFolder dir;
+  dir.Write("Atlas/x", "x");
+  EXPECT_EQ(NativePath(dir.str() + "\\ATLAS\\USER\\New.dao"), dir.path() / "Atlas" / "USER" / "New.dao");
+}
+
+TEST(NativePath, SeesFilesCreatedAfterAnEarlierLookup) {
+  TempFolder dir;
+  dir.Write("Atlas/a", "x");
+  EXPECT_EQ(NativePath(dir.str() + "\\atlas\\B.txt"), dir.path() / "Atlas" / "B.txt");
+  dir.Write("Atlas/b.TXT", "x");
+  EXPECT_EQ(NativePath(dir.str() + "\\atlas\\B.txt"), dir.path() / "Atlas" / "b.TXT");
+}
+
+TEST(MatchingFiles, MatchesPatternsWithoutRegardToCaseAndSkipsFolders) {
+  TempFolder dir;
+  dir.Write("a.DAO", "x");
+  dir.Write("b.dao", "x");
+  dir.Write("c.idx", "x");
+  dir.Write("sub.dao/inner", "x");
+  const auto dao = MatchingFiles(dir.str() + "\\*.dao");
+  ASSERT_EQ(dao.size(), 2U);
+  EXPECT_EQ(dao[0].filename(), "a.DAO");
+  EXPECT_EQ(MatchingFiles(dir.str() + "\\?.*").size(), 3U);
+  EXPECT_EQ(MatchingFiles(dir.str() + "\\").size(), 3U);
+  EXPECT_TRUE(MatchingFiles(dir.str() + "\\*.txt").empty());
+}
+
+}  // namespace
+}  // namespace tarv

@@ -1,0 +1,48 @@
+// Test support: a temporary atlas folder and a clean process state.
+#ifndef TARVPLACES_TESTS_SUPPORT_TEMP_FOLDER_H_
+#define TARVPLACES_TESTS_SUPPORT_TEMP_FOLDER_H_
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tarvplaces/message_sink.h"
+
+namespace tarv::testing {
+
+// A fresh folder under the system's temporary folder, removed with its
+// contents when the object goes away.
+class TempFolder {
+ public:
+  TempFolder();
+  ~TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  // The folder as a host would pass it, without a trailing separator.
+  std::string str() const { return path_.string(); }
+  // Writes `bytes` to `relative` (folders created as needed); returns the path.
+  std::filesystem::path Write(const std::string& relative, const std::string& bytes) const;
+  std::string Read(const std::string& relative) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Base fixture: every test starts as in a fresh process, with a temporary
+// atlas folder and a message sink that records instead of printing.
+class AtlasTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  TempFolder folder_;
+  std::vector<Message> messages_;
+};
+
+}  // namespace tarv::testing
+
+#endif  // TARVPLACES_TESTS_SUPPORT_TEMP_FOLDER_H_

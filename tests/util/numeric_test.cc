@@ -1,0 +1,75 @@
+#include "util/numeric.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace tarv {
+namespace {
+
+TEST(Mod360, SmallValuesLandInTheCircle) {
+  EXPECT_DOUBLE_EQ(MOD360(-10), 350);
+  EXPECT_DOUBLE_EQ(MOD360(720), 0);
+  EXPECT_DOUBLE_EQ(MOD360(359.5), 359.5);
+  EXPECT_DOUBLE_EQ(MOD360(5760), 0);  // exactly 16 turns still takes the loop
+}
+
+TEST(Mod360, LargeNegativeValuesDeliberatelyStayNegative) {
+  // The shortcut fraction(x / 360) * 360 carries its rounding error.
+  EXPECT_NEAR(MOD360(-10000), -280, 1e-9);
+  EXPECT_NEAR(MOD360(10000), 280, 1e-9);
+  EXPECT_NEAR(MOD360(-5761), -1, 1e-9);
+}
+
+TEST(CheckMod, NonPositiveModulusAndNonFiniteValuesDoNotHang) {
+  EXPECT_EQ(CheckMOD(0, 5), 5);
+  EXPECT_EQ(CheckMOD(-3, 5), 5);
+  EXPECT_TRUE(std::isnan(CheckMOD(360, std::numeric_limits<double>::infinity())));
+  EXPECT_TRUE(std::isnan(CheckMOD(360, std::nan(""))));
+}
+
+TEST(Fraction, KeepsTheSignOfTheValue) {
+  EXPECT_DOUBLE_EQ(fraction(-2.75), -0.75);
+  EXPECT_DOUBLE_EQ(fraction(2.75), 0.75);
+  EXPECT_DOUBLE_EQ(fraction(3), 0);
+}
+
+TEST(Range, ClampsToTheBounds) {
+  EXPECT_EQ(Range(1, 12, 13), 12);
+  EXPECT_EQ(Range(1, 12, 0), 1);
+  EXPECT_EQ(Range(1, 12, 7), 7);
+  EXPECT_EQ(Range<std::string>("b", "d", "a"), "b");  // texts compare by bytes
+}
+
+TEST(ToInt16, RoundsHalvesToEvenAndRefusesOverflow) {
+  EXPECT_EQ(ToInt16(2.5), 2);
+  EXPECT_EQ(ToInt16(3.5), 4);
+  EXPECT_EQ(ToInt16(-2.5), -2);
+  EXPECT_EQ(ToInt16(32767.4), 32767);
+  EXPECT_EQ(ToInt16(-32768), -32768);
+  EXPECT_FALSE(ToInt16(32767.5));
+  EXPECT_FALSE(ToInt16(-40000));
+  EXPECT_FALSE(ToInt16(std::nan("")));
+}
+
+TEST(IsEditCode, KeysThatChangeTheText) {
+  for (int code : {5, 6, 7, 8, 28, 32, 46, 48, 65, 111, 128, 255}) {
+    EXPECT_TRUE(IsEditCode(static_cast<std::int16_t>(code))) << code;
+  }
+  for (int code : {1, 4, 9, 13, 27, 33, 37, 44, 45, 47, 112, 127}) {
+    EXPECT_FALSE(IsEditCode(static_cast<std::int16_t>(code))) << code;
+  }
+}
+
+TEST(IsEditCode, NegatedCharacters) {
+  EXPECT_TRUE(IsEditCode(-8));
+  EXPECT_TRUE(IsEditCode(-32));
+  EXPECT_TRUE(IsEditCode(-252));  // ü
+  EXPECT_FALSE(IsEditCode(0));
+  EXPECT_FALSE(IsEditCode(-13));
+  EXPECT_FALSE(IsEditCode(-31));
+}
+
+}  // namespace
+}  // namespace tarv

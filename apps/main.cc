@@ -116,6 +116,35 @@ int RunCountry(const Options& options, const std::string& code) {
   return kFound;
 }
 
+int RunZones(const Options& options) {
+  tarv::classPlaces places;
+  if (!OpenAtlas(places, options)) return kUsage;
+  std::vector<std::string> lines;
+  places.FillTimezoneArray(lines);
+  json list = json::array();
+  for (std::size_t id = 0; id < lines.size(); ++id) {
+    const auto f = SplitTabs(lines[id]);
+    if (f.size() < 7) continue;
+    auto trim = [](std::string s) {
+      s.erase(s.find_last_not_of(' ') + 1);
+      return s;
+    };
+    list.push_back(json{{"zone_id", id}, {"zone", trim(f[0])}, {"zone_name", trim(f[1])},
+                        {"utc_offset", std::stod(f[2])}, {"kind", f[3]}});
+  }
+  if (options.json) {
+    std::cout << list.dump(2) << '\n';
+  } else {
+    for (const auto& z : list) {
+      std::cout << std::right << std::setw(4) << z["zone_id"].get<int>() << "  " << std::left
+                << std::setw(13) << z["zone"].get<std::string>() << std::setw(9)
+                << z["utc_offset"].get<double>() << z["kind"].get<std::string>() << "  "
+                << z["zone_name"].get<std::string>() << '\n';
+    }
+  }
+  return list.size() > 1 ? kFound : kNotFound;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -140,6 +169,9 @@ int main(int argc, char** argv) {
   auto* country = app.add_subcommand("country", "look up a country by code, title or prefix");
   country->add_option("CODE", code, "country code or title, e.g. D, usca, Deu")->required();
   country->callback([&] { status = RunCountry(options, code); });
+
+  auto* zones = app.add_subcommand("zones", "list the zone table");
+  zones->callback([&] { status = RunZones(options); });
 
   try {
     app.parse(argc, argv);

@@ -1,13 +1,18 @@
 // Writes the small sample atlas the build uses for its smoke run and for
 // examples: "Country.dat" with a selection of countries, US states and the
-// five group lines, in the atlas's own format (Windows-1252, TAB, CR LF).
+// five group lines, in the atlas's own format (Windows-1252, TAB, CR LF), and
+// "Zones13.bin" compiled from the zone table source.
 //
-// Usage: tarv_make_sample_atlas OUTDIR
+// Usage: tarv_make_sample_atlas OUTDIR ZONES_TSV
 #include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <vector>
 
 #include "atlas/country_table.h"
+#include "atlas/zone_table.h"
+#include "atlas/zone_table_source.h"
 #include "export/atomic_file.h"
 #include "platform/codepage.h"
 #include "tarvplaces/atlas_error.h"
@@ -54,8 +59,8 @@ constexpr SampleCountry kCountries[] = {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::cerr << "usage: tarv_make_sample_atlas OUTDIR\n";
+  if (argc != 3) {
+    std::cerr << "usage: tarv_make_sample_atlas OUTDIR ZONES_TSV\n";
     return 2;
   }
   try {
@@ -74,6 +79,13 @@ int main(int argc, char** argv) {
       records.push_back(r);
     }
     tarv::WriteFileAtomically(out / "Country.dat", tarv::CountryFileText(records));
+
+    std::ifstream zones_in(argv[2], std::ios::binary);
+    if (!zones_in) throw tarv::AtlasError(argv[2], "cannot be opened for reading");
+    const std::string zones_text{std::istreambuf_iterator<char>(zones_in),
+                                 std::istreambuf_iterator<char>()};
+    tarv::WriteFileAtomically(out / "Zones13.bin",
+                              tarv::EncodeZoneFile(tarv::ParseZoneTableSource(zones_text, argv[2])));
   } catch (const std::exception& e) {
     std::cerr << "tarv_make_sample_atlas: " << e.what() << '\n';
     return 2;

@@ -91,6 +91,32 @@ class classPlaces {
   // "F", 0 for a country without any).
   std::int32_t HaveTimetables(const std::string& CountryShort);
 
+  // ---- Zones ----
+
+  // Fills `Zones` with one line per entry of the zone table (287 lines, or a
+  // single line of blanks when "Zones13.bin" is missing): abbreviation
+  // (12 characters) and name (45 characters) with their blanks, the offset
+  // in hours in the general number format of the process's LC_NUMERIC
+  // locale, type letter, sort index, extra value and show flag, joined by
+  // TAB, e.g. "MET         \tMiddle European Time ... \t1\tN\t141\t-1\t1".
+  void FillTimezoneArray(std::vector<std::string>& Zones);
+
+  // The zone list lines of all 287 zones (the lines of FillTimezoneArray),
+  // kept by this instance. Deliberately empty on the call that loads the
+  // zone table: ask again. Resets the stored offset of zone 0 to 0.
+  std::vector<std::string> GetTimezoneArray();
+
+  // The zone identifier (0 to 286) of an abbreviation; blanks and case are
+  // ignored and aliases resolved: GetTimezoneId(" mez ") is the identifier
+  // of "MET". 0 (local mean time) for an unknown abbreviation.
+  std::int16_t GetTimezoneId(const std::string& TimezoneShort);
+
+  // The zone list line of `ZoneId`. For zone 0 (local mean time) `ZoneTime`
+  // (hours east of UTC) first becomes the stored offset of zone 0, which
+  // every later reader sees; left out it stores 0. "" for an identifier
+  // outside the table.
+  std::string GetTimeZoneListString(std::int16_t ZoneId, double ZoneTime = 0.0);
+
   // ---- Language ----
 
   // The language number (2 = German texts, anything else English).
@@ -108,6 +134,9 @@ class classPlaces {
  private:
   // Raises FillPlacePath when the place folder is empty.
   void CheckPlacePath();
+
+  // What GetTimezoneArray last built.
+  std::vector<std::string> timezone_array_;
 };
 
 }  // namespace tarv

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "atlas/country_table.h"
+#include "atlas/zone_table.h"
 #include "tarvplaces/language.h"
 
 namespace tarv {
@@ -20,6 +21,9 @@ struct ProcessState {
 
   std::vector<CountryRecord> countries;
   bool countries_loaded = false;
+
+  std::vector<ZoneRecord> zones;
+  bool zones_loaded = false;
 
   // Created on first use and kept for the life of the process.
   std::unique_ptr<TarvLanguage> language;

@@ -2,6 +2,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/process_state.h"
+#include "atlas/zone_table.h"
 #include "platform/codepage.h"
 
 namespace tarv {
@@ -62,6 +63,34 @@ bool classPlaces::HaveSeveralTimeZones(const std::string& CountryShort) {
 
 std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort) {
   return tarv::HaveTimetables(Ansi(CountryShort));
+}
+
+void classPlaces::FillTimezoneArray(std::vector<std::string>& Zones) {
+  CheckPlacePath();
+  InitializeTimeZones("", "Zones13.bin");
+  Zones.clear();
+  for (const auto& zone : State().zones) Zones.push_back(Host(ZoneLine(zone)));
+}
+
+std::vector<std::string> classPlaces::GetTimezoneArray() {
+  CheckPlacePath();
+  if (InitializeTimeZones("", "Zones13.bin")) {
+    timezone_array_.clear();
+    for (std::size_t id = 0; id < kZoneCount; ++id) {
+      timezone_array_.push_back(Host(tarv::GetTimeZoneListString(static_cast<std::int16_t>(id))));
+    }
+  }
+  return timezone_array_;
+}
+
+std::int16_t classPlaces::GetTimezoneId(const std::string& TimezoneShort) {
+  CheckPlacePath();
+  InitializeTimeZones("", "Zones13.bin");
+  return tarv::GetTimezoneId(Ansi(TimezoneShort));
+}
+
+std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneTime) {
+  return Host(tarv::GetTimeZoneListString(ZoneId, ZoneTime));
 }
 
 TarvLanguage& classPlaces::LanguageComponent() { return State().Language(); }

@@ -5,6 +5,7 @@
 #include "atlas/process_state.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
+#include "support/zone_fixture.h"
 
 namespace tarv {
 namespace {
@@ -17,6 +18,7 @@ class PlacesTest : public testing::AtlasTest {
   void SetUp() override {
     AtlasTest::SetUp();
     folder_.Write("Country.dat", JoinCrLf(SampleCountryLines()));
+    folder_.Write("Zones13.bin", testing::ProjectZoneFile());
   }
   classPlaces places_;
 };
@@ -126,6 +128,48 @@ TEST_F(PlacesTest, ContinentNamesFollowTheLanguageAtLoadTime) {
   places_.FillCountryArray(countries);
   EXPECT_EQ(countries.back(), "23\tUSA\tUSA\t\tUSA\t\t\t\t\t6\t0");
   EXPECT_EQ(countries[countries.size() - 3].substr(0, 9), "21\tEUROPE");
+}
+
+TEST_F(PlacesTest, TimezoneArrayIsDeliberatelyEmptyOnTheLoadingCall) {
+  places_.PlacePath(folder_.str());
+  EXPECT_TRUE(places_.GetTimezoneArray().empty());
+  const auto zones = places_.GetTimezoneArray();
+  ASSERT_EQ(zones.size(), 287U);
+  EXPECT_EQ(zones[2].substr(0, 13), "MET         \t");
+  classPlaces other;
+  EXPECT_EQ(other.GetTimezoneArray().size(), 287U);  // table shared, array per instance
+}
+
+TEST_F(PlacesTest, ZoneMembersAskForThePlaceFolder) {
+  int raised = 0;
+  places_.FillPlacePath = [&](std::string& path) {
+    ++raised;
+    path = folder_.str();
+  };
+  EXPECT_EQ(places_.GetTimezoneId(" mez "), places_.GetTimezoneId("MET"));
+  EXPECT_NE(places_.GetTimezoneId("MET"), 0);
+  EXPECT_EQ(raised, 1);
+}
+
+TEST_F(PlacesTest, ZoneTimeOfZoneZeroIsSharedWithLaterReaders) {
+  places_.PlacePath(folder_.str());
+  places_.GetTimeZoneListString(0, 1.5);
+  std::vector<std::string> zones;
+  places_.FillTimezoneArray(zones);
+  ASSERT_EQ(zones.size(), 287U);
+  EXPECT_EQ(zones[0], "LMT         \tLocal Mean Time" + std::string(30, ' ') + "\t1.5\tL\t0\t-1\t1");
+  places_.GetTimeZoneListString(0);
+  places_.FillTimezoneArray(zones);
+  EXPECT_NE(zones[0].find("\t0\tL\t"), std::string::npos);
+}
+
+TEST_F(PlacesTest, MissingZoneFileGivesOneBlankLine) {
+  places_.PlacePath(folder_.str() + "/nowhere");
+  std::vector<std::string> zones{"old"};
+  places_.FillTimezoneArray(zones);
+  ASSERT_EQ(zones.size(), 1U);
+  EXPECT_EQ(zones[0].substr(0, 12), std::string(12, ' '));
+  EXPECT_EQ(places_.GetTimezoneId("MET"), 0);
 }
 
 }  // namespace

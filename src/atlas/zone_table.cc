@@ -1,0 +1,216 @@
+#include "atlas/zone_table.h"
+
+#include <array>
+#include <bit>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "atlas/process_state.h"
+#include "platform/paths.h"
+#include "util/bytes.h"
+#include "util/file_tests.h"
+#include "util/number_text.h"
+#include "util/text.h"
+
+namespace tarv {
+namespace {
+
+// Field offsets inside a 67-byte record.
+constexpr std::size_t kShortAt = 0;
+constexpr std::size_t kNameAt = 12;
+constexpr std::size_t kDifAt = 57;
+constexpr std::size_t kTypeAt = 61;
+constexpr std::size_t kSortAt = 62;
+constexpr std::size_t kExtraAt = 64;
+constexpr std::size_t kShowAt = 66;
+
+ZoneRecord DecodeRecord(std::string_view r) {
+  ZoneRecord z;
+  z.TZShort = std::string(r.substr(kShortAt, kZoneShortWidth));
+  z.TZName = std::string(r.substr(kNameAt, kZoneNameWidth));
+  z.TZDif = DecodeFloat32(r, kDifAt);
+  z.TZType = r[kTypeAt];
+  z.TZSortIndex = DecodeInt16(r, kSortAt);
+  z.TZExtra = DecodeInt16(r, kExtraAt);
+  z.TZShow = static_cast<std::uint8_t>(r[kShowAt]);
+  return z;
+}
+
+std::string FixedWidth(const std::string& text, std::size_t width) {
+  std::string field = text.substr(0, width);
+  field.resize(width, ' ');
+  return field;
+}
+
+// A blank entry as the table's resize leaves it: empty texts read as blanks.
+ZoneRecord BlankZone() { return ZoneRecord{}; }
+
+std::string ReadFile(const std::string& windows_path) {
+  std::ifstream in(NativePath(windows_path), std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+enum class AliasRule : std::uint8_t {
+  kTo,            // the named abbreviation
+  kSummerOf,      // first two letters + "T/S"
+  kDoubleSummer,  // first two letters + "T/DS"
+};
+
+struct Alias {
+  const char* name;
+  AliasRule rule;
+  const char* target;  // kTo only; equal to `name` where the name is passed on
+};
+
+// Every alternative abbreviation hosts and old charts use, and where it ends.
+// A target is always an abbreviation of the zone table (checked by a test);
+// names passed on unchanged are entries of their own.
+constexpr std::array<Alias, 67> kAliases = {{
+    {"LMT", AliasRule::kTo, "LMT"},      {"CAT", AliasRule::kTo, "EET"},
+    {"NAD", AliasRule::kTo, "NST/S"},    {"UT", AliasRule::kTo, "GMT"},
+    {"GT", AliasRule::kTo, "GMT"},       {"WET", AliasRule::kTo, "GMT"},
+    {"WEZ", AliasRule::kTo, "GMT"},      {"MEZ", AliasRule::kTo, "MET"},
+    {"CET", AliasRule::kTo, "MET"},      {"MES", AliasRule::kTo, "MET/S"},
+    {"WES", AliasRule::kTo, "WET/S"},    {"AGD", AliasRule::kSummerOf, nullptr},
+    {"AZT", AliasRule::kTo, "AZOT"},     {"BGD", AliasRule::kSummerOf, nullptr},
+    {"BZD", AliasRule::kSummerOf, nullptr}, {"CCD", AliasRule::kSummerOf, nullptr},
+    {"EED", AliasRule::kSummerOf, nullptr}, {"GSD", AliasRule::kSummerOf, nullptr},
+    {"HSD", AliasRule::kTo, "HDT/S"},    {"IRD", AliasRule::kSummerOf, nullptr},
+    {"JSD", AliasRule::kSummerOf, nullptr}, {"JVD", AliasRule::kTo, "JVT/S"},
+    {"NFD", AliasRule::kSummerOf, nullptr}, {"NSD", AliasRule::kSummerOf, nullptr},
+    {"NZD", AliasRule::kSummerOf, nullptr}, {"OZD", AliasRule::kSummerOf, nullptr},
+    {"SSD", AliasRule::kSummerOf, nullptr}, {"WAD", AliasRule::kSummerOf, nullptr},
+    {"RS3", AliasRule::kTo, "MSK"},      {"RS4", AliasRule::kTo, "GST"},
+    {"RS5", AliasRule::kTo, "PKT"},      {"WE2", AliasRule::kDoubleSummer, nullptr},
+    {"ME2", AliasRule::kDoubleSummer, nullptr}, {"SAT", AliasRule::kTo, "ACST"},
+    {"SAS", AliasRule::kTo, "ACST/S"},   {"SAST", AliasRule::kTo, "ACST"},
+    {"BT", AliasRule::kTo, "MSK"},       {"MOT", AliasRule::kTo, "MSK"},
+    {"ADT", AliasRule::kTo, "AST/S"},    {"SAD", AliasRule::kTo, "ACST/S"},
+    {"AHT", AliasRule::kTo, "AHST"},     {"AHD", AliasRule::kTo, "AHDT"},
+    {"BGT", AliasRule::kTo, "BGT"},      {"IDL", AliasRule::kTo, "NZT"},
+    {"DAT", AliasRule::kTo, "Z-12"},     {"OEZ", AliasRule::kTo, "EET"},
+    {"EET", AliasRule::kTo, "EET"},      {"IND", AliasRule::kTo, "IST/S"},
+    {"INT", AliasRule::kTo, "IST"},      {"IST", AliasRule::kTo, "IST"},
+    {"KED", AliasRule::kTo, "KST/S"},    {"IRT", AliasRule::kTo, "IRT"},
+    {"JT", AliasRule::kTo, "JVT"},       {"JVT", AliasRule::kTo, "JVT"},
+    {"MT", AliasRule::kTo, "MST"},       {"KET", AliasRule::kTo, "MSK"},
+    {"KYT", AliasRule::kTo, "EET"},      {"CED", AliasRule::kTo, "MET/S"},
+    {"NT", AliasRule::kTo, "SST"},       {"NAT", AliasRule::kTo, "AST"},
+    {"NZT", AliasRule::kTo, "NZT"},      {"GMD", AliasRule::kTo, "WET/S"},
+    {"11D", AliasRule::kTo, "Z11/S"},    {"GMT", AliasRule::kTo, "GMT"},
+    {"ACST", AliasRule::kTo, "ACST"},    {"MET", AliasRule::kTo, "MET"},
+    {"AHDT", AliasRule::kTo, "AHDT"},
+}};
+
+std::int16_t ScanTable(const std::string& normalized) {
+  const auto& zones = State().zones;
+  for (std::size_t i = 0; i < zones.size(); ++i) {
+    if (UCase(Trim(zones[i].TZShort)) == normalized) return static_cast<std::int16_t>(i);
+  }
+  return 0;
+}
+
+}  // namespace
+
+std::vector<ZoneRecord> DecodeZoneFile(std::string_view bytes) {
+  std::vector<ZoneRecord> records;
+  records.reserve(kZoneCount);
+  for (std::size_t k = 0; k < kZoneCount; ++k) {
+    const std::size_t at = k * kZoneRecordSize;
+    records.push_back(at + kZoneRecordSize <= bytes.size()
+                          ? DecodeRecord(bytes.substr(at, kZoneRecordSize))
+                          : BlankZone());
+  }
+  return records;
+}
+
+std::string EncodeZoneFile(const std::vector<ZoneRecord>& records) {
+  if (records.size() != kZoneCount) {
+    throw std::invalid_argument("a zone file holds 287 records, not " +
+                                std::to_string(records.size()));
+  }
+  std::string bytes;
+  bytes.reserve(kZoneFileSize);
+  for (const auto& z : records) {
+    bytes += FixedWidth(z.TZShort, kZoneShortWidth);
+    bytes += FixedWidth(z.TZName, kZoneNameWidth);
+    AppendFloat32(bytes, z.TZDif);
+    bytes += z.TZType;
+    AppendInt16(bytes, z.TZSortIndex);
+    AppendInt16(bytes, z.TZExtra);
+    bytes += static_cast<char>(z.TZShow);
+  }
+  return bytes;
+}
+
+bool InitializeTimeZones(std::string path, const std::string& file_name) {
+  ProcessState& state = State();
+  const bool was_loaded = state.zones_loaded;
+  if (was_loaded) return true;
+  const std::string file = AtlasFolder(std::move(path)) + file_name;
+  if (Exist(file)) {
+    state.zones = DecodeZoneFile(ReadFile(file));
+    state.zones_loaded = true;
+  } else {
+    state.zones.assign(1, BlankZone());
+    state.zones_loaded = false;
+  }
+  return was_loaded;
+}
+
+std::string ZoneLine(const ZoneRecord& z) {
+  std::string line = z.TZShort;
+  line += '\t';
+  line += z.TZName;
+  line += '\t';
+  line += SingleToText(z.TZDif);
+  line += '\t';
+  line += z.TZType;
+  line += '\t' + std::to_string(z.TZSortIndex) + '\t' + std::to_string(z.TZExtra) + '\t' +
+          std::to_string(z.TZShow);
+  return line;
+}
+
+std::string GetTimeZoneListString(std::int16_t zone_id, double zone_time) {
+  InitializeTimeZones("", "Zones13.bin");
+  auto& zones = State().zones;
+  if (zone_id < 0 || static_cast<std::size_t>(zone_id) >= zones.size()) return {};
+  if (zone_id == 0) zones[0].TZDif = static_cast<float>(zone_time);
+  return ZoneLine(zones[static_cast<std::size_t>(zone_id)]);
+}
+
+std::string ResolveZoneAlias(const std::string& normalized) {
+  for (const auto& alias : kAliases) {
+    if (normalized != alias.name) continue;
+    switch (alias.rule) {
+      case AliasRule::kTo:
+        return alias.target;
+      case AliasRule::kSummerOf:
+        return normalized.substr(0, 2) + "T/S";
+      case AliasRule::kDoubleSummer:
+        return normalized.substr(0, 2) + "T/DS";
+    }
+  }
+  return {};
+}
+
+std::vector<std::string> ZoneAliasNames() {
+  std::vector<std::string> names;
+  for (const auto& alias : kAliases) names.emplace_back(alias.name);
+  return names;
+}
+
+std::int16_t GetTimezoneId(std::string_view abbreviation) {
+  std::string normalized;
+  for (const char c : abbreviation) {
+    if (c != ' ') normalized += c;
+  }
+  normalized = UCase(normalized);
+  // A target is never an alias of something else, so one step resolves it;
+  // names passed on unchanged go straight to the table.
+  const std::string canonical = ResolveZoneAlias(normalized);
+  return ScanTable(canonical.empty() ? normalized : canonical);
+}
+
+}  // namespace tarv

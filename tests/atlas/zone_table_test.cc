@@ -1,0 +1,173 @@
+#include "atlas/zone_table.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <random>
+
+#include "atlas/process_state.h"
+#include "support/temp_folder.h"
+#include "support/zone_fixture.h"
+#include "util/bytes.h"
+#include "util/text.h"
+
+namespace tarv {
+namespace {
+
+using testing::ProjectZoneFile;
+using testing::ProjectZoneTable;
+
+class ZoneTableTest : public testing::AtlasTest {
+ protected:
+  void SetUp() override {
+    AtlasTest::SetUp();
+    folder_.Write("Zones13.bin", ProjectZoneFile());
+    State().places_path = folder_.str();
+  }
+  std::int16_t Id(const std::string& abbreviation) {
+    InitializeTimeZones("", "Zones13.bin");
+    return GetTimezoneId(abbreviation);
+  }
+  std::string ShortOf(std::int16_t id) { return Trim(State().zones.at(static_cast<std::size_t>(id)).TZShort); }
+};
+
+TEST(ZoneFile, FieldsSitAtTheirByteOffsetsLittleEndian) {
+  std::vector<ZoneRecord> table(kZoneCount);
+  table[1].TZShort = "MET/S";
+  table[1].TZName = "Middle European Summer Time";
+  table[1].TZDif = 2.0F;
+  table[1].TZType = 'S';
+  table[1].TZSortIndex = 0x0102;
+  table[1].TZExtra = -2;
+  table[1].TZShow = 200;
+  const std::string bytes = EncodeZoneFile(table);
+  ASSERT_EQ(bytes.size(), kZoneFileSize);
+  const std::string_view r = std::string_view(bytes).substr(kZoneRecordSize, kZoneRecordSize);
+  EXPECT_EQ(r.substr(0, 12), "MET/S       ");
+  EXPECT_EQ(r.substr(12, 27), "Middle European Summer Time");
+  EXPECT_EQ(r[56], ' ');
+  EXPECT_EQ(r.substr(57, 4), std::string("\x00\x00\x00\x40", 4));  // 2.0f
+  EXPECT_EQ(r[61], 'S');
+  EXPECT_EQ(r.substr(62, 2), "\x02\x01");
+  EXPECT_EQ(r.substr(64, 2), "\xFE\xFF");
+  EXPECT_EQ(static_cast<unsigned char>(r[66]), 200);
+  const auto back = DecodeZoneFile(bytes);
+  EXPECT_EQ(back[1].TZShort, "MET/S       ");
+  EXPECT_EQ(back[1].TZDif, 2.0F);
+  EXPECT_EQ(back[1].TZExtra, -2);
+  EXPECT_EQ(back[1].TZShow, 200);
+}
+
+TEST(ZoneFile, WriterRefusesAnyOtherRecordCount) {
+  EXPECT_THROW(EncodeZoneFile(std::vector<ZoneRecord>(286)), std::invalid_argument);
+}
+
+TEST(ZoneFile, ShortFileKeepsWholeRecordsAndBlanksTheRest) {
+  const std::string full = ProjectZoneFile();
+  const auto table = DecodeZoneFile(std::string_view(full).substr(0, 3 * kZoneRecordSize + 10));
+  ASSERT_EQ(table.size(), kZoneCount);
+  EXPECT_EQ(Trim(table[2].TZShort), "MET");
+  EXPECT_EQ(table[3].TZShort, std::string(12, ' '));  // partial record stays blank
+  EXPECT_EQ(table[3].TZDif, 0.0F);
+  EXPECT_EQ(table[286].TZType, ' ');
+}
+
+TEST(ZoneFile, BytesPastTheTableAreIgnored) {
+  const auto table = DecodeZoneFile(ProjectZoneFile() + "trailing garbage");
+  EXPECT_EQ(Trim(table[286].TZShort), "MET/DS");
+}
+
+TEST(ZoneFile, GarbageOfAnyLengthDecodes) {
+  std::mt19937 rng(3);
+  for (int round = 0; round < 50; ++round) {
+    std::string bytes(rng() % (kZoneFileSize + 100), '\0');
+    for (char& c : bytes) c = static_cast<char>(rng());
+    const auto table = DecodeZoneFile(bytes);
+    EXPECT_EQ(table.size(), kZoneCount);
+    for (const auto& z : table) ZoneLine(z);  // every field prints
+  }
+}
+
+TEST_F(ZoneTableTest, LoadingCallDeliberatelyReturnsFalse) {
+  EXPECT_FALSE(InitializeTimeZones("", "Zones13.bin"));
+  EXPECT_TRUE(State().zones_loaded);
+  EXPECT_TRUE(InitializeTimeZones("", "Zones13.bin"));
+  EXPECT_EQ(State().zones.size(), kZoneCount);
+}
+
+TEST_F(ZoneTableTest, MissingFileLeavesOneBlankEntry) {
+  EXPECT_FALSE(InitializeTimeZones("", "Nope.bin"));
+  EXPECT_FALSE(State().zones_loaded);
+  ASSERT_EQ(State().zones.size(), 1U);
+  EXPECT_EQ(ZoneLine(State().zones[0]), std::string(12, ' ') + "\t" + std::string(45, ' ') +
+                                             "\t0\t \t0\t0\t0");
+  EXPECT_EQ(GetTimezoneId("MET"), 0);
+}
+
+TEST_F(ZoneTableTest, AbbreviationsIgnoreBlanksAndCase) {
+  const auto met = Id("MET");
+  ASSERT_NE(met, 0);
+  EXPECT_EQ(Id(" m e z "), met);
+  EXPECT_EQ(Id("cet"), met);
+  EXPECT_EQ(ShortOf(Id("met/s")), "MET/S");
+  EXPECT_EQ(Id("NOSUCHZONE"), 0);
+  EXPECT_EQ(Id(""), 0);
+  EXPECT_EQ(Id("LMT"), 0);
+}
+
+TEST_F(ZoneTableTest, EveryAliasEndsOnAnEntryOfTheTable) {
+  for (const auto& alias : ZoneAliasNames()) {
+    const std::string target = ResolveZoneAlias(alias);
+    ASSERT_FALSE(target.empty()) << alias;
+    EXPECT_TRUE(ResolveZoneAlias(target).empty() || ResolveZoneAlias(target) == target)
+        << alias << " -> " << target << " is itself an alias";
+    const auto id = Id(alias);
+    EXPECT_EQ(ShortOf(id), target) << alias;
+  }
+}
+
+TEST_F(ZoneTableTest, TemplatesBuildSummerAndDoubleSummerForms) {
+  EXPECT_EQ(ResolveZoneAlias("EED"), "EET/S");
+  EXPECT_EQ(ResolveZoneAlias("NZD"), "NZT/S");
+  EXPECT_EQ(ResolveZoneAlias("WE2"), "WET/DS");
+  EXPECT_EQ(ShortOf(Id("me2")), "MET/DS");
+  EXPECT_EQ(ShortOf(Id("mes")), "MET/S");
+  EXPECT_EQ(ShortOf(Id("WEZ")), "GMT");
+}
+
+TEST_F(ZoneTableTest, NoEntryHidesBehindAnAliasOfAnotherZone) {
+  InitializeTimeZones("", "Zones13.bin");
+  for (const auto& zone : State().zones) {
+    const std::string name = Trim(zone.TZShort);
+    const std::string target = ResolveZoneAlias(name);
+    EXPECT_TRUE(target.empty() || target == name) << name << " could never be found";
+  }
+}
+
+TEST_F(ZoneTableTest, ZoneZeroTakesTheCallersZoneTime) {
+  GetTimeZoneListString(0, 1.5);
+  EXPECT_EQ(State().zones[0].TZDif, 1.5F);
+  EXPECT_EQ(GetTimeZoneListString(5).substr(0, 4), "AST ");  // other zones keep theirs
+  EXPECT_EQ(State().zones[0].TZDif, 1.5F);
+  EXPECT_NE(GetTimeZoneListString(0).find("\t0\tL\t"), std::string::npos);
+  EXPECT_EQ(GetTimeZoneListString(287), "");
+  EXPECT_EQ(GetTimeZoneListString(-1), "");
+}
+
+TEST_F(ZoneTableTest, LinesKeepFieldPaddingAndPrintTheOffset) {
+  const std::string line = GetTimeZoneListString(Id("IST"));
+  EXPECT_EQ(line, "IST         \tIndia Standard Time" + std::string(26, ' ') + "\t5.5\tN\t210\t-1\t1");
+}
+
+TEST_F(ZoneTableTest, OffsetUsesTheLocaleDecimalSeparator) {
+  const std::string previous = std::setlocale(LC_NUMERIC, nullptr);
+  if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) {
+    GTEST_SKIP() << "the de_DE.UTF-8 locale is not installed";
+  }
+  const std::string line = GetTimeZoneListString(Id("IST"));
+  std::setlocale(LC_NUMERIC, previous.c_str());
+  EXPECT_NE(line.find("\t5,5\t"), std::string::npos) << line;
+}
+
+}  // namespace
+}  // namespace tarv

@@ -4,7 +4,6 @@
 // Exit status: 0 something was found, 1 nothing was found, 2 bad usage or
 // unreadable data (with a one-line message on stderr).
 #include <CLI/CLI.hpp>
-
 #include <cstdlib>
 #include <filesystem>
 #include <iomanip>
@@ -38,14 +37,19 @@ std::vector<std::string> SplitTabs(const std::string& line) {
   std::vector<std::string> fields;
   std::stringstream in(line);
   std::string field;
-  while (std::getline(in, field, '\t')) fields.push_back(field);
+  while (std::getline(in, field, '\t'))
+    fields.push_back(field);
   if (!line.empty() && line.back() == '\t') fields.emplace_back();
   return fields;
 }
 
 json CountryJson(const std::vector<std::string>& f, std::size_t index) {
-  return json{{"index", index},         {"id", std::stoi(f.at(0))}, {"title", f.at(1)},
-              {"code", f.at(2)},         {"zone", f.at(3)},          {"continent", f.at(4)},
+  return json{{"index", index},
+              {"id", std::stoi(f.at(0))},
+              {"title", f.at(1)},
+              {"code", f.at(2)},
+              {"zone", f.at(3)},
+              {"continent", f.at(4)},
               {"continent_id", std::stoi(f.at(9))}};
 }
 
@@ -71,12 +75,14 @@ int RunCountries(const Options& options) {
   json list = json::array();
   // The last six entries are the continent records, not countries.
   const std::size_t countries_end = lines.size() > 7 ? lines.size() - 6 : 1;
-  for (std::size_t i = 1; i < countries_end; ++i) list.push_back(CountryJson(SplitTabs(lines[i]), i));
+  for (std::size_t i = 1; i < countries_end; ++i)
+    list.push_back(CountryJson(SplitTabs(lines[i]), i));
   if (options.json) {
     std::cout << list.dump(2) << '\n';
   } else {
     std::cout << std::left << std::setw(6) << "Id" << std::setw(8) << "Code" << std::setw(8)
-              << "Zone" << "Title\n";
+              << "Zone"
+              << "Title\n";
     for (const auto& c : list) {
       std::cout << std::left << std::setw(6) << c["id"].get<int>() << std::setw(8)
                 << c["code"].get<std::string>() << std::setw(8) << c["zone"].get<std::string>()
@@ -99,19 +105,22 @@ int RunCountry(const Options& options, const std::string& code) {
               << "\": run \"tarvplaces countries\" for the list\n";
     return kNotFound;
   }
-  json c = CountryJson(SplitTabs(lines[static_cast<std::size_t>(index)]), static_cast<std::size_t>(index));
+  json c = CountryJson(SplitTabs(lines[static_cast<std::size_t>(index)]),
+                       static_cast<std::size_t>(index));
   const std::string internal = places.GetInternalCountryAbbreviation(c["code"].get<std::string>());
   c["several_zones"] = places.HaveSeveralTimeZones(internal);
   c["timetables"] = places.HaveTimetables(internal);
-  c["usa"] = internal.size() >= 2 && (internal.substr(0, 2) == "US" || internal.substr(0, 2) == "us");
+  c["usa"] =
+      internal.size() >= 2 && (internal.substr(0, 2) == "US" || internal.substr(0, 2) == "us");
   if (options.json) {
     std::cout << c.dump(2) << '\n';
   } else {
-    std::cout << "Country      " << c["title"].get<std::string>() << " (" << c["code"].get<std::string>()
-              << ")\nNumber       " << c["id"].get<int>() << "\nZone         "
-              << c["zone"].get<std::string>() << "\nContinent    " << c["continent"].get<std::string>()
-              << "\nSeveral zones " << (c["several_zones"].get<bool>() ? "yes" : "no")
-              << "\nTimetables   " << c["timetables"].get<int>() << '\n';
+    std::cout << "Country      " << c["title"].get<std::string>() << " ("
+              << c["code"].get<std::string>() << ")\nNumber       " << c["id"].get<int>()
+              << "\nZone         " << c["zone"].get<std::string>() << "\nContinent    "
+              << c["continent"].get<std::string>() << "\nSeveral zones "
+              << (c["several_zones"].get<bool>() ? "yes" : "no") << "\nTimetables   "
+              << c["timetables"].get<int>() << '\n';
   }
   return kFound;
 }
@@ -129,8 +138,11 @@ int RunZones(const Options& options) {
       s.erase(s.find_last_not_of(' ') + 1);
       return s;
     };
-    list.push_back(json{{"zone_id", id}, {"zone", trim(f[0])}, {"zone_name", trim(f[1])},
-                        {"utc_offset", std::stod(f[2])}, {"kind", f[3]}});
+    list.push_back(json{{"zone_id", id},
+                        {"zone", trim(f[0])},
+                        {"zone_name", trim(f[1])},
+                        {"utc_offset", std::stod(f[2])},
+                        {"kind", f[3]}});
   }
   if (options.json) {
     std::cout << list.dump(2) << '\n';
@@ -156,7 +168,8 @@ int main(int argc, char** argv) {
   } else {
     options.atlas = TARV_DEFAULT_ATLAS;
   }
-  app.add_option("--atlas", options.atlas, "atlas folder (default: $TARV_ATLAS or the built atlas)");
+  app.add_option("--atlas", options.atlas,
+                 "atlas folder (default: $TARV_ATLAS or the built atlas)");
   app.add_option("--lang", options.lang, "language of texts: en or de")
       ->check(CLI::IsMember({"en", "de"}));
   app.add_flag("--json", options.json, "print JSON");

@@ -84,8 +84,8 @@ int main(int argc, char** argv) {
     if (!zones_in) throw tarv::AtlasError(argv[2], "cannot be opened for reading");
     const std::string zones_text{std::istreambuf_iterator<char>(zones_in),
                                  std::istreambuf_iterator<char>()};
-    tarv::WriteFileAtomically(out / "Zones13.bin",
-                              tarv::EncodeZoneFile(tarv::ParseZoneTableSource(zones_text, argv[2])));
+    tarv::WriteFileAtomically(
+        out / "Zones13.bin", tarv::EncodeZoneFile(tarv::ParseZoneTableSource(zones_text, argv[2])));
   } catch (const std::exception& e) {
     std::cerr << "tarv_make_sample_atlas: " << e.what() << '\n';
     return 2;

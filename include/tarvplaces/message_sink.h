@@ -24,7 +24,15 @@ enum MsgStyle : int {
 };
 
 // The button the user chose, with the classic numeric values.
-enum class MsgAnswer : int { kOk = 1, kCancel = 2, kAbort = 3, kRetry = 4, kIgnore = 5, kYes = 6, kNo = 7 };
+enum class MsgAnswer : int {
+  kOk = 1,
+  kCancel = 2,
+  kAbort = 3,
+  kRetry = 4,
+  kIgnore = 5,
+  kYes = 6,
+  kNo = 7
+};
 
 // One message as the component wants it shown. Texts are UTF-8.
 struct Message {

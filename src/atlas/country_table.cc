@@ -68,12 +68,15 @@ void SortAllButTail(std::vector<CountryRecord>& lines) {
   const std::size_t sorted = lines.size() - kUnsortedTailLines;
   std::vector<std::pair<std::string, std::size_t>> keys;
   keys.reserve(sorted);
-  for (std::size_t i = 0; i < sorted; ++i) keys.emplace_back(lines[i].CountryTitle, i);
+  for (std::size_t i = 0; i < sorted; ++i)
+    keys.emplace_back(lines[i].CountryTitle, i);
   Sort(0, 0, keys);
   std::vector<CountryRecord> reordered;
   reordered.reserve(lines.size());
-  for (const auto& key : keys) reordered.push_back(std::move(lines[key.second]));
-  for (std::size_t i = sorted; i < lines.size(); ++i) reordered.push_back(std::move(lines[i]));
+  for (const auto& key : keys)
+    reordered.push_back(std::move(lines[key.second]));
+  for (std::size_t i = sorted; i < lines.size(); ++i)
+    reordered.push_back(std::move(lines[i]));
   lines = std::move(reordered);
 }
 
@@ -88,8 +91,8 @@ const std::vector<CountryRecord>* LoadedCountries() {
 std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::string& file) {
   const auto lines = SplitLines(text);
   if (lines.size() > kMaxCountryLines) {
-    throw AtlasError(file, "line " + std::to_string(kMaxCountryLines + 1) +
-                               ": more than 300 country lines");
+    throw AtlasError(
+        file, "line " + std::to_string(kMaxCountryLines + 1) + ": more than 300 country lines");
   }
   std::vector<CountryRecord> records;
   records.reserve(lines.size());
@@ -97,8 +100,7 @@ std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::st
     const std::size_t line_no = i + 1;
     const auto f = SplitTabs(lines[i]);
     if (f.size() < kFieldCount) {
-      throw AtlasError(file, "line " + std::to_string(line_no) + ": " +
-                                 std::to_string(f.size()) +
+      throw AtlasError(file, "line " + std::to_string(line_no) + ": " + std::to_string(f.size()) +
                                  " TAB-separated fields where 11 are needed");
     }
     CountryRecord r;
@@ -146,9 +148,8 @@ std::vector<CountryRecord> ContinentRecords(std::size_t n, std::int32_t language
 
 std::string CountryLine(const CountryRecord& r) {
   std::string line = std::to_string(r.CountryId);
-  for (const std::string* text : {&r.CountryTitle, &r.CountryShort, &r.TimezoneShort,
-                                  &r.Continent, &r.SubContinent, &r.Meaning, &r.Info,
-                                  &r.HaveZonesSince}) {
+  for (const std::string* text : {&r.CountryTitle, &r.CountryShort, &r.TimezoneShort, &r.Continent,
+                                  &r.SubContinent, &r.Meaning, &r.Info, &r.HaveZonesSince}) {
     line += '\t';
     line += *text;
   }
@@ -158,7 +159,8 @@ std::string CountryLine(const CountryRecord& r) {
 
 std::string CountryFileText(const std::vector<CountryRecord>& records) {
   std::string text;
-  for (const auto& record : records) text += CountryLine(record) + "\r\n";
+  for (const auto& record : records)
+    text += CountryLine(record) + "\r\n";
   return text;
 }
 
@@ -179,7 +181,8 @@ bool InitializeCountries(std::string path, const std::string& file_name, bool so
   std::vector<CountryRecord> table;
   table.reserve(lines.size() + 1 + kContinentRecords);
   table.push_back(FallbackCountry());
-  for (auto& line : lines) table.push_back(std::move(line));
+  for (auto& line : lines)
+    table.push_back(std::move(line));
   for (auto& continent : ContinentRecords(lines.size(), state.Language().Language())) {
     table.push_back(std::move(continent));
   }
@@ -190,8 +193,14 @@ bool InitializeCountries(std::string path, const std::string& file_name, bool so
 
 std::string GetInternalCountryAbbreviation(std::string_view code) {
   static constexpr std::array<std::pair<const char*, const char*>, 8> kMapped = {{
-      {"RUS", "SSR"}, {"UK", "GBE"}, {"MNE", "YU"}, {"SRB", "YU"},
-      {"HR", "YU"}, {"SLO", "YU"}, {"BIH", "YU"}, {"MK", "YU"},
+      {"RUS", "SSR"},
+      {"UK", "GBE"},
+      {"MNE", "YU"},
+      {"SRB", "YU"},
+      {"HR", "YU"},
+      {"SLO", "YU"},
+      {"BIH", "YU"},
+      {"MK", "YU"},
   }};
   for (const auto& [from, to] : kMapped) {
     if (TextEqual(code, from)) return to;
@@ -253,7 +262,9 @@ std::int16_t GetContinentID(std::string_view code) {
   return 0;
 }
 
-bool IsUSA(std::string_view code) { return code.size() >= 2 && TextEqual(code.substr(0, 2), "US"); }
+bool IsUSA(std::string_view code) {
+  return code.size() >= 2 && TextEqual(code.substr(0, 2), "US");
+}
 
 bool HaveSeveralTimeZones(std::string_view code) {
   static constexpr std::array<const char*, 31> kSeveral = {
@@ -274,23 +285,22 @@ std::int16_t HaveTimetables(std::string_view code) {
   };
   // US states first, then the other codes; every code once.
   static constexpr Entry kTimetables[] = {
-      {"USAR", 1},   {"USCA", 1},   {"USDC", 1},   {"USHI", 1},   {"USSC", 1},  {"USWY", 1},
-      {"USLA", 2},   {"USMA", 2},   {"USMS", 2},   {"USRI", 2},   {"USUT", 2},  {"USAZ", 3},
-      {"USCO", 3},   {"USTX", 3},   {"USNV", 4},   {"USNM", 4},   {"USNC", 4},  {"USOK", 4},
-      {"USSD", 4},   {"USCT", 5},   {"USKS", 5},   {"USFL", 6},   {"USNE", 6},  {"USWI", 6},
-      {"USAL", 7},   {"USAK", 7},   {"USMN", 7},   {"USMT", 10},  {"USND", 10}, {"USDE", 16},
-      {"USOR", 17},  {"USID", 18},  {"USNH", 18},  {"USNJ", 18},  {"USGA", 25}, {"USIA", 25},
-      {"USVA", 26},  {"USMD", 28},  {"USWV", 35},  {"USME", 49},  {"USMO", 49}, {"USWA", 53},
+      {"USAR", 1},   {"USCA", 1},   {"USDC", 1},   {"USHI", 1},   {"USSC", 1},   {"USWY", 1},
+      {"USLA", 2},   {"USMA", 2},   {"USMS", 2},   {"USRI", 2},   {"USUT", 2},   {"USAZ", 3},
+      {"USCO", 3},   {"USTX", 3},   {"USNV", 4},   {"USNM", 4},   {"USNC", 4},   {"USOK", 4},
+      {"USSD", 4},   {"USCT", 5},   {"USKS", 5},   {"USFL", 6},   {"USNE", 6},   {"USWI", 6},
+      {"USAL", 7},   {"USAK", 7},   {"USMN", 7},   {"USMT", 10},  {"USND", 10},  {"USDE", 16},
+      {"USOR", 17},  {"USID", 18},  {"USNH", 18},  {"USNJ", 18},  {"USGA", 25},  {"USIA", 25},
+      {"USVA", 26},  {"USMD", 28},  {"USWV", 35},  {"USME", 49},  {"USMO", 49},  {"USWA", 53},
       {"USVT", 67},  {"USKY", 71},  {"USTN", 75},  {"USMI", 111}, {"USOH", 118}, {"USPA", 123},
-      {"USIL", 142}, {"USNY", 226}, {"USIN", 345},
-      {"BG", 2},     {"CPA", 2},    {"EAT", 2},    {"EC", 2},     {"JOR", 2},   {"RMM", 2},
-      {"SA", 2},     {"SYR", 2},    {"U", 2},      {"UKR", 2},    {"UZB", 2},   {"WRS", 2},
-      {"D", 3},      {"FSP", 3},    {"GRO", 3},    {"J", 3},      {"KSP", 3},   {"MAL", 3},
-      {"MOG", 3},    {"P", 3},      {"RN", 3},     {"TR", 3},     {"ZA", 3},    {"ZR", 3},
-      {"I", 4},      {"IL", 4},     {"KAZ", 4},    {"PNG", 4},    {"RCH", 4},   {"BR", 5},
-      {"IND", 5},    {"MA", 5},     {"PL", 5},     {"MSH", 6},    {"E", 7},     {"MEX", 8},
-      {"NL", 9},     {"AUS", 10},   {"TJ", 12},    {"SSR", 47},   {"RI", 93},   {"F", 153},
-      {"CDN", 301},
+      {"USIL", 142}, {"USNY", 226}, {"USIN", 345}, {"BG", 2},     {"CPA", 2},    {"EAT", 2},
+      {"EC", 2},     {"JOR", 2},    {"RMM", 2},    {"SA", 2},     {"SYR", 2},    {"U", 2},
+      {"UKR", 2},    {"UZB", 2},    {"WRS", 2},    {"D", 3},      {"FSP", 3},    {"GRO", 3},
+      {"J", 3},      {"KSP", 3},    {"MAL", 3},    {"MOG", 3},    {"P", 3},      {"RN", 3},
+      {"TR", 3},     {"ZA", 3},     {"ZR", 3},     {"I", 4},      {"IL", 4},     {"KAZ", 4},
+      {"PNG", 4},    {"RCH", 4},    {"BR", 5},     {"IND", 5},    {"MA", 5},     {"PL", 5},
+      {"MSH", 6},    {"E", 7},      {"MEX", 8},    {"NL", 9},     {"AUS", 10},   {"TJ", 12},
+      {"SSR", 47},   {"RI", 93},    {"F", 153},    {"CDN", 301},
   };
   const std::string mapped = Trim(GetInternalCountryAbbreviation(code));
   for (const auto& entry : kTimetables) {

@@ -7,7 +7,9 @@ ProcessState& State() {
   return state;
 }
 
-void ResetProcessState() { State() = ProcessState(); }
+void ResetProcessState() {
+  State() = ProcessState();
+}
 
 std::string AtlasFolder(std::string path) {
   if (path.empty()) path = State().places_path;

@@ -44,7 +44,9 @@ std::string FixedWidth(const std::string& text, std::size_t width) {
 }
 
 // A blank entry as the table's resize leaves it: empty texts read as blanks.
-ZoneRecord BlankZone() { return ZoneRecord{}; }
+ZoneRecord BlankZone() {
+  return ZoneRecord{};
+}
 
 std::string ReadFile(const std::string& windows_path) {
   std::ifstream in(NativePath(windows_path), std::ios::binary);
@@ -67,39 +69,72 @@ struct Alias {
 // A target is always an abbreviation of the zone table (checked by a test);
 // names passed on unchanged are entries of their own.
 constexpr std::array<Alias, 67> kAliases = {{
-    {"LMT", AliasRule::kTo, "LMT"},      {"CAT", AliasRule::kTo, "EET"},
-    {"NAD", AliasRule::kTo, "NST/S"},    {"UT", AliasRule::kTo, "GMT"},
-    {"GT", AliasRule::kTo, "GMT"},       {"WET", AliasRule::kTo, "GMT"},
-    {"WEZ", AliasRule::kTo, "GMT"},      {"MEZ", AliasRule::kTo, "MET"},
-    {"CET", AliasRule::kTo, "MET"},      {"MES", AliasRule::kTo, "MET/S"},
-    {"WES", AliasRule::kTo, "WET/S"},    {"AGD", AliasRule::kSummerOf, nullptr},
-    {"AZT", AliasRule::kTo, "AZOT"},     {"BGD", AliasRule::kSummerOf, nullptr},
-    {"BZD", AliasRule::kSummerOf, nullptr}, {"CCD", AliasRule::kSummerOf, nullptr},
-    {"EED", AliasRule::kSummerOf, nullptr}, {"GSD", AliasRule::kSummerOf, nullptr},
-    {"HSD", AliasRule::kTo, "HDT/S"},    {"IRD", AliasRule::kSummerOf, nullptr},
-    {"JSD", AliasRule::kSummerOf, nullptr}, {"JVD", AliasRule::kTo, "JVT/S"},
-    {"NFD", AliasRule::kSummerOf, nullptr}, {"NSD", AliasRule::kSummerOf, nullptr},
-    {"NZD", AliasRule::kSummerOf, nullptr}, {"OZD", AliasRule::kSummerOf, nullptr},
-    {"SSD", AliasRule::kSummerOf, nullptr}, {"WAD", AliasRule::kSummerOf, nullptr},
-    {"RS3", AliasRule::kTo, "MSK"},      {"RS4", AliasRule::kTo, "GST"},
-    {"RS5", AliasRule::kTo, "PKT"},      {"WE2", AliasRule::kDoubleSummer, nullptr},
-    {"ME2", AliasRule::kDoubleSummer, nullptr}, {"SAT", AliasRule::kTo, "ACST"},
-    {"SAS", AliasRule::kTo, "ACST/S"},   {"SAST", AliasRule::kTo, "ACST"},
-    {"BT", AliasRule::kTo, "MSK"},       {"MOT", AliasRule::kTo, "MSK"},
-    {"ADT", AliasRule::kTo, "AST/S"},    {"SAD", AliasRule::kTo, "ACST/S"},
-    {"AHT", AliasRule::kTo, "AHST"},     {"AHD", AliasRule::kTo, "AHDT"},
-    {"BGT", AliasRule::kTo, "BGT"},      {"IDL", AliasRule::kTo, "NZT"},
-    {"DAT", AliasRule::kTo, "Z-12"},     {"OEZ", AliasRule::kTo, "EET"},
-    {"EET", AliasRule::kTo, "EET"},      {"IND", AliasRule::kTo, "IST/S"},
-    {"INT", AliasRule::kTo, "IST"},      {"IST", AliasRule::kTo, "IST"},
-    {"KED", AliasRule::kTo, "KST/S"},    {"IRT", AliasRule::kTo, "IRT"},
-    {"JT", AliasRule::kTo, "JVT"},       {"JVT", AliasRule::kTo, "JVT"},
-    {"MT", AliasRule::kTo, "MST"},       {"KET", AliasRule::kTo, "MSK"},
-    {"KYT", AliasRule::kTo, "EET"},      {"CED", AliasRule::kTo, "MET/S"},
-    {"NT", AliasRule::kTo, "SST"},       {"NAT", AliasRule::kTo, "AST"},
-    {"NZT", AliasRule::kTo, "NZT"},      {"GMD", AliasRule::kTo, "WET/S"},
-    {"11D", AliasRule::kTo, "Z11/S"},    {"GMT", AliasRule::kTo, "GMT"},
-    {"ACST", AliasRule::kTo, "ACST"},    {"MET", AliasRule::kTo, "MET"},
+    {"LMT", AliasRule::kTo, "LMT"},
+    {"CAT", AliasRule::kTo, "EET"},
+    {"NAD", AliasRule::kTo, "NST/S"},
+    {"UT", AliasRule::kTo, "GMT"},
+    {"GT", AliasRule::kTo, "GMT"},
+    {"WET", AliasRule::kTo, "GMT"},
+    {"WEZ", AliasRule::kTo, "GMT"},
+    {"MEZ", AliasRule::kTo, "MET"},
+    {"CET", AliasRule::kTo, "MET"},
+    {"MES", AliasRule::kTo, "MET/S"},
+    {"WES", AliasRule::kTo, "WET/S"},
+    {"AGD", AliasRule::kSummerOf, nullptr},
+    {"AZT", AliasRule::kTo, "AZOT"},
+    {"BGD", AliasRule::kSummerOf, nullptr},
+    {"BZD", AliasRule::kSummerOf, nullptr},
+    {"CCD", AliasRule::kSummerOf, nullptr},
+    {"EED", AliasRule::kSummerOf, nullptr},
+    {"GSD", AliasRule::kSummerOf, nullptr},
+    {"HSD", AliasRule::kTo, "HDT/S"},
+    {"IRD", AliasRule::kSummerOf, nullptr},
+    {"JSD", AliasRule::kSummerOf, nullptr},
+    {"JVD", AliasRule::kTo, "JVT/S"},
+    {"NFD", AliasRule::kSummerOf, nullptr},
+    {"NSD", AliasRule::kSummerOf, nullptr},
+    {"NZD", AliasRule::kSummerOf, nullptr},
+    {"OZD", AliasRule::kSummerOf, nullptr},
+    {"SSD", AliasRule::kSummerOf, nullptr},
+    {"WAD", AliasRule::kSummerOf, nullptr},
+    {"RS3", AliasRule::kTo, "MSK"},
+    {"RS4", AliasRule::kTo, "GST"},
+    {"RS5", AliasRule::kTo, "PKT"},
+    {"WE2", AliasRule::kDoubleSummer, nullptr},
+    {"ME2", AliasRule::kDoubleSummer, nullptr},
+    {"SAT", AliasRule::kTo, "ACST"},
+    {"SAS", AliasRule::kTo, "ACST/S"},
+    {"SAST", AliasRule::kTo, "ACST"},
+    {"BT", AliasRule::kTo, "MSK"},
+    {"MOT", AliasRule::kTo, "MSK"},
+    {"ADT", AliasRule::kTo, "AST/S"},
+    {"SAD", AliasRule::kTo, "ACST/S"},
+    {"AHT", AliasRule::kTo, "AHST"},
+    {"AHD", AliasRule::kTo, "AHDT"},
+    {"BGT", AliasRule::kTo, "BGT"},
+    {"IDL", AliasRule::kTo, "NZT"},
+    {"DAT", AliasRule::kTo, "Z-12"},
+    {"OEZ", AliasRule::kTo, "EET"},
+    {"EET", AliasRule::kTo, "EET"},
+    {"IND", AliasRule::kTo, "IST/S"},
+    {"INT", AliasRule::kTo, "IST"},
+    {"IST", AliasRule::kTo, "IST"},
+    {"KED", AliasRule::kTo, "KST/S"},
+    {"IRT", AliasRule::kTo, "IRT"},
+    {"JT", AliasRule::kTo, "JVT"},
+    {"JVT", AliasRule::kTo, "JVT"},
+    {"MT", AliasRule::kTo, "MST"},
+    {"KET", AliasRule::kTo, "MSK"},
+    {"KYT", AliasRule::kTo, "EET"},
+    {"CED", AliasRule::kTo, "MET/S"},
+    {"NT", AliasRule::kTo, "SST"},
+    {"NAT", AliasRule::kTo, "AST"},
+    {"NZT", AliasRule::kTo, "NZT"},
+    {"GMD", AliasRule::kTo, "WET/S"},
+    {"11D", AliasRule::kTo, "Z11/S"},
+    {"GMT", AliasRule::kTo, "GMT"},
+    {"ACST", AliasRule::kTo, "ACST"},
+    {"MET", AliasRule::kTo, "MET"},
     {"AHDT", AliasRule::kTo, "AHDT"},
 }};
 
@@ -197,7 +232,8 @@ std::string ResolveZoneAlias(const std::string& normalized) {
 
 std::vector<std::string> ZoneAliasNames() {
   std::vector<std::string> names;
-  for (const auto& alias : kAliases) names.emplace_back(alias.name);
+  for (const auto& alias : kAliases)
+    names.emplace_back(alias.name);
   return names;
 }
 

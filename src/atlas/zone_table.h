@@ -23,8 +23,8 @@ inline constexpr std::size_t kZoneNameWidth = 45;
 struct ZoneRecord {
   std::string TZShort = std::string(kZoneShortWidth, ' ');  // "MET/S       "
   std::string TZName = std::string(kZoneNameWidth, ' ');
-  float TZDif = 0.0F;           // hours east of UTC
-  char TZType = ' ';            // L local mean time, N standard, S summer, D double summer
+  float TZDif = 0.0F;            // hours east of UTC
+  char TZType = ' ';             // L local mean time, N standard, S summer, D double summer
   std::int16_t TZSortIndex = 0;  // position in lists ordered by offset
   std::int16_t TZExtra = 0;      // carried through unchanged
   std::uint8_t TZShow = 0;       // carried through unchanged

@@ -80,8 +80,8 @@ std::vector<ZoneRecord> ParseZoneTableSource(std::string_view text, const std::s
     if (f[4].size() != 1 || std::string_view("LNSD").find(f[4][0]) == std::string_view::npos) {
       throw AtlasError(file, where + "kind must be one of L, N, S, D");
     }
-    if (!ParseInt(f[5], sort) || !ParseInt(f[6], extra) || !ParseInt(f[7], show) ||
-        sort < 0 || sort >= static_cast<int>(kZoneCount) || extra < -1 ||
+    if (!ParseInt(f[5], sort) || !ParseInt(f[6], extra) || !ParseInt(f[7], show) || sort < 0 ||
+        sort >= static_cast<int>(kZoneCount) || extra < -1 ||
         extra >= static_cast<int>(kZoneCount) || show < 0 || show > 1) {
       throw AtlasError(file, where + "sort, extra or show out of range");
     }

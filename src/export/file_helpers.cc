@@ -72,7 +72,8 @@ std::string SetFileExtension(const std::string& path, const std::string& extensi
 
 bool DeleteFile(const std::string& path, bool clear_attributes) {
   if (HasWildcard(path)) {
-    for (const auto& file : MatchingFiles(path)) Remove(file, clear_attributes);
+    for (const auto& file : MatchingFiles(path))
+      Remove(file, clear_attributes);
   } else if (!path.empty()) {
     Remove(NativePath(path), clear_attributes);
   }

@@ -9,8 +9,12 @@ namespace tarv {
 namespace {
 
 // Codes and names arrive as UTF-8 and the tables hold Windows-1252.
-std::string Ansi(const std::string& utf8) { return AnsiFromUtf8(utf8); }
-std::string Host(const std::string& ansi) { return Utf8FromAnsi(ansi); }
+std::string Ansi(const std::string& utf8) {
+  return AnsiFromUtf8(utf8);
+}
+std::string Host(const std::string& ansi) {
+  return Utf8FromAnsi(ansi);
+}
 
 }  // namespace
 
@@ -24,7 +28,9 @@ std::string classPlaces::PlacePath() {
   return State().places_path;
 }
 
-void classPlaces::PlacePath(const std::string& NewPlacePath) { State().places_path = NewPlacePath; }
+void classPlaces::PlacePath(const std::string& NewPlacePath) {
+  State().places_path = NewPlacePath;
+}
 
 void classPlaces::FillCountryArray(std::vector<std::string>& Countries) {
   if (FillPlacePath) FillPlacePath(State().places_path);
@@ -37,7 +43,8 @@ void classPlaces::FillCountryArray(std::vector<std::string>& Countries) {
   const auto& table = State().countries;
   Countries.clear();
   Countries.reserve(table.size());
-  for (const auto& record : table) Countries.push_back(Host(CountryLine(record)));
+  for (const auto& record : table)
+    Countries.push_back(Host(CountryLine(record)));
 }
 
 std::int32_t classPlaces::GetCountryID(const std::string& CountryShort) {
@@ -69,7 +76,8 @@ void classPlaces::FillTimezoneArray(std::vector<std::string>& Zones) {
   CheckPlacePath();
   InitializeTimeZones("", "Zones13.bin");
   Zones.clear();
-  for (const auto& zone : State().zones) Zones.push_back(Host(ZoneLine(zone)));
+  for (const auto& zone : State().zones)
+    Zones.push_back(Host(ZoneLine(zone)));
 }
 
 std::vector<std::string> classPlaces::GetTimezoneArray() {
@@ -93,13 +101,21 @@ std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneT
   return Host(tarv::GetTimeZoneListString(ZoneId, ZoneTime));
 }
 
-TarvLanguage& classPlaces::LanguageComponent() { return State().Language(); }
+TarvLanguage& classPlaces::LanguageComponent() {
+  return State().Language();
+}
 
-std::int32_t classPlaces::Language() { return LanguageComponent().Language(); }
+std::int32_t classPlaces::Language() {
+  return LanguageComponent().Language();
+}
 
-std::int32_t classPlaces::Language(const std::string& /*RessourceFile*/) { return Language(); }
+std::int32_t classPlaces::Language(const std::string& /*RessourceFile*/) {
+  return Language();
+}
 
-void classPlaces::Language(std::int32_t NewValue) { LanguageComponent().SetLanguage(NewValue); }
+void classPlaces::Language(std::int32_t NewValue) {
+  LanguageComponent().SetLanguage(NewValue);
+}
 
 void classPlaces::Language(const std::string& RessourceFile, std::int32_t NewValue) {
   LanguageComponent().SetLanguage(NewValue);

@@ -99,7 +99,8 @@ constexpr CaseTables MakeCaseTables() {
     t.upper[lower] = static_cast<char>(upper);
     t.lower[upper] = static_cast<char>(lower);
   };
-  for (int c = 'a'; c <= 'z'; ++c) pair(c, c - 32);
+  for (int c = 'a'; c <= 'z'; ++c)
+    pair(c, c - 32);
   for (int c = 0xE0; c <= 0xFE; ++c) {
     if (c != 0xF7) pair(c, c - 32);
   }
@@ -114,13 +115,18 @@ constexpr CaseTables kCase = MakeCaseTables();
 
 }  // namespace
 
-char AnsiUpper(char c) noexcept { return kCase.upper[static_cast<unsigned char>(c)]; }
-char AnsiLower(char c) noexcept { return kCase.lower[static_cast<unsigned char>(c)]; }
+char AnsiUpper(char c) noexcept {
+  return kCase.upper[static_cast<unsigned char>(c)];
+}
+char AnsiLower(char c) noexcept {
+  return kCase.lower[static_cast<unsigned char>(c)];
+}
 
 std::string Utf8FromAnsi(std::string_view ansi) {
   std::string out;
   out.reserve(ansi.size() + ansi.size() / 4);
-  for (const char c : ansi) AppendUtf8(out, CodePointOfByte(static_cast<unsigned char>(c)));
+  for (const char c : ansi)
+    AppendUtf8(out, CodePointOfByte(static_cast<unsigned char>(c)));
   return out;
 }
 

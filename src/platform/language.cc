@@ -1,7 +1,7 @@
+#include "tarvplaces/language.h"
+
 #include <charconv>
 #include <fstream>
-
-#include "tarvplaces/language.h"
 
 namespace tarv {
 

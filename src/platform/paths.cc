@@ -93,7 +93,9 @@ bool SameFileName(std::string_view a, std::string_view b) {
                     [](char l, char r) { return AnsiUpper(l) == AnsiUpper(r); });
 }
 
-std::vector<std::string> ListDirectory(const fs::path& folder) { return Listings().Get(folder); }
+std::vector<std::string> ListDirectory(const fs::path& folder) {
+  return Listings().Get(folder);
+}
 
 std::vector<fs::path> MatchingFiles(std::string_view windows_pattern) {
   std::string pattern(windows_pattern);

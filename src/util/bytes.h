@@ -23,7 +23,8 @@ inline std::uint64_t DecodeUnsigned(std::string_view bytes, std::size_t at, std:
   return value;
 }
 inline void AppendUnsigned(std::string& out, std::uint64_t value, std::size_t width) {
-  for (std::size_t i = 0; i < width; ++i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+  for (std::size_t i = 0; i < width; ++i)
+    out.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
 }
 }  // namespace bytes_detail
 
@@ -39,7 +40,8 @@ inline std::int32_t DecodeInt32(std::string_view bytes, std::size_t at) {
       static_cast<std::uint32_t>(bytes_detail::DecodeUnsigned(bytes, at, 4)));
 }
 inline float DecodeFloat32(std::string_view bytes, std::size_t at) {
-  return std::bit_cast<float>(static_cast<std::uint32_t>(bytes_detail::DecodeUnsigned(bytes, at, 4)));
+  return std::bit_cast<float>(
+      static_cast<std::uint32_t>(bytes_detail::DecodeUnsigned(bytes, at, 4)));
 }
 inline double DecodeFloat64(std::string_view bytes, std::size_t at) {
   return std::bit_cast<double>(bytes_detail::DecodeUnsigned(bytes, at, 8));

@@ -38,7 +38,8 @@ bool Exist(const std::string& path) {
 void Deleting(const std::string& path) {
   if (path.empty() || !Exist(path)) return;
   if (HasWildcard(path)) {
-    for (const auto& file : MatchingFiles(path)) RemoveWritable(file);
+    for (const auto& file : MatchingFiles(path))
+      RemoveWritable(file);
   } else {
     RemoveWritable(NativePath(path));
   }

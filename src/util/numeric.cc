@@ -4,17 +4,23 @@
 
 namespace tarv {
 
-double fraction(double value) noexcept { return value - std::trunc(value); }
+double fraction(double value) noexcept {
+  return value - std::trunc(value);
+}
 
 double CheckMOD(double modulus, double value) noexcept {
   if (!(modulus > 0.0)) return value;
   if (std::fabs(value) > 16.0 * modulus) return fraction(value / modulus) * modulus;
-  while (value < 0.0) value += modulus;
-  while (value >= modulus) value -= modulus;
+  while (value < 0.0)
+    value += modulus;
+  while (value >= modulus)
+    value -= modulus;
   return value;
 }
 
-double MOD360(double angle) noexcept { return CheckMOD(360.0, angle); }
+double MOD360(double angle) noexcept {
+  return CheckMOD(360.0, angle);
+}
 
 std::optional<std::int16_t> ToInt16(double value) noexcept {
   if (!std::isfinite(value)) return std::nullopt;

@@ -39,8 +39,10 @@ void Sort(std::size_t first, std::size_t last, std::vector<T>& items, Less less 
       Index i = lo;
       Index j = hi;
       while (i <= j) {
-        while (less(items[static_cast<std::size_t>(i)], pivot)) ++i;
-        while (less(pivot, items[static_cast<std::size_t>(j)])) --j;
+        while (less(items[static_cast<std::size_t>(i)], pivot))
+          ++i;
+        while (less(pivot, items[static_cast<std::size_t>(j)]))
+          --j;
         if (i <= j) {
           std::swap(items[static_cast<std::size_t>(i)], items[static_cast<std::size_t>(j)]);
           ++i;

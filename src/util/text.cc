@@ -34,13 +34,15 @@ std::string Get_PraePost(std::string_view s) {
 
 std::string UCase(std::string_view s) {
   std::string out(s);
-  for (char& c : out) c = AnsiUpper(c);
+  for (char& c : out)
+    c = AnsiUpper(c);
   return out;
 }
 
 std::string LCase(std::string_view s) {
   std::string out(s);
-  for (char& c : out) c = AnsiLower(c);
+  for (char& c : out)
+    c = AnsiLower(c);
   return out;
 }
 
@@ -57,7 +59,8 @@ bool TextContains(std::string_view s, std::string_view part) noexcept {
 
 double Val(std::string_view s) noexcept {
   std::size_t i = 0;
-  while (i < s.size() && (s[i] == ' ' || s[i] == '\t' || s[i] == '\n')) ++i;
+  while (i < s.size() && (s[i] == ' ' || s[i] == '\t' || s[i] == '\n'))
+    ++i;
   std::string number;
   if (i < s.size() && (s[i] == '+' || s[i] == '-')) number.push_back(s[i++]);
   bool digits = false;
@@ -122,7 +125,8 @@ WildcardPattern::WildcardPattern(std::string_view pattern, bool sets) {
         }
       }
       if (negate) {
-        for (bool& m : member) m = !m;
+        for (bool& m : member)
+          m = !m;
       }
       sets_.push_back(member);
       tokens_.push_back({Kind::kSet, 0, static_cast<std::uint16_t>(sets_.size() - 1)});
@@ -167,7 +171,8 @@ bool WildcardPattern::Matches(std::string_view text) const noexcept {
       return false;
     }
   }
-  while (p < tokens_.size() && tokens_[p].kind == Kind::kStar) ++p;
+  while (p < tokens_.size() && tokens_[p].kind == Kind::kStar)
+    ++p;
   return p == tokens_.size();
 }
 

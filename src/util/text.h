@@ -58,8 +58,8 @@ class WildcardPattern {
   enum class Kind : std::uint8_t { kChar, kAny, kStar, kSet };
   struct Token {
     Kind kind;
-    char folded;                              // kChar: the upper-cased character
-    std::uint16_t set_index;                  // kSet: index into sets_
+    char folded;              // kChar: the upper-cased character
+    std::uint16_t set_index;  // kSet: index into sets_
   };
   bool TokenMatches(const Token& token, char c) const noexcept;
 

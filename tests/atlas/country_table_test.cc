@@ -66,7 +66,8 @@ TEST_F(CountryTableTest, EnglishContinentNamesAreKeptAsHostsKnowThem) {
 TEST_F(CountryTableTest, SortingKeepsTheLastFiveLinesInFileOrder) {
   Load(/*sort=*/true);
   const auto& t = Table();
-  for (std::size_t i = 2; i <= 12; ++i) EXPECT_LT(t[i - 1].CountryTitle, t[i].CountryTitle) << i;
+  for (std::size_t i = 2; i <= 12; ++i)
+    EXPECT_LT(t[i - 1].CountryTitle, t[i].CountryTitle) << i;
   EXPECT_EQ(t[1].CountryTitle, "Algerien");
   EXPECT_EQ(t[12].CountryTitle, "\xD6sterreich");  // byte order puts Ö after R
   EXPECT_EQ(t[13].CountryShort, "ZAM");
@@ -79,9 +80,9 @@ TEST_F(CountryTableTest, SortingKeepsTheLastFiveLinesInFileOrder) {
 TEST_F(CountryTableTest, CodesAreFoundWithoutRegardToCaseAndMapped) {
   Load();
   EXPECT_EQ(GetCountryID("usca"), 200);
-  EXPECT_EQ(GetCountryID("rus"), 120);   // -> SSR
-  EXPECT_EQ(GetCountryID("UK"), 61);     // -> GBE
-  EXPECT_EQ(GetCountryID("hr"), 170);    // -> YU
+  EXPECT_EQ(GetCountryID("rus"), 120);  // -> SSR
+  EXPECT_EQ(GetCountryID("UK"), 61);    // -> GBE
+  EXPECT_EQ(GetCountryID("hr"), 170);   // -> YU
   EXPECT_EQ(GetCountryID(" A "), 11);
 }
 
@@ -89,10 +90,10 @@ TEST_F(CountryTableTest, FourScansInOrderCodeTitleTitlePrefixCodePrefix) {
   Load();
   EXPECT_EQ(GetCountryID("Japan"), 80);
   EXPECT_EQ(GetCountryID("Deu"), 58);
-  EXPECT_EQ(GetCountryID("\xF6sterr"), 11);  // österr: accented title prefix
-  EXPECT_EQ(GetCountryID("GB"), 61);         // no title begins with GB: code prefix GBE
-  EXPECT_EQ(GetCountryID("US"), 23);         // title prefix of the continent USA wins
-  EXPECT_EQ(GetCountryID("Ka"), 200);        // title prefix Kalifornien before Karibik
+  EXPECT_EQ(GetCountryID("\xF6sterr"), 11);   // österr: accented title prefix
+  EXPECT_EQ(GetCountryID("GB"), 61);          // no title begins with GB: code prefix GBE
+  EXPECT_EQ(GetCountryID("US"), 23);          // title prefix of the continent USA wins
+  EXPECT_EQ(GetCountryID("Ka"), 200);         // title prefix Kalifornien before Karibik
   EXPECT_EQ(GetCountryID("EUROPA"), 4 + 17);  // continent records are scanned too
 }
 
@@ -121,7 +122,7 @@ TEST_F(CountryTableTest, ContinentsByNameOrFirstFiveLettersOnly) {
   EXPECT_EQ(GetContinentID("europe"), 4);  // first five letters of EUROPA
   EXPECT_EQ(GetContinentID("usa"), 6);
   EXPECT_EQ(GetContinentID("OCEANIA"), 5);
-  EXPECT_EQ(GetContinentID("D"), 0);       // a country is not resolved to its continent
+  EXPECT_EQ(GetContinentID("D"), 0);  // a country is not resolved to its continent
   EXPECT_EQ(GetContinentID(""), 0);
 }
 
@@ -212,9 +213,10 @@ TEST_F(CountryFileErrorTest, FailedReloadKeepsThePreviousTable) {
 }
 
 TEST_F(CountryFileErrorTest, ExtraFieldsLineEndingsAndTextNumbersAreAccepted) {
-  EXPECT_EQ(LoadError("7.6\tA\tA\tMEZ\tEUROPA\t\t\t\t\tx4\t\textra\nx\tB\tB\t\t\t\t\t\t\t\t\r"), "");
-  EXPECT_EQ(State().countries[1].CountryId, 8);   // nearest integer
-  EXPECT_EQ(State().countries[1].ContinentID, 0); // no leading number
+  EXPECT_EQ(LoadError("7.6\tA\tA\tMEZ\tEUROPA\t\t\t\t\tx4\t\textra\nx\tB\tB\t\t\t\t\t\t\t\t\r"),
+            "");
+  EXPECT_EQ(State().countries[1].CountryId, 8);    // nearest integer
+  EXPECT_EQ(State().countries[1].ContinentID, 0);  // no leading number
   EXPECT_EQ(State().countries[2].CountryShort, "B");
 }
 

@@ -28,7 +28,9 @@ class ZoneTableTest : public testing::AtlasTest {
     InitializeTimeZones("", "Zones13.bin");
     return GetTimezoneId(abbreviation);
   }
-  std::string ShortOf(std::int16_t id) { return Trim(State().zones.at(static_cast<std::size_t>(id)).TZShort); }
+  std::string ShortOf(std::int16_t id) {
+    return Trim(State().zones.at(static_cast<std::size_t>(id)).TZShort);
+  }
 };
 
 TEST(ZoneFile, FieldsSitAtTheirByteOffsetsLittleEndian) {
@@ -81,10 +83,12 @@ TEST(ZoneFile, GarbageOfAnyLengthDecodes) {
   std::mt19937 rng(3);
   for (int round = 0; round < 50; ++round) {
     std::string bytes(rng() % (kZoneFileSize + 100), '\0');
-    for (char& c : bytes) c = static_cast<char>(rng());
+    for (char& c : bytes)
+      c = static_cast<char>(rng());
     const auto table = DecodeZoneFile(bytes);
     EXPECT_EQ(table.size(), kZoneCount);
-    for (const auto& z : table) ZoneLine(z);  // every field prints
+    for (const auto& z : table)
+      ZoneLine(z);  // every field prints
   }
 }
 
@@ -99,8 +103,8 @@ TEST_F(ZoneTableTest, MissingFileLeavesOneBlankEntry) {
   EXPECT_FALSE(InitializeTimeZones("", "Nope.bin"));
   EXPECT_FALSE(State().zones_loaded);
   ASSERT_EQ(State().zones.size(), 1U);
-  EXPECT_EQ(ZoneLine(State().zones[0]), std::string(12, ' ') + "\t" + std::string(45, ' ') +
-                                             "\t0\t \t0\t0\t0");
+  EXPECT_EQ(ZoneLine(State().zones[0]),
+            std::string(12, ' ') + "\t" + std::string(45, ' ') + "\t0\t \t0\t0\t0");
   EXPECT_EQ(GetTimezoneId("MET"), 0);
 }
 
@@ -156,7 +160,8 @@ TEST_F(ZoneTableTest, ZoneZeroTakesTheCallersZoneTime) {
 
 TEST_F(ZoneTableTest, LinesKeepFieldPaddingAndPrintTheOffset) {
   const std::string line = GetTimeZoneListString(Id("IST"));
-  EXPECT_EQ(line, "IST         \tIndia Standard Time" + std::string(26, ' ') + "\t5.5\tN\t210\t-1\t1");
+  EXPECT_EQ(line,
+            "IST         \tIndia Standard Time" + std::string(26, ' ') + "\t5.5\tN\t210\t-1\t1");
 }
 
 TEST_F(ZoneTableTest, OffsetUsesTheLocaleDecimalSeparator) {

@@ -34,7 +34,9 @@ TEST_F(PlacesTest, PlacePathAsksTheHostWhenEmpty) {
   EXPECT_EQ(raised, 1);  // filled once, then kept for the process
 }
 
-TEST_F(PlacesTest, PlacePathWithoutHandlerIsEmpty) { EXPECT_EQ(places_.PlacePath(), ""); }
+TEST_F(PlacesTest, PlacePathWithoutHandlerIsEmpty) {
+  EXPECT_EQ(places_.PlacePath(), "");
+}
 
 TEST_F(PlacesTest, PlacePathIsStoredExactlyAndSharedByInstances) {
   places_.PlacePath("C:\\Atlas");
@@ -52,9 +54,9 @@ TEST_F(PlacesTest, FillCountryArrayRaisesItsEventsInOrder) {
   };
   std::vector<std::string> countries;
   places_.FillCountryArray(countries);
-  EXPECT_EQ(events, (std::vector<std::string>{"FillPlacePath " + folder_.str(),
-                                              "FillCountryFile Country.dat",
-                                              "SortCountryFile true"}));
+  EXPECT_EQ(events,
+            (std::vector<std::string>{"FillPlacePath " + folder_.str(),
+                                      "FillCountryFile Country.dat", "SortCountryFile true"}));
 }
 
 TEST_F(PlacesTest, FillCountryArrayGivesUtf8LinesInTableOrder) {
@@ -69,8 +71,9 @@ TEST_F(PlacesTest, FillCountryArrayGivesUtf8LinesInTableOrder) {
 }
 
 TEST_F(PlacesTest, HostChoosesCountryFileAndOrder) {
-  folder_.Write("Other.dat", JoinCrLf({testing::CountryDatLine(5, "Zypern", "CY", "OEZ", "EUROPA", 4),
-                                       testing::CountryDatLine(6, "Malta", "M", "MEZ", "EUROPA", 4)}));
+  folder_.Write("Other.dat",
+                JoinCrLf({testing::CountryDatLine(5, "Zypern", "CY", "OEZ", "EUROPA", 4),
+                          testing::CountryDatLine(6, "Malta", "M", "MEZ", "EUROPA", 4)}));
   places_.FillPlacePath = [&](std::string& path) { path = folder_.str(); };
   places_.FillCountryFile = [](std::string& file) { file = "Other.dat"; };
   places_.SortCountryFile = [](bool& sort) { sort = false; };
@@ -157,7 +160,8 @@ TEST_F(PlacesTest, ZoneTimeOfZoneZeroIsSharedWithLaterReaders) {
   std::vector<std::string> zones;
   places_.FillTimezoneArray(zones);
   ASSERT_EQ(zones.size(), 287U);
-  EXPECT_EQ(zones[0], "LMT         \tLocal Mean Time" + std::string(30, ' ') + "\t1.5\tL\t0\t-1\t1");
+  EXPECT_EQ(zones[0],
+            "LMT         \tLocal Mean Time" + std::string(30, ' ') + "\t1.5\tL\t0\t-1\t1");
   places_.GetTimeZoneListString(0);
   places_.FillTimezoneArray(zones);
   EXPECT_NE(zones[0].find("\t0\tL\t"), std::string::npos);

@@ -15,16 +15,21 @@ TEST(CodePage, GermanAndFrenchLettersRoundTrip) {
 
 TEST(CodePage, EveryByteRoundTripsThroughUtf8) {
   std::string all;
-  for (int b = 0; b < 256; ++b) all.push_back(static_cast<char>(b));
+  for (int b = 0; b < 256; ++b)
+    all.push_back(static_cast<char>(b));
   EXPECT_EQ(AnsiFromUtf8(Utf8FromAnsi(all)), all);
 }
 
 TEST(CodePage, UnrepresentableAndMalformedBecomeOneQuestionMarkEach) {
-  EXPECT_EQ(AnsiFromUtf8("Łódź"), "?\xF3" "d?");
-  EXPECT_EQ(AnsiFromUtf8("a\xC3"), "a?");            // truncated sequence
-  EXPECT_EQ(AnsiFromUtf8("\xFF\xFE" "b"), "??b");     // bytes that never start UTF-8
-  EXPECT_EQ(AnsiFromUtf8("\xE0\x80\x80"), "???");     // overlong encoding
-  EXPECT_EQ(AnsiFromUtf8("😀"), "?");                  // outside the BMP
+  EXPECT_EQ(AnsiFromUtf8("Łódź"),
+            "?\xF3"
+            "d?");
+  EXPECT_EQ(AnsiFromUtf8("a\xC3"), "a?");  // truncated sequence
+  EXPECT_EQ(AnsiFromUtf8("\xFF\xFE"
+                         "b"),
+            "??b");                                // bytes that never start UTF-8
+  EXPECT_EQ(AnsiFromUtf8("\xE0\x80\x80"), "???");  // overlong encoding
+  EXPECT_EQ(AnsiFromUtf8("😀"), "?");               // outside the BMP
 }
 
 TEST(CodePage, CaseMappingCoversWindows1252Letters) {

@@ -20,7 +20,8 @@ TEST(NativePath, BackslashesBecomeSlashes) {
 TEST(NativePath, ResolvesEachComponentWithoutRegardToCase) {
   TempFolder dir;
   dir.Write("Atlas/User/D.dao", "x");
-  EXPECT_EQ(NativePath(dir.str() + "\\atlas\\USER\\d.DAO"), dir.path() / "Atlas" / "User" / "D.dao");
+  EXPECT_EQ(NativePath(dir.str() + "\\atlas\\USER\\d.DAO"),
+            dir.path() / "Atlas" / "User" / "D.dao");
 }
 
 TEST(NativePath, ResolvesWindows1252LettersWithoutRegardToCase) {
@@ -40,7 +41,8 @@ TEST(NativePath, ExactSpellingWinsOverOtherCases) {
 TEST(NativePath, MissingComponentsAreKeptAsWritten) {
   TempFolder dir;
   dir.Write("Atlas/x", "x");
-  EXPECT_EQ(NativePath(dir.str() + "\\ATLAS\\USER\\New.dao"), dir.path() / "Atlas" / "USER" / "New.dao");
+  EXPECT_EQ(NativePath(dir.str() + "\\ATLAS\\USER\\New.dao"),
+            dir.path() / "Atlas" / "USER" / "New.dao");
 }
 
 TEST(NativePath, SeesFilesCreatedAfterAnEarlierLookup) {

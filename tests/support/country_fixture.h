@@ -23,7 +23,10 @@ inline std::vector<std::string> SampleCountryLines() {
       CountryDatLine(11, "\xD6sterreich", "A", "MEZ", "EUROPA", 4),
       CountryDatLine(40, "Frankreich", "F", "MEZ", "EUROPA", 4),
       CountryDatLine(120, "Russland", "SSR", "MSK", "EUROPA", 4),
-      CountryDatLine(61, "Gro\xDF" "britannien", "GBE", "GMT", "EUROPA", 4),
+      CountryDatLine(61,
+                     "Gro\xDF"
+                     "britannien",
+                     "GBE", "GMT", "EUROPA", 4),
       CountryDatLine(170, "Jugoslawien", "YU", "MEZ", "EUROPA", 4),
       CountryDatLine(9, "Australien", "AUS", "AEST", "OCEANIEN", 5),
       CountryDatLine(16, "Brasilien", "BR", "BRT", "AMERIKA", 2),
@@ -41,7 +44,8 @@ inline std::vector<std::string> SampleCountryLines() {
 
 inline std::string JoinCrLf(const std::vector<std::string>& lines) {
   std::string text;
-  for (const auto& line : lines) text += line + "\r\n";
+  for (const auto& line : lines)
+    text += line + "\r\n";
   return text;
 }
 

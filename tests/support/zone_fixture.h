@@ -12,7 +12,9 @@
 
 namespace tarv::testing {
 
-inline std::string ZonesTsvPath() { return std::string(TARV_SOURCE_DIR) + "/data/zones.tsv"; }
+inline std::string ZonesTsvPath() {
+  return std::string(TARV_SOURCE_DIR) + "/data/zones.tsv";
+}
 
 inline std::vector<ZoneRecord> ProjectZoneTable() {
   std::ifstream in(ZonesTsvPath(), std::ios::binary);
@@ -21,7 +23,9 @@ inline std::vector<ZoneRecord> ProjectZoneTable() {
 }
 
 // The bytes of "Zones13.bin" as the build writes it.
-inline std::string ProjectZoneFile() { return EncodeZoneFile(ProjectZoneTable()); }
+inline std::string ProjectZoneFile() {
+  return EncodeZoneFile(ProjectZoneTable());
+}
 
 }  // namespace tarv::testing
 

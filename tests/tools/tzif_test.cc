@@ -10,7 +10,8 @@ namespace tarv::atlas {
 namespace {
 
 void Put32(std::string& out, std::uint32_t v) {
-  for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<char>((v >> shift) & 0xFF));
+  for (int shift = 24; shift >= 0; shift -= 8)
+    out.push_back(static_cast<char>((v >> shift) & 0xFF));
 }
 void Put64(std::string& out, std::int64_t v) {
   Put32(out, static_cast<std::uint32_t>(static_cast<std::uint64_t>(v) >> 32));
@@ -31,7 +32,8 @@ std::string MakeTzif(const std::vector<std::int64_t>& times, const std::vector<s
                    std::uint32_t charcnt) {
     out += "TZif2";
     out.append(15, '\0');
-    for (std::uint32_t v : {0U, 0U, 0U, timecnt, typecnt, charcnt}) Put32(out, v);
+    for (std::uint32_t v : {0U, 0U, 0U, timecnt, typecnt, charcnt})
+      Put32(out, v);
   };
   std::string out;
   header(out, 0, 1, 1);
@@ -39,8 +41,10 @@ std::string MakeTzif(const std::vector<std::int64_t>& times, const std::vector<s
   out.push_back('\0');  // one char
   header(out, static_cast<std::uint32_t>(times.size()), static_cast<std::uint32_t>(types.size()),
          static_cast<std::uint32_t>(chars.size()));
-  for (auto t : times) Put64(out, t);
-  for (auto i : index) out.push_back(static_cast<char>(i));
+  for (auto t : times)
+    Put64(out, t);
+  for (auto i : index)
+    out.push_back(static_cast<char>(i));
   for (const auto& t : types) {
     Put32(out, static_cast<std::uint32_t>(t.offset));
     out.push_back(t.dst ? 1 : 0);
@@ -82,14 +86,17 @@ TEST(Tzif, RefusesHostileFilesWithAClearReason) {
   EXPECT_EQ(ErrorOf(good), "");
   EXPECT_NE(ErrorOf("TZif2").find("header is truncated"), std::string::npos);
   EXPECT_NE(ErrorOf("XXif" + good.substr(4)).find("bad magic"), std::string::npos);
-  EXPECT_NE(ErrorOf(good.substr(0, good.size() - 40)).find("shorter than its header"), std::string::npos);
+  EXPECT_NE(ErrorOf(good.substr(0, good.size() - 40)).find("shorter than its header"),
+            std::string::npos);
   EXPECT_NE(ErrorOf(MakeTzif({100}, {7}, kTypes, kChars)).find("type that does not exist"),
             std::string::npos);
   EXPECT_NE(ErrorOf(MakeTzif({100}, {0}, {{0, false, 40}}, kChars)).find("abbreviation index"),
             std::string::npos);
-  EXPECT_NE(ErrorOf(MakeTzif({100}, {0}, {{0, false, 0}}, std::string("LMT", 3))).find("not terminated"),
+  EXPECT_NE(
+      ErrorOf(MakeTzif({100}, {0}, {{0, false, 0}}, std::string("LMT", 3))).find("not terminated"),
+      std::string::npos);
+  EXPECT_NE(ErrorOf(MakeTzif({200, 100}, {1, 2}, kTypes, kChars)).find("out of order"),
             std::string::npos);
-  EXPECT_NE(ErrorOf(MakeTzif({200, 100}, {1, 2}, kTypes, kChars)).find("out of order"), std::string::npos);
   std::string huge = good;
   huge[44 + 1 + 6 + 1 + 20 + 12] = '\x7F';  // the 64-bit block's transition count
   EXPECT_NE(ErrorOf(huge).find("counts are out of range"), std::string::npos);
@@ -102,8 +109,8 @@ TEST(Tzif, ReadsTheMachinesBerlin) {
   EXPECT_EQ(zone.initial.abbreviation, "LMT");
   EXPECT_EQ(TypeAt(zone, 331257600).abbreviation, "CEST");  // 1980-07-01
   EXPECT_EQ(TypeAt(zone, 331257600).utc_offset, 7200);
-  EXPECT_EQ(TypeAt(zone, -772502400).utc_offset, 10800);    // 1945-07-10: double summer time
-  EXPECT_EQ(TypeAt(zone, 946684800).abbreviation, "CET");   // 2000-01-01
+  EXPECT_EQ(TypeAt(zone, -772502400).utc_offset, 10800);   // 1945-07-10: double summer time
+  EXPECT_EQ(TypeAt(zone, 946684800).abbreviation, "CET");  // 2000-01-01
 }
 
 }  // namespace

@@ -17,7 +17,8 @@ constexpr std::int64_t kYear2000 = 946684800;
 TzifZone Zone(std::vector<std::pair<std::int64_t, TzifType>> changes) {
   TzifZone zone;
   zone.initial = {3208, false, "LMT"};
-  for (auto& [at, type] : changes) zone.transitions.push_back({at, type});
+  for (auto& [at, type] : changes)
+    zone.transitions.push_back({at, type});
   return zone;
 }
 
@@ -49,16 +50,16 @@ TEST(ZonePeriods, NegativeDaylightTimeIsReadTheConventionalWay) {
 }
 
 TEST(ZonePeriods, LocalMeanTimeAndLaterPeriodsAreLeftOut) {
-  const auto periods = HistoricPeriods(Zone({{10, {3600, false, "CET"}},
-                                             {kYear2000, {7200, true, "CEST"}}}),
-                                       kYear2000);
+  const auto periods = HistoricPeriods(
+      Zone({{10, {3600, false, "CET"}}, {kYear2000, {7200, true, "CEST"}}}), kYear2000);
   ASSERT_EQ(periods.size(), 1U);
   EXPECT_EQ(periods[0].abbreviation, "CET");
 }
 
 TEST(ZonePeriods, FindsTheEntryByOffsetToTheSecondAndKind) {
   const auto table = testing::ProjectZoneTable();
-  EXPECT_EQ(Trim(table[*FindZoneEntry(table, 7200, ZoneKind::kSummer, {"MET/S"})].TZShort), "MET/S");
+  EXPECT_EQ(Trim(table[*FindZoneEntry(table, 7200, ZoneKind::kSummer, {"MET/S"})].TZShort),
+            "MET/S");
   EXPECT_EQ(Trim(table[*FindZoneEntry(table, 7200, ZoneKind::kSummer, {"X", "WET/DS"})].TZShort),
             "WAT/S");  // WET/DS is no summer entry: the first in table order
   EXPECT_EQ(Trim(table[*FindZoneEntry(table, 19800, ZoneKind::kStandard, {"IST"})].TZShort), "IST");

@@ -41,7 +41,7 @@ Counts ReadCounts(std::string_view bytes, std::size_t at, const std::string& nam
   if (bytes.size() < at + kHeaderSize) throw AtlasError(name, "TZif header is truncated");
   if (bytes.substr(at, 4) != "TZif") throw AtlasError(name, "not a TZif file (bad magic)");
   const std::size_t c = at + 20;
-  Counts n{Big32(bytes, c), Big32(bytes, c + 4), Big32(bytes, c + 8),
+  Counts n{Big32(bytes, c),      Big32(bytes, c + 4),  Big32(bytes, c + 8),
            Big32(bytes, c + 12), Big32(bytes, c + 16), Big32(bytes, c + 20)};
   if (n.time > kMaxTransitions || n.type > kMaxTypes || n.type == 0 || n.chars > kMaxChars ||
       n.leap > kMaxLeaps || (n.isstd != 0 && n.isstd != n.type) ||
@@ -109,7 +109,8 @@ TzifZone ParseTzif(std::string_view bytes, const std::string& name) {
   const std::size_t footer = data + v2.DataSize(8);
   if (footer < bytes.size() && bytes[footer] == '\n') {
     const auto end = bytes.find('\n', footer + 1);
-    if (end != std::string_view::npos) zone.footer = std::string(bytes.substr(footer + 1, end - footer - 1));
+    if (end != std::string_view::npos)
+      zone.footer = std::string(bytes.substr(footer + 1, end - footer - 1));
   }
   return zone;
 }
@@ -122,8 +123,9 @@ TzifZone ReadTzif(const std::string& path) {
 }
 
 const TzifType& TypeAt(const TzifZone& zone, std::int64_t at) {
-  const auto it = std::upper_bound(zone.transitions.begin(), zone.transitions.end(), at,
-                                   [](std::int64_t t, const TzifTransition& x) { return t < x.at; });
+  const auto it =
+      std::upper_bound(zone.transitions.begin(), zone.transitions.end(), at,
+                       [](std::int64_t t, const TzifTransition& x) { return t < x.at; });
   return it == zone.transitions.begin() ? zone.initial : std::prev(it)->type;
 }
 

@@ -10,7 +10,9 @@ namespace {
 
 constexpr std::int32_t kHour = 3600;
 
-bool IsLocalMeanTime(const TzifType& type) { return type.abbreviation == "LMT"; }
+bool IsLocalMeanTime(const TzifType& type) {
+  return type.abbreviation == "LMT";
+}
 
 }  // namespace
 
@@ -59,8 +61,8 @@ std::optional<std::int16_t> FindZoneEntry(const std::vector<ZoneRecord>& table,
     if (seconds != utc_offset || table[i].TZType != static_cast<char>(kind)) continue;
     if (!first) first = static_cast<std::int16_t>(i);
     const std::string name = Trim(table[i].TZShort);
-    const auto rank = static_cast<std::size_t>(
-        std::find(preferred.begin(), preferred.end(), name) - preferred.begin());
+    const auto rank = static_cast<std::size_t>(std::find(preferred.begin(), preferred.end(), name) -
+                                               preferred.begin());
     if (rank < best_rank) {
       best = static_cast<std::int16_t>(i);
       best_rank = rank;

@@ -16,73 +16,40 @@ void PrintTo(const CalendarTime& t, std::ostream* os) {
 
 namespace {
 
-TEST(SerialOfDate, KnownDaysOfTheHostDateType) {
+TEST(SerialOfDate, KnownDaysInTheProlepticGregorianCalendar) {
   EXPECT_EQ(SerialOfDate(1899, 12, 30), 0);
-  EXPECT_EQ(SerialOfDate(1899, 12, 29), -1);
   EXPECT_EQ(SerialOfDate(1900, 1, 1), 2);
   EXPECT_EQ(SerialOfDate(2000, 1, 1), 36526);
   EXPECT_EQ(SerialOfDate(100, 1, 1), -657434);  // first day the host's date type accepts
   EXPECT_EQ(SerialOfDate(9999, 12, 31), 2958465);
-}
-
-TEST(SerialOfDate, LeapYearsAreGregorianForEveryYear) {
-  EXPECT_EQ(SerialOfDate(2000, 3, 1) - SerialOfDate(2000, 2, 28), 2);
-  EXPECT_EQ(SerialOfDate(1900, 3, 1) - SerialOfDate(1900, 2, 28), 1);
   EXPECT_EQ(SerialOfDate(1500, 3, 1) - SerialOfDate(1500, 2, 28), 1);  // no Julian leap day
   EXPECT_EQ(SerialOfDate(0, 3, 1) - SerialOfDate(0, 2, 28), 2);
-  EXPECT_EQ(SerialOfDate(-100, 3, 1) - SerialOfDate(-100, 2, 28), 1);
-}
-
-TEST(SerialOfDate, TwoDigitYearsStayInTheFirstCentury) {
-  // 2000 years are five 400-year cycles of 146097 days.
+  // Two-digit years stay in the first century: 2000 years are five 400-year cycles.
   EXPECT_EQ(SerialOfDate(2030, 1, 1) - SerialOfDate(30, 1, 1), 5 * 146097);
-  EXPECT_EQ(SerialOfDate(2099, 6, 15) - SerialOfDate(99, 6, 15), 5 * 146097);
 }
 
 TEST(SerialOfDate, MonthAndDayRollOver) {
   EXPECT_EQ(SerialOfDate(2000, 13, 1), SerialOfDate(2001, 1, 1));
   EXPECT_EQ(SerialOfDate(2000, 0, 1), SerialOfDate(1999, 12, 1));
-  EXPECT_EQ(SerialOfDate(2000, -11, 1), SerialOfDate(1999, 1, 1));
   EXPECT_EQ(SerialOfDate(2000, -12, 1), SerialOfDate(1998, 12, 1));
-  EXPECT_EQ(SerialOfDate(2000, 25, 1), SerialOfDate(2002, 1, 1));
   EXPECT_EQ(SerialOfDate(2000, 3, 0), SerialOfDate(2000, 2, 29));
   EXPECT_EQ(SerialOfDate(1900, 3, 0), SerialOfDate(1900, 2, 28));
-  EXPECT_EQ(SerialOfDate(2000, 1, 32), SerialOfDate(2000, 2, 1));
   EXPECT_EQ(SerialOfDate(2000, 1, -30), SerialOfDate(1999, 12, 1));
   EXPECT_EQ(SerialOfDate(2000, 14, 0), SerialOfDate(2001, 1, 31));
-  EXPECT_EQ(SerialOfDate(2000, 1, 366), SerialOfDate(2000, 12, 31));
-}
-
-TEST(SerialOfDate, ExtremeArgumentsDoNotOverflow) {
   constexpr int kMax = std::numeric_limits<int>::max();
   constexpr int kMin = std::numeric_limits<int>::min();
   EXPECT_EQ(SerialOfDate(2000, 1, kMax) - SerialOfDate(2000, 1, kMax - 1), 1);
-  EXPECT_EQ(SerialOfDate(2000, 1, kMin + 1) - SerialOfDate(2000, 1, kMin), 1);
   EXPECT_LT(SerialOfDate(kMin, kMin, kMin), -7e11);
-  EXPECT_GT(SerialOfDate(kMax, kMax, kMax), 7e11);
-}
-
-TEST(SerialOfTime, IsTheFractionOfADay) {
-  EXPECT_EQ(SerialOfTime(0, 0, 0), 0);
-  EXPECT_EQ(SerialOfTime(6, 0, 0), 0.25);
-  EXPECT_EQ(SerialOfTime(12, 0, 0), 0.5);
-  EXPECT_EQ(SerialOfTime(11, 59, 60), 0.5);
-  EXPECT_EQ(SerialOfTime(24, 0, 0), 1.0);
-  EXPECT_DOUBLE_EQ(SerialOfTime(0, 0, 1), 1.0 / 86400);
-  EXPECT_DOUBLE_EQ(SerialOfTime(0, 0, 0.5), 0.5 / 86400);
 }
 
 TEST(SerialOf, TimeCountsAwayFromZeroBeforeTheEpoch) {
+  EXPECT_EQ(SerialOfTime(11, 59, 60), 0.5);
+  EXPECT_EQ(SerialOfTime(24, 0, 0), 1.0);
   EXPECT_EQ(SerialOf({1899, 12, 29, 6, 0, 0}), -1.25);
   EXPECT_EQ(SerialOf({1899, 12, 30, 6, 0, 0}), 0.25);
-  EXPECT_EQ(SerialOf({1899, 12, 31, 18, 0, 0}), 1.75);
-  EXPECT_EQ(SerialOf({1899, 12, 28, 12, 0, 0}), -2.5);
-}
-
-TEST(SerialOf, WholeDaysOfTimeCarryIntoTheDate) {
+  // Whole days of time carry into the date first.
   EXPECT_EQ(SerialOf({1899, 12, 29, 24, 0, 0}), 0);
   EXPECT_EQ(SerialOf({1899, 12, 28, 30, 0, 0}), -1.25);
-  EXPECT_EQ(SerialOf({2000, 1, 1, 36, 0, 0}), 36527.5);
   EXPECT_EQ(SerialOf({2000, 1, 1, -6, 0, 0}), 36525.75);
 }
 
@@ -90,25 +57,16 @@ TEST(CalendarOfSerial, KnownSerials) {
   EXPECT_EQ(CalendarOfSerial(-1.25), (CalendarTime{1899, 12, 29, 6, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(0), (CalendarTime{1899, 12, 30, 0, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(-0.5), (CalendarTime{1899, 12, 30, 12, 0, 0}));
-  EXPECT_EQ(CalendarOfSerial(1.75), (CalendarTime{1899, 12, 31, 18, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(36526), (CalendarTime{2000, 1, 1, 0, 0, 0}));
-  EXPECT_EQ(CalendarOfSerial(2958465.5), (CalendarTime{9999, 12, 31, 12, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(-657434), (CalendarTime{100, 1, 1, 0, 0, 0}));
-  EXPECT_EQ(CalendarOfSerial(SerialOfDate(-4712, 1, 1)), (CalendarTime{-4712, 1, 1, 0, 0, 0}));
 }
 
-TEST(CalendarOfSerial, TimeRoundsToTheNearestSecond) {
-  const double day = 36526;
-  EXPECT_EQ(CalendarOfSerial(day + 29.4 / 86400).second, 29);
-  EXPECT_EQ(CalendarOfSerial(day + 29.6 / 86400).second, 30);
-  EXPECT_EQ(CalendarOfSerial(day + 59.6 / 86400), (CalendarTime{2000, 1, 1, 0, 1, 0}));
+TEST(CalendarOfSerial, TimeRoundsToTheNearestSecondAndCarriesIntoTheNextDay) {
+  EXPECT_EQ(CalendarOfSerial(36526 + 29.4 / 86400).second, 29);
+  EXPECT_EQ(CalendarOfSerial(36526 + 59.6 / 86400), (CalendarTime{2000, 1, 1, 0, 1, 0}));
   EXPECT_EQ(CalendarOfSerial(-1 - 29.6 / 86400), (CalendarTime{1899, 12, 29, 0, 0, 30}));
-}
-
-TEST(CalendarOfSerial, RoundingUpToMidnightCarriesIntoTheNextDay) {
   EXPECT_EQ(CalendarOfSerial(36526.99999999), (CalendarTime{2000, 1, 2, 0, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(-1.99999999), (CalendarTime{1899, 12, 30, 0, 0, 0}));
-  EXPECT_EQ(CalendarOfSerial(-2.99999999), (CalendarTime{1899, 12, 29, 0, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(SerialOfDate(2000, 2, 28) + 0.999999999),
             (CalendarTime{2000, 2, 29, 0, 0, 0}));
 }
@@ -118,25 +76,21 @@ TEST(CalendarOfSerial, InvertsSerialOfOverFourCenturies) {
   // of the epoch.
   const int first = static_cast<int>(SerialOfDate(1700, 1, 1));
   const int last = static_cast<int>(SerialOfDate(2100, 12, 31));
-  int checked = 0;
+  ASSERT_EQ(last - first + 1, 401 * 365 + 97);
   for (int serial_day = first; serial_day <= last; ++serial_day) {
-    const int second_of_day = static_cast<int>((static_cast<long long>(serial_day) * 7919) % 86400);
-    const int s = second_of_day < 0 ? second_of_day + 86400 : second_of_day;
-    const CalendarTime date_only = CalendarOfSerial(serial_day);
-    ASSERT_EQ(SerialOfDate(date_only.year, date_only.month, date_only.day), serial_day);
-    CalendarTime with_time = date_only;
-    with_time.hour = s / 3600;
-    with_time.minute = s / 60 % 60;
-    with_time.second = s % 60;
-    ASSERT_EQ(CalendarOfSerial(SerialOf(with_time)), with_time) << serial_day;
-    ++checked;
+    const int wandering = static_cast<int>((static_cast<long long>(serial_day) * 7919) % 86400);
+    const int s = wandering < 0 ? wandering + 86400 : wandering;
+    CalendarTime t = CalendarOfSerial(serial_day);
+    ASSERT_EQ(SerialOfDate(t.year, t.month, t.day), serial_day);
+    t.hour = s / 3600;
+    t.minute = s / 60 % 60;
+    t.second = s % 60;
+    ASSERT_EQ(CalendarOfSerial(SerialOf(t)), t) << serial_day;
   }
-  EXPECT_EQ(checked, 146462);
 }
 
 TEST(CalendarOfSerial, NonFiniteAndHugeSerialsThrowOverflow) {
   EXPECT_THROW(CalendarOfSerial(std::nan("")), std::overflow_error);
-  EXPECT_THROW(CalendarOfSerial(std::numeric_limits<double>::infinity()), std::overflow_error);
   EXPECT_THROW(CalendarOfSerial(-std::numeric_limits<double>::infinity()), std::overflow_error);
   EXPECT_THROW(CalendarOfSerial(1e300), std::overflow_error);
   EXPECT_THROW(CalendarOfSerial(-1e13), std::overflow_error);  // year below the int range

@@ -47,6 +47,21 @@ void NudgeZero(double& jd) {
   if (jd == 0) jd = kJulianDayZeroStandIn;
 }
 
+struct JulianFields {
+  std::int16_t month = 0;
+  std::int16_t day = 0;
+  std::int16_t year = 0;
+  double hours = 0;
+};
+
+// ReverseJulian in the calendar the day itself falls in.
+JulianFields ReverseInItsCalendar(double& jd) {
+  NudgeZero(jd);
+  JulianFields f;
+  ReverseJulian(jd, MakeGregflagOfJulian(jd), f.month, f.day, f.year, f.hours);
+  return f;
+}
+
 }  // namespace
 
 double GetJulday(std::int16_t month, std::int16_t day, std::int16_t year, double hours,
@@ -116,25 +131,13 @@ std::int16_t MakeGregflagOfJulian(double jd) {
 }
 
 std::int16_t JulianYear(double jd) {
-  NudgeZero(jd);
-  std::int16_t month = 0;
-  std::int16_t day = 0;
-  std::int16_t year = 0;
-  double hours = 0;
-  ReverseJulian(jd, MakeGregflagOfJulian(jd), month, day, year, hours);
-  return year;
+  return ReverseInItsCalendar(jd).year;
 }
 
 double JulianInSerial(double& jd) {
-  NudgeZero(jd);
-  std::int16_t month = 0;
-  std::int16_t day = 0;
-  std::int16_t year = 0;
-  double hours = 0;
-  ReverseJulian(jd, MakeGregflagOfJulian(jd), month, day, year, hours);
-
-  int h = CheckedInt16(Int(hours), "hour", jd);
-  const double minutes = (hours - h) * 60;
+  const JulianFields f = ReverseInItsCalendar(jd);
+  int h = CheckedInt16(Int(f.hours), "hour", jd);
+  const double minutes = (f.hours - h) * 60;
   int mi = CheckedInt16(Int(minutes), "minute", jd);
   int s = SingleToInt16(std::fabs(minutes - mi) * 60, "second", jd);
   if (s >= 60 - kCarryEpsilon) {
@@ -146,9 +149,9 @@ double JulianInSerial(double& jd) {
     h = CheckedInt16(h + 1, "hour", jd);
   }
 
-  const double date = SerialOfDate(year, month, day);
+  const double date = SerialOfDate(f.year, f.month, f.day);
   const double time = SerialOfTime(h, mi, s);
-  return year < kFirstYearWithTimeAdded ? date - time : date + time;
+  return f.year < kFirstYearWithTimeAdded ? date - time : date + time;
 }
 
 double SerialInJulian(double serial) {

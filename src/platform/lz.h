@@ -1,0 +1,79 @@
+// LZ expansion: the classic LZOpenFile / LZRead / LZSeek / LZClose services
+// over SZDD-compressed files, and files without that header read as they
+// stand (as the classic service does, which is how the uncompressed user
+// place files are read by the same code).
+//
+// Positions and lengths are in expanded bytes. A handle refers to an expanded
+// image held in memory; no file stays open between calls. Expanded images are
+// kept in a small process-wide cache keyed by path, size and modification
+// time, so repeated lookups do not expand a file again, and a file rewritten
+// by another call or process is seen at once.
+#ifndef TARVPLACES_PLATFORM_LZ_H_
+#define TARVPLACES_PLATFORM_LZ_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tarv {
+
+// Error results of the LZ functions; the texts are LZERROR_Msg's.
+inline constexpr std::int32_t LZERROR_BADINHANDLE = -1;   // "invalid input handle"
+inline constexpr std::int32_t LZERROR_BADOUTHANDLE = -2;  // "invalid output handle"
+inline constexpr std::int32_t LZERROR_READ = -3;          // "corrupt compressed file format"
+inline constexpr std::int32_t LZERROR_WRITE = -4;         // "out of space for output file"
+inline constexpr std::int32_t LZERROR_GLOBALLOC = -5;     // "insufficient memory for LZFile struct"
+inline constexpr std::int32_t LZERROR_GLOBLOCK = -6;      // "bad global handle"
+inline constexpr std::int32_t LZERROR_BADVALUE = -7;      // "input parameter out of range"
+inline constexpr std::int32_t LZERROR_UNKNOWNALG = -8;    // "compression algorithm not recognized"
+
+// Seek origins.
+inline constexpr int kLzSeekSet = 0;
+inline constexpr int kLzSeekCurrent = 1;
+inline constexpr int kLzSeekEnd = 2;
+
+// Opens the file at the Windows-style path `path` (see NativePath) for
+// expanded reading and returns a handle (>= 0), or a negative LZERROR code: a
+// missing or unreadable file gives LZERROR_BADINHANDLE, a damaged SZDD file
+// LZERROR_READ, an unknown compression mode LZERROR_UNKNOWNALG.
+std::int32_t LZOpenFile(const std::string& path);
+
+// Copies up to `count` expanded bytes from the handle's position into
+// `buffer` and advances the position. Returns the number of bytes copied (0
+// at the end), LZERROR_BADINHANDLE for an unknown handle, LZERROR_BADVALUE
+// for a negative count.
+std::int32_t LZRead(std::int32_t handle, char* buffer, std::int32_t count);
+
+// Moves the position to `offset` from the start (origin 0), the current
+// position (1) or the end (2) of the expanded data and returns the new
+// position; LZSeek(h, 0, 2) is the expanded length. A position before the
+// start or past the end, or another origin, gives LZERROR_BADVALUE and leaves
+// the position unchanged.
+std::int32_t LZSeek(std::int32_t handle, std::int32_t offset, int origin);
+
+// Releases the handle; unknown handles are ignored.
+void LZClose(std::int32_t handle);
+
+// The expanded bytes of the file at `path` (cached), or a negative LZERROR
+// code in `error` and nullptr. For readers that want the whole image.
+std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error);
+
+// Drops the cached image of `path` (after the component rewrote the file).
+void ForgetExpandedImage(const std::string& path);
+
+// Drops every cached image.
+void ClearExpandedImages();
+
+// Expands SZDD data held in memory: the expanded bytes, or a negative LZERROR
+// code in `error`. Data without the SZDD magic comes back as it stands.
+std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error);
+
+// Compresses `data` into an SZDD file image (mode 'A', LZSS with a 4096-byte
+// window). `missing_char` is the last character of the original file name,
+// which compressed names replace by "_" ("D.da_" for "D.dao").
+std::string CompressSzdd(std::string_view data, char missing_char = '\0');
+
+}  // namespace tarv
+
+#endif  // TARVPLACES_PLATFORM_LZ_H_

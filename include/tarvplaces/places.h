@@ -22,9 +22,18 @@
 
 #include "tarvplaces/atlas_error.h"
 #include "tarvplaces/language.h"
+#include "tarvplaces/list_control.h"
 #include "tarvplaces/message_sink.h"
 
 namespace tarv {
+
+// One entry of a timetable: from `Date` on (a serial date, days since 30
+// December 1899 in local wall-clock time, or a Julian day when asked for),
+// the zone `ZoneId` of the zone table holds.
+struct TimetableRow {
+  double Date = 0.0;
+  std::int16_t ZoneId = 0;
+};
 
 class classPlaces {
  public:
@@ -90,6 +99,104 @@ class classPlaces {
   // The number of timetables of a country or state (e.g. 3 for "D", 153 for
   // "F", 0 for a country without any).
   std::int32_t HaveTimetables(const std::string& CountryShort);
+  // The same, and when the country has timetables `*Timetable` receives the
+  // timetable of the place `SearchPlace` (user places first), or 1 when the
+  // place is not found. For a country without timetables `*Timetable` is
+  // left as it was.
+  std::int32_t HaveTimetables(const std::string& CountryShort, const std::string& SearchPlace,
+                              std::int16_t* Timetable);
+
+  // ---- Places ----
+
+  // Looks `SearchPlace` up in the country or group `CountryShort` ("D",
+  // "usca", "EUROPA"): first by whole name (or by prefix when it ends in
+  // "*"), then, when that finds nothing, as a pattern that ignores accents
+  // and honours "*", "?" and "[...]" ("Munchen" finds "München"); a text of
+  // two coordinates ("48N08 11E34") finds the nearest place. The places found
+  // become the found-place list. Returns their number (at most 32767) and
+  // sets the optional outputs to the first place's longitude and latitude
+  // (decimal degrees, east and north positive) and zone identifier; all
+  // three are 0 when nothing was found.
+  std::int16_t GetPlaceData(const std::string& SearchPlace, const std::string& CountryShort,
+                            double* Longitude = nullptr, double* Latitude = nullptr,
+                            std::int16_t* TimeZoneId = nullptr);
+
+  // Runs the search of GetPlaceData and lists the places in the host's
+  // control: the trimmed name, plus " (country code)" for a continent or
+  // group; each item's data is its number in the found-place list. The
+  // optional counters receive the number found and the number listed.
+  // Returns the number found.
+  std::int32_t SearchPlacesInForm(PlaceListControl& PlaceListControl,
+                                  const std::string& SearchPlace,
+                                  const std::string& CountryShort,
+                                  std::int32_t* PlacesFound = nullptr,
+                                  std::int32_t* PlacesAdded = nullptr);
+
+  // The place of `CountryShort` nearest to the coordinates (decimal
+  // degrees), as one TAB-separated line: the 28-character name with its
+  // blanks, longitude, latitude, timetable number, and, when `RangeDegrees`
+  // is 0, the place's position in the country's list (user places first,
+  // from 0). With `RangeDegrees` only places closer than that many degrees
+  // count. Distances are plain differences of the numbers, without
+  // wrap-around at the 180th meridian. "" when no place qualifies.
+  // GetNearestPlace("D", 11.575, 48.137) might give
+  // "München                     \t11.57549\t48.13743\t1\t5012".
+  std::string GetNearestPlace(const std::string& CountryShort, double Longitude, double Latitude,
+                              double RangeDegrees = 0.0);
+
+  // Like GetPlaceData, but the outputs come from element `PlaceId` of the
+  // found-place list (0 when left out); an element number outside the
+  // search's result sets them to 0. With `Julian` (a Julian day, local time)
+  // not 0, `*TimeZoneId` is the zone in force at that moment at the place
+  // (GetPlaceDataX("München", "D", &lon, &lat, &zone, 2444422.0) gives the
+  // identifier of "MET/S" for 1 July 1980, 12:00), else the place's standard
+  // zone. Returns the number of places found.
+  std::int32_t GetPlaceDataX(const std::string& SearchPlace, const std::string& CountryShort,
+                             double* Longitude = nullptr, double* Latitude = nullptr,
+                             std::int16_t* TimeZoneId = nullptr, double Julian = 0.0,
+                             std::int32_t PlaceId = 0);
+
+  // The data of element `Id` of the found-place list as text fields:
+  // {name (trimmed), country code, longitude, latitude, timetable, zone
+  // identifier, record number}. The zone is the one in force at `Julian`
+  // when it is not 0 (then `*rIsLmt` tells whether that is local mean time
+  // and `*ZoneTime` receives its offset in hours), else the place's standard
+  // zone. Empty for an element number outside the list.
+  std::vector<std::string> GetPlaceDataOfId(std::int32_t Id, double Julian = 0.0,
+                                            bool* rIsLmt = nullptr, double* ZoneTime = nullptr);
+
+  // The zone of a place: with `Julian` (a Julian day, local time at the
+  // place) the zone in force then, else the standard zone its timetable ends
+  // on. Returns the abbreviation ("MET/S"; cut at a NUL, trailing blanks
+  // dropped) or with `LongString` the 45-character name, and sets
+  // `*GetTimezoneId`. Julian days of years before 100 are looked up at
+  // 1 January 100 (local mean time).
+  std::string GetTimezoneOfCity(const std::string& SearchPlace, const std::string& CountryShort,
+                                double Julian = 0.0, bool LongString = false,
+                                std::int16_t* GetTimezoneId = nullptr);
+
+  // The zone that holds for a country's timetable at the serial date `Datum`
+  // (local time; timetable 0 is the country's default history). The zone's
+  // fields are handed out trimmed of blanks. Returns the offset in hours
+  // east of UTC, 0 (and outputs untouched) for an unknown country or a group.
+  float Get_TZData(const std::string& CountryShort, std::int16_t Timetable, double Datum,
+                   std::string* TZShort = nullptr, std::string* TZName = nullptr,
+                   float* TZDif = nullptr, std::string* TZType = nullptr,
+                   std::int16_t* TZSortIndex = nullptr, std::uint8_t* TZShow = nullptr);
+
+  // The entries of a country's timetable, from 1 January 1700 (zone 0,
+  // local mean time) to its last change before 2000; with
+  // `GetJulianNotSerial` the dates are Julian days. Empty for an unknown
+  // country.
+  std::vector<TimetableRow> GetTimeTableArray(const std::string& Land, std::int16_t TimeTableId,
+                                              bool GetJulianNotSerial = false);
+
+  // The country's base zone abbreviation ("MEZ" for "D"); "" when unknown.
+  std::string GetCountryTimeZone(const std::string& CountryShort);
+
+  // The standard zone abbreviation a country's timetable ends on in 1999
+  // (the base zone where the country has no such history).
+  std::string GetRightTimeZone(const std::string& CountryShort, std::int16_t Timetable);
 
   // ---- Zones ----
 

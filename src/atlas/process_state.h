@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "atlas/country_table.h"
+#include "atlas/place_search.h"
 #include "atlas/zone_table.h"
 #include "tarvplaces/language.h"
 
@@ -24,6 +25,9 @@ struct ProcessState {
 
   std::vector<ZoneRecord> zones;
   bool zones_loaded = false;
+
+  // The places the last search found, numbered from 0.
+  std::vector<FoundPlace> found_places;
 
   // Created on first use and kept for the life of the process.
   std::unique_ptr<TarvLanguage> language;

@@ -1,9 +1,17 @@
 #include "tarvplaces/places.h"
 
+#include <algorithm>
+
 #include "atlas/country_table.h"
+#include "atlas/nearest_place.h"
+#include "atlas/place_search.h"
 #include "atlas/process_state.h"
+#include "atlas/timetable.h"
 #include "atlas/zone_table.h"
 #include "platform/codepage.h"
+#include "util/julian.h"
+#include "util/number_text.h"
+#include "util/text.h"
 
 namespace tarv {
 namespace {
@@ -14,6 +22,26 @@ std::string Ansi(const std::string& utf8) {
 }
 std::string Host(const std::string& ansi) {
   return Utf8FromAnsi(ansi);
+}
+
+// Hands the host's list control UTF-8 items.
+class HostListControl final : public PlaceListControl {
+ public:
+  explicit HostListControl(PlaceListControl& host) : host_(host) {}
+  void Clear() override { host_.Clear(); }
+  void AddItem(const std::string& item) override { host_.AddItem(Host(item)); }
+  std::int32_t NewIndex() const override { return host_.NewIndex(); }
+  void ItemData(std::int32_t index, std::int32_t data) override { host_.ItemData(index, data); }
+
+ private:
+  PlaceListControl& host_;
+};
+
+// Members that read the atlas make sure its tables are loaded first; the
+// loaders' deliberate results do not matter here.
+void LoadTables() {
+  InitializeCountries("", "Country.dat", false, false);
+  InitializeTimeZones("", "Zones13.bin");
 }
 
 }  // namespace
@@ -72,6 +100,46 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort) {
   return tarv::HaveTimetables(Ansi(CountryShort));
 }
 
+std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
+                                       const std::string& CountryShort, double* Longitude,
+                                       double* Latitude, std::int16_t* TimeZoneId) {
+  LoadTables();
+  const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
+  const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
+  const auto& list = FoundPlaces();
+  const bool any = found > 0 && !list.empty();
+  if (Longitude != nullptr) *Longitude = any ? static_cast<double>(list[0].Longitude) : 0.0;
+  if (Latitude != nullptr) *Latitude = any ? static_cast<double>(list[0].Latitude) : 0.0;
+  if (TimeZoneId != nullptr) *TimeZoneId = any ? static_cast<std::int16_t>(list[0].ZoneId) : 0;
+  return static_cast<std::int16_t>(std::min(found, std::int32_t{32767}));
+}
+
+std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
+                                             const std::string& SearchPlace,
+                                             const std::string& CountryShort,
+                                             std::int32_t* PlacesFound,
+                                             std::int32_t* PlacesAdded) {
+  LoadTables();
+  HostListControl control(PlaceListControl);
+  std::int32_t found = 0;
+  std::int32_t added = 0;
+  const std::int32_t result = tarv::SearchPlacesInForm(
+      control, Ansi(SearchPlace), tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), found,
+      added);
+  if (PlacesFound != nullptr) *PlacesFound = found;
+  if (PlacesAdded != nullptr) *PlacesAdded = added;
+  return result;
+}
+
+std::string classPlaces::GetNearestPlace(const std::string& CountryShort, double Longitude,
+                                         double Latitude, double RangeDegrees) {
+  LoadTables();
+  std::string line;
+  SearchNearestPlace(line, tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), Longitude,
+                     Latitude, RangeDegrees);
+  return Host(line);
+}
+
 void classPlaces::FillTimezoneArray(std::vector<std::string>& Zones) {
   CheckPlacePath();
   InitializeTimeZones("", "Zones13.bin");
@@ -99,6 +167,148 @@ std::int16_t classPlaces::GetTimezoneId(const std::string& TimezoneShort) {
 
 std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneTime) {
   return Host(tarv::GetTimeZoneListString(ZoneId, ZoneTime));
+}
+
+std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
+                                         const std::string& SearchPlace,
+                                         std::int16_t* Timetable) {
+  LoadTables();
+  const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
+  const std::int16_t count = tarv::HaveTimetables(code);
+  if (count > 0 && Timetable != nullptr) {
+    const std::string file = GetCompressedPlaceFile(code);
+    PlaceRecord place;
+    const std::string name = Ansi(SearchPlace);
+    if (Get_City_Data(Get_UserFile(file), name, place) || Get_City_Data(file, name, place)) {
+      *Timetable = place.Timetable;
+    } else {
+      *Timetable = 1;
+    }
+  }
+  return count;
+}
+
+std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
+                                        const std::string& CountryShort, double* Longitude,
+                                        double* Latitude, std::int16_t* TimeZoneId, double Julian,
+                                        std::int32_t PlaceId) {
+  LoadTables();
+  const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
+  const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
+  const auto& list = FoundPlaces();
+  const bool valid = PlaceId >= 0 && PlaceId < found &&
+                     static_cast<std::size_t>(PlaceId) < list.size();
+  const FoundPlace* place = valid ? &list[static_cast<std::size_t>(PlaceId)] : nullptr;
+  if (Longitude != nullptr) *Longitude = place ? static_cast<double>(place->Longitude) : 0.0;
+  if (Latitude != nullptr) *Latitude = place ? static_cast<double>(place->Latitude) : 0.0;
+  if (TimeZoneId != nullptr) {
+    bool lmt = false;
+    double zone_time = 0.0;
+    *TimeZoneId = place == nullptr ? std::int16_t{0}
+                  : Julian != 0.0  ? GetZonenIdOfPlaceData(*place, Julian, lmt, zone_time)
+                                   : static_cast<std::int16_t>(place->ZoneId);
+  }
+  return found;
+}
+
+std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double Julian,
+                                                       bool* rIsLmt, double* ZoneTime) {
+  LoadTables();
+  const auto& list = FoundPlaces();
+  if (Id < 0 || static_cast<std::size_t>(Id) >= list.size()) return {};
+  const FoundPlace& place = list[static_cast<std::size_t>(Id)];
+  std::int32_t zone = place.ZoneId;
+  if (Julian != 0.0) {
+    bool lmt = false;
+    double zone_time = 0.0;
+    zone = GetZonenIdOfPlaceData(place, Julian, lmt, zone_time);
+    if (rIsLmt != nullptr) *rIsLmt = lmt;
+    if (ZoneTime != nullptr) *ZoneTime = zone_time;
+  }
+  const std::string line = place.Place.TrimmedName() + '\t' + place.Country + '\t' +
+                           SingleToText(place.Longitude) + '\t' + SingleToText(place.Latitude) +
+                           '\t' + std::to_string(place.Place.Timetable) + '\t' +
+                           std::to_string(zone) + '\t' + std::to_string(place.RecordNo);
+  std::vector<std::string> fields;
+  std::size_t start = 0;
+  for (;;) {
+    const auto tab = line.find('\t', start);
+    fields.push_back(Host(line.substr(start, tab == std::string::npos ? tab : tab - start)));
+    if (tab == std::string::npos) return fields;
+    start = tab + 1;
+  }
+}
+
+std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
+                                           const std::string& CountryShort, double Julian,
+                                           bool LongString, std::int16_t* GetTimezoneId) {
+  std::int16_t timetable = 0;
+  HaveTimetables(CountryShort, SearchPlace, &timetable);
+  const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
+  ZoneRecord zone;
+  std::int16_t id = 0;
+  if (Julian != 0.0) {
+    if (const auto at = ZoneAt(code, timetable, LookupSerialOfJulian(Julian))) {
+      zone = at->zone;
+      id = at->zone_id;
+    }
+  } else {
+    id = tarv::GetTimezoneId(tarv::GetRightTimeZone(code, timetable));
+    if (static_cast<std::size_t>(id) < State().zones.size()) {
+      zone = State().zones[static_cast<std::size_t>(id)];
+    }
+  }
+  if (GetTimezoneId != nullptr) *GetTimezoneId = id;
+  if (LongString) return Host(zone.TZName);
+  // The field may hold a C-style string; blanks pad it otherwise.
+  const auto nul = zone.TZShort.find('\0');
+  return Host(Trim(nul == std::string::npos ? zone.TZShort : zone.TZShort.substr(0, nul)));
+}
+
+float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Timetable,
+                              double Datum, std::string* TZShort, std::string* TZName,
+                              float* TZDif, std::string* TZType, std::int16_t* TZSortIndex,
+                              std::uint8_t* TZShow) {
+  LoadTables();
+  ZoneRecord zone;
+  const auto at = ZoneAt(Ansi(CountryShort), Timetable, Datum);
+  if (!at) return 0.0F;
+  zone = at->zone;
+  if (TZShort != nullptr) *TZShort = Host(Trim(zone.TZShort));
+  if (TZName != nullptr) *TZName = Host(Trim(zone.TZName));
+  if (TZDif != nullptr) *TZDif = zone.TZDif;
+  if (TZType != nullptr) *TZType = Host(Trim(std::string(1, zone.TZType)));
+  if (TZSortIndex != nullptr) *TZSortIndex = zone.TZSortIndex;
+  if (TZShow != nullptr) *TZShow = zone.TZShow;
+  return zone.TZDif;
+}
+
+std::vector<TimetableRow> classPlaces::GetTimeTableArray(const std::string& Land,
+                                                         std::int16_t TimeTableId,
+                                                         bool GetJulianNotSerial) {
+  LoadTables();
+  const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(Land));
+  const std::int16_t id = tarv::GetCountryID(code);
+  std::vector<TimetableEntry> entries;
+  if (id != 0) Read_Cp_TimeTable(code, id, kSerial2000, TimeTableId, entries, IsUSA(code));
+  std::vector<TimetableRow> rows;
+  for (const auto& e : entries) {
+    rows.push_back({GetJulianNotSerial ? SerialInJulian(e.Datum) : e.Datum, e.Zone});
+  }
+  return rows;
+}
+
+std::string classPlaces::GetCountryTimeZone(const std::string& CountryShort) {
+  CheckPlacePath();
+  LoadTables();
+  return Host(Get_BaseTimeZone(Ansi(CountryShort)));
+}
+
+std::string classPlaces::GetRightTimeZone(const std::string& CountryShort,
+                                          std::int16_t Timetable) {
+  CheckPlacePath();
+  LoadTables();
+  return Host(tarv::GetRightTimeZone(Ansi(CountryShort), Timetable));
 }
 
 TarvLanguage& classPlaces::LanguageComponent() {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "atlas/process_state.h"
+#include "support/atlas_fixture.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
@@ -174,6 +175,43 @@ TEST_F(PlacesTest, MissingZoneFileGivesOneBlankLine) {
   ASSERT_EQ(zones.size(), 1U);
   EXPECT_EQ(zones[0].substr(0, 12), std::string(12, ' '));
   EXPECT_EQ(places_.GetTimezoneId("MET"), 0);
+}
+
+class PlaceLookupTest : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    WriteCountry("D", {testing::Place("M\xFCnchen", 11.57549F, 48.13743F),
+                       testing::Place("Berlin", 13.41F, 52.52F, 3)});
+  }
+  classPlaces places_;
+};
+
+TEST_F(PlaceLookupTest, GetPlaceDataHandsBackTheFirstPlace) {
+  double lon = 0;
+  double lat = 0;
+  std::int16_t zone = 0;
+  EXPECT_EQ(places_.GetPlaceData("münchen", "D", &lon, &lat, &zone), 1);
+  EXPECT_EQ(lon, static_cast<double>(11.57549F));
+  EXPECT_EQ(lat, static_cast<double>(48.13743F));
+  EXPECT_EQ(zone, places_.GetTimezoneId("MEZ"));
+  EXPECT_EQ(places_.GetPlaceData("Munchen", "d"), 1);
+}
+
+TEST_F(PlaceLookupTest, GetPlaceDataOfAnUnknownPlaceSetsZeros) {
+  double lon = 5;
+  double lat = 5;
+  std::int16_t zone = 5;
+  EXPECT_EQ(places_.GetPlaceData("Hamburg", "D", &lon, &lat, &zone), 0);
+  EXPECT_EQ(lon, 0);
+  EXPECT_EQ(lat, 0);
+  EXPECT_EQ(zone, 0);
+}
+
+TEST_F(PlaceLookupTest, NearestPlaceLineIsUtf8) {
+  EXPECT_EQ(places_.GetNearestPlace("D", 11.6, 48.1),
+            "München" + std::string(21, ' ') + "\t11.57549\t48.13743\t1\t0");
+  EXPECT_EQ(places_.GetNearestPlace("D", 0, 0, 1.0), "");
 }
 
 }  // namespace

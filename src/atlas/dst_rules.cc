@@ -1,0 +1,261 @@
+#include "atlas/dst_rules.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "tarvplaces/atlas_error.h"
+#include "util/serial_date.h"
+
+namespace tarv {
+namespace {
+
+constexpr int kMinutesPerDay = 24 * 60;
+
+int WeekdayOfSerial(double serial) {
+  // Day 0, 30 December 1899, was a Saturday.
+  const auto day = static_cast<long long>(std::floor(serial));
+  return static_cast<int>(((day + 6) % 7 + 7) % 7);
+}
+
+int DaysInMonth(int year, int month) {
+  return static_cast<int>(SerialOfDate(year, month + 1, 1) - SerialOfDate(year, month, 1));
+}
+
+std::vector<std::string_view> Split(std::string_view line, char separator) {
+  std::vector<std::string_view> parts;
+  std::size_t start = 0;
+  for (;;) {
+    const auto cut = line.find(separator, start);
+    parts.push_back(line.substr(start, cut == std::string_view::npos ? cut : cut - start));
+    if (cut == std::string_view::npos) return parts;
+    start = cut + 1;
+  }
+}
+
+bool ParseInt(std::string_view text, int& value) {
+  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return ec == std::errc() && end == text.data() + text.size() && !text.empty();
+}
+
+bool ParseClock(std::string_view text, int& minutes) {
+  const auto parts = Split(text, ':');
+  int h = 0;
+  int m = 0;
+  if (parts.size() != 2 || !ParseInt(parts[0], h) || !ParseInt(parts[1], m) || h < 0 || h > 24 ||
+      m < 0 || m > 59) {
+    return false;
+  }
+  minutes = h * 60 + m;
+  return true;
+}
+
+// "M3.5.0/02:00"
+bool ParseDayRule(std::string_view text, DayRule& rule) {
+  if (text.size() < 2 || text[0] != 'M') return false;
+  const auto slash = Split(text.substr(1), '/');
+  const auto fields = Split(slash[0], '.');
+  if (slash.size() != 2 || fields.size() != 3) return false;
+  return ParseInt(fields[0], rule.month) && ParseInt(fields[1], rule.week) &&
+         ParseInt(fields[2], rule.weekday) && rule.month >= 1 && rule.month <= 12 &&
+         rule.week >= 1 && rule.week <= 5 && rule.weekday >= 0 && rule.weekday <= 6 &&
+         ParseClock(slash[1], rule.minutes);
+}
+
+// "2000-03-26T02:00"
+bool ParseLocalTime(std::string_view text, double& serial) {
+  const auto t = Split(text, 'T');
+  if (t.size() != 2) return false;
+  const auto d = Split(t[0], '-');
+  int y = 0;
+  int m = 0;
+  int day = 0;
+  int minutes = 0;
+  if (d.size() != 3 || !ParseInt(d[0], y) || !ParseInt(d[1], m) || !ParseInt(d[2], day) ||
+      m < 1 || m > 12 || day < 1 || day > 31 || y < 1900 || y > 9999 ||
+      !ParseClock(t[1], minutes)) {
+    return false;
+  }
+  serial = SerialOfDate(y, m, day) + static_cast<double>(minutes) / kMinutesPerDay;
+  return true;
+}
+
+std::string FormatDayRule(const DayRule& r) {
+  char text[32];
+  std::snprintf(text, sizeof text, "M%d.%d.%d/%02d:%02d", r.month, r.week, r.weekday,
+                r.minutes / 60, r.minutes % 60);
+  return text;
+}
+
+std::string FormatLocalTime(double serial) {
+  const CalendarTime t = CalendarOfSerial(serial);
+  char text[32];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d", t.year, t.month, t.day, t.hour,
+                t.minute);
+  return text;
+}
+
+DayRule DayRuleOf(double serial) {
+  const CalendarTime t = CalendarOfSerial(serial);
+  DayRule rule;
+  rule.month = t.month;
+  rule.weekday = WeekdayOfSerial(SerialOfDate(t.year, t.month, t.day));
+  rule.week = t.day > DaysInMonth(t.year, t.month) - 7 ? 5 : (t.day - 1) / 7 + 1;
+  rule.minutes = t.hour * 60 + t.minute;
+  return rule;
+}
+
+int YearOf(double serial) { return CalendarOfSerial(serial).year; }
+
+}  // namespace
+
+double DayRule::SerialIn(int year) const {
+  double day = 0;
+  if (week >= 5) {
+    const double last = SerialOfDate(year, month + 1, 0);
+    day = last - ((WeekdayOfSerial(last) - weekday + 7) % 7);
+  } else {
+    const double first = SerialOfDate(year, month, 1);
+    day = first + ((weekday - WeekdayOfSerial(first) + 7) % 7) + 7.0 * (week - 1);
+  }
+  return day + static_cast<double>(minutes) / kMinutesPerDay;
+}
+
+std::pair<double, double> DstRule::PeriodIn(int year) const {
+  switch (kind) {
+    case Kind::kNone:
+      return {0.0, 0.0};
+    case Kind::kAll:
+      return {SerialOfDate(year, 1, 1), SerialOfDate(year + 1, 1, 1)};
+    case Kind::kRule:
+      return {start.SerialIn(year), end.SerialIn(year)};
+    case Kind::kDates:
+      break;
+  }
+  return {start_serial, end_serial};
+}
+
+DstRules DstRules::Parse(std::string_view text, const std::string& file) {
+  DstRules rules;
+  std::size_t line_no = 0;
+  bool header = false;
+  for (std::string_view line : Split(text, '\n')) {
+    ++line_no;
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    const auto where = "line " + std::to_string(line_no) + ": ";
+    if (!header) {
+      const auto f = Split(line, '\t');
+      int version = 0;
+      if (f.size() != 2 || f[0] != "TarvPlaces DST rules" || !ParseInt(f[1], version)) {
+        throw AtlasError(file, where + "not a summer-time rules file");
+      }
+      if (version != kDstRulesVersion) {
+        throw AtlasError(file, where + "format version " + std::string(f[1]) + " is not 1");
+      }
+      header = true;
+      continue;
+    }
+    if (line.empty() || line.front() == '#') continue;
+    const auto f = Split(line, '\t');
+    DstRuleRange r;
+    int country = 0;
+    int timetable = 0;
+    if (f.size() < 5 || !ParseInt(f[0], country) || !ParseInt(f[1], timetable) ||
+        !ParseInt(f[2], r.from_year) || !ParseInt(f[3], r.to_year) || country < 0 ||
+        country > 32767 || timetable < 0 || timetable > 32767) {
+      throw AtlasError(file, where + "expected country, timetable, years and kind");
+    }
+    if (r.to_year < r.from_year) throw AtlasError(file, where + "years run backwards");
+    r.country = static_cast<std::int16_t>(country);
+    r.timetable = static_cast<std::int16_t>(timetable);
+    bool ok = false;
+    if (f[4] == "none" && f.size() == 5) {
+      r.rule.kind = DstRule::Kind::kNone, ok = true;
+    } else if (f[4] == "all" && f.size() == 5) {
+      r.rule.kind = DstRule::Kind::kAll, ok = true;
+    } else if (f[4] == "rule" && f.size() == 7) {
+      r.rule.kind = DstRule::Kind::kRule;
+      ok = ParseDayRule(f[5], r.rule.start) && ParseDayRule(f[6], r.rule.end);
+    } else if (f[4] == "dates" && f.size() == 7 && r.from_year == r.to_year) {
+      r.rule.kind = DstRule::Kind::kDates;
+      ok = ParseLocalTime(f[5], r.rule.start_serial) && ParseLocalTime(f[6], r.rule.end_serial);
+    }
+    if (!ok) throw AtlasError(file, where + "malformed rule");
+    rules.ranges_[{r.country, r.timetable}].push_back(r);
+  }
+  if (!header) throw AtlasError(file, "line 1: not a summer-time rules file");
+  return rules;
+}
+
+std::string DstRules::Format(const std::vector<DstRuleRange>& ranges) {
+  std::string text = "TarvPlaces DST rules\t" + std::to_string(kDstRulesVersion) + "\n";
+  text += "# country\ttimetable\tfrom\tto\tkind\tstart\tend\n";
+  for (const auto& r : ranges) {
+    text += std::to_string(r.country) + '\t' + std::to_string(r.timetable) + '\t' +
+            std::to_string(r.from_year) + '\t' + std::to_string(r.to_year) + '\t';
+    switch (r.rule.kind) {
+      case DstRule::Kind::kNone:
+        text += "none";
+        break;
+      case DstRule::Kind::kAll:
+        text += "all";
+        break;
+      case DstRule::Kind::kRule:
+        text += "rule\t" + FormatDayRule(r.rule.start) + '\t' + FormatDayRule(r.rule.end);
+        break;
+      case DstRule::Kind::kDates:
+        text += "dates\t" + FormatLocalTime(r.rule.start_serial) + '\t' +
+                FormatLocalTime(r.rule.end_serial);
+        break;
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+std::optional<DstRule> DstRules::RuleFor(std::int16_t country, std::int16_t timetable,
+                                         int year) const {
+  const auto it = ranges_.find({country, timetable});
+  if (it == ranges_.end() || it->second.empty()) return std::nullopt;
+  const DstRuleRange* nearest = nullptr;
+  int nearest_gap = 0;
+  for (const auto& r : it->second) {
+    if (year >= r.from_year && year <= r.to_year) return r.rule;
+    const int gap = year < r.from_year ? r.from_year - year : year - r.to_year;
+    if (nearest == nullptr || gap < nearest_gap) {
+      nearest = &r;
+      nearest_gap = gap;
+    }
+  }
+  if (nearest->rule.kind != DstRule::Kind::kDates) return nearest->rule;
+  // Explicit dates of another year become that year's weekday rules.
+  DstRule shifted;
+  shifted.kind = DstRule::Kind::kRule;
+  shifted.start = DayRuleOf(nearest->rule.start_serial);
+  shifted.end = DayRuleOf(nearest->rule.end_serial);
+  return shifted;
+}
+
+DstRule InferDstRule(const std::vector<std::pair<double, bool>>& entries) {
+  std::optional<double> last_start;
+  std::optional<double> last_end;
+  for (std::size_t i = 1; i < entries.size(); ++i) {
+    if (entries[i].second && !entries[i - 1].second) last_start = entries[i].first;
+    if (!entries[i].second && entries[i - 1].second) last_end = entries[i].first;
+  }
+  constexpr int kLastYear = 1999;
+  DstRule rule;
+  const bool recent_start = last_start && YearOf(*last_start) > kLastYear - kInferenceYears;
+  const bool recent_end = last_end && YearOf(*last_end) > kLastYear - kInferenceYears;
+  const bool summer_at_end = !entries.empty() && entries.back().second;
+  const bool never_ended = last_start && (!last_end || *last_end < *last_start);
+  if (summer_at_end && never_ended && YearOf(*last_start) < kLastYear) {
+    rule.kind = DstRule::Kind::kAll;  // summer time begun before 1999 that never ended
+  } else if (recent_start && recent_end) {
+    rule.kind = DstRule::Kind::kRule;
+    rule.start = DayRuleOf(*last_start);
+    rule.end = DayRuleOf(*last_end);
+  }
+  return rule;
+}
+
+}  // namespace tarv

@@ -1,0 +1,103 @@
+// Summer-time rules after 1999, when the timetables end: the atlas's rules
+// file, and the rule a timetable's own last years imply.
+//
+// Rules file "DstRules.dat" (plain text, or SZDD-compressed: it is read
+// through the LZ layer). Lines end in LF or CR LF; fields are TAB-separated;
+// lines starting with "#" are comments. The first line is
+//   TarvPlaces DST rules<TAB>1
+// (the format version). Every further line is
+//   country<TAB>timetable<TAB>from year<TAB>to year<TAB>kind[<TAB>start<TAB>end]
+// with the country number of "Country.dat", the timetable number (1 for a
+// country's default history), an inclusive range of years, and one kind:
+//   none   no summer time in those years
+//   all    summer time the whole year
+//   rule   start and end as "Mm.w.d/hh:mm": month m, week w (1-4, 5 = last),
+//          weekday d (0 = Sunday), local wall-clock time, e.g. M3.5.0/02:00
+//   dates  start and end as "yyyy-mm-ddThh:mm" local wall-clock times (from
+//          year = to year)
+// A start later in the year than the end means summer time across the turn
+// of the year (southern hemisphere). Years outside every range of a
+// timetable take the rule of the nearest year that has one.
+#ifndef TARVPLACES_ATLAS_DST_RULES_H_
+#define TARVPLACES_ATLAS_DST_RULES_H_
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+namespace tarv {
+
+inline constexpr const char* kDstRulesFile = "DstRules.dat";
+inline constexpr int kDstRulesVersion = 1;
+
+// "The w-th weekday d of month m at `minutes` after local midnight".
+struct DayRule {
+  int month = 0;    // 1-12
+  int week = 0;     // 1-4, 5 = last
+  int weekday = 0;  // 0 Sunday - 6 Saturday
+  int minutes = 0;  // local wall-clock time
+
+  // The serial date (local) of this rule in `year`.
+  double SerialIn(int year) const;
+  friend bool operator==(const DayRule&, const DayRule&) = default;
+};
+
+struct DstRule {
+  enum class Kind : std::uint8_t { kNone, kAll, kRule, kDates };
+  Kind kind = Kind::kNone;
+  DayRule start;
+  DayRule end;
+  double start_serial = 0;  // kDates
+  double end_serial = 0;    // kDates
+
+  // The local start and end of summer time in `year` (serial dates); for
+  // kNone both are 0, for kAll the year's first and last moment.
+  std::pair<double, double> PeriodIn(int year) const;
+  friend bool operator==(const DstRule&, const DstRule&) = default;
+};
+
+// One line of the rules file.
+struct DstRuleRange {
+  std::int16_t country = 0;
+  std::int16_t timetable = 0;
+  int from_year = 0;
+  int to_year = 0;
+  DstRule rule;
+};
+
+// The parsed rules file.
+class DstRules {
+ public:
+  // Parses the file's text; throws AtlasError naming `file` and the line for
+  // a wrong header or version, a malformed line, or a range whose years run
+  // backwards.
+  static DstRules Parse(std::string_view text, const std::string& file);
+  // The file's text for `ranges`, in the order given.
+  static std::string Format(const std::vector<DstRuleRange>& ranges);
+
+  // The rule of a country's timetable in `year`, or nullopt when the file
+  // says nothing about that timetable.
+  std::optional<DstRule> RuleFor(std::int16_t country, std::int16_t timetable, int year) const;
+  bool empty() const { return ranges_.empty(); }
+
+ private:
+  std::map<std::pair<std::int16_t, std::int16_t>, std::vector<DstRuleRange>> ranges_;
+};
+
+// The summer-time rule a timetable's entries imply for the years after 1999:
+// the rule of the latest year before 2000 that had summer time, expressed as
+// weekday rules (e.g. "last Sunday of March at 02:00" to "last Sunday of
+// October at 03:00"), provided one of the last `kInferenceYears` years had
+// it; otherwise none. `entries` are (local serial date, is summer) pairs in
+// time order, the is-summer flag telling whether the zone from that date on
+// is a summer-time variant.
+inline constexpr int kInferenceYears = 3;
+DstRule InferDstRule(const std::vector<std::pair<double, bool>>& entries);
+
+}  // namespace tarv
+
+#endif  // TARVPLACES_ATLAS_DST_RULES_H_

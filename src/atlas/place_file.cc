@@ -1,0 +1,287 @@
+#include "atlas/place_file.h"
+
+#include <algorithm>
+
+#include "atlas/country_table.h"
+#include "atlas/place_search.h"
+#include "atlas/process_state.h"
+#include "platform/codepage.h"
+#include "platform/lz.h"
+#include "platform/message_box.h"
+#include "util/bytes.h"
+#include "util/file_tests.h"
+#include "util/text.h"
+
+namespace tarv {
+namespace {
+
+constexpr std::size_t kTimetableAt = 28;
+constexpr std::size_t kLongitudeAt = 30;
+constexpr std::size_t kLatitudeAt = 34;
+constexpr auto kRecordSize = static_cast<std::int32_t>(kPlaceRecordSize);
+// Record numbers are 16-bit: records past this one cannot be addressed and
+// are not read.
+constexpr std::int32_t kMaxRecords = 32767;
+
+// Closes its LZ handle on every way out of a reader.
+class LzHandle {
+ public:
+  explicit LzHandle(const std::string& path) : handle_(LZOpenFile(path)) {}
+  ~LzHandle() {
+    if (handle_ >= 0) LZClose(handle_);
+  }
+  LzHandle(const LzHandle&) = delete;
+  LzHandle& operator=(const LzHandle&) = delete;
+  std::int32_t get() const { return handle_; }
+
+ private:
+  std::int32_t handle_;
+};
+
+bool IsGroupName(std::string_view code) {
+  for (const char* group : {"AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"}) {
+    if (TextEqual(code, group)) return true;
+  }
+  return false;
+}
+
+// A code that could leave the place folder is no country at all.
+bool IsSafeCode(std::string_view code) {
+  return code.find_first_of("\\/:") == std::string_view::npos &&
+         code.find("..") == std::string_view::npos;
+}
+
+// Country codes are ASCII in practice; the conversion keeps a path in one
+// encoding if one is not.
+std::string PathPart(std::string_view ansi) { return Utf8FromAnsi(ansi); }
+
+std::string RemoveTrailingStops(std::string text) {
+  while (!text.empty() && text.back() == '.') text.pop_back();
+  // Names written with this abbreviation keep its closing full stop.
+  if (text.size() >= 4 && TextEqual(std::string_view(text).substr(text.size() - 4), " G.C")) {
+    text += '.';
+  }
+  return text;
+}
+
+std::int32_t ShowLzError(std::int32_t code, const std::string& file) {
+  MsgBox(Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file))), kMsgCritical, "Read_Cp_Orte");
+  return code;
+}
+
+// The range of records to read for `letter`: the start of its run and the
+// start of the next run (or the record count after the last run); 1 to 1
+// when the letter has no run. Entries cut short by the end of the file do
+// not count.
+std::pair<std::int32_t, std::int32_t> LetterRun(const std::string& index_file, char letter,
+                                                std::int32_t record_count) {
+  std::pair<std::int32_t, std::int32_t> run{1, 1};
+  if (!Exist(index_file)) return run;
+  std::int32_t error = 0;
+  const auto image = ExpandedImage(index_file, error);
+  if (!image) return run;
+  const std::string_view index = *image;
+  const std::size_t whole = index.size() / kIndexEntrySize * kIndexEntrySize;
+  for (std::size_t at = 0; at < whole; at += kIndexEntrySize) {
+    if (AnsiUpper(index[at]) != AnsiUpper(letter)) continue;
+    run.first = DecodeInt32(index, at + 1);
+    const std::size_t next = at + kIndexEntrySize;
+    run.second = next + kIndexEntrySize <= index.size() ? DecodeInt32(index, next + 1)
+                                                        : record_count;
+    break;
+  }
+  return run;
+}
+
+}  // namespace
+
+std::string PlaceRecord::TrimmedName() const { return Trim(NameField()); }
+
+void PlaceRecord::SetName(std::string_view name) {
+  Name.fill(' ');
+  std::copy_n(name.begin(), std::min(name.size(), kPlaceNameWidth), Name.begin());
+}
+
+PlaceRecord DecodePlaceRecord(std::string_view bytes) {
+  PlaceRecord place;
+  std::copy_n(bytes.begin(), kPlaceNameWidth, place.Name.begin());
+  place.Timetable = DecodeInt16(bytes, kTimetableAt);
+  place.Longitude = DecodeFloat32(bytes, kLongitudeAt);
+  place.Latitude = DecodeFloat32(bytes, kLatitudeAt);
+  return place;
+}
+
+std::string EncodePlaceRecord(const PlaceRecord& place) {
+  std::string bytes(place.NameField());
+  AppendInt16(bytes, place.Timetable);
+  AppendFloat32(bytes, place.Longitude);
+  AppendFloat32(bytes, place.Latitude);
+  return bytes;
+}
+
+std::string IndexPathOf(const std::string& place_file) {
+  const auto dot = place_file.rfind('.');
+  return (dot == std::string::npos ? place_file + "." : place_file.substr(0, dot + 1)) + "IDX";
+}
+
+std::string GetCompressedPlaceFile(std::string_view code) {
+  std::string abbreviation = Trim(GetInternalCountryAbbreviation(code));
+  if (!IsSafeCode(abbreviation)) abbreviation.clear();
+  const std::string folder = AtlasFolder("");
+  if (abbreviation.empty()) return folder;
+  if (IsGroupName(abbreviation)) return folder + PathPart(abbreviation);
+  return folder + PathPart(abbreviation) + ".dao";
+}
+
+std::string Get_UserFile(const std::string& place_file) {
+  const auto cut = place_file.rfind('\\');
+  if (cut == std::string::npos) return "USER\\" + place_file;
+  return place_file.substr(0, cut + 1) + "USER\\" + place_file.substr(cut + 1);
+}
+
+std::size_t Get_CompressedFiles(std::string_view name, std::vector<std::string>& files,
+                                std::vector<PlaceRef>& refs) {
+  files.clear();
+  refs.clear();
+  InitializeCountries("", "Country.dat", false, false);
+  if (!State().countries_loaded) return 0;
+  const std::string folder = AtlasFolder("");
+  const std::int16_t continent = GetContinentID(name);
+  if (continent == 0) {
+    const std::string code = Get_Prae(name);
+    if (code.empty() || !IsSafeCode(code)) return 0;
+    files = {folder + "USER\\" + PathPart(code) + ".dao", folder + PathPart(code) + ".dao"};
+    refs = {PlaceRef{code, 0}, PlaceRef{code, 0}};
+    return files.size();
+  }
+  const auto& table = State().countries;
+  for (std::size_t i = 1; i + kNonCountryTail < table.size(); ++i) {
+    const auto& country = table[i];
+    if (country.ContinentID != continent || !IsSafeCode(country.CountryShort)) continue;
+    const std::string code = Trim(country.CountryShort);
+    files.push_back(folder + PathPart(code) + ".dao");
+    files.push_back(folder + "USER\\" + PathPart(code) + ".dao");
+    refs.push_back(PlaceRef{code, 0});
+    refs.push_back(PlaceRef{code, 0});
+  }
+  return files.size();
+}
+
+std::int32_t ReadPlaceStructure(std::int32_t handle, PlaceRecord& place, std::int16_t length) {
+  if (length != kRecordSize) return LZERROR_BADVALUE;
+  char buffer[kPlaceRecordSize];
+  const std::int32_t read = LZRead(handle, buffer, kRecordSize);
+  if (read < 0) return read;
+  if (read < kRecordSize) return 0;  // a partial record at the end is no record
+  place = DecodePlaceRecord(std::string_view(buffer, kPlaceRecordSize));
+  return read;
+}
+
+std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
+  result = PlaceList{};
+  for (const bool user : {true, false}) {
+    const std::string file = user ? Get_UserFile(place_file) : place_file;
+    if (!Exist(file)) continue;
+    const LzHandle lz(file);
+    if (lz.get() < 0) return ShowLzError(lz.get(), file);
+    const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);
+    if (length < 0) return ShowLzError(length, file);
+    if (const std::int32_t start = LZSeek(lz.get(), 0, kLzSeekSet); start < 0) {
+      return ShowLzError(start, file);
+    }
+    const std::int32_t records = std::min(length / kRecordSize, kMaxRecords);
+    for (std::int32_t i = 1; i <= records; ++i) {
+      PlaceRecord place;
+      const std::int32_t read = ReadPlaceStructure(lz.get(), place);
+      if (read < 0) return ShowLzError(read, file);
+      if (read == 0) break;
+      if (place.IsDeleted()) continue;
+      result.Add(place, PlaceRef{"", static_cast<std::int16_t>(user ? -i : i)});
+    }
+  }
+  return static_cast<std::int32_t>(result.size());
+}
+
+std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string search,
+                                  PlaceList& result, std::int16_t pattern_mode) {
+  search = RemoveTrailingStops(Trim(search));
+  const NameTest test(search, pattern_mode != 0);
+  if (test.FindsNothing()) return 0;
+
+  std::vector<std::string> files;
+  std::vector<PlaceRef> refs;
+  Get_CompressedFiles(Get_PraePost(place_file), files, refs);
+  const char letter = GetLetter(test.LetterText())[0];
+  std::int32_t found = 0;
+  for (std::size_t f = 0; f < files.size(); ++f) {
+    const std::string& file = files[f];
+    if (!Exist(file)) continue;
+    const bool user = TextContains(file, "\\USER\\");
+    const LzHandle lz(file);
+    if (lz.get() < 0) return lz.get();
+    const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);
+    if (length < 0) return length;
+    const std::int32_t record_count = std::min(length / kRecordSize, kMaxRecords);
+    auto [start, end] = LetterRun(IndexPathOf(file), letter, record_count);
+    end = std::min(end, record_count);
+    if (start < 1 || start > record_count) continue;  // an index that points nowhere
+    const std::int32_t at = LZSeek(lz.get(), (start - 1) * kRecordSize, kLzSeekSet);
+    if (at < 0) return at;
+    for (std::int32_t i = start; i <= end; ++i) {
+      PlaceRecord place;
+      const std::int32_t read = ReadPlaceStructure(lz.get(), place);
+      if (read < 0) return read;
+      if (read == 0) break;
+      if (place.IsDeleted() || !test.Matches(place)) continue;
+      const std::int32_t position = LZSeek(lz.get(), 0, kLzSeekCurrent);
+      PlaceRef ref = refs[f];
+      ref.RecordNo = static_cast<std::int16_t>(user ? -(position / kRecordSize)
+                                                    : position / kRecordSize);
+      result.Add(place, std::move(ref));
+      ++found;
+    }
+  }
+  return found;
+}
+
+bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRecord& place) {
+  const std::string wanted = RemoveTrailingStops(std::string(name));
+  PlaceList found;
+  Read_Cp_Indexed_City(place_file, wanted, found, 0);
+  if (!wanted.empty() && wanted.back() == '*') return false;
+  const bool user_only = TextContains(place_file, "\\USER\\");
+  const std::string trimmed = Trim(wanted);
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    if ((found.refs[i].RecordNo < 0) != user_only) continue;
+    if (!TextEqual(found.places[i].TrimmedName(), trimmed)) continue;
+    place = found.places[i];
+    place.SetName(found.places[i].TrimmedName());
+    return true;
+  }
+  return false;
+}
+
+std::string LZERROR_Msg(std::int32_t code, const std::string& file_name) {
+  switch (code) {
+    case LZERROR_BADINHANDLE:
+      return "invalid input handle";
+    case LZERROR_BADOUTHANDLE:
+      return "invalid output handle";
+    case LZERROR_READ:
+      return "corrupt compressed file format";
+    case LZERROR_WRITE:
+      return "out of space for output file";
+    case LZERROR_GLOBALLOC:
+      return "insufficient memory for LZFile struct";
+    case LZERROR_GLOBLOCK:
+      return "bad global handle";
+    case LZERROR_BADVALUE:
+      return "input parameter out of range";
+    case LZERROR_UNKNOWNALG:
+      return "compression algorithm not recognized";
+    default:
+      return "Unbekannter Fehler beim Lesen der Datei " + file_name;
+  }
+}
+
+}  // namespace tarv

@@ -1,0 +1,303 @@
+#include "atlas/place_search.h"
+
+#include <array>
+#include <optional>
+
+#include "atlas/country_table.h"
+#include "atlas/nearest_place.h"
+#include "atlas/process_state.h"
+#include "atlas/timetable.h"
+#include "atlas/zone_table.h"
+#include "platform/codepage.h"
+#include "util/degrees.h"
+
+namespace tarv {
+namespace {
+
+// One accent class: its base letter, the letters folded onto it (lower case;
+// comparisons fold case), the class text of pattern form 1 and the index
+// letter. The form-1 texts are kept byte for byte as hosts know them.
+struct AccentClass {
+  char base;
+  std::string_view members;
+  std::string_view form1;
+  char index_letter;
+};
+
+constexpr std::array<AccentClass, 9> kAccentClasses = {{
+    {'a', "a\xE2\xE4\xE0\xE5\xE6\xE1", "[a\xE2\xE4\xE0\xE5\xE6\xE5\xE1", 'A'},
+    {'c', "c\xE7", "[c\xE7", 'C'},
+    {'e', "e\xE9\xEA\xEB\xE8", "[e\xE9\xEA\xEB\xE8", 'E'},
+    {'i', "i\xEF\xEE\xEC\xED", "[i\xEF\xEE\xEC\xED", 'I'},
+    {'n', "n\xF1", "[n\xF1", 'N'},
+    {'o', "o\xF2\xF4\xF6\xF3\xF5\xF8", "[o\xF2\xF4\xF6\xF3\xF5\xD8", 'O'},
+    {'s', "s\x9A", "[s\x8A", 'S'},
+    {'u', "u\xFC\xFB\xF9\xFA", "[u\xFC\xFB\xF9\xFA", 'U'},
+    {'y', "y\xFF\xFD", "[y\xFF\xFD", 'Y'},
+}};
+
+const AccentClass* ClassOf(char c) {
+  const char lower = AnsiLower(c);
+  for (const auto& k : kAccentClasses) {
+    if (k.members.find(lower) != std::string_view::npos) return &k;
+  }
+  return nullptr;
+}
+
+bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+// Letters of the code page beyond ASCII: they sort among the letters, so
+// the letters-only form keeps them.
+bool IsAccentedLetter(char c) {
+  const auto b = static_cast<unsigned char>(c);
+  return b == 0x8A || b == 0x8C || b == 0x8E || b == 0x9A || b == 0x9C || b == 0x9E ||
+         b == 0x9F || (b >= 0xC0 && b != 0xD7 && b != 0xF7);
+}
+
+bool IsNameLetter(char c) { return IsAsciiLetter(c) || IsAccentedLetter(c); }
+
+// Compares the letters-only forms of two texts without building them.
+bool LettersEqual(std::string_view a, std::string_view b) noexcept {
+  std::size_t i = 0;
+  std::size_t j = 0;
+  for (;;) {
+    while (i < a.size() && !IsNameLetter(a[i])) ++i;
+    while (j < b.size() && !IsNameLetter(b[j])) ++j;
+    if (i == a.size() || j == b.size()) return i == a.size() && j == b.size();
+    if (AnsiUpper(a[i]) != AnsiUpper(b[j])) return false;
+    ++i;
+    ++j;
+  }
+}
+
+std::string RemoveChars(std::string text, std::string_view chars) {
+  std::erase_if(text, [chars](char c) { return chars.find(c) != std::string_view::npos; });
+  return text;
+}
+
+// The zone a host gets with a found place: the standard zone its timetable
+// ends on (the country's base zone where it has no history).
+std::int32_t ZoneOfPlace(const std::string& code, std::int16_t timetable) {
+  return GetTimezoneId(GetRightTimeZone(code, timetable));
+}
+
+void StoreFound(const PlaceList& list, std::string_view default_code) {
+  auto& found = State().found_places;
+  found.clear();
+  found.reserve(list.size());
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    FoundPlace f;
+    f.Country = list.refs[i].Country.empty() ? std::string(default_code) : list.refs[i].Country;
+    f.Place = list.places[i];
+    f.RecordNo = list.refs[i].RecordNo;
+    f.Longitude = f.Place.Longitude;
+    f.Latitude = f.Place.Latitude;
+    f.ZoneId = ZoneOfPlace(f.Country, f.Place.Timetable);
+    found.push_back(std::move(f));
+  }
+}
+
+// The two parts of a text that reads as coordinates, or nullopt.
+std::optional<std::pair<std::string, std::string>> CoordinateParts(std::string_view text) {
+  std::vector<std::string> parts;
+  std::string current;
+  for (const char c : text) {
+    if (c == ' ' || c == ';' || c == '\t') {
+      if (!current.empty()) parts.push_back(std::move(current));
+      current.clear();
+    } else {
+      current += c;
+    }
+  }
+  if (!current.empty()) parts.push_back(std::move(current));
+  if (parts.size() == 1 && std::count(parts[0].begin(), parts[0].end(), ',') == 1 &&
+      parts[0].find('.') != std::string::npos) {
+    const auto comma = parts[0].find(',');
+    parts = {parts[0].substr(0, comma), parts[0].substr(comma + 1)};
+  }
+  if (parts.size() != 2) return std::nullopt;
+  for (const auto& part : parts) {
+    if (part.find_first_of("0123456789") == std::string::npos) return std::nullopt;
+    for (const char c : part) {
+      if (IsNumber(c) || std::string_view("NSEWOnsewo+-'\"\xB0").find(c) != std::string_view::npos) {
+        continue;
+      }
+      return std::nullopt;
+    }
+  }
+  return std::make_pair(parts[0], parts[1]);
+}
+
+bool HasLetterOf(const std::string& part, std::string_view letters) {
+  return part.find_first_of(letters) != std::string::npos;
+}
+
+// Latitude first unless the hemisphere letters say otherwise.
+std::optional<NearestPlace> NearestToCoordinates(std::string_view code, std::string_view text) {
+  const auto parts = CoordinateParts(text);
+  if (!parts) return std::nullopt;
+  auto [first, second] = *parts;
+  if (HasLetterOf(first, "EWOewo") || HasLetterOf(second, "NSns")) std::swap(first, second);
+  const double latitude = SignedDecOfString(first);
+  // "O" (Ost) contains no minus sign of its own; "W" and "S" do.
+  const double longitude = SignedDecOfString(second);
+  if (std::fabs(latitude) > 90.0 || std::fabs(longitude) > 180.0) return std::nullopt;
+  return FindNearestPlace(code, longitude, latitude, 0.0);
+}
+
+}  // namespace
+
+std::string GetSearchString(std::string_view text) {
+  std::string pattern;
+  if (!text.empty() && text.front() == ']') {
+    bool wildcard_seen = false;
+    for (const char c : text.substr(1)) {
+      if (wildcard_seen) {
+        pattern += c;
+      } else if (const AccentClass* k = ClassOf(c)) {
+        pattern += k->form1;
+        pattern += AnsiLower(c);
+        pattern += ']';
+      } else {
+        if (c == '*' || c == '?') wildcard_seen = true;
+        pattern += c;
+      }
+    }
+    return pattern;
+  }
+  for (const char c : text) {
+    const AccentClass* k = ClassOf(c);
+    if (k != nullptr && AnsiLower(c) != k->base) {
+      pattern += '[';
+      pattern += AnsiUpper(k->base);
+      pattern += c;
+      pattern += ']';
+    } else {
+      pattern += c;
+    }
+  }
+  return pattern;
+}
+
+std::string GetLetter(std::string_view text) {
+  if (text.empty()) return "z";
+  std::size_t at = 0;
+  if (text[0] == '\'') at = (text.size() > 1 && text[1] == '[') ? 2 : 1;
+  if (at >= text.size()) return "Z";
+  const char c = AnsiLower(text[at]);
+  if (const AccentClass* k = ClassOf(c)) return std::string(1, k->index_letter);
+  if (c >= 'a' && c <= 'z') return std::string(1, AnsiUpper(c));
+  if (c == '_') return "A";
+  return "Z";
+}
+
+std::string GetCleanString(std::string_view text) {
+  std::string letters;
+  for (const char c : text) {
+    if (IsNameLetter(c)) letters += c;
+  }
+  return letters;
+}
+
+bool CitiesAreMatching(std::string_view a, std::string_view b) noexcept {
+  return TextEqual(a, b) || LettersEqual(a, b);
+}
+
+NameTest::NameTest(std::string search, bool pattern_mode) : pattern_("") {
+  if (pattern_mode) {
+    mode_ = 1;
+    text_ = std::move(search);
+    pattern_ = WildcardPattern(RemoveChars(GetSearchString("]" + text_), " ().,"));
+  } else if (!search.empty() && search.back() == '*') {
+    mode_ = 2;
+    search.pop_back();
+    text_ = std::move(search);
+  } else {
+    text_ = std::move(search);
+  }
+}
+
+bool NameTest::Matches(const PlaceRecord& place) const {
+  switch (mode_) {
+    case 1:
+      return pattern_.Matches(GetCleanString(place.TrimmedName()));
+    case 2:
+      return CitiesAreMatching(place.NameField().substr(0, text_.size()), text_);
+    default:
+      return CitiesAreMatching(Trim(place.NameField()), text_);
+  }
+}
+
+std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search) {
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  const std::string file = GetCompressedPlaceFile(mapped);
+  const std::string text = Trim(search);
+  PlaceList list;
+  if (text == "*") {
+    Read_Cp_ORTE(file, list);
+    StoreFound(list, mapped);
+    return static_cast<std::int32_t>(list.size());
+  }
+  // First the exact or prefix search; a trailing "?" asks for the beginning.
+  std::string first = text;
+  while (!first.empty() && first.back() == '?') first.pop_back();
+  if (first.size() != text.size()) first += '*';
+  Read_Cp_Indexed_City(file, first, list, 0);
+  if (list.size() == 0) Read_Cp_Indexed_City(file, text, list, 1);
+  if (list.size() == 0) {
+    if (const auto nearest = NearestToCoordinates(mapped, text)) {
+      list.Add(nearest->place, nearest->ref);
+    }
+  }
+  StoreFound(list, mapped);
+  return static_cast<std::int32_t>(list.size());
+}
+
+const std::vector<FoundPlace>& FoundPlaces() { return State().found_places; }
+
+std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view search,
+                                std::string_view code, std::int32_t& places_found,
+                                std::int32_t& places_added) {
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  places_found = SearchandStorePlaces(mapped, search);
+  control.Clear();
+  const bool group = GetContinentID(mapped) != 0;
+  auto& found = State().found_places;
+  for (places_added = 0; places_added < places_found; ++places_added) {
+    FoundPlace& f = found[static_cast<std::size_t>(places_added)];
+    const std::string name = f.Place.TrimmedName();
+    f.Place.SetName(name);
+    control.AddItem(group ? name + " (" + f.Country + ")" : name);
+    control.ItemData(control.NewIndex(), places_added);
+  }
+  return places_found;
+}
+
+std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
+                               PlaceListControl& control, bool prefix) {
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  search = Trim(search);
+  std::string text = search;
+  const bool pattern = text.find_first_of("?[") != std::string::npos;
+  if (prefix && !pattern && (text.empty() || text.back() != '*')) text += '*';
+  const std::string file = GetCompressedPlaceFile(mapped);
+  PlaceList list;
+  if (text == "*") {
+    Read_Cp_ORTE(file, list);
+  } else {
+    Read_Cp_Indexed_City(file, text, list, pattern ? 1 : 0);
+  }
+  control.Clear();
+  const bool group = GetContinentID(mapped) != 0;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const auto& place = list.places[i];
+    std::string item = place.TrimmedName() + '\t' + DegreeStringOfDec(place.Longitude, kLongitudeFlags) +
+                       '\t' + DegreeStringOfDec(place.Latitude, kLatitudeFlags);
+    if (group) item += '\t' + list.refs[i].Country;
+    control.AddItem(item);
+    control.ItemData(control.NewIndex(), list.refs[i].RecordNo);
+  }
+  return static_cast<std::int32_t>(list.size());
+}
+
+}  // namespace tarv

@@ -1,0 +1,120 @@
+// Place search: the accent-folding pattern, the index letter, the
+// letters-only comparison, the three name tests, and the found-place list
+// that searches fill for the host.
+//
+// Search modes: 0 whole name, 1 pattern with accent folding, 2 prefix. Texts
+// are Windows-1252; all comparisons ignore case.
+#ifndef TARVPLACES_ATLAS_PLACE_SEARCH_H_
+#define TARVPLACES_ATLAS_PLACE_SEARCH_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "atlas/place_file.h"
+#include "tarvplaces/list_control.h"
+#include "util/text.h"
+
+namespace tarv {
+
+// The search pattern of a text. A text starting with "]" gives form 1 from
+// its second character on: every letter of an accent class becomes the whole
+// class plus itself in brackets ("u" and "ü" both become "[uüûùú" + the
+// letter + "]"), until the first "*" or "?", after which everything is taken
+// as typed. Any other text gives form 2: only accented letters are replaced,
+// by "[" + the base letter in capitals + the letter + "]" ("é" becomes
+// "[Eé]"). The class texts are kept as hosts know them (the a-class lists
+// "å" twice, the o-class ends in "Ø", the s-class holds only "Š").
+std::string GetSearchString(std::string_view text);
+
+// The capital letter whose index run holds a search text: the first
+// character, or the second after an apostrophe (the third when that is "["),
+// mapped through the accent classes ("ü" gives "U"); "_" gives "A", a digit
+// or any other sign "Z", and an empty text "z".
+std::string GetLetter(std::string_view text);
+
+// The letters of `text` in their order, accented ones included; blanks,
+// digits, hyphens, apostrophes, full stops and other signs dropped:
+// GetCleanString("St. Gallen") is "StGallen".
+std::string GetCleanString(std::string_view text);
+
+// True when two names are the same place name: equal without regard to
+// case, or equal in their letters only ("St. Gallen" and "St Gallen").
+bool CitiesAreMatching(std::string_view a, std::string_view b) noexcept;
+
+// The name test a search applies to each record of an index run.
+class NameTest {
+ public:
+  // `search` is the prepared search text (trimmed, trailing full stops
+  // handled). With `pattern_mode` the test is mode 1; otherwise a trailing
+  // "*" (removed) gives mode 2 and anything else mode 0.
+  NameTest(std::string search, bool pattern_mode);
+
+  int mode() const { return mode_; }
+  // Modes 0 and 2 find nothing for an empty text.
+  bool FindsNothing() const { return mode_ != 1 && text_.empty(); }
+  // The text whose first letter selects the index run.
+  const std::string& LetterText() const { return text_; }
+  bool Matches(const PlaceRecord& place) const;
+
+ private:
+  int mode_ = 0;
+  std::string text_;
+  WildcardPattern pattern_;
+};
+
+// One element of the found-place list.
+struct FoundPlace {
+  std::string Country;  // code of the place's country file
+  PlaceRecord Place;
+  std::int16_t RecordNo = 0;  // as in PlaceRef
+  float Longitude = 0.0F;
+  float Latitude = 0.0F;
+  std::int32_t ZoneId = 0;  // the zone the host gets for this place
+};
+
+// Runs a search for `search` in the country or group `code` and stores the
+// places in the found-place list (replacing the last search's), numbered
+// from 0; returns their number.
+//
+// "*" alone lists every place of the country's file pair. Any other text is
+// first searched by whole name, or by prefix when it ends in "*"; a trailing
+// "?" counts as that "*" here. Only when that finds nothing is it searched
+// again as an accent-folding pattern, which honours "*", "?" and "[...]"
+// anywhere: "Munchen" finds "München" then. When that finds nothing either
+// and the text reads as two coordinates ("48N08 11E34", "48.14; 11.58",
+// latitude first unless the letters say otherwise), the place nearest to
+// them is stored. A lookup never writes the user's places.
+std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search);
+
+// The found-place list of the last search.
+const std::vector<FoundPlace>& FoundPlaces();
+
+// Runs SearchandStorePlaces for the internal code of `code` and lists the
+// places in `control` (cleared first): each name trimmed (and written back
+// trimmed into the found-place list), followed by " (" + country code + ")"
+// when `code` is a continent or group; each item's data is its element number
+// in the found-place list. `places_found` receives the search's result and
+// `places_added` the number of items added. Item texts are Windows-1252 here;
+// the public class converts them for the host. Returns the search's result.
+std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view search,
+                                std::string_view code, std::int32_t& places_found,
+                                std::int32_t& places_added);
+
+// Fills the place manager's list with the places of `code` matching
+// `search`: the text is trimmed (and handed back trimmed) and, with
+// `prefix`, gets a "*" appended unless it already ends in one or holds a "?",
+// so that typing the beginning of a name lists every place starting with it.
+// A text holding "?" or "[" is searched as an accent-folding pattern. "*"
+// alone lists the whole file pair. Each item is the trimmed name, TAB,
+// longitude and latitude in degree notation ("011E34' 33"", "48N08' 15""),
+// and for a continent or group a TAB and the country code; its data is the
+// place's record number (negative for a user place). Returns the number of
+// items.
+std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
+                               PlaceListControl& control, bool prefix);
+
+}  // namespace tarv
+
+#endif  // TARVPLACES_ATLAS_PLACE_SEARCH_H_

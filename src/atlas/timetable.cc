@@ -1,0 +1,390 @@
+#include "atlas/timetable.h"
+
+#include <cmath>
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include "atlas/country_table.h"
+#include "atlas/dst_rules.h"
+#include "atlas/place_file.h"
+#include "atlas/process_state.h"
+#include "platform/codepage.h"
+#include "platform/lz.h"
+#include "platform/message_box.h"
+#include "tarvplaces/atlas_error.h"
+#include "util/bytes.h"
+#include "util/file_tests.h"
+#include "util/julian.h"
+#include "util/serial_date.h"
+#include "util/text.h"
+
+namespace tarv {
+namespace {
+
+constexpr auto kRecordSize = static_cast<std::int32_t>(kTimetableRecordSize);
+// One second, in days: the tolerance of the summer-time test.
+constexpr double kOneSecond = 1.0 / (24.0 * 3600.0);
+// The codes that stand for the last three zones of the loaded table.
+constexpr std::int16_t kLastZoneCode = 140;
+
+bool IsSectionMarker(double datum) { return datum <= -kSectionMarkerStep; }
+bool IsBlockMarker(double datum) {
+  return !IsSectionMarker(datum) && datum <= -kBlockMarkerStep &&
+         std::fmod(-datum, kBlockMarkerStep) == 0.0;
+}
+std::int64_t SectionNumber(double datum) {
+  return static_cast<std::int64_t>(std::floor(std::fabs(datum) / kSectionMarkerStep));
+}
+
+// Where each country's section starts in one expanded timetable image.
+class SectionIndex {
+ public:
+  std::optional<std::int32_t> Find(const std::string& path, std::int16_t country) {
+    std::int32_t error = 0;
+    auto image = ExpandedImage(path, error);
+    if (!image) return std::nullopt;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    auto& entry = files_[path];
+    if (entry.image != image) {
+      entry.image = image;
+      entry.sections = Scan(*image);
+    }
+    const auto it = entry.sections.find(country);
+    if (it == entry.sections.end()) return std::nullopt;
+    return it->second;
+  }
+
+ private:
+  struct File {
+    std::shared_ptr<const std::string> image;
+    std::map<std::int64_t, std::int32_t> sections;
+  };
+  static std::map<std::int64_t, std::int32_t> Scan(std::string_view image) {
+    std::map<std::int64_t, std::int32_t> sections;
+    for (std::size_t at = 0; at + kTimetableRecordSize <= image.size(); at += kTimetableRecordSize) {
+      const double datum = DecodeFloat64(image, at);
+      if (IsSectionMarker(datum)) sections.emplace(SectionNumber(datum), static_cast<std::int32_t>(at));
+    }
+    return sections;
+  }
+  std::mutex mutex_;
+  std::map<std::string, File> files_;
+};
+
+SectionIndex& Sections() {
+  static SectionIndex index;
+  return index;
+}
+
+struct RawRecord {
+  double datum = 0;
+  std::int16_t zone = 0;
+};
+
+// Reads one record; 0 at the end, negative for an LZ error.
+std::int32_t ReadRecord(std::int32_t handle, RawRecord& record) {
+  char buffer[kTimetableRecordSize];
+  const std::int32_t read = LZRead(handle, buffer, kRecordSize);
+  if (read < kRecordSize) return read < 0 ? read : 0;
+  const std::string_view bytes(buffer, kTimetableRecordSize);
+  record = {DecodeFloat64(bytes, 0), DecodeInt16(bytes, 8)};
+  return read;
+}
+
+std::int16_t MapZoneCode(std::int16_t code, const std::string& file, std::int16_t country,
+                         std::int32_t number) {
+  const auto last = static_cast<std::int16_t>(State().zones.size() - 1);
+  if (code >= kLastZoneCode - 2 && code <= kLastZoneCode) {
+    return static_cast<std::int16_t>(last - (kLastZoneCode - code));
+  }
+  if (code < 0 || code > last) {
+    throw AtlasError(file, "country " + std::to_string(country) + ", timetable " +
+                               std::to_string(number) + ": zone " + std::to_string(code) +
+                               " is not in the zone table");
+  }
+  return code;
+}
+
+double FranceCorrected(double datum) {
+  const CalendarTime t = CalendarOfSerial(datum);
+  if (t.month != 5 || t.year <= 1975) return datum;
+  CalendarTime moved = t;
+  moved.month += 4;
+  return SerialOf(moved);
+}
+
+std::int16_t ShowTimetableError(std::int32_t code, const std::string& file,
+                                const std::vector<TimetableEntry>& result) {
+  MsgBox(Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file))), kMsgCritical, "Read_Cp_TimeTable");
+  return static_cast<std::int16_t>(result.size());
+}
+
+class LzHandle {
+ public:
+  explicit LzHandle(const std::string& path) : handle_(LZOpenFile(path)) {}
+  ~LzHandle() {
+    if (handle_ >= 0) LZClose(handle_);
+  }
+  LzHandle(const LzHandle&) = delete;
+  LzHandle& operator=(const LzHandle&) = delete;
+  std::int32_t get() const { return handle_; }
+
+ private:
+  std::int32_t handle_;
+};
+
+std::optional<std::size_t> CountryPosition(std::string_view code) {
+  const std::int16_t id = GetCountryID(code);
+  if (id == 0) return std::nullopt;
+  const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
+  const auto& table = State().countries;
+  if (index == 0 || index + kNonCountryTail >= table.size()) return std::nullopt;
+  return index;
+}
+
+const CountryRecord* CountryOf(std::string_view code) {
+  const auto position = CountryPosition(code);
+  return position ? &State().countries[*position] : nullptr;
+}
+
+ZoneAtDate ZoneOfId(std::int16_t id) {
+  const auto& zones = State().zones;
+  const auto index = static_cast<std::size_t>(id);
+  return {id, index < zones.size() ? zones[index] : ZoneRecord{}};
+}
+
+// The entries of a timetable as the zone lookups use them; timetable 0 reads
+// block 1. Fewer than two entries means the file has no such history.
+std::vector<TimetableEntry> History(const CountryRecord& country, std::int16_t timetable) {
+  std::vector<TimetableEntry> entries;
+  Read_Cp_TimeTable(country.CountryShort, country.CountryId, kSerial2000,
+                    timetable == 0 ? 1 : timetable, entries, IsUSA(country.CountryShort));
+  return entries;
+}
+
+bool HasHistory(const std::vector<TimetableEntry>& entries) { return entries.size() > 1; }
+
+std::int16_t ZoneInHistory(const std::vector<TimetableEntry>& entries, double date) {
+  std::int16_t zone = 0;
+  for (const auto& e : entries) {
+    if (e.Datum > date) break;
+    zone = e.Zone;
+  }
+  return zone;
+}
+
+bool IsSummerZone(const ZoneRecord& zone) {
+  return zone.TZType == 'S' || zone.TZType == 'D' || Trim(zone.TZShort).find("/S") != std::string::npos;
+}
+
+// The standard zone a history ends on in 1999 (January, or July where
+// January is summer time south of the equator).
+std::int16_t StandardZoneOf1999(const std::vector<TimetableEntry>& entries) {
+  const std::int16_t january = ZoneInHistory(entries, kSerial1999);
+  if (!IsSummerZone(ZoneOfId(january).zone)) return january;
+  return ZoneInHistory(entries, kSerial1999 + 181);
+}
+
+std::int16_t SummerVariantOf(std::int16_t standard) {
+  const ZoneRecord& zone = ZoneOfId(standard).zone;
+  const std::string name = Trim(zone.TZShort);
+  if (name.empty()) return standard;
+  const std::string variant = UCase(name) == "GMT" ? "WET/S" : name + "/S";
+  if (const std::int16_t id = GetTimezoneId(variant); id != 0) return id;
+  const auto& zones = State().zones;
+  for (std::size_t i = 1; i < zones.size(); ++i) {
+    if (zones[i].TZType == 'S' && zones[i].TZDif == zone.TZDif + 1.0F) {
+      return static_cast<std::int16_t>(i);
+    }
+  }
+  return standard;
+}
+
+const DstRules* RulesFile() {
+  static std::mutex mutex;
+  static std::shared_ptr<const std::string> image;
+  static DstRules rules;
+  const std::string path = AtlasFolder("") + kDstRulesFile;
+  if (!Exist(path)) return nullptr;
+  std::int32_t error = 0;
+  auto current = ExpandedImage(path, error);
+  if (!current) return nullptr;
+  const std::lock_guard<std::mutex> lock(mutex);
+  if (current != image) {
+    rules = DstRules::Parse(*current, path);
+    image = current;
+  }
+  return &rules;
+}
+
+DstRule RuleOf(const CountryRecord& country, std::int16_t timetable,
+               const std::vector<TimetableEntry>& history, int year) {
+  if (const DstRules* rules = RulesFile()) {
+    const std::int16_t number = timetable == 0 ? std::int16_t{1} : timetable;
+    if (auto rule = rules->RuleFor(country.CountryId, number, year)) return *rule;
+  }
+  std::vector<std::pair<double, bool>> summer;
+  summer.reserve(history.size());
+  for (const auto& e : history) summer.emplace_back(e.Datum, IsSummerZone(ZoneOfId(e.Zone).zone));
+  return InferDstRule(summer);
+}
+
+bool InSummerTime(const DstRule& rule, int year, double date) {
+  if (rule.kind == DstRule::Kind::kNone) return false;
+  if (rule.kind == DstRule::Kind::kAll) return true;
+  const auto [start, end] = rule.PeriodIn(year);
+  const double at = date + kOneSecond;
+  // A start after the end: summer time spans the turn of the year.
+  return start <= end ? (at >= start && at < end) : (at >= start || at < end);
+}
+
+}  // namespace
+
+std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections) {
+  std::string bytes;
+  auto record = [&bytes](double datum, std::int16_t zone) {
+    AppendFloat64(bytes, datum);
+    AppendInt16(bytes, zone);
+  };
+  for (const auto& section : sections) {
+    record(-kSectionMarkerStep * section.country, 0);
+    for (std::size_t n = 0; n < section.timetables.size(); ++n) {
+      record(-kBlockMarkerStep * static_cast<double>(n + 1), 0);
+      for (const auto& e : section.timetables[n]) record(e.Datum, e.Zone);
+    }
+  }
+  return bytes;
+}
+
+std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, double reference,
+                               std::int32_t number, std::vector<TimetableEntry>& result,
+                               bool usa, const std::string& folder) {
+  if (!InitializeCountries("", "Country.dat", false, false) ||
+      !InitializeTimeZones("", "Zones13.bin")) {
+    return 0;
+  }
+  const bool france = country_id == GetCountryID("F");
+  if (reference > kSerial2000) {
+    result.assign(1, TimetableEntry{});
+    return 0;
+  }
+  if (reference < kSmallestSerial) {
+    result.assign(1, TimetableEntry{kSerial1700, 0});
+    return 1;
+  }
+  if (country_id == 0) return 0;
+  const std::string file = AtlasFolder(folder) + (usa ? "TTUSA.dao" : "ttx.dao");
+  if (!Exist(file)) return 0;
+
+  result.assign(1, TimetableEntry{kSerial1700, 0});
+  const auto section = Sections().Find(file, country_id);
+  if (!section) return static_cast<std::int16_t>(result.size());
+  const LzHandle lz(file);
+  if (lz.get() < 0) return ShowTimetableError(lz.get(), file, result);
+  if (const std::int32_t at = LZSeek(lz.get(), *section + kRecordSize, kLzSeekSet); at < 0) {
+    return ShowTimetableError(at, file, result);
+  }
+  const double wanted = -kBlockMarkerStep * number;
+  bool in_block = false;
+  RawRecord r;
+  for (;;) {
+    const std::int32_t read = ReadRecord(lz.get(), r);
+    if (read < 0) return ShowTimetableError(read, file, result);
+    if (read == 0 || IsSectionMarker(r.datum)) break;
+    if (IsBlockMarker(r.datum)) {
+      if (in_block) break;
+      in_block = r.datum == wanted;
+      continue;
+    }
+    if (!in_block) continue;
+    if (result.size() >= 32767) break;  // the count is 16-bit
+    const double datum = france && std::isfinite(r.datum) && std::fabs(r.datum) < 3e6
+                             ? FranceCorrected(r.datum)
+                             : r.datum;
+    result.push_back({datum, MapZoneCode(r.zone, file, country_id, number)});
+  }
+  return static_cast<std::int16_t>(result.size());
+}
+
+std::optional<ZoneAtDate> ZoneAt(std::string_view code, std::int16_t timetable, double date) {
+  InitializeCountries("", "Country.dat", false, false);
+  InitializeTimeZones("", "Zones13.bin");
+  if (!std::isfinite(date)) return std::nullopt;
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  const CountryRecord* country = CountryOf(mapped);
+  if (country == nullptr) return std::nullopt;
+  const auto history = History(*country, timetable);
+  if (!HasHistory(history) && timetable == 0) {
+    ZoneRecord base;
+    const std::int16_t id = Fill_BaseTimeZoneData(mapped, base);
+    return ZoneAtDate{id, base};
+  }
+  if (date <= kSerial2000) return ZoneOfId(ZoneInHistory(history, date));
+
+  const std::int16_t standard = StandardZoneOf1999(history);
+  const int year = CalendarOfSerial(std::min(date, 2958465.0)).year;
+  const DstRule rule = RuleOf(*country, timetable, history, year);
+  return ZoneOfId(InSummerTime(rule, year, date) ? SummerVariantOf(standard) : standard);
+}
+
+float Get_TZData(std::string_view code, std::int16_t timetable, double date, ZoneRecord& record) {
+  const auto zone = ZoneAt(code, timetable, date);
+  if (!zone) return 0.0F;
+  record = zone->zone;
+  return record.TZDif;
+}
+
+double GetDaylightSavingDate(std::string_view code, std::int16_t timetable, int year,
+                             std::int16_t end_flag) {
+  InitializeCountries("", "Country.dat", false, false);
+  InitializeTimeZones("", "Zones13.bin");
+  const CountryRecord* country = CountryOf(GetInternalCountryAbbreviation(code));
+  if (country == nullptr) return 0.0;
+  const DstRule rule = RuleOf(*country, timetable, History(*country, timetable), year);
+  const auto [start, end] = rule.PeriodIn(year);
+  return end_flag == 0 ? start : end;
+}
+
+std::string Get_BaseTimeZone(std::string_view code) {
+  const CountryRecord* country = CountryOf(GetInternalCountryAbbreviation(code));
+  return country == nullptr ? std::string() : Trim(country->TimezoneShort);
+}
+
+std::int16_t Fill_BaseTimeZoneData(std::string_view code, ZoneRecord& record) {
+  const std::int16_t id = GetTimezoneId(Get_BaseTimeZone(code));
+  record = ZoneOfId(id).zone;
+  return id;
+}
+
+std::string GetRightTimeZone(std::string_view code, std::int16_t timetable) {
+  InitializeCountries("", "Country.dat", false, false);
+  InitializeTimeZones("", "Zones13.bin");
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  const CountryRecord* country = CountryOf(mapped);
+  if (country == nullptr) return {};
+  const auto history = History(*country, timetable);
+  if (!HasHistory(history)) return Get_BaseTimeZone(mapped);
+  return Trim(ZoneOfId(StandardZoneOf1999(history)).zone.TZShort);
+}
+
+double LookupSerialOfJulian(double julian) {
+  if (!std::isfinite(julian)) return kSmallestSerial;
+  try {
+    if (JulianYear(julian) < 100) return kSmallestSerial;
+    return JulianInSerial(julian);
+  } catch (const std::overflow_error&) {
+    return kSmallestSerial;
+  }
+}
+
+std::int16_t GetZonenIdOfPlaceData(const FoundPlace& place, double julian, bool& is_lmt,
+                                   double& zone_time) {
+  const auto zone = ZoneAt(place.Country, place.Place.Timetable, LookupSerialOfJulian(julian));
+  const ZoneRecord record = zone ? zone->zone : ZoneRecord{};
+  zone_time = record.TZDif;
+  is_lmt = UCase(Trim(record.TZShort)) == "LMT";
+  return zone ? zone->zone_id : std::int16_t{0};
+}
+
+}  // namespace tarv

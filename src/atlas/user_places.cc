@@ -1,0 +1,164 @@
+#include "atlas/user_places.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "atlas/country_table.h"
+#include "atlas/place_search.h"
+#include "atlas/process_state.h"
+#include "export/atomic_file.h"
+#include "platform/lz.h"
+#include "platform/paths.h"
+#include "tarvplaces/atlas_error.h"
+#include "util/bytes.h"
+#include "util/sort.h"
+#include "util/text.h"
+
+namespace fs = std::filesystem;
+
+namespace tarv {
+namespace {
+
+// Holds an exclusive advisory lock on a folder for one read-modify-write.
+// The folder, not the user file, is locked: the file is replaced by rename,
+// so a lock on it would not be seen by a writer that opened the new one.
+class FolderLock {
+ public:
+  explicit FolderLock(const fs::path& folder)
+      : fd_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    if (fd_ < 0) throw AtlasError(folder.string(), std::string("cannot lock: ") + std::strerror(errno));
+    while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
+    }
+  }
+  ~FolderLock() {
+    ::flock(fd_, LOCK_UN);
+    ::close(fd_);
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+ private:
+  int fd_;
+};
+
+struct UserFile {
+  std::string path;      // Windows-style
+  fs::path native;       // on disk
+  fs::path native_index;
+};
+
+std::optional<UserFile> UserFileOf(std::int32_t country_id) {
+  InitializeCountries("", "Country.dat", false, false);
+  if (!State().countries_loaded) return std::nullopt;
+  const auto index = static_cast<std::size_t>(GetCountryIndexOfID(country_id));
+  const auto& table = State().countries;
+  if (index == 0 || index >= table.size()) return std::nullopt;
+  const std::string place_file = GetCompressedPlaceFile(table[index].CountryShort);
+  if (place_file.empty() || place_file.back() == '\\') return std::nullopt;
+  UserFile file;
+  file.path = Get_UserFile(place_file);
+  file.native = NativePath(file.path);
+  file.native_index = NativePath(IndexPathOf(file.path));
+  return file;
+}
+
+std::string ReadBytes(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::vector<std::string> ReadRecords(const fs::path& file) {
+  const std::string bytes = ReadBytes(file);
+  std::vector<std::string> records;
+  for (std::size_t at = 0; at + kPlaceRecordSize <= bytes.size(); at += kPlaceRecordSize) {
+    records.push_back(bytes.substr(at, kPlaceRecordSize));
+  }
+  return records;
+}
+
+std::string CleanName(const PlaceRecord& place) {
+  std::string name(place.NameField());
+  std::replace_if(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; },
+                  ' ');
+  return Trim(name);
+}
+
+// The record's name field as stored.
+std::string_view NameOf(const std::string& record) {
+  return std::string_view(record).substr(0, kPlaceNameWidth);
+}
+
+}  // namespace
+
+std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
+  const auto file = UserFileOf(place.CountryId);
+  if (!file) return 0;
+  const std::string name = CleanName(place.Place);
+  if (name.empty() || name.front() == kDeletedMark) return 0;
+  PlaceRecord added = place.Place;
+  added.SetName(name);
+  const std::string wanted(added.NameField());
+  const char letter = GetLetter(name)[0];
+
+  std::error_code ec;
+  fs::create_directories(file->native.parent_path(), ec);
+  if (ec) throw AtlasError(file->path, "cannot create the USER folder: " + ec.message());
+  const FolderLock lock(file->native.parent_path());
+
+  std::vector<std::string> records = ReadRecords(file->native);
+  for (const auto& r : records) {
+    if (GetLetter(Trim(NameOf(r)))[0] == letter && TextEqual(NameOf(r), wanted)) return -1;
+  }
+  const std::string new_record = EncodePlaceRecord(added);
+  records.push_back(new_record);
+  Sort(0, 0, records);
+
+  std::string data;
+  std::string index;
+  char previous = '\0';
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    data += records[i];
+    if (records[i] == new_record) record_no = -static_cast<std::int32_t>(i + 1);
+    const char first = AnsiUpper(records[i][0]);
+    if (i == 0 || first != previous) {
+      index += first;
+      AppendInt32(index, static_cast<std::int32_t>(i + 1));
+    }
+    previous = first;
+  }
+  WriteFileAtomically(file->native, data);
+  WriteFileAtomically(file->native_index, index);
+  ForgetExpandedImage(file->path);
+  ForgetExpandedImage(IndexPathOf(file->path));
+  return -1;
+}
+
+std::int16_t Delete_City(const UserPlace& place) {
+  InitializeCountries("", "Country.dat", false, false);
+  if (!State().countries_loaded) return 0;
+  const auto file = UserFileOf(place.CountryId);
+  if (!file || !fs::exists(file->native)) return -1;
+  const FolderLock lock(file->native.parent_path());
+  const std::string old = ReadBytes(file->native);
+  for (std::size_t at = 0; at + kPlaceRecordSize <= old.size(); at += kPlaceRecordSize) {
+    if (!TextEqual(std::string_view(old).substr(at, kPlaceNameWidth), place.Place.NameField())) {
+      continue;
+    }
+    std::string data = old;
+    data.replace(at, kPlaceNameWidth, kDeletedMark + old.substr(at, kPlaceNameWidth - 1));
+    WriteFileAtomically(file->native, data);
+    ForgetExpandedImage(file->path);
+    break;
+  }
+  return -1;
+}
+
+}  // namespace tarv

@@ -1,0 +1,48 @@
+// The user's own places: added to and deleted from the user file of a
+// country (the sub-folder USER of the atlas folder), which every reader reads
+// before the database file, so that a user place takes priority.
+//
+// Writes are crash-safe and safe between processes: the new contents go to a
+// temporary file that is flushed to disk and then renamed over the user file
+// (and likewise for its index), so a crash leaves the old or the new file,
+// never a torn one; an advisory lock on the USER folder serialises the
+// read-modify-write of concurrent writers.
+#ifndef TARVPLACES_ATLAS_USER_PLACES_H_
+#define TARVPLACES_ATLAS_USER_PLACES_H_
+
+#include <cstdint>
+
+#include "atlas/place_file.h"
+
+namespace tarv {
+
+// A place to add or delete, with the number of its country.
+struct UserPlace {
+  std::int32_t CountryId = 0;
+  PlaceRecord Place;
+};
+
+// Adds `place` to its country's user file and returns -1 (true), also when
+// the user file already holds a place of that name (any case; nothing is
+// written then). Returns 0 when the country table is not loaded, the country
+// is unknown, or the name is empty after trimming or begins with "@" (the
+// mark of a deleted record). Control characters in the name (TAB, CR, LF...)
+// become blanks and the name is cut to 28 characters. Records are kept
+// sorted by their bytes, deleted ones included (each keeps its place), and
+// the index gets an entry wherever the upper-cased first character changes.
+// `record_no` receives the new record's number (negative). The USER folder
+// is created when needed. Throws AtlasError when the folder cannot be
+// written; the user file is then unchanged.
+std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no);
+
+// Marks the first record of the user file whose 28-character name equals the
+// place's name (any case) as deleted: "@" is put before the name, which loses
+// its last character when it is 28 characters long. The file keeps its
+// length and its index is not rewritten. Returns -1 whenever the country
+// table is loaded (found or not), 0 otherwise. A place only in the database
+// cannot be deleted.
+std::int16_t Delete_City(const UserPlace& place);
+
+}  // namespace tarv
+
+#endif  // TARVPLACES_ATLAS_USER_PLACES_H_

@@ -1,0 +1,240 @@
+#include "atlas/place_file.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/lz.h"
+#include "support/atlas_fixture.h"
+#include "util/bytes.h"
+
+namespace tarv {
+namespace {
+
+using testing::Names;
+using testing::Place;
+using ::testing::ElementsAre;
+
+class PlaceFileTest : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    WriteCountry("D", {Place("M\xFCnchen", 11.57549F, 48.13743F, 1), Place("Aachen", 6.08F, 50.77F, 2),
+                       Place("Bach", 9.0F, 48.0F), Place("Bad Aibling", 12.0F, 47.86F),
+                       Place("Berlin", 13.41F, 52.52F, 3), Place("Zwickau", 12.5F, 50.72F)});
+  }
+  PlaceList ReadAll(const std::string& code) {
+    PlaceList list;
+    EXPECT_GE(Read_Cp_ORTE(PlaceFile(code), list), 0);
+    return list;
+  }
+  PlaceList Search(const std::string& code, const std::string& text, std::int16_t mode = 0) {
+    PlaceList list;
+    EXPECT_GE(Read_Cp_Indexed_City(PlaceFile(code), text, list, mode), 0);
+    return list;
+  }
+};
+
+TEST(PlaceRecord, FieldsSitAtTheirByteOffsets) {
+  const auto p = Place("Wien", 16.37F, 48.21F, -2);
+  const std::string bytes = EncodePlaceRecord(p);
+  ASSERT_EQ(bytes.size(), kPlaceRecordSize);
+  EXPECT_EQ(bytes.substr(0, 28), "Wien" + std::string(24, ' '));
+  EXPECT_EQ(DecodeInt16(bytes, 28), -2);
+  EXPECT_EQ(DecodeFloat32(bytes, 30), 16.37F);
+  EXPECT_EQ(DecodeFloat32(bytes, 34), 48.21F);
+  EXPECT_EQ(DecodePlaceRecord(bytes).TrimmedName(), "Wien");
+}
+
+TEST(PlacePaths, FilesOfCountriesGroupsAndUsers) {
+  EXPECT_EQ(IndexPathOf("C:\\Atlas\\D.dao"), "C:\\Atlas\\D.IDX");
+  EXPECT_EQ(Get_UserFile("C:\\Atlas\\D.dao"), "C:\\Atlas\\USER\\D.dao");
+}
+
+TEST_F(PlaceFileTest, PlaceFileNamesFollowTheInternalCode) {
+  const std::string folder = folder_.str() + "\\";
+  EXPECT_EQ(GetCompressedPlaceFile("rus"), folder + "SSR.dao");
+  EXPECT_EQ(GetCompressedPlaceFile("europa"), folder + "europa");
+  EXPECT_EQ(GetCompressedPlaceFile(""), folder);
+}
+
+TEST_F(PlaceFileTest, CodesThatLeaveThePlaceFolderAreUnknownCountries) {
+  const std::string folder = folder_.str() + "\\";
+  for (const char* code : {"..\\D", "../D", "a\\b", "C:D", ".."}) {
+    EXPECT_EQ(GetCompressedPlaceFile(code), folder) << code;
+    std::vector<std::string> files;
+    std::vector<PlaceRef> refs;
+    EXPECT_EQ(Get_CompressedFiles(code, files, refs), 0U) << code;
+  }
+}
+
+TEST_F(PlaceFileTest, WithoutUserFileOnlyDatabasePlacesWithPositiveNumbers) {
+  const auto list = ReadAll("D");
+  EXPECT_THAT(Names(list), ElementsAre("Aachen", "Bach", "Bad Aibling", "Berlin", "M\xFCnchen", "Zwickau"));
+  EXPECT_EQ(list.refs.front().RecordNo, 1);
+  EXPECT_EQ(list.refs.back().RecordNo, 6);
+}
+
+TEST_F(PlaceFileTest, UserPlacesComeFirstWithNegativeNumbers) {
+  WriteUserFile("D", {Place("Adorf", 12.26F, 50.32F), Place("Berlin", 13.0F, 52.0F, 9)});
+  const auto list = ReadAll("D");
+  ASSERT_EQ(list.size(), 8U);
+  EXPECT_EQ(list.places[0].TrimmedName(), "Adorf");
+  EXPECT_EQ(list.refs[0].RecordNo, -1);
+  EXPECT_EQ(list.refs[1].RecordNo, -2);
+  EXPECT_EQ(list.refs[2].RecordNo, 1);
+  // The same name in both files is found twice.
+  EXPECT_THAT(Names(Search("D", "berlin")), ElementsAre("Berlin", "Berlin"));
+}
+
+TEST_F(PlaceFileTest, DeletedRecordsAreSkippedAndTheirNumbersNotReused) {
+  WriteUserFile("D", {Place("@dorf", 1, 1), Place("Borf", 2, 2)});
+  const auto list = ReadAll("D");
+  EXPECT_EQ(list.places[0].TrimmedName(), "Borf");
+  EXPECT_EQ(list.refs[0].RecordNo, -2);
+}
+
+TEST_F(PlaceFileTest, EmptyAndMissingFilesGiveNoPlaces) {
+  folder_.Write("A.dao", "");
+  EXPECT_EQ(ReadAll("A").size(), 0U);
+  EXPECT_EQ(ReadAll("CH").size(), 0U);
+  EXPECT_EQ(ReadAll("Xanadu").size(), 0U);  // the place folder itself: no file
+}
+
+TEST_F(PlaceFileTest, WholeNameSearchIgnoresCaseAndFallsBackToLetters) {
+  EXPECT_THAT(Names(Search("D", "M\xDCNCHEN")), ElementsAre("M\xFCnchen"));
+  EXPECT_THAT(Names(Search("D", "  Bad-Aibling.. ")), ElementsAre("Bad Aibling"));
+  EXPECT_TRUE(Names(Search("D", "Munchen")).empty());  // accents count without the pattern
+  EXPECT_TRUE(Names(Search("D", "")).empty());
+  EXPECT_TRUE(Names(Search("D", "*")).empty());
+}
+
+TEST_F(PlaceFileTest, PrefixSearchMatchesTheBeginningOfTheField) {
+  EXPECT_THAT(Names(Search("D", "ba*")), ElementsAre("Bach", "Bad Aibling"));
+  // A prefix longer than the name still matches through the letters-only test.
+  EXPECT_THAT(Names(Search("D", "Bach            xx*")), ElementsAre());
+  EXPECT_THAT(Names(Search("D", "Bach                            *")), ElementsAre("Bach"));
+}
+
+TEST_F(PlaceFileTest, PatternSearchFoldsAccents) {
+  EXPECT_THAT(Names(Search("D", "Munchen", 1)), ElementsAre("M\xFCnchen"));
+  EXPECT_THAT(Names(Search("D", "MUNCHEN", 1)), ElementsAre("M\xFCnchen"));
+  EXPECT_THAT(Names(Search("D", "M?nch*", 1)), ElementsAre("M\xFCnchen"));
+  EXPECT_THAT(Names(Search("D", "Bad (Aibling)", 1)), ElementsAre("Bad Aibling"));
+}
+
+TEST_F(PlaceFileTest, IndexRunsEndWithOneRecordOfTheNextLetter) {
+  // "_" is looked up under A; the run of A ends with the first record of B.
+  EXPECT_THAT(Names(Search("D", "_Bach")), ElementsAre("Bach"));
+  EXPECT_THAT(Names(Search("D", "_Berlin")), ElementsAre());
+  // The last run reads to the end of the file.
+  EXPECT_THAT(Names(Search("D", "Zwickau")), ElementsAre("Zwickau"));
+}
+
+TEST_F(PlaceFileTest, LetterWithoutRunReadsOnlyTheFirstRecord) {
+  WriteCountry("A", {Place("Graz", 15.4F, 47.1F), Place("Wien", 16.4F, 48.2F)});
+  // Digits are looked up under Z, which this index lacks.
+  EXPECT_THAT(Names(Search("A", "1Graz")), ElementsAre("Graz"));
+  EXPECT_THAT(Names(Search("A", "1Wien")), ElementsAre());
+}
+
+TEST_F(PlaceFileTest, GroupsReadDatabaseBeforeUserFileInTableOrder) {
+  WriteCountry("A", {Place("Bregenz", 9.7F, 47.5F)});
+  WriteUserFile("A", {Place("Bludenz", 9.8F, 47.2F)});
+  WriteUserFile("D", {Place("Bonn", 7.1F, 50.7F)});
+  PlaceList list;
+  Read_Cp_Indexed_City(PlaceFile("EUROPA"), "B*", list, 0);
+  EXPECT_THAT(Names(list), ElementsAre("Bach", "Bad Aibling", "Berlin", "Bonn", "Bregenz", "Bludenz"));
+  EXPECT_EQ(list.refs[3].Country, "D");
+  EXPECT_EQ(list.refs[3].RecordNo, -1);
+  EXPECT_EQ(list.refs[4].Country, "A");
+}
+
+TEST_F(PlaceFileTest, AbbreviationGcKeepsItsFullStop) {
+  WriteCountry("CH", {Place("St. Gallen G.C.", 9.37F, 47.42F), Place("St Gallen", 9.3F, 47.4F)});
+  EXPECT_THAT(Names(Search("CH", "St. Gallen G.C.")), ElementsAre("St. Gallen G.C."));
+  EXPECT_THAT(Names(Search("CH", "st. gallen g.c")), ElementsAre("St. Gallen G.C."));
+  EXPECT_THAT(Names(Search("CH", "St. Gallen")), ElementsAre("St Gallen"));
+  EXPECT_THAT(Names(Search("CH", "St.Gallen", 1)), ElementsAre("St Gallen"));
+}
+
+TEST_F(PlaceFileTest, CityDataFindsOnePlaceInTheRightFile) {
+  WriteUserFile("D", {Place("Berlin", 13.0F, 52.0F, 9)});
+  PlaceRecord place;
+  ASSERT_TRUE(Get_City_Data(Get_UserFile(PlaceFile("D")), "berlin", place));
+  EXPECT_EQ(place.Timetable, 9);
+  ASSERT_TRUE(Get_City_Data(PlaceFile("D"), "Berlin.", place));
+  EXPECT_EQ(place.Timetable, 3);
+  EXPECT_EQ(place.TrimmedName(), "Berlin");
+  EXPECT_FALSE(Get_City_Data(PlaceFile("D"), "Ber*", place));
+  EXPECT_FALSE(Get_City_Data(PlaceFile("D"), "Bern", place));
+}
+
+TEST(LzErrorMessages, TableTextsAndTheFallback) {
+  EXPECT_EQ(LZERROR_Msg(-3, "D.dao"), "corrupt compressed file format");
+  EXPECT_EQ(LZERROR_Msg(-8, "D.dao"), "compression algorithm not recognized");
+  EXPECT_EQ(LZERROR_Msg(-9, "D.dao"), "Unbekannter Fehler beim Lesen der Datei D.dao");
+}
+
+class HostilePlaceFileTest : public PlaceFileTest {};
+
+TEST_F(HostilePlaceFileTest, TruncatedCompressedFileGivesAnErrorCodeAndAMessage) {
+  const std::string good = CompressSzdd(EncodePlaceFile({Place("Graz", 1, 1), Place("Wien", 2, 2)}));
+  folder_.Write("A.dao", good.substr(0, 16));
+  PlaceList list;
+  const auto result = Read_Cp_ORTE(PlaceFile("A"), list);
+  EXPECT_LE(result, 2);  // what expanded before the cut, or a negative code
+  if (result < 0) {
+    ASSERT_EQ(messages_.size(), 1U);
+    EXPECT_EQ(messages_[0].title, "Read_Cp_Orte");
+    EXPECT_EQ(messages_[0].style, kMsgCritical);
+  }
+}
+
+TEST_F(HostilePlaceFileTest, LengthNotAMultipleOfTheRecordIgnoresThePartialRecord) {
+  folder_.Write("A.dao", EncodePlaceFile({Place("Graz", 1, 1), Place("Wien", 2, 2)}) + "Linz");
+  EXPECT_THAT(Names(ReadAll("A")), ElementsAre("Graz", "Wien"));
+}
+
+TEST_F(HostilePlaceFileTest, IndexEntriesPointingNowhereReadNothing) {
+  folder_.Write("A.dao", EncodePlaceFile({Place("Graz", 1, 1), Place("Wien", 2, 2)}));
+  std::string index = "G";
+  AppendInt32(index, -5);
+  index += "W";
+  AppendInt32(index, 99);
+  folder_.Write("A.IDX", index);
+  EXPECT_THAT(Names(Search("A", "Graz")), ElementsAre());
+  EXPECT_THAT(Names(Search("A", "Wien")), ElementsAre());
+}
+
+TEST_F(HostilePlaceFileTest, PartialIndexEntryEndsTheRunAtTheLastRecord) {
+  folder_.Write("A.dao", EncodePlaceFile({Place("Graz", 1, 1), Place("Wien", 2, 2)}));
+  std::string index = "G";
+  AppendInt32(index, 1);
+  index += "W\x02";
+  folder_.Write("A.IDX", index);
+  EXPECT_THAT(Names(Search("A", "Wien")), ElementsAre());  // its entry is cut off
+  EXPECT_THAT(Names(Search("A", "_Wien")), ElementsAre());
+  EXPECT_THAT(Names(Search("A", "Graz")), ElementsAre("Graz"));
+}
+
+TEST_F(HostilePlaceFileTest, NamesFullOfHighBytesAreHandledAsText) {
+  PlaceRecord odd;
+  for (std::size_t i = 0; i < kPlaceNameWidth; ++i) odd.Name[i] = static_cast<char>(0x80 + i * 4);
+  WriteCountry("A", {odd, Place("Wien", 2, 2)});
+  EXPECT_EQ(ReadAll("A").size(), 2U);
+  for (const char* text : {"\x80\x84", "\xFF*", "*\x9A", "[\xFF-\x80]"}) {
+    Search("A", text);
+    Search("A", text, 1);
+  }
+}
+
+TEST_F(HostilePlaceFileTest, PlainGarbageIsReadAsRecordsWithoutCrashing) {
+  std::string garbage(38 * 50 + 7, '\0');
+  for (std::size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>(i * 131 + 7);
+  folder_.Write("A.dao", garbage);
+  folder_.Write("A.IDX", garbage.substr(0, 23));
+  EXPECT_LE(ReadAll("A").size(), 50U);
+  for (const char* text : {"a", "Z*", "*", "?", "\x80"}) Search("A", text, 1);
+}
+
+}  // namespace
+}  // namespace tarv

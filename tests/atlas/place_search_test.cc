@@ -1,0 +1,139 @@
+#include "atlas/place_search.h"
+
+#include <gtest/gtest.h>
+
+#include "support/atlas_fixture.h"
+
+namespace tarv {
+namespace {
+
+using testing::Place;
+
+TEST(SearchPattern, FormOneFoldsEveryClassLetterUntilTheFirstWildcard) {
+  EXPECT_EQ(GetSearchString("]u"), "[u\xFC\xFB\xF9\xFAu]");
+  EXPECT_EQ(GetSearchString("]\xFC"), "[u\xFC\xFB\xF9\xFA\xFC]");  // ü keeps itself
+  EXPECT_EQ(GetSearchString("]Ba"), "B[a\xE2\xE4\xE0\xE5\xE6\xE5\xE1" "a]");  // å twice, as kept
+  EXPECT_EQ(GetSearchString("]o*u"), "[o\xF2\xF4\xF6\xF3\xF5\xD8o]*u");
+  EXPECT_EQ(GetSearchString("]S?s"), "[s\x8As]?s");
+}
+
+TEST(SearchPattern, FormTwoReplacesOnlyAccentedLetters) {
+  EXPECT_EQ(GetSearchString("Gen\xE8ve"), "Gen[E\xE8]ve");
+  EXPECT_EQ(GetSearchString("\xD8rsta"), "[O\xD8]rsta");
+  EXPECT_EQ(GetSearchString("abc*"), "abc*");
+}
+
+TEST(IndexLetter, FirstLetterFoldedWithItsSpecialCases) {
+  EXPECT_EQ(GetLetter("m\xFCnchen"), "M");
+  EXPECT_EQ(GetLetter("\xC4gypten"), "A");
+  EXPECT_EQ(GetLetter("\xDF"), "Z");     // ß has no class
+  EXPECT_EQ(GetLetter("'s-Hertogenbosch"), "S");
+  EXPECT_EQ(GetLetter("'[a]"), "A");
+  EXPECT_EQ(GetLetter("'"), "Z");
+  EXPECT_EQ(GetLetter("_x"), "A");
+  EXPECT_EQ(GetLetter("1000 Hills"), "Z");
+  EXPECT_EQ(GetLetter("*hausen"), "Z");
+  EXPECT_EQ(GetLetter(""), "z");
+}
+
+TEST(NameComparison, LettersOnlyFormMakesSpellingsMeet) {
+  EXPECT_EQ(GetCleanString("St. Gallen (SG) 2"), "StGallenSG");
+  EXPECT_EQ(GetCleanString("L'\xCEle-d'Yeu"), "L\xCEledYeu");
+  EXPECT_TRUE(CitiesAreMatching("St. Gallen", "St Gallen"));
+  EXPECT_TRUE(CitiesAreMatching("SANKT-GALLEN", "sankt gallen"));
+  EXPECT_TRUE(CitiesAreMatching("\xC9vian", "\xE9VIAN"));
+  EXPECT_FALSE(CitiesAreMatching("Evian", "\xC9vian"));
+  EXPECT_FALSE(CitiesAreMatching("Gallen", "St Gallen"));
+}
+
+class SearchAndStoreTest : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    WriteCountry("D", {Place("M\xFCnchen", 11.57549F, 48.13743F, 1), Place("Murnau", 11.2F, 47.68F),
+                       Place("Berlin", 13.41F, 52.52F, 3), Place("Bernau", 13.58F, 52.68F)});
+  }
+  std::vector<std::string> FoundNames() {
+    std::vector<std::string> names;
+    for (const auto& f : FoundPlaces()) names.push_back(f.Place.TrimmedName());
+    return names;
+  }
+};
+
+TEST_F(SearchAndStoreTest, ExactThenAccentFoldingSearch) {
+  EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 1);
+  EXPECT_EQ(SearchandStorePlaces("D", "Munchen"), 1);  // second, folded search
+  EXPECT_EQ(FoundNames(), std::vector<std::string>{"M\xFCnchen"});
+  EXPECT_EQ(FoundPlaces()[0].Country, "D");
+  EXPECT_EQ(FoundPlaces()[0].Longitude, 11.57549F);
+  EXPECT_EQ(SearchandStorePlaces("D", "Bern*"), 1);
+  EXPECT_EQ(SearchandStorePlaces("D", "Ber?"), 2);      // a trailing "?" asks for the beginning
+  EXPECT_EQ(SearchandStorePlaces("D", "B?rnau"), 1);    // inner wildcards: pattern search
+  EXPECT_EQ(SearchandStorePlaces("D", "Hamburg"), 0);
+  EXPECT_TRUE(FoundPlaces().empty());
+}
+
+TEST_F(SearchAndStoreTest, StarAloneListsTheWholeFilePair) {
+  WriteUserFile("D", {Place("Adorf", 12.26F, 50.32F)});
+  EXPECT_EQ(SearchandStorePlaces("D", " * "), 5);
+  EXPECT_EQ(FoundPlaces()[0].RecordNo, -1);
+}
+
+TEST_F(SearchAndStoreTest, CoordinatesFindTheNearestPlace) {
+  EXPECT_EQ(SearchandStorePlaces("D", "48N08 11E34"), 1);
+  EXPECT_EQ(FoundNames(), std::vector<std::string>{"M\xFCnchen"});
+  EXPECT_EQ(SearchandStorePlaces("D", "52.6; 13.5"), 1);
+  EXPECT_EQ(FoundNames(), std::vector<std::string>{"Bernau"});
+  EXPECT_EQ(SearchandStorePlaces("D", "13E25 52N31"), 1);  // letters decide the order
+  EXPECT_EQ(FoundNames(), std::vector<std::string>{"Berlin"});
+  EXPECT_EQ(SearchandStorePlaces("D", "95 200"), 0);        // not on the earth
+}
+
+TEST_F(SearchAndStoreTest, FoundPlacesCarryTheCountrysBaseZone) {
+  SearchandStorePlaces("D", "Berlin");
+  EXPECT_EQ(FoundPlaces()[0].ZoneId, GetTimezoneId("MEZ"));
+}
+
+struct RecordingList : PlaceListControl {
+  std::vector<std::string> items;
+  std::vector<std::int32_t> data;
+  void Clear() override { items.clear(), data.clear(); }
+  void AddItem(const std::string& item) override {
+    items.push_back(item);
+    data.push_back(-999);
+  }
+  std::int32_t NewIndex() const override { return static_cast<std::int32_t>(items.size()) - 1; }
+  void ItemData(std::int32_t index, std::int32_t value) override {
+    data[static_cast<std::size_t>(index)] = value;
+  }
+};
+
+TEST_F(SearchAndStoreTest, SearchFormListsNamesWithTheirElementNumbers) {
+  RecordingList list;
+  list.items = {"stale"};
+  std::int32_t found = -1;
+  std::int32_t added = -1;
+  EXPECT_EQ(SearchPlacesInForm(list, "Ber*", "D", found, added), 2);
+  EXPECT_EQ(found, 2);
+  EXPECT_EQ(added, 2);
+  EXPECT_EQ(list.items, (std::vector<std::string>{"Berlin", "Bernau"}));
+  EXPECT_EQ(list.data, (std::vector<std::int32_t>{0, 1}));
+  SearchPlacesInForm(list, "Ber*", "EUROPA", found, added);
+  EXPECT_EQ(list.items, (std::vector<std::string>{"Berlin (D)", "Bernau (D)"}));
+}
+
+TEST_F(SearchAndStoreTest, PlaceManagerListShowsDegreesAndRecordNumbers) {
+  WriteUserFile("D", {Place("Bergen", 13.0F, 52.0F)});
+  RecordingList list;
+  std::string text = "  ber ";
+  EXPECT_EQ(Fill_SuchOrtListe("D", text, list, true), 3);
+  EXPECT_EQ(text, "ber");
+  EXPECT_EQ(list.items[0], "Bergen\t013E00' 00\"\t52N00' 00\"");
+  EXPECT_EQ(list.data, (std::vector<std::int32_t>{-1, 1, 2}));
+  text = "M?nchen";
+  EXPECT_EQ(Fill_SuchOrtListe("D", text, list, true), 1);
+  EXPECT_EQ(list.items[0].substr(0, 8), "M\xFCnchen\t");
+}
+
+}  // namespace
+}  // namespace tarv

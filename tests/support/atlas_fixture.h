@@ -1,0 +1,66 @@
+// Small atlases written by the project's own writers into a temporary folder.
+#ifndef TARVPLACES_TESTS_SUPPORT_ATLAS_FIXTURE_H_
+#define TARVPLACES_TESTS_SUPPORT_ATLAS_FIXTURE_H_
+
+#include <string>
+#include <vector>
+
+#include "atlas/place_file.h"
+#include "atlas/place_file_writer.h"
+#include "atlas/process_state.h"
+#include "platform/lz.h"
+#include "support/country_fixture.h"
+#include "support/temp_folder.h"
+#include "support/zone_fixture.h"
+
+namespace tarv::testing {
+
+inline PlaceRecord Place(const std::string& name, float longitude, float latitude,
+                         std::int16_t timetable = 1) {
+  PlaceRecord p;
+  p.SetName(name);
+  p.Longitude = longitude;
+  p.Latitude = latitude;
+  p.Timetable = timetable;
+  return p;
+}
+
+// An atlas folder with the sample countries and the project's zone table;
+// the process state points at it.
+class AtlasFixture : public AtlasTest {
+ protected:
+  void SetUp() override {
+    AtlasTest::SetUp();
+    ClearExpandedImages();
+    folder_.Write("Country.dat", JoinCrLf(SampleCountryLines()));
+    folder_.Write("Zones13.bin", ProjectZoneFile());
+    State().places_path = folder_.str();
+    InitializeCountries("", "Country.dat", false, false);
+  }
+  void TearDown() override {
+    ClearExpandedImages();
+    AtlasTest::TearDown();
+  }
+
+  // A compressed database file with its index.
+  void WriteCountry(const std::string& code, std::vector<PlaceRecord> places) {
+    WritePlaceFiles(folder_.path(), code, std::move(places));
+  }
+  // A user file as stored: plain records in the given order, with an index.
+  void WriteUserFile(const std::string& code, const std::vector<PlaceRecord>& places) {
+    folder_.Write("USER/" + code + ".dao", EncodePlaceFile(places));
+    folder_.Write("USER/" + code + ".IDX", EncodePlaceIndex(places));
+  }
+  std::string PlaceFile(const std::string& code) { return GetCompressedPlaceFile(code); }
+};
+
+// The trimmed names of a place list, in order.
+inline std::vector<std::string> Names(const PlaceList& list) {
+  std::vector<std::string> names;
+  for (const auto& p : list.places) names.push_back(p.TrimmedName());
+  return names;
+}
+
+}  // namespace tarv::testing
+
+#endif  // TARVPLACES_TESTS_SUPPORT_ATLAS_FIXTURE_H_

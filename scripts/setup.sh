@@ -7,6 +7,7 @@ PACKAGES=(
   cmake g++ make pkg-config
   libgtest-dev libgmock-dev
   libcli11-dev nlohmann-json3-dev
+  libmspack-dev mscompress
   tzdata locales
 )
 

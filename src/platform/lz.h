@@ -8,6 +8,17 @@
 // kept in a small process-wide cache keyed by path, size and modification
 // time, so repeated lookups do not expand a file again, and a file rewritten
 // by another call or process is seen at once.
+//
+// Expanded length. The header's length field and the compressed data do not
+// always agree: Microsoft's COMPRESS has written files whose field claims far
+// more than the data holds (20 bytes of text under a field of 5237), and whose
+// data simply ends in the middle of a control byte. The expanded image is
+// therefore the bytes the data decodes to, cut at the header's length when the
+// data holds more. Reading stops cleanly at the end of that image (Windows
+// would answer LZERROR_READ past the decoded bytes of such a file); a file
+// truncated in transit looks the same and is not detected. A length field
+// above 64 MiB, or above 100 times the file's size plus 64 KiB, is taken as
+// damage (LZERROR_READ) before anything is decoded.
 #ifndef TARVPLACES_PLATFORM_LZ_H_
 #define TARVPLACES_PLATFORM_LZ_H_
 
@@ -36,13 +47,16 @@ inline constexpr int kLzSeekEnd = 2;
 // Opens the file at the Windows-style path `path` (see NativePath) for
 // expanded reading and returns a handle (>= 0), or a negative LZERROR code: a
 // missing or unreadable file gives LZERROR_BADINHANDLE, a damaged SZDD file
-// LZERROR_READ, an unknown compression mode LZERROR_UNKNOWNALG.
+// LZERROR_READ, an unknown compression mode LZERROR_UNKNOWNALG, a plain file
+// too large for 32-bit positions or a 1025th open handle LZERROR_GLOBALLOC.
+// Handles are the smallest free numbers, so a closed handle's number is
+// reused.
 std::int32_t LZOpenFile(const std::string& path);
 
 // Copies up to `count` expanded bytes from the handle's position into
 // `buffer` and advances the position. Returns the number of bytes copied (0
 // at the end), LZERROR_BADINHANDLE for an unknown handle, LZERROR_BADVALUE
-// for a negative count.
+// for a negative count (or a null buffer with a positive count).
 std::int32_t LZRead(std::int32_t handle, char* buffer, std::int32_t count);
 
 // Moves the position to `offset` from the start (origin 0), the current
@@ -55,8 +69,13 @@ std::int32_t LZSeek(std::int32_t handle, std::int32_t offset, int origin);
 // Releases the handle; unknown handles are ignored.
 void LZClose(std::int32_t handle);
 
-// The expanded bytes of the file at `path` (cached), or a negative LZERROR
-// code in `error` and nullptr. For readers that want the whole image.
+// The expanded bytes of the file at `path` (cached) with 0 in `error`, or
+// nullptr and a negative LZERROR code as LZOpenFile gives it. For readers that
+// want the whole image. The cache holds up to 64 MiB of images of at most 256
+// files and drops the least recently used first; an entry is trusted only while the file's path,
+// size, modification time and inode are unchanged, and not at all while its
+// modification time lies within two seconds of when it was read (file times
+// tick coarsely, so a same-size rewrite in that tick would look unchanged).
 std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error);
 
 // Drops the cached image of `path` (after the component rewrote the file).
@@ -65,13 +84,19 @@ void ForgetExpandedImage(const std::string& path);
 // Drops every cached image.
 void ClearExpandedImages();
 
-// Expands SZDD data held in memory: the expanded bytes, or a negative LZERROR
-// code in `error`. Data without the SZDD magic comes back as it stands.
+// Expands SZDD data held in memory: the expanded bytes with 0 in `error`, or
+// "" and a negative LZERROR code. Data without the SZDD magic comes back as it
+// stands; with the magic, a header shorter than 14 bytes or an absurd length
+// field gives LZERROR_READ, a mode other than 'A' LZERROR_UNKNOWNALG.
 std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error);
 
 // Compresses `data` into an SZDD file image (mode 'A', LZSS with a 4096-byte
 // window). `missing_char` is the last character of the original file name,
-// which compressed names replace by "_" ("D.da_" for "D.dao").
+// which compressed names replace by "_" ("D.da_" for "D.dao"). Matching is
+// greedy: at each position the longest match of 3 to 18 bytes within the
+// window (its blank-filled start included), else a literal. The output
+// depends only on the input. Throws std::length_error for data of 2 GiB or
+// more.
 std::string CompressSzdd(std::string_view data, char missing_char = '\0');
 
 }  // namespace tarv

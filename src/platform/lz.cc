@@ -1,0 +1,445 @@
+#include "platform/lz.h"
+
+#include <mspack.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "platform/paths.h"
+#include "util/bytes.h"
+
+namespace tarv {
+namespace {
+
+constexpr std::string_view kSzddMagic("SZDD\x88\xF0\x27\x33", 8);
+constexpr std::size_t kHeaderSize = 14;
+constexpr std::size_t kMaxExpanded = std::size_t{64} << 20;
+constexpr std::size_t kLengthRatioLimit = 100;
+constexpr std::size_t kLengthSlack = std::size_t{64} << 10;
+
+bool HasSzddMagic(std::string_view bytes) {
+  return bytes.substr(0, kSzddMagic.size()) == kSzddMagic;
+}
+
+// ---------------------------------------------------------------------------
+// libmspack reads and writes through an mspack_system; this one works on
+// buffers in memory. The "file name" handed to the decompressor is the address
+// of a MemoryFile, and the mspack_file it gets back is that same object.
+
+struct MemoryFile {
+  std::string_view input;    // what reads see
+  std::size_t position = 0;  // of the next read
+  std::string* output = nullptr;
+  std::size_t limit = 0;  // writes beyond this many bytes fail
+  bool full = false;      // a write was cut at the limit
+};
+
+MemoryFile* AsMemoryFile(mspack_file* file) {
+  return reinterpret_cast<MemoryFile*>(file);
+}
+
+const char* AsFileName(MemoryFile& file) {
+  return reinterpret_cast<const char*>(&file);
+}
+
+mspack_file* MemOpen(mspack_system*, const char* filename, int) {
+  return reinterpret_cast<mspack_file*>(const_cast<char*>(filename));
+}
+
+void MemClose(mspack_file*) {}
+
+int MemRead(mspack_file* handle, void* buffer, int bytes) {
+  MemoryFile& file = *AsMemoryFile(handle);
+  if (bytes < 0) return -1;
+  const std::size_t left = file.input.size() - std::min(file.position, file.input.size());
+  const std::size_t n = std::min(left, static_cast<std::size_t>(bytes));
+  if (n > 0) std::memcpy(buffer, file.input.data() + file.position, n);
+  file.position += n;
+  return static_cast<int>(n);
+}
+
+int MemWrite(mspack_file* handle, void* buffer, int bytes) {
+  MemoryFile& file = *AsMemoryFile(handle);
+  if (bytes < 0 || file.output == nullptr) return -1;
+  const std::size_t room = file.limit - file.output->size();
+  const std::size_t n = std::min(room, static_cast<std::size_t>(bytes));
+  file.output->append(static_cast<const char*>(buffer), n);
+  if (n < static_cast<std::size_t>(bytes)) file.full = true;
+  return static_cast<int>(n);
+}
+
+int MemSeek(mspack_file* handle, off_t offset, int mode) {
+  MemoryFile& file = *AsMemoryFile(handle);
+  off_t base = 0;
+  switch (mode) {
+    case MSPACK_SYS_SEEK_START:
+      break;
+    case MSPACK_SYS_SEEK_CUR:
+      base = static_cast<off_t>(file.position);
+      break;
+    case MSPACK_SYS_SEEK_END:
+      base = static_cast<off_t>(file.input.size());
+      break;
+    default:
+      return -1;
+  }
+  const off_t target = base + offset;
+  if (target < 0 || static_cast<std::size_t>(target) > file.input.size()) return -1;
+  file.position = static_cast<std::size_t>(target);
+  return 0;
+}
+
+off_t MemTell(mspack_file* handle) {
+  return static_cast<off_t>(AsMemoryFile(handle)->position);
+}
+
+void MemMessage(mspack_file*, const char*, ...) {}
+
+void* MemAlloc(mspack_system*, std::size_t bytes) {
+  return std::malloc(bytes);
+}
+
+void MemFree(void* ptr) {
+  std::free(ptr);
+}
+
+void MemCopy(void* src, void* dest, std::size_t bytes) {
+  std::memcpy(dest, src, bytes);
+}
+
+mspack_system& MemorySystem() {
+  static mspack_system system{MemOpen,    MemClose, MemRead, MemWrite, MemSeek, MemTell,
+                              MemMessage, MemAlloc, MemFree, MemCopy,  nullptr};
+  return system;
+}
+
+// The library checks that it was built with the caller's off_t.
+bool LibraryUsable() {
+  static const bool usable = [] {
+    int result = MSPACK_ERR_OK;
+    MSPACK_SYS_SELFTEST(result);
+    return result == MSPACK_ERR_OK;
+  }();
+  return usable;
+}
+
+// Decodes the SZDD image `file_bytes` (header already checked) into at most
+// `limit` bytes of `out`.
+std::int32_t Decode(std::string_view file_bytes, std::size_t limit, std::string& out) {
+  if (!LibraryUsable()) return LZERROR_GLOBALLOC;
+  mspack_system* system = &MemorySystem();
+  msszdd_decompressor* decoder = mspack_create_szdd_decompressor(system);
+  if (decoder == nullptr) return LZERROR_GLOBALLOC;
+  MemoryFile input{file_bytes};
+  MemoryFile output{{}, 0, &out, limit};
+  std::int32_t error = 0;
+  if (msszddd_header* header = decoder->open(decoder, AsFileName(input)); header == nullptr) {
+    error = LZERROR_READ;
+  } else {
+    const int status = decoder->extract(decoder, header, AsFileName(output));
+    if (status == MSPACK_ERR_NOMEMORY) {
+      error = LZERROR_GLOBALLOC;
+    } else if (status != MSPACK_ERR_OK && !(status == MSPACK_ERR_WRITE && output.full)) {
+      error = LZERROR_READ;
+    }
+    decoder->close(decoder, header);
+  }
+  mspack_destroy_szdd_decompressor(decoder);
+  return error;
+}
+
+// ---------------------------------------------------------------------------
+// Open handles: small numbers into a table of images and positions.
+
+struct OpenImage {
+  std::shared_ptr<const std::string> image;
+  std::size_t position = 0;
+};
+
+constexpr std::size_t kMaxHandles = 1024;
+
+class HandleTable {
+ public:
+  std::int32_t Open(std::shared_ptr<const std::string> image) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    auto slot =
+        std::find_if(slots_.begin(), slots_.end(), [](const auto& s) { return !s.has_value(); });
+    if (slot == slots_.end()) {
+      if (slots_.size() >= kMaxHandles) return LZERROR_GLOBALLOC;
+      slot = slots_.insert(slots_.end(), std::nullopt);
+    }
+    *slot = OpenImage{std::move(image), 0};
+    return static_cast<std::int32_t>(slot - slots_.begin());
+  }
+
+  std::int32_t Read(std::int32_t handle, char* buffer, std::int32_t count) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    OpenImage* open = Find(handle);
+    if (open == nullptr) return LZERROR_BADINHANDLE;
+    if (count < 0 || (count > 0 && buffer == nullptr)) return LZERROR_BADVALUE;
+    const std::string& image = *open->image;
+    const std::size_t n = std::min(static_cast<std::size_t>(count), image.size() - open->position);
+    std::memcpy(buffer, image.data() + open->position, n);
+    open->position += n;
+    return static_cast<std::int32_t>(n);
+  }
+
+  std::int32_t Seek(std::int32_t handle, std::int32_t offset, int origin) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    OpenImage* open = Find(handle);
+    if (open == nullptr) return LZERROR_BADINHANDLE;
+    const auto size = static_cast<std::int64_t>(open->image->size());
+    std::int64_t base = 0;
+    switch (origin) {
+      case kLzSeekSet:
+        break;
+      case kLzSeekCurrent:
+        base = static_cast<std::int64_t>(open->position);
+        break;
+      case kLzSeekEnd:
+        base = size;
+        break;
+      default:
+        return LZERROR_BADVALUE;
+    }
+    const std::int64_t target = base + offset;
+    if (target < 0 || target > size) return LZERROR_BADVALUE;
+    open->position = static_cast<std::size_t>(target);
+    return static_cast<std::int32_t>(target);
+  }
+
+  void Close(std::int32_t handle) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (Find(handle) == nullptr) return;
+    slots_[static_cast<std::size_t>(handle)].reset();
+    // Trailing free slots go, so the table shrinks back after bursts.
+    while (!slots_.empty() && !slots_.back().has_value())
+      slots_.pop_back();
+  }
+
+ private:
+  OpenImage* Find(std::int32_t handle) {
+    if (handle < 0 || static_cast<std::size_t>(handle) >= slots_.size()) return nullptr;
+    auto& slot = slots_[static_cast<std::size_t>(handle)];
+    return slot.has_value() ? &*slot : nullptr;
+  }
+
+  std::mutex mutex_;
+  std::vector<std::optional<OpenImage>> slots_;
+};
+
+HandleTable& Handles() {
+  static HandleTable table;
+  return table;
+}
+
+// ---------------------------------------------------------------------------
+// The image cache.
+
+// What identifies one version of a file on disk.
+struct FileStamp {
+  std::uintmax_t size = 0;
+  std::int64_t mtime_ns = 0;
+  std::uintmax_t device = 0;
+  std::uintmax_t inode = 0;
+
+  bool operator==(const FileStamp&) const = default;
+};
+
+std::optional<FileStamp> Stamp(const std::filesystem::path& file) {
+  struct stat info {};
+  if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  return FileStamp{
+      static_cast<std::uintmax_t>(info.st_size),
+      static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec,
+      static_cast<std::uintmax_t>(info.st_dev), static_cast<std::uintmax_t>(info.st_ino)};
+}
+
+std::int64_t NowNs() {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(
+             std::chrono::system_clock::now().time_since_epoch())
+      .count();
+}
+
+// File times tick in coarse steps (up to two seconds on some file systems),
+// so a same-size rewrite within the tick a file was read in leaves its stamp
+// unchanged. An entry counts only when the file was older than this.
+constexpr std::int64_t kSettleNs = 2'000'000'000;
+
+class ImageCache {
+ public:
+  std::shared_ptr<const std::string> Find(const std::string& key, const FileStamp& stamp) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto it = entries_.find(key);
+    if (it == entries_.end() || !it->second.settled || !(it->second.stamp == stamp)) {
+      return nullptr;
+    }
+    it->second.last_use = ++clock_;
+    return it->second.image;
+  }
+
+  void Store(const std::string& key, const FileStamp& stamp, bool settled,
+             std::shared_ptr<const std::string> image) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    DropLocked(key);
+    if (image->size() > kMaxBytes) return;
+    bytes_ += image->size();
+    entries_[key] = Entry{stamp, settled, ++clock_, std::move(image)};
+    while (bytes_ > kMaxBytes || entries_.size() > kMaxEntries) {
+      const auto oldest = std::min_element(
+          entries_.begin(), entries_.end(),
+          [](const auto& a, const auto& b) { return a.second.last_use < b.second.last_use; });
+      DropLocked(oldest->first);
+    }
+  }
+
+  void Drop(const std::string& key) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    DropLocked(key);
+  }
+
+  void Clear() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    entries_.clear();
+    bytes_ = 0;
+  }
+
+ private:
+  static constexpr std::size_t kMaxBytes = std::size_t{64} << 20;
+  static constexpr std::size_t kMaxEntries = 256;
+
+  struct Entry {
+    FileStamp stamp;
+    bool settled = false;
+    std::uint64_t last_use = 0;
+    std::shared_ptr<const std::string> image;
+  };
+
+  void DropLocked(const std::string& key) {
+    const auto it = entries_.find(key);
+    if (it == entries_.end()) return;
+    bytes_ -= it->second.image->size();
+    entries_.erase(it);
+  }
+
+  std::mutex mutex_;
+  std::map<std::string, Entry> entries_;
+  std::size_t bytes_ = 0;
+  std::uint64_t clock_ = 0;
+};
+
+ImageCache& Cache() {
+  static ImageCache cache;
+  return cache;
+}
+
+// Reads the file, `expected` bytes at once and whatever it grew by since.
+bool ReadWholeFile(const std::filesystem::path& file, std::size_t expected, std::string& bytes) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) return false;
+  bytes.resize(expected);
+  in.read(bytes.data(), static_cast<std::streamsize>(expected));
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  if (in) bytes.append(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  return !in.bad();
+}
+
+}  // namespace
+
+std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
+  error = 0;
+  if (!HasSzddMagic(file_bytes)) return std::string(file_bytes);
+  if (file_bytes.size() < kHeaderSize) {
+    error = LZERROR_READ;
+    return {};
+  }
+  if (file_bytes[8] != 'A') {
+    error = LZERROR_UNKNOWNALG;
+    return {};
+  }
+  const auto length = static_cast<std::uint32_t>(DecodeInt32(file_bytes, 10));
+  if (length > kMaxExpanded || length > kLengthRatioLimit * file_bytes.size() + kLengthSlack) {
+    error = LZERROR_READ;
+    return {};
+  }
+  // Eight matches of 18 bytes behind one control byte is the most 17 bytes
+  // can give, so the field need not be trusted for the reservation.
+  const std::size_t most = (file_bytes.size() - kHeaderSize) / 17 * 144 + 144;
+  std::string out;
+  out.reserve(std::min<std::size_t>(length, most));
+  error = Decode(file_bytes, length, out);
+  if (error != 0) return {};
+  return out;
+}
+
+std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error) {
+  error = 0;
+  const std::filesystem::path native = NativePath(path);
+  const auto stamp = Stamp(native);
+  if (!stamp) {
+    error = LZERROR_BADINHANDLE;
+    return nullptr;
+  }
+  const std::string key = native.string();
+  if (auto cached = Cache().Find(key, *stamp)) return cached;
+
+  if (stamp->size > static_cast<std::uintmax_t>(std::numeric_limits<std::int32_t>::max())) {
+    error = LZERROR_GLOBALLOC;
+    return nullptr;
+  }
+  const bool settled = NowNs() - stamp->mtime_ns > kSettleNs;
+  std::string bytes;
+  if (!ReadWholeFile(native, static_cast<std::size_t>(stamp->size), bytes)) {
+    error = LZERROR_BADINHANDLE;
+    return nullptr;
+  }
+  if (HasSzddMagic(bytes)) {
+    bytes = ExpandSzdd(bytes, error);
+    if (error != 0) return nullptr;
+  } else if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+    error = LZERROR_GLOBALLOC;  // grew since it was measured
+    return nullptr;
+  }
+  auto image = std::make_shared<const std::string>(std::move(bytes));
+  Cache().Store(key, *stamp, settled, image);
+  return image;
+}
+
+void ForgetExpandedImage(const std::string& path) {
+  Cache().Drop(NativePath(path).string());
+}
+
+void ClearExpandedImages() {
+  Cache().Clear();
+}
+
+std::int32_t LZOpenFile(const std::string& path) {
+  std::int32_t error = 0;
+  auto image = ExpandedImage(path, error);
+  if (!image) return error;
+  return Handles().Open(std::move(image));
+}
+
+std::int32_t LZRead(std::int32_t handle, char* buffer, std::int32_t count) {
+  return Handles().Read(handle, buffer, count);
+}
+
+std::int32_t LZSeek(std::int32_t handle, std::int32_t offset, int origin) {
+  return Handles().Seek(handle, offset, origin);
+}
+
+void LZClose(std::int32_t handle) {
+  Handles().Close(handle);
+}
+
+}  // namespace tarv

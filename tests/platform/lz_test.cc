@@ -1,0 +1,394 @@
+#include "platform/lz.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/temp_folder.h"
+
+namespace fs = std::filesystem;
+
+namespace tarv {
+namespace {
+
+using testing::TempFolder;
+
+const std::string kSamples = TARV_SHARED_TESTDATA "/szdd/";
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::string Noise(std::size_t n, unsigned seed) {
+  std::mt19937 gen(seed);
+  std::string s(n, '\0');
+  for (auto& c : s)
+    c = static_cast<char>(gen() & 0xFF);
+  return s;
+}
+
+// Place-file-like text, with repeats at every distance.
+std::string Text(std::size_t n) {
+  std::string s;
+  for (std::size_t i = 0; s.size() < n; ++i)
+    s += "Ort " + std::to_string(i * 7 % 97) + ", Kreis " + std::to_string(i % 13) + "\r\n";
+  s.resize(n);
+  return s;
+}
+
+std::string WithLengthField(std::string szdd, std::uint32_t length) {
+  for (std::size_t i = 0; i < 4; ++i)
+    szdd[10 + i] = static_cast<char>((length >> (8 * i)) & 0xFF);
+  return szdd;
+}
+
+std::string Expand(std::string_view bytes, std::int32_t expected_error = 0) {
+  std::int32_t error = 1;
+  std::string out = ExpandSzdd(bytes, error);
+  EXPECT_EQ(error, expected_error);
+  return out;
+}
+
+std::string ReadAll(std::int32_t handle) {
+  std::string out;
+  char buffer[333];
+  for (std::int32_t n; (n = LZRead(handle, buffer, sizeof buffer)) > 0;)
+    out.append(buffer, static_cast<std::size_t>(n));
+  return out;
+}
+
+std::string ReadThroughHandle(const std::string& path) {
+  const std::int32_t h = LZOpenFile(path);
+  EXPECT_GE(h, 0) << path;
+  std::string out = ReadAll(h);
+  LZClose(h);
+  return out;
+}
+
+class Lz : public ::testing::Test {
+ protected:
+  void TearDown() override { ClearExpandedImages(); }
+
+  // Writes the file; returns its path as a host writes it.
+  std::string Put(const std::string& name, const std::string& bytes) {
+    dir_.Write(name, bytes);
+    return dir_.str() + "\\" + name;
+  }
+
+  TempFolder dir_;
+};
+
+// ---------------------------------------------------------------------------
+// The encoder, checked against libmspack and the reference compressors.
+
+TEST(CompressSzdd, RoundTripsThroughTheExpander) {
+  const std::string block = Noise(4097, 7);
+  std::vector<std::string> inputs = {"",
+                                     "x",
+                                     std::string(100'000, 'a'),
+                                     std::string(10'000, ' '),
+                                     Text(200'000),
+                                     Noise(100'000, 2),
+                                     block.substr(0, 4096) + block.substr(0, 4096),
+                                     block + block};
+  for (const std::size_t n : {17U, 18U, 4079U, 4080U, 4095U, 4096U, 4097U, 4096U + 18U, 8193U}) {
+    inputs.push_back(Text(n));
+    inputs.push_back(std::string(n / 2, ' ') + Noise(n - n / 2, 3));
+  }
+  for (const auto& input : inputs) {
+    EXPECT_EQ(Expand(CompressSzdd(input)), input) << input.size() << " bytes";
+  }
+}
+
+TEST(CompressSzdd, FindsMatchesInTheBlankWindowInOverlapsAndAtFullDistance) {
+  EXPECT_EQ(CompressSzdd("", 'o'), std::string("SZDD\x88\xF0\x27\x33"
+                                               "Ao\0\0\0\0",
+                                               14));
+  EXPECT_EQ(CompressSzdd(std::string(18, ' ')).size(), 14U + 1 + 2);
+  // One literal, then sixteen copies of 18 that overlap their source.
+  EXPECT_EQ(CompressSzdd(std::string(1 + 18 * 16, 'z')).size(), 14U + 3 + 1 + 16 * 2);
+  const std::string block = Noise(4096, 11);
+  EXPECT_LT(CompressSzdd(block + block).size(), CompressSzdd(block).size() + 4096 / 4);
+  EXPECT_LT(CompressSzdd(Text(100'000)).size(), 100'000U / 2);
+  EXPECT_LE(CompressSzdd(Noise(80'000, 6)).size(), 14U + 80'000 + 80'000 / 8);
+}
+
+TEST(CompressSzdd, ProducesTheSameItemsAsTheReferenceCompressors) {
+  EXPECT_EQ(CompressSzdd(ReadFile(kSamples + "mscompress_test.txt")),
+            ReadFile(kSamples + "mscompress_test.tx_"));
+  // COMPRESS wrote a wrong length field (bytes 10 to 13); the rest agrees.
+  const std::string ours = CompressSzdd(ReadFile(kSamples + "wine_testfile.txt"), 't');
+  const std::string theirs = ReadFile(kSamples + "wine_testfile.tx_");
+  EXPECT_EQ(ours.substr(0, 10), theirs.substr(0, 10));
+  EXPECT_EQ(ours.substr(14), theirs.substr(14));
+}
+
+// ---------------------------------------------------------------------------
+// Files from other compressors.
+
+TEST(LzSamples, ExpandToTheirOriginals) {
+  for (const char* name : {"wine_testfile", "mscompress_test"}) {
+    const std::string original = ReadFile(kSamples + name + ".txt");
+    ASSERT_FALSE(original.empty()) << name;
+    EXPECT_EQ(Expand(ReadFile(kSamples + name + ".tx_")), original) << name;
+    EXPECT_EQ(ReadThroughHandle(kSamples + name + ".tx_"), original) << name;
+  }
+  // That COMPRESS file's field says 5237; its data holds 20 bytes.
+  const std::int32_t h = LZOpenFile(kSamples + "wine_testfile.tx_");
+  EXPECT_EQ(LZSeek(h, 0, kLzSeekEnd), 20);
+  char c = 0;
+  EXPECT_EQ(LZRead(h, &c, 1), 0);
+  LZClose(h);
+}
+
+TEST_F(Lz, FilesCompressedByMscompressExpand) {
+  if (!fs::exists("/usr/bin/mscompress")) GTEST_SKIP() << "mscompress is not installed";
+  // mscompress turns inputs of 1 to 16 bytes into NULs, so none is used.
+  const std::string inputs[] = {"",           Text(17),         Text(4096 + 18),
+                                Text(60'000), Noise(20'000, 4), std::string(5000, ' ') + "end"};
+  for (std::size_t i = 0; i < std::size(inputs); ++i) {
+    const std::string name = "in" + std::to_string(i) + ".txt";
+    const std::string command =
+        "/usr/bin/mscompress '" + dir_.Write(name, inputs[i]).string() + "'";
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+    EXPECT_EQ(ReadThroughHandle(dir_.str() + "\\" + name + "_"), inputs[i]) << name;
+  }
+}
+
+// ---------------------------------------------------------------------------
+// The length field against the data, and damaged input.
+
+TEST(LzLengthField, CutsLongerDataYieldsToShorterDataAndMustBePlausible) {
+  const std::string text = Text(1000);
+  const std::string szdd = CompressSzdd(text);
+  EXPECT_EQ(Expand(WithLengthField(szdd, 5)), text.substr(0, 5));
+  EXPECT_EQ(Expand(WithLengthField(szdd, 60'000)), text);
+  const auto limit = static_cast<std::uint32_t>(100 * szdd.size() + 64 * 1024);
+  EXPECT_EQ(Expand(WithLengthField(szdd, limit)), text);
+  Expand(WithLengthField(szdd, limit + 1), LZERROR_READ);
+  const std::string noise = Noise(700'000, 3);  // big enough for the ratio
+  const std::string big = CompressSzdd(noise);
+  EXPECT_EQ(Expand(WithLengthField(big, 64U << 20)), noise);
+  Expand(WithLengthField(big, (64U << 20) + 1), LZERROR_READ);
+}
+
+TEST(LzHostile, TruncatedFilesGiveAPrefixOrAnError) {
+  const std::string text = Text(3000);
+  const std::string szdd = CompressSzdd(text);
+  for (std::size_t cut = 0; cut <= szdd.size(); ++cut) {
+    std::int32_t error = 1;
+    const std::string out = ExpandSzdd(std::string_view(szdd).substr(0, cut), error);
+    if (cut < 8) {  // no complete magic: plain bytes
+      EXPECT_EQ(out, szdd.substr(0, cut));
+    } else if (cut < 14) {
+      EXPECT_EQ(error, LZERROR_READ) << cut;
+    } else {
+      EXPECT_EQ(error, 0) << cut;
+      EXPECT_EQ(out, text.substr(0, out.size())) << cut;
+    }
+  }
+}
+
+TEST(LzHostile, ForeignMagicIsPlainAndOtherModesAreRefused) {
+  const std::string qbasic("SZ \x88\xF0\x27\x33\xD1\x05\0\0\0", 12);
+  EXPECT_EQ(Expand(qbasic), qbasic);
+  std::string szdd = CompressSzdd("text");
+  szdd[8] = 'B';
+  Expand(szdd, LZERROR_UNKNOWNALG);
+  TempFolder dir;
+  dir.Write("b.tx_", szdd);
+  EXPECT_EQ(LZOpenFile(dir.str() + "\\b.tx_"), LZERROR_UNKNOWNALG);
+}
+
+TEST(LzHostile, GarbageAfterTheMagicStaysInBounds) {
+  std::mt19937 gen(12);
+  for (int round = 0; round < 2000; ++round) {
+    std::string bytes = "SZDD\x88\xF0\x27\x33" + Noise(gen() % 300, static_cast<unsigned>(gen()));
+    if (round % 2 == 0 && bytes.size() > 8) bytes[8] = 'A';
+    std::int32_t error = 1;
+    const std::string out = ExpandSzdd(bytes, error);
+    if (error == 0) {
+      std::uint32_t field = 0;
+      for (std::size_t i = 14; i-- > 10;)
+        field = field << 8 | static_cast<unsigned char>(bytes[i]);
+      EXPECT_LE(out.size(), std::min<std::size_t>(field, (bytes.size() - 14) * 9));
+    } else {
+      EXPECT_TRUE(error == LZERROR_READ || error == LZERROR_UNKNOWNALG) << error;
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Handles.
+
+TEST_F(Lz, PlainFilesAreReadAsTheyStand) {
+  const std::string bytes("Name;Land\r\n\0\xFF\x88", 14);
+  Put("User.dao", bytes);
+  EXPECT_EQ(ReadThroughHandle(dir_.str() + "\\USER.DAO"), bytes);
+  EXPECT_EQ(ReadThroughHandle(Put("empty.dao", "")), "");
+  EXPECT_EQ(LZOpenFile(dir_.str() + "\\none.dat"), LZERROR_BADINHANDLE);
+  fs::create_directory(dir_.path() / "sub");
+  EXPECT_EQ(LZOpenFile(dir_.str() + "\\sub"), LZERROR_BADINHANDLE);
+}
+
+TEST_F(Lz, SeekMovesWithinTheImageOrFailsInPlace) {
+  const std::int32_t h = LZOpenFile(Put("t.tx_", CompressSzdd("0123456789")));
+  ASSERT_GE(h, 0);
+  char c = 0;
+  EXPECT_EQ(LZSeek(h, 4, kLzSeekSet), 4);
+  EXPECT_EQ(LZRead(h, &c, 1), 1);
+  EXPECT_EQ(c, '4');
+  EXPECT_EQ(LZSeek(h, 2, kLzSeekCurrent), 7);
+  EXPECT_EQ(LZSeek(h, -1, kLzSeekEnd), 9);
+  EXPECT_EQ(LZSeek(h, 0, kLzSeekEnd), 10);
+  ASSERT_EQ(LZSeek(h, 3, kLzSeekSet), 3);
+  EXPECT_EQ(LZSeek(h, -1, kLzSeekSet), LZERROR_BADVALUE);
+  EXPECT_EQ(LZSeek(h, 8, kLzSeekCurrent), LZERROR_BADVALUE);
+  EXPECT_EQ(LZSeek(h, 2147483647, kLzSeekCurrent), LZERROR_BADVALUE);
+  EXPECT_EQ(LZSeek(h, 1, kLzSeekEnd), LZERROR_BADVALUE);
+  EXPECT_EQ(LZSeek(h, 0, 3), LZERROR_BADVALUE);
+  EXPECT_EQ(LZSeek(h, 0, kLzSeekCurrent), 3);
+  LZClose(h);
+}
+
+TEST_F(Lz, ReadCopiesUpToTheEndAndChecksItsArguments) {
+  const std::int32_t h = LZOpenFile(Put("t.txt", "0123456789"));
+  ASSERT_GE(h, 0);
+  char buffer[32] = {};
+  EXPECT_EQ(LZRead(h, buffer, 4), 4);
+  EXPECT_EQ(LZRead(h, buffer, 0), 0);
+  EXPECT_EQ(LZRead(h, buffer, -1), LZERROR_BADVALUE);
+  EXPECT_EQ(LZRead(h, nullptr, 1), LZERROR_BADVALUE);
+  EXPECT_EQ(LZRead(h, buffer, 32), 6);
+  EXPECT_EQ(std::string(buffer, 6), "456789");
+  EXPECT_EQ(LZRead(h, buffer, 32), 0);
+  LZClose(h);
+  for (const std::int32_t bad : {h, -1, 5000}) {
+    EXPECT_EQ(LZRead(bad, buffer, -1), LZERROR_BADINHANDLE) << bad;
+    EXPECT_EQ(LZSeek(bad, 0, kLzSeekSet), LZERROR_BADINHANDLE) << bad;
+    LZClose(bad);
+  }
+}
+
+TEST_F(Lz, HandlesHaveOwnPositionsAndKeepTheBytesTheyOpened) {
+  const std::string path = Put("t.txt", "old contents");
+  const std::int32_t a = LZOpenFile(path);
+  const std::int32_t b = LZOpenFile(path);
+  ASSERT_GE(a, 0);
+  ASSERT_NE(a, b);
+  EXPECT_EQ(LZSeek(a, 4, kLzSeekSet), 4);
+  Put("t.txt", "new");
+  EXPECT_EQ(ReadAll(b), "old contents");
+  LZClose(a);
+  const std::int32_t c = LZOpenFile(path);
+  EXPECT_EQ(c, a);  // the freed number again
+  EXPECT_EQ(ReadAll(c), "new");
+  LZClose(b);
+  LZClose(c);
+}
+
+TEST_F(Lz, ThreadsUseTheirOwnHandles) {
+  std::atomic<int> failures{0};
+  std::vector<std::thread> threads;
+  for (std::size_t t = 0; t < 6; ++t) {
+    const std::string path = Put("f" + std::to_string(t) + ".tx_", CompressSzdd(Text(500 * t)));
+    threads.emplace_back([&failures, path, t] {
+      for (int round = 0; round < 100; ++round) {
+        const std::int32_t h = LZOpenFile(path);
+        if (ReadAll(h) != Text(500 * t)) ++failures;
+        LZClose(h);
+        if (round % 10 == 0) ClearExpandedImages();
+      }
+    });
+  }
+  for (auto& thread : threads)
+    thread.join();
+  EXPECT_EQ(failures.load(), 0);
+}
+
+// ---------------------------------------------------------------------------
+// The image cache. Files dated an hour back count as settled.
+
+std::shared_ptr<const std::string> Image(const std::string& path) {
+  std::int32_t error = 1;
+  auto image = ExpandedImage(path, error);
+  EXPECT_EQ(error, 0) << path;
+  return image ? image : std::make_shared<const std::string>();
+}
+
+fs::file_time_type LongAgo() {
+  return fs::file_time_type::clock::now() - std::chrono::hours(1);
+}
+
+TEST_F(Lz, SettledImagesAreKeptUntilForgottenOrCleared) {
+  const fs::path file = dir_.path() / "d.da_";
+  const std::string path = Put("d.da_", CompressSzdd("version 1"));
+  fs::last_write_time(file, LongAgo());
+  const auto first = Image(path);
+  EXPECT_EQ(*first, "version 1");
+  // Same size, time and inode: only the component itself knows it wrote.
+  const auto time = fs::last_write_time(file);
+  Put("d.da_", CompressSzdd("version 2"));
+  fs::last_write_time(file, time);
+  EXPECT_EQ(Image(dir_.str() + "\\D.DA_"), first);
+  ForgetExpandedImage(dir_.str() + "\\D.DA_");
+  EXPECT_EQ(*Image(path), "version 2");
+  Put("d.da_", CompressSzdd("version 3"));
+  fs::last_write_time(file, time);
+  ClearExpandedImages();
+  EXPECT_EQ(*Image(path), "version 3");
+}
+
+TEST_F(Lz, RewriteInTheSameTimeTickWithTheSameSizeIsSeen) {
+  // As on a file system with whole-second times.
+  const auto tick = std::chrono::floor<std::chrono::seconds>(fs::file_time_type::clock::now());
+  const fs::path file = dir_.path() / "d.da_";
+  const std::string path = Put("d.da_", CompressSzdd("first version"));
+  fs::last_write_time(file, tick);
+  EXPECT_EQ(*Image(path), "first version");
+  Put("d.da_", CompressSzdd("other version"));
+  fs::last_write_time(file, tick);
+  EXPECT_EQ(*Image(path), "other version");
+  EXPECT_EQ(ReadThroughHandle(path), "other version");
+}
+
+TEST_F(Lz, FileReplacedByRenameIsSeen) {
+  const fs::path file = dir_.path() / "d.dao";
+  const std::string path = Put("d.dao", "first version");
+  const auto old = LongAgo();
+  fs::last_write_time(file, old);
+  EXPECT_EQ(*Image(path), "first version");
+  const fs::path replacement = dir_.Write("d.tmp", "other version");
+  fs::last_write_time(replacement, old);
+  fs::rename(replacement, file);
+  EXPECT_EQ(*Image(path), "other version");
+}
+
+TEST_F(Lz, LeastRecentlyUsedImagesGoFirst) {
+  std::vector<std::string> paths;
+  std::vector<std::shared_ptr<const std::string>> images;
+  for (int i = 0; i <= 256; ++i) {
+    const std::string name = "f" + std::to_string(i);
+    paths.push_back(Put(name, name));
+    fs::last_write_time(dir_.path() / name, LongAgo());
+    if (i < 256) images.push_back(Image(paths.back()));
+  }
+  EXPECT_EQ(Image(paths[0]), images[0]);  // now the most recent
+  Image(paths[256]);                      // one too many: f1 goes
+  EXPECT_EQ(Image(paths[0]), images[0]);
+  EXPECT_EQ(Image(paths[2]), images[2]);
+  EXPECT_NE(Image(paths[1]), images[1]);
+}
+
+}  // namespace
+}  // namespace tarv

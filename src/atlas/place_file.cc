@@ -23,21 +23,6 @@ constexpr auto kRecordSize = static_cast<std::int32_t>(kPlaceRecordSize);
 // are not read.
 constexpr std::int32_t kMaxRecords = 32767;
 
-// Closes its LZ handle on every way out of a reader.
-class LzHandle {
- public:
-  explicit LzHandle(const std::string& path) : handle_(LZOpenFile(path)) {}
-  ~LzHandle() {
-    if (handle_ >= 0) LZClose(handle_);
-  }
-  LzHandle(const LzHandle&) = delete;
-  LzHandle& operator=(const LzHandle&) = delete;
-  std::int32_t get() const { return handle_; }
-
- private:
-  std::int32_t handle_;
-};
-
 bool IsGroupName(std::string_view code) {
   for (const char* group : {"AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"}) {
     if (TextEqual(code, group)) return true;
@@ -149,7 +134,7 @@ std::size_t Get_CompressedFiles(std::string_view name, std::vector<std::string>&
   const std::int16_t continent = GetContinentID(name);
   if (continent == 0) {
     const std::string code = Get_Prae(name);
-    if (code.empty() || !IsSafeCode(code)) return 0;
+    if (code.empty() || !IsSafeCode(name)) return 0;
     files = {folder + "USER\\" + PathPart(code) + ".dao", folder + PathPart(code) + ".dao"};
     refs = {PlaceRef{code, 0}, PlaceRef{code, 0}};
     return files.size();
@@ -182,7 +167,7 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
   for (const bool user : {true, false}) {
     const std::string file = user ? Get_UserFile(place_file) : place_file;
     if (!Exist(file)) continue;
-    const LzHandle lz(file);
+    const LzFile lz(file);
     if (lz.get() < 0) return ShowLzError(lz.get(), file);
     const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);
     if (length < 0) return ShowLzError(length, file);
@@ -217,7 +202,7 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
     const std::string& file = files[f];
     if (!Exist(file)) continue;
     const bool user = TextContains(file, "\\USER\\");
-    const LzHandle lz(file);
+    const LzFile lz(file);
     if (lz.get() < 0) return lz.get();
     const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);
     if (length < 0) return length;

@@ -1,6 +1,8 @@
 #include "atlas/place_search.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <optional>
 
 #include "atlas/country_table.h"

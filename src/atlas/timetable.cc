@@ -120,20 +120,6 @@ std::int16_t ShowTimetableError(std::int32_t code, const std::string& file,
   return static_cast<std::int16_t>(result.size());
 }
 
-class LzHandle {
- public:
-  explicit LzHandle(const std::string& path) : handle_(LZOpenFile(path)) {}
-  ~LzHandle() {
-    if (handle_ >= 0) LZClose(handle_);
-  }
-  LzHandle(const LzHandle&) = delete;
-  LzHandle& operator=(const LzHandle&) = delete;
-  std::int32_t get() const { return handle_; }
-
- private:
-  std::int32_t handle_;
-};
-
 std::optional<std::size_t> CountryPosition(std::string_view code) {
   const std::int16_t id = GetCountryID(code);
   if (id == 0) return std::nullopt;
@@ -257,7 +243,7 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections) {
   return bytes;
 }
 
-std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, double reference,
+std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_id, double reference,
                                std::int32_t number, std::vector<TimetableEntry>& result,
                                bool usa, const std::string& folder) {
   if (!InitializeCountries("", "Country.dat", false, false) ||
@@ -280,7 +266,7 @@ std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, d
   result.assign(1, TimetableEntry{kSerial1700, 0});
   const auto section = Sections().Find(file, country_id);
   if (!section) return static_cast<std::int16_t>(result.size());
-  const LzHandle lz(file);
+  const LzFile lz(file);
   if (lz.get() < 0) return ShowTimetableError(lz.get(), file, result);
   if (const std::int32_t at = LZSeek(lz.get(), *section + kRecordSize, kLzSeekSet); at < 0) {
     return ShowTimetableError(at, file, result);

@@ -10,11 +10,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
 #include "export/atomic_file.h"
+#include "platform/codepage.h"
 #include "platform/lz.h"
 #include "platform/paths.h"
 #include "tarvplaces/atlas_error.h"

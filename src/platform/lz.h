@@ -69,6 +69,22 @@ std::int32_t LZSeek(std::int32_t handle, std::int32_t offset, int origin);
 // Releases the handle; unknown handles are ignored.
 void LZClose(std::int32_t handle);
 
+// An LZ handle that is closed on every way out of a reader.
+class LzFile {
+ public:
+  explicit LzFile(const std::string& path) : handle_(LZOpenFile(path)) {}
+  ~LzFile() {
+    if (handle_ >= 0) LZClose(handle_);
+  }
+  LzFile(const LzFile&) = delete;
+  LzFile& operator=(const LzFile&) = delete;
+  // The handle, or the negative LZERROR code of the open.
+  std::int32_t get() const { return handle_; }
+
+ private:
+  std::int32_t handle_;
+};
+
 // The expanded bytes of the file at `path` (cached) with 0 in `error`, or
 // nullptr and a negative LZERROR code as LZOpenFile gives it. For readers that
 // want the whole image. The cache holds up to 64 MiB of images of at most 256

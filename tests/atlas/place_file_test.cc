@@ -1,5 +1,6 @@
 #include "atlas/place_file.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/lz.h"

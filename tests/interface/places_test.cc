@@ -210,7 +210,7 @@ TEST_F(PlaceLookupTest, GetPlaceDataOfAnUnknownPlaceSetsZeros) {
 
 TEST_F(PlaceLookupTest, NearestPlaceLineIsUtf8) {
   EXPECT_EQ(places_.GetNearestPlace("D", 11.6, 48.1),
-            "München" + std::string(21, ' ') + "\t11.57549\t48.13743\t1\t0");
+            "München" + std::string(21, ' ') + "\t11.57549\t48.13743\t1\t1");
   EXPECT_EQ(places_.GetNearestPlace("D", 0, 0, 1.0), "");
 }
 

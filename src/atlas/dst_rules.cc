@@ -70,9 +70,8 @@ bool ParseLocalTime(std::string_view text, double& serial) {
   int m = 0;
   int day = 0;
   int minutes = 0;
-  if (d.size() != 3 || !ParseInt(d[0], y) || !ParseInt(d[1], m) || !ParseInt(d[2], day) ||
-      m < 1 || m > 12 || day < 1 || day > 31 || y < 1900 || y > 9999 ||
-      !ParseClock(t[1], minutes)) {
+  if (d.size() != 3 || !ParseInt(d[0], y) || !ParseInt(d[1], m) || !ParseInt(d[2], day) || m < 1 ||
+      m > 12 || day < 1 || day > 31 || y < 1900 || y > 9999 || !ParseClock(t[1], minutes)) {
     return false;
   }
   serial = SerialOfDate(y, m, day) + static_cast<double>(minutes) / kMinutesPerDay;
@@ -104,7 +103,9 @@ DayRule DayRuleOf(double serial) {
   return rule;
 }
 
-int YearOf(double serial) { return CalendarOfSerial(serial).year; }
+int YearOf(double serial) {
+  return CalendarOfSerial(serial).year;
+}
 
 }  // namespace
 

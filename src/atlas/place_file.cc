@@ -1,6 +1,10 @@
 #include "atlas/place_file.h"
 
 #include <algorithm>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
 
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
@@ -16,12 +20,10 @@ namespace tarv {
 namespace {
 
 constexpr std::size_t kTimetableAt = 28;
-constexpr std::size_t kLongitudeAt = 30;
-constexpr std::size_t kLatitudeAt = 34;
+constexpr std::size_t kLongitudeAt = kPlaceLongitudeAt;
+constexpr std::size_t kLatitudeAt = kPlaceLatitudeAt;
 constexpr auto kRecordSize = static_cast<std::int32_t>(kPlaceRecordSize);
-// Record numbers are 16-bit: records past this one cannot be addressed and
-// are not read.
-constexpr std::int32_t kMaxRecords = 32767;
+constexpr auto kMaxRecords = static_cast<std::int32_t>(kMaxPlaceRecords);
 
 bool IsGroupName(std::string_view code) {
   for (const char* group : {"AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"}) {
@@ -38,10 +40,13 @@ bool IsSafeCode(std::string_view code) {
 
 // Country codes are ASCII in practice; the conversion keeps a path in one
 // encoding if one is not.
-std::string PathPart(std::string_view ansi) { return Utf8FromAnsi(ansi); }
+std::string PathPart(std::string_view ansi) {
+  return Utf8FromAnsi(ansi);
+}
 
 std::string RemoveTrailingStops(std::string text) {
-  while (!text.empty() && text.back() == '.') text.pop_back();
+  while (!text.empty() && text.back() == '.')
+    text.pop_back();
   // Names written with this abbreviation keep its closing full stop.
   if (text.size() >= 4 && TextEqual(std::string_view(text).substr(text.size() - 4), " G.C")) {
     text += '.';
@@ -61,9 +66,8 @@ std::int32_t ShowLzError(std::int32_t code, const std::string& file) {
 std::pair<std::int32_t, std::int32_t> LetterRun(const std::string& index_file, char letter,
                                                 std::int32_t record_count) {
   std::pair<std::int32_t, std::int32_t> run{1, 1};
-  if (!Exist(index_file)) return run;
   std::int32_t error = 0;
-  const auto image = ExpandedImage(index_file, error);
+  const auto image = ExistingImage(index_file, error);
   if (!image) return run;
   const std::string_view index = *image;
   const std::size_t whole = index.size() / kIndexEntrySize * kIndexEntrySize;
@@ -71,16 +75,76 @@ std::pair<std::int32_t, std::int32_t> LetterRun(const std::string& index_file, c
     if (AnsiUpper(index[at]) != AnsiUpper(letter)) continue;
     run.first = DecodeInt32(index, at + 1);
     const std::size_t next = at + kIndexEntrySize;
-    run.second = next + kIndexEntrySize <= index.size() ? DecodeInt32(index, next + 1)
-                                                        : record_count;
+    run.second =
+        next + kIndexEntrySize <= index.size() ? DecodeInt32(index, next + 1) : record_count;
     break;
   }
   return run;
 }
 
+// A place file's expanded bytes with what searches derive from its names
+// once: the letters-only form of every name, and the records grouped by that
+// form folded to capitals (a whole-name search compares exactly that).
+struct PlaceImage {
+  std::shared_ptr<const std::string> bytes;
+  std::vector<std::string> letters;
+  std::unordered_map<std::string, std::vector<std::int32_t>> by_letters;
+
+  std::int32_t RecordCount() const {
+    return std::min(static_cast<std::int32_t>(bytes->size() / kPlaceRecordSize), kMaxRecords);
+  }
+  std::string_view NameField(std::int32_t record) const {
+    return std::string_view(*bytes).substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth);
+  }
+};
+
+std::string FoldedLetters(std::string_view text) {
+  return UCase(GetCleanString(text));
+}
+
+// Derived data per expanded image, dropped with the image.
+class PlaceImages {
+ public:
+  // nullptr with `error` 0 for a file that does not exist.
+  std::shared_ptr<const PlaceImage> Get(const std::string& file, std::int32_t& error) {
+    auto bytes = ExistingImage(file, error);
+    if (!bytes) return nullptr;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    auto& slot = images_[file];
+    if (slot && slot->bytes == bytes) return slot;
+    auto image = std::make_shared<PlaceImage>();
+    image->bytes = std::move(bytes);
+    const std::int32_t count = image->RecordCount();
+    image->letters.reserve(static_cast<std::size_t>(count));
+    for (std::int32_t r = 1; r <= count; ++r) {
+      image->letters.push_back(GetCleanString(image->NameField(r)));
+      image->by_letters[UCase(image->letters.back())].push_back(r);
+    }
+    if (images_.size() > kMaxFiles) images_.clear();
+    slot = image;
+    return image;
+  }
+  void Clear() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    images_.clear();
+  }
+
+ private:
+  static constexpr std::size_t kMaxFiles = 512;
+  std::mutex mutex_;
+  std::map<std::string, std::shared_ptr<const PlaceImage>> images_;
+};
+
+PlaceImages& Images() {
+  static PlaceImages images;
+  return images;
+}
+
 }  // namespace
 
-std::string PlaceRecord::TrimmedName() const { return Trim(NameField()); }
+std::string PlaceRecord::TrimmedName() const {
+  return Trim(NameField());
+}
 
 void PlaceRecord::SetName(std::string_view name) {
   Name.fill(' ');
@@ -197,33 +261,45 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
   std::vector<PlaceRef> refs;
   Get_CompressedFiles(Get_PraePost(place_file), files, refs);
   const char letter = GetLetter(test.LetterText())[0];
+  const std::string key = test.mode() == 0 ? FoldedLetters(test.LetterText()) : std::string();
   std::int32_t found = 0;
   for (std::size_t f = 0; f < files.size(); ++f) {
     const std::string& file = files[f];
-    if (!Exist(file)) continue;
     const bool user = TextContains(file, "\\USER\\");
-    const LzFile lz(file);
-    if (lz.get() < 0) return lz.get();
-    const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);
-    if (length < 0) return length;
-    const std::int32_t record_count = std::min(length / kRecordSize, kMaxRecords);
+    std::int32_t error = 0;
+    const auto image = Images().Get(file, error);
+    if (!image) {
+      if (error != 0) return error;
+      continue;  // a missing file has no places
+    }
+    const std::int32_t record_count = image->RecordCount();
     auto [start, end] = LetterRun(IndexPathOf(file), letter, record_count);
     end = std::min(end, record_count);
     if (start < 1 || start > record_count) continue;  // an index that points nowhere
-    const std::int32_t at = LZSeek(lz.get(), (start - 1) * kRecordSize, kLzSeekSet);
-    if (at < 0) return at;
-    for (std::int32_t i = start; i <= end; ++i) {
-      PlaceRecord place;
-      const std::int32_t read = ReadPlaceStructure(lz.get(), place);
-      if (read < 0) return read;
-      if (read == 0) break;
-      if (place.IsDeleted() || !test.Matches(place)) continue;
-      const std::int32_t position = LZSeek(lz.get(), 0, kLzSeekCurrent);
+    auto add = [&](std::int32_t record) {
+      if (image->NameField(record)[0] == kDeletedMark) return;
       PlaceRef ref = refs[f];
-      ref.RecordNo = static_cast<std::int16_t>(user ? -(position / kRecordSize)
-                                                    : position / kRecordSize);
-      result.Add(place, std::move(ref));
+      ref.RecordNo = static_cast<std::int16_t>(user ? -record : record);
+      result.Add(DecodePlaceRecord(std::string_view(*image->bytes)
+                                       .substr((record - 1) * kPlaceRecordSize, kPlaceRecordSize)),
+                 std::move(ref));
       ++found;
+    };
+    if (test.mode() == 0) {
+      // A whole-name match is a match of the letters-only forms.
+      const auto hit = image->by_letters.find(key);
+      if (hit == image->by_letters.end()) continue;
+      for (const std::int32_t record : hit->second) {
+        if (record >= start && record <= end) add(record);
+      }
+      continue;
+    }
+    for (std::int32_t record = start; record <= end; ++record) {
+      const bool match =
+          test.mode() == 1
+              ? test.MatchesLetters(image->letters[static_cast<std::size_t>(record - 1)])
+              : test.MatchesField(image->NameField(record));
+      if (match) add(record);
     }
   }
   return found;

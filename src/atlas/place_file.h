@@ -19,6 +19,10 @@ namespace tarv {
 inline constexpr std::size_t kPlaceRecordSize = 38;
 inline constexpr std::size_t kPlaceNameWidth = 28;
 inline constexpr std::size_t kIndexEntrySize = 5;
+inline constexpr std::size_t kPlaceLongitudeAt = 30;
+inline constexpr std::size_t kPlaceLatitudeAt = 34;
+// Record numbers are 16-bit: records past this one cannot be addressed.
+inline constexpr std::size_t kMaxPlaceRecords = 32767;
 // The first byte of a deleted record's name.
 inline constexpr char kDeletedMark = '@';
 

@@ -10,7 +10,9 @@
 
 namespace tarv {
 
-char RunLetterOf(const PlaceRecord& place) { return GetLetter(place.TrimmedName())[0]; }
+char RunLetterOf(const PlaceRecord& place) {
+  return GetLetter(place.TrimmedName())[0];
+}
 
 void SortForPlaceFile(std::vector<PlaceRecord>& places) {
   struct Keyed {
@@ -28,13 +30,15 @@ void SortForPlaceFile(std::vector<PlaceRecord>& places) {
   std::sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
     return std::tie(a.letter, a.folded, a.bytes) < std::tie(b.letter, b.folded, b.bytes);
   });
-  for (std::size_t i = 0; i < places.size(); ++i) places[i] = keyed[i].place;
+  for (std::size_t i = 0; i < places.size(); ++i)
+    places[i] = keyed[i].place;
 }
 
 std::string EncodePlaceFile(const std::vector<PlaceRecord>& places) {
   std::string bytes;
   bytes.reserve(places.size() * kPlaceRecordSize);
-  for (const auto& p : places) bytes += EncodePlaceRecord(p);
+  for (const auto& p : places)
+    bytes += EncodePlaceRecord(p);
   return bytes;
 }
 

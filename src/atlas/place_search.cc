@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <map>
 #include <optional>
 
 #include "atlas/country_table.h"
@@ -46,25 +47,31 @@ const AccentClass* ClassOf(char c) {
   return nullptr;
 }
 
-bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool IsAsciiLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
 
 // Letters of the code page beyond ASCII: they sort among the letters, so
 // the letters-only form keeps them.
 bool IsAccentedLetter(char c) {
   const auto b = static_cast<unsigned char>(c);
-  return b == 0x8A || b == 0x8C || b == 0x8E || b == 0x9A || b == 0x9C || b == 0x9E ||
-         b == 0x9F || (b >= 0xC0 && b != 0xD7 && b != 0xF7);
+  return b == 0x8A || b == 0x8C || b == 0x8E || b == 0x9A || b == 0x9C || b == 0x9E || b == 0x9F ||
+         (b >= 0xC0 && b != 0xD7 && b != 0xF7);
 }
 
-bool IsNameLetter(char c) { return IsAsciiLetter(c) || IsAccentedLetter(c); }
+bool IsNameLetter(char c) {
+  return IsAsciiLetter(c) || IsAccentedLetter(c);
+}
 
 // Compares the letters-only forms of two texts without building them.
 bool LettersEqual(std::string_view a, std::string_view b) noexcept {
   std::size_t i = 0;
   std::size_t j = 0;
   for (;;) {
-    while (i < a.size() && !IsNameLetter(a[i])) ++i;
-    while (j < b.size() && !IsNameLetter(b[j])) ++j;
+    while (i < a.size() && !IsNameLetter(a[i]))
+      ++i;
+    while (j < b.size() && !IsNameLetter(b[j]))
+      ++j;
     if (i == a.size() || j == b.size()) return i == a.size() && j == b.size();
     if (AnsiUpper(a[i]) != AnsiUpper(b[j])) return false;
     ++i;
@@ -87,6 +94,7 @@ void StoreFound(const PlaceList& list, std::string_view default_code) {
   auto& found = State().found_places;
   found.clear();
   found.reserve(list.size());
+  std::map<std::pair<std::string, std::int16_t>, std::int32_t> zones;
   for (std::size_t i = 0; i < list.size(); ++i) {
     FoundPlace f;
     f.Country = list.refs[i].Country.empty() ? std::string(default_code) : list.refs[i].Country;
@@ -94,7 +102,11 @@ void StoreFound(const PlaceList& list, std::string_view default_code) {
     f.RecordNo = list.refs[i].RecordNo;
     f.Longitude = f.Place.Longitude;
     f.Latitude = f.Place.Latitude;
-    f.ZoneId = ZoneOfPlace(f.Country, f.Place.Timetable);
+    const auto key = std::make_pair(f.Country, f.Place.Timetable);
+    auto zone = zones.find(key);
+    if (zone == zones.end())
+      zone = zones.emplace(key, ZoneOfPlace(f.Country, f.Place.Timetable)).first;
+    f.ZoneId = zone->second;
     found.push_back(std::move(f));
   }
 }
@@ -121,7 +133,8 @@ std::optional<std::pair<std::string, std::string>> CoordinateParts(std::string_v
   for (const auto& part : parts) {
     if (part.find_first_of("0123456789") == std::string::npos) return std::nullopt;
     for (const char c : part) {
-      if (IsNumber(c) || std::string_view("NSEWOnsewo+-'\"\xB0").find(c) != std::string_view::npos) {
+      if (IsNumber(c) ||
+          std::string_view("NSEWOnsewo+-'\"\xB0").find(c) != std::string_view::npos) {
         continue;
       }
       return std::nullopt;
@@ -219,12 +232,16 @@ NameTest::NameTest(std::string search, bool pattern_mode) : pattern_("") {
   }
 }
 
+bool NameTest::MatchesField(std::string_view field) const {
+  return CitiesAreMatching(field.substr(0, text_.size()), text_);
+}
+
 bool NameTest::Matches(const PlaceRecord& place) const {
   switch (mode_) {
     case 1:
-      return pattern_.Matches(GetCleanString(place.TrimmedName()));
+      return MatchesLetters(GetCleanString(place.TrimmedName()));
     case 2:
-      return CitiesAreMatching(place.NameField().substr(0, text_.size()), text_);
+      return MatchesField(place.NameField());
     default:
       return CitiesAreMatching(Trim(place.NameField()), text_);
   }
@@ -242,7 +259,8 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   }
   // First the exact or prefix search; a trailing "?" asks for the beginning.
   std::string first = text;
-  while (!first.empty() && first.back() == '?') first.pop_back();
+  while (!first.empty() && first.back() == '?')
+    first.pop_back();
   if (first.size() != text.size()) first += '*';
   Read_Cp_Indexed_City(file, first, list, 0);
   if (list.size() == 0) Read_Cp_Indexed_City(file, text, list, 1);
@@ -255,7 +273,9 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   return static_cast<std::int32_t>(list.size());
 }
 
-const std::vector<FoundPlace>& FoundPlaces() { return State().found_places; }
+const std::vector<FoundPlace>& FoundPlaces() {
+  return State().found_places;
+}
 
 std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view search,
                                 std::string_view code, std::int32_t& places_found,
@@ -293,8 +313,9 @@ std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
   const bool group = GetContinentID(mapped) != 0;
   for (std::size_t i = 0; i < list.size(); ++i) {
     const auto& place = list.places[i];
-    std::string item = place.TrimmedName() + '\t' + DegreeStringOfDec(place.Longitude, kLongitudeFlags) +
-                       '\t' + DegreeStringOfDec(place.Latitude, kLatitudeFlags);
+    std::string item = place.TrimmedName() + '\t' +
+                       DegreeStringOfDec(place.Longitude, kLongitudeFlags) + '\t' +
+                       DegreeStringOfDec(place.Latitude, kLatitudeFlags);
     if (group) item += '\t' + list.refs[i].Country;
     control.AddItem(item);
     control.ItemData(control.NewIndex(), list.refs[i].RecordNo);

@@ -57,6 +57,9 @@ class NameTest {
   // The text whose first letter selects the index run.
   const std::string& LetterText() const { return text_; }
   bool Matches(const PlaceRecord& place) const;
+  // Mode 1 on a name's letters-only form; mode 2 on a 28-byte name field.
+  bool MatchesLetters(std::string_view letters) const { return pattern_.Matches(letters); }
+  bool MatchesField(std::string_view field) const;
 
  private:
   int mode_ = 0;

@@ -28,7 +28,9 @@ constexpr double kOneSecond = 1.0 / (24.0 * 3600.0);
 // The codes that stand for the last three zones of the loaded table.
 constexpr std::int16_t kLastZoneCode = 140;
 
-bool IsSectionMarker(double datum) { return datum <= -kSectionMarkerStep; }
+bool IsSectionMarker(double datum) {
+  return datum <= -kSectionMarkerStep;
+}
 bool IsBlockMarker(double datum) {
   return !IsSectionMarker(datum) && datum <= -kBlockMarkerStep &&
          std::fmod(-datum, kBlockMarkerStep) == 0.0;
@@ -62,9 +64,11 @@ class SectionIndex {
   };
   static std::map<std::int64_t, std::int32_t> Scan(std::string_view image) {
     std::map<std::int64_t, std::int32_t> sections;
-    for (std::size_t at = 0; at + kTimetableRecordSize <= image.size(); at += kTimetableRecordSize) {
+    for (std::size_t at = 0; at + kTimetableRecordSize <= image.size();
+         at += kTimetableRecordSize) {
       const double datum = DecodeFloat64(image, at);
-      if (IsSectionMarker(datum)) sections.emplace(SectionNumber(datum), static_cast<std::int32_t>(at));
+      if (IsSectionMarker(datum))
+        sections.emplace(SectionNumber(datum), static_cast<std::int32_t>(at));
     }
     return sections;
   }
@@ -149,7 +153,9 @@ std::vector<TimetableEntry> History(const CountryRecord& country, std::int16_t t
   return entries;
 }
 
-bool HasHistory(const std::vector<TimetableEntry>& entries) { return entries.size() > 1; }
+bool HasHistory(const std::vector<TimetableEntry>& entries) {
+  return entries.size() > 1;
+}
 
 std::int16_t ZoneInHistory(const std::vector<TimetableEntry>& entries, double date) {
   std::int16_t zone = 0;
@@ -161,7 +167,8 @@ std::int16_t ZoneInHistory(const std::vector<TimetableEntry>& entries, double da
 }
 
 bool IsSummerZone(const ZoneRecord& zone) {
-  return zone.TZType == 'S' || zone.TZType == 'D' || Trim(zone.TZShort).find("/S") != std::string::npos;
+  return zone.TZType == 'S' || zone.TZType == 'D' ||
+         Trim(zone.TZShort).find("/S") != std::string::npos;
 }
 
 // The standard zone a history ends on in 1999 (January, or July where
@@ -212,7 +219,8 @@ DstRule RuleOf(const CountryRecord& country, std::int16_t timetable,
   }
   std::vector<std::pair<double, bool>> summer;
   summer.reserve(history.size());
-  for (const auto& e : history) summer.emplace_back(e.Datum, IsSummerZone(ZoneOfId(e.Zone).zone));
+  for (const auto& e : history)
+    summer.emplace_back(e.Datum, IsSummerZone(ZoneOfId(e.Zone).zone));
   return InferDstRule(summer);
 }
 
@@ -237,15 +245,16 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections) {
     record(-kSectionMarkerStep * section.country, 0);
     for (std::size_t n = 0; n < section.timetables.size(); ++n) {
       record(-kBlockMarkerStep * static_cast<double>(n + 1), 0);
-      for (const auto& e : section.timetables[n]) record(e.Datum, e.Zone);
+      for (const auto& e : section.timetables[n])
+        record(e.Datum, e.Zone);
     }
   }
   return bytes;
 }
 
 std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_id, double reference,
-                               std::int32_t number, std::vector<TimetableEntry>& result,
-                               bool usa, const std::string& folder) {
+                               std::int32_t number, std::vector<TimetableEntry>& result, bool usa,
+                               const std::string& folder) {
   if (!InitializeCountries("", "Country.dat", false, false) ||
       !InitializeTimeZones("", "Zones13.bin")) {
     return 0;

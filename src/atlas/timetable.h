@@ -33,8 +33,8 @@ inline constexpr double kSerial2000 = 36526.0;
 inline constexpr double kSmallestSerial = -657434.0;
 
 struct TimetableEntry {
-  double Datum = 0.0;      // serial date (local) from which the zone holds
-  std::int16_t Zone = 0;   // index into the zone table
+  double Datum = 0.0;     // serial date (local) from which the zone holds
+  std::int16_t Zone = 0;  // index into the zone table
   friend bool operator==(const TimetableEntry&, const TimetableEntry&) = default;
 };
 
@@ -70,8 +70,8 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections);
 // LZ error shows its text under the title "Read_Cp_TimeTable" and returns
 // what was read so far. Zone numbers outside the zone table throw AtlasError.
 std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, double reference,
-                               std::int32_t number, std::vector<TimetableEntry>& result,
-                               bool usa, const std::string& folder = "");
+                               std::int32_t number, std::vector<TimetableEntry>& result, bool usa,
+                               const std::string& folder = "");
 
 // The zone in force for a country's timetable at a local serial date.
 struct ZoneAtDate {

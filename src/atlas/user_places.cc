@@ -36,7 +36,8 @@ class FolderLock {
  public:
   explicit FolderLock(const fs::path& folder)
       : fd_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    if (fd_ < 0) throw AtlasError(folder.string(), std::string("cannot lock: ") + std::strerror(errno));
+    if (fd_ < 0)
+      throw AtlasError(folder.string(), std::string("cannot lock: ") + std::strerror(errno));
     while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
     }
   }
@@ -52,8 +53,8 @@ class FolderLock {
 };
 
 struct UserFile {
-  std::string path;      // Windows-style
-  fs::path native;       // on disk
+  std::string path;  // Windows-style
+  fs::path native;   // on disk
   fs::path native_index;
 };
 
@@ -88,8 +89,8 @@ std::vector<std::string> ReadRecords(const fs::path& file) {
 
 std::string CleanName(const PlaceRecord& place) {
   std::string name(place.NameField());
-  std::replace_if(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; },
-                  ' ');
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
   return Trim(name);
 }
 

@@ -383,13 +383,21 @@ std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
 }
 
 std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error) {
+  auto image = ExistingImage(path, error);
+  if (!image && error == 0) error = LZERROR_BADINHANDLE;
+  return image;
+}
+
+std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error) {
   error = 0;
-  const std::filesystem::path native = NativePath(path);
-  const auto stamp = Stamp(native);
+  // Most paths are spelled as on disk; one stat settles them.
+  std::filesystem::path native = SlashedPath(path);
+  auto stamp = Stamp(native);
   if (!stamp) {
-    error = LZERROR_BADINHANDLE;
-    return nullptr;
+    native = NativePath(path);
+    stamp = Stamp(native);
   }
+  if (!stamp) return nullptr;
   const std::string key = native.string();
   if (auto cached = Cache().Find(key, *stamp)) return cached;
 

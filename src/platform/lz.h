@@ -94,6 +94,10 @@ class LzFile {
 // tick coarsely, so a same-size rewrite in that tick would look unchanged).
 std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error);
 
+// Like ExpandedImage, but a file that does not exist is no error: nullptr
+// with `error` 0. Readers that skip missing files use it to look once.
+std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error);
+
 // Drops the cached image of `path` (after the component rewrote the file).
 void ForgetExpandedImage(const std::string& path);
 

@@ -1,9 +1,13 @@
 #include "platform/paths.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <chrono>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <unordered_map>
 #include <system_error>
 
 #include "platform/codepage.h"
@@ -119,34 +123,122 @@ std::vector<fs::path> MatchingFiles(std::string_view windows_pattern) {
   return files;
 }
 
-fs::path NativePath(std::string_view windows_path) {
+fs::path SlashedPath(std::string_view windows_path) {
   std::string slashed(windows_path);
   std::replace(slashed.begin(), slashed.end(), '\\', '/');
-  fs::path direct(slashed);
-  if (slashed.empty() || Exists(direct)) return direct;
+  return fs::path(slashed);
+}
 
-  fs::path resolved = direct.root_path();
-  bool resolving = true;
-  for (const auto& part : direct.relative_path()) {
-    const std::string name = part.string();
-    if (name.empty() || name == "." || name == ".." || !resolving) {
-      resolved /= part;
-      continue;
-    }
-    const fs::path exact = resolved / part;
-    if (Exists(exact)) {
-      resolved = exact;
+namespace {
+
+struct Resolution {
+  fs::path path;
+  bool exists = false;
+  fs::path checked_folder;  // for a missing path: the folder that lacks its next part
+};
+
+// Resolves a path that does not exist as written.
+Resolution Resolve(const fs::path& direct) {
+  const fs::path relative = direct.relative_path();
+  const std::vector<fs::path> parts(relative.begin(), relative.end());
+  // The deepest folder that exists as written; usually the atlas folder.
+  std::size_t known = parts.size();
+  fs::path resolved;
+  while (known > 0) {
+    --known;
+    resolved = direct.root_path();
+    for (std::size_t i = 0; i < known; ++i) resolved /= parts[i];
+    if (known == 0 || Exists(resolved)) break;
+  }
+  for (std::size_t i = known; i < parts.size(); ++i) {
+    const std::string name = parts[i].string();
+    if (name.empty() || name == "." || name == "..") {
+      resolved /= parts[i];
       continue;
     }
     const std::string found = FindEntry(resolved, name);
     if (found.empty()) {
-      resolving = false;  // nothing below a missing folder can exist
-      resolved /= part;
-    } else {
-      resolved /= found;
+      // Nothing below a missing folder can exist.
+      Resolution missing{resolved, false, resolved.empty() ? fs::path(".") : resolved};
+      for (; i < parts.size(); ++i) missing.path /= parts[i];
+      return missing;
     }
+    resolved /= found;
   }
-  return resolved;
+  return {resolved, true, {}};
+}
+
+std::int64_t FolderStamp(const fs::path& folder) {
+  struct stat info {};
+  if (::stat(folder.c_str(), &info) != 0) return -1;
+  return static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec;
+}
+
+std::int64_t NowNs() {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(
+             std::chrono::system_clock::now().time_since_epoch())
+      .count();
+}
+
+// Resolutions of paths that are not spelled as on disk. A missing path stays
+// missing while the folder that lacked its next part is unchanged (creating
+// that part would change the folder's time); a found spelling stays right
+// while it exists. One stat checks either.
+class ResolutionCache {
+ public:
+  std::optional<fs::path> Find(const std::string& key) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto it = entries_.find(key);
+    if (it == entries_.end()) return std::nullopt;
+    const Entry& e = it->second;
+    if (e.exists ? Exists(e.path) : (e.settled && FolderStamp(e.folder) == e.folder_stamp)) {
+      return e.path;
+    }
+    entries_.erase(it);
+    return std::nullopt;
+  }
+  void Store(const std::string& key, const Resolution& r, std::int64_t folder_stamp) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (entries_.size() > kMaxEntries) entries_.clear();
+    const bool settled = r.exists || NowNs() - folder_stamp > kSettleNs;
+    entries_[key] = Entry{r.path, r.exists, r.checked_folder, folder_stamp, settled};
+  }
+  void Clear() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    entries_.clear();
+  }
+
+ private:
+  static constexpr std::size_t kMaxEntries = 4096;
+  static constexpr std::int64_t kSettleNs = 2'000'000'000;
+  struct Entry {
+    fs::path path;
+    bool exists = false;
+    fs::path folder;
+    std::int64_t folder_stamp = 0;
+    bool settled = false;
+  };
+  std::mutex mutex_;
+  std::unordered_map<std::string, Entry> entries_;
+};
+
+ResolutionCache& Resolutions() {
+  static ResolutionCache cache;
+  return cache;
+}
+
+}  // namespace
+
+fs::path NativePath(std::string_view windows_path) {
+  const fs::path direct = SlashedPath(windows_path);
+  if (direct.empty() || Exists(direct)) return direct;
+  const std::string key = direct.string();
+  if (auto cached = Resolutions().Find(key)) return *cached;
+  const Resolution r = Resolve(direct);
+  // A folder that changed while it was looked at has a recent time, and a
+  // recent entry is never trusted, so that race cannot leave a wrong entry.
+  Resolutions().Store(key, r, r.exists ? 0 : FolderStamp(r.checked_folder));
+  return r.path;
 }
 
 }  // namespace tarv

@@ -25,6 +25,10 @@ namespace tarv {
 // "/atlas/User/D.dao" when that is the spelling on disk.
 std::filesystem::path NativePath(std::string_view windows_path);
 
+// The path with every "\" turned into "/", nothing resolved: the first
+// guess of NativePath, for callers that stat it themselves.
+std::filesystem::path SlashedPath(std::string_view windows_path);
+
 // Names (UTF-8) of the entries of a folder, sorted by byte order; empty when
 // the folder cannot be read. Listings are cached per folder and refreshed
 // when the folder's modification time changes.

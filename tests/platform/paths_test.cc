@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "support/temp_folder.h"
 
@@ -51,6 +52,18 @@ TEST(NativePath, SeesFilesCreatedAfterAnEarlierLookup) {
   EXPECT_EQ(NativePath(dir.str() + "\\atlas\\B.txt"), dir.path() / "Atlas" / "B.txt");
   dir.Write("Atlas/b.TXT", "x");
   EXPECT_EQ(NativePath(dir.str() + "\\atlas\\B.txt"), dir.path() / "Atlas" / "b.TXT");
+}
+
+TEST(NativePath, SeesFilesCreatedAfterAMissingLookupInAnOldFolder) {
+  TempFolder dir;
+  dir.Write("Atlas/D.dao", "x");
+  const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+  std::filesystem::last_write_time(dir.path() / "Atlas", old);
+  const std::string user_file = dir.str() + "\\atlas\\user\\D.dao";
+  EXPECT_EQ(NativePath(user_file), dir.path() / "Atlas" / "user" / "D.dao");  // remembered as missing
+  EXPECT_EQ(NativePath(user_file), dir.path() / "Atlas" / "user" / "D.dao");
+  dir.Write("Atlas/USER/D.dao", "x");
+  EXPECT_EQ(NativePath(user_file), dir.path() / "Atlas" / "USER" / "D.dao");
 }
 
 TEST(MatchingFiles, MatchesPatternsWithoutRegardToCaseAndSkipsFolders) {

@@ -19,7 +19,10 @@ bool IsLocalMeanTime(const TzifType& type) {
 std::vector<ZonePeriod> HistoricPeriods(const TzifZone& zone, std::int64_t until) {
   std::vector<ZonePeriod> periods;
   std::optional<std::int32_t> standard;       // offset of the last standard period
-  std::optional<std::int32_t> negative_base;  // standard offset while daylight runs backwards
+  // The standard offset while daylight time runs backwards (a plain pair
+  // rather than an optional: GCC 12 misreads the optional at -O2).
+  bool negative_mode = false;
+  std::int32_t negative_base = 0;
   for (const auto& t : zone.transitions) {
     if (t.at >= until) break;
     if (IsLocalMeanTime(t.type)) continue;
@@ -27,7 +30,8 @@ std::vector<ZonePeriod> HistoricPeriods(const TzifZone& zone, std::int64_t until
                  t.type.abbreviation};
     if (t.type.is_dst) {
       if (standard && p.utc_offset < *standard) {
-        negative_base = p.utc_offset;  // this "daylight" time is the real standard
+        negative_mode = true;  // this "daylight" time is the real standard
+        negative_base = p.utc_offset;
         // The period just before it was really summer time.
         if (!periods.empty() && periods.back().utc_offset == p.utc_offset + kHour) {
           periods.back().kind = ZoneKind::kSummer;
@@ -38,11 +42,11 @@ std::vector<ZonePeriod> HistoricPeriods(const TzifZone& zone, std::int64_t until
         p.kind = p.utc_offset - base >= 2 * kHour ? ZoneKind::kDoubleSummer : ZoneKind::kSummer;
         p.standard_offset = base;
       }
-    } else if (negative_base && p.utc_offset == *negative_base + kHour) {
+    } else if (negative_mode && p.utc_offset == negative_base + kHour) {
       p.kind = ZoneKind::kSummer;
-      p.standard_offset = *negative_base;
+      p.standard_offset = negative_base;
     } else {
-      negative_base.reset();
+      negative_mode = false;
       standard = p.utc_offset;
     }
     periods.push_back(std::move(p));

@@ -127,8 +127,7 @@ class classPlaces {
   // optional counters receive the number found and the number listed.
   // Returns the number found.
   std::int32_t SearchPlacesInForm(PlaceListControl& PlaceListControl,
-                                  const std::string& SearchPlace,
-                                  const std::string& CountryShort,
+                                  const std::string& SearchPlace, const std::string& CountryShort,
                                   std::int32_t* PlacesFound = nullptr,
                                   std::int32_t* PlacesAdded = nullptr);
 

@@ -54,6 +54,27 @@ struct DstRule {
   double start_serial = 0;  // kDates
   double end_serial = 0;    // kDates
 
+  static DstRule None() { return DstRule{}; }
+  static DstRule All() {
+    DstRule r;
+    r.kind = Kind::kAll;
+    return r;
+  }
+  static DstRule Rule(const DayRule& from, const DayRule& to) {
+    DstRule r;
+    r.kind = Kind::kRule;
+    r.start = from;
+    r.end = to;
+    return r;
+  }
+  static DstRule Dates(double from, double to) {
+    DstRule r;
+    r.kind = Kind::kDates;
+    r.start_serial = from;
+    r.end_serial = to;
+    return r;
+  }
+
   // The local start and end of summer time in `year` (serial dates); for
   // kNone both are 0, for kAll the year's first and last moment.
   std::pair<double, double> PeriodIn(int year) const;

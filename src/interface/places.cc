@@ -117,8 +117,7 @@ std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
 std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
                                              const std::string& SearchPlace,
                                              const std::string& CountryShort,
-                                             std::int32_t* PlacesFound,
-                                             std::int32_t* PlacesAdded) {
+                                             std::int32_t* PlacesFound, std::int32_t* PlacesAdded) {
   LoadTables();
   HostListControl control(PlaceListControl);
   std::int32_t found = 0;
@@ -170,8 +169,7 @@ std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneT
 }
 
 std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
-                                         const std::string& SearchPlace,
-                                         std::int16_t* Timetable) {
+                                         const std::string& SearchPlace, std::int16_t* Timetable) {
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int16_t count = tarv::HaveTimetables(code);
@@ -196,8 +194,8 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
   const auto& list = FoundPlaces();
-  const bool valid = PlaceId >= 0 && PlaceId < found &&
-                     static_cast<std::size_t>(PlaceId) < list.size();
+  const bool valid =
+      PlaceId >= 0 && PlaceId < found && static_cast<std::size_t>(PlaceId) < list.size();
   const FoundPlace* place = valid ? &list[static_cast<std::size_t>(PlaceId)] : nullptr;
   if (Longitude != nullptr) *Longitude = place ? static_cast<double>(place->Longitude) : 0.0;
   if (Latitude != nullptr) *Latitude = place ? static_cast<double>(place->Latitude) : 0.0;
@@ -211,8 +209,8 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
   return found;
 }
 
-std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double Julian,
-                                                       bool* rIsLmt, double* ZoneTime) {
+std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double Julian, bool* rIsLmt,
+                                                       double* ZoneTime) {
   LoadTables();
   const auto& list = FoundPlaces();
   if (Id < 0 || static_cast<std::size_t>(Id) >= list.size()) return {};
@@ -265,9 +263,9 @@ std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
   return Host(Trim(nul == std::string::npos ? zone.TZShort : zone.TZShort.substr(0, nul)));
 }
 
-float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Timetable,
-                              double Datum, std::string* TZShort, std::string* TZName,
-                              float* TZDif, std::string* TZType, std::int16_t* TZSortIndex,
+float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Timetable, double Datum,
+                              std::string* TZShort, std::string* TZName, float* TZDif,
+                              std::string* TZType, std::int16_t* TZSortIndex,
                               std::uint8_t* TZShow) {
   LoadTables();
   ZoneRecord zone;
@@ -304,8 +302,7 @@ std::string classPlaces::GetCountryTimeZone(const std::string& CountryShort) {
   return Host(Get_BaseTimeZone(Ansi(CountryShort)));
 }
 
-std::string classPlaces::GetRightTimeZone(const std::string& CountryShort,
-                                          std::int16_t Timetable) {
+std::string classPlaces::GetRightTimeZone(const std::string& CountryShort, std::int16_t Timetable) {
   CheckPlacePath();
   LoadTables();
   return Host(tarv::GetRightTimeZone(Ansi(CountryShort), Timetable));

@@ -7,8 +7,8 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <unordered_map>
 #include <system_error>
+#include <unordered_map>
 
 #include "platform/codepage.h"
 #include "util/text.h"
@@ -147,7 +147,8 @@ Resolution Resolve(const fs::path& direct) {
   while (known > 0) {
     --known;
     resolved = direct.root_path();
-    for (std::size_t i = 0; i < known; ++i) resolved /= parts[i];
+    for (std::size_t i = 0; i < known; ++i)
+      resolved /= parts[i];
     if (known == 0 || Exists(resolved)) break;
   }
   for (std::size_t i = known; i < parts.size(); ++i) {
@@ -160,7 +161,8 @@ Resolution Resolve(const fs::path& direct) {
     if (found.empty()) {
       // Nothing below a missing folder can exist.
       Resolution missing{resolved, false, resolved.empty() ? fs::path(".") : resolved};
-      for (; i < parts.size(); ++i) missing.path /= parts[i];
+      for (; i < parts.size(); ++i)
+        missing.path /= parts[i];
       return missing;
     }
     resolved /= found;

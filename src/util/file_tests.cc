@@ -32,7 +32,8 @@ bool Exist(const std::string& path) {
   if (trimmed.empty()) return false;
   if (HasWildcard(trimmed) || EndsInSeparator(trimmed)) return !MatchingFiles(trimmed).empty();
   std::error_code ec;
-  return fs::is_regular_file(SlashedPath(trimmed), ec) || fs::is_regular_file(NativePath(trimmed), ec);
+  return fs::is_regular_file(SlashedPath(trimmed), ec) ||
+         fs::is_regular_file(NativePath(trimmed), ec);
 }
 
 void Deleting(const std::string& path) {

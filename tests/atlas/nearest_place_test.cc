@@ -40,7 +40,9 @@ TEST_F(NearestPlaceTest, RangeModeGivesTheBestLineWithoutPosition) {
   EXPECT_EQ(Nearest("D", 10.0, 45.0, 0.5), "");
 }
 
-TEST_F(NearestPlaceTest, UnknownCountryFindsNothing) { EXPECT_EQ(Nearest("Xanadu", 13, 52), ""); }
+TEST_F(NearestPlaceTest, UnknownCountryFindsNothing) {
+  EXPECT_EQ(Nearest("Xanadu", 13, 52), "");
+}
 
 TEST_F(NearestPlaceTest, LongitudesDoNotWrapAroundTheDateLine) {
   WriteCountry("FJI", {Place("East", 179.9F, -17.0F), Place("West", -179.9F, -17.0F),

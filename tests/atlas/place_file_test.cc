@@ -10,17 +10,18 @@
 namespace tarv {
 namespace {
 
+using ::testing::ElementsAre;
 using testing::Names;
 using testing::Place;
-using ::testing::ElementsAre;
 
 class PlaceFileTest : public testing::AtlasFixture {
  protected:
   void SetUp() override {
     AtlasFixture::SetUp();
-    WriteCountry("D", {Place("M\xFCnchen", 11.57549F, 48.13743F, 1), Place("Aachen", 6.08F, 50.77F, 2),
-                       Place("Bach", 9.0F, 48.0F), Place("Bad Aibling", 12.0F, 47.86F),
-                       Place("Berlin", 13.41F, 52.52F, 3), Place("Zwickau", 12.5F, 50.72F)});
+    WriteCountry("D",
+                 {Place("M\xFCnchen", 11.57549F, 48.13743F, 1), Place("Aachen", 6.08F, 50.77F, 2),
+                  Place("Bach", 9.0F, 48.0F), Place("Bad Aibling", 12.0F, 47.86F),
+                  Place("Berlin", 13.41F, 52.52F, 3), Place("Zwickau", 12.5F, 50.72F)});
   }
   PlaceList ReadAll(const std::string& code) {
     PlaceList list;
@@ -69,7 +70,8 @@ TEST_F(PlaceFileTest, CodesThatLeaveThePlaceFolderAreUnknownCountries) {
 
 TEST_F(PlaceFileTest, WithoutUserFileOnlyDatabasePlacesWithPositiveNumbers) {
   const auto list = ReadAll("D");
-  EXPECT_THAT(Names(list), ElementsAre("Aachen", "Bach", "Bad Aibling", "Berlin", "M\xFCnchen", "Zwickau"));
+  EXPECT_THAT(Names(list),
+              ElementsAre("Aachen", "Bach", "Bad Aibling", "Berlin", "M\xFCnchen", "Zwickau"));
   EXPECT_EQ(list.refs.front().RecordNo, 1);
   EXPECT_EQ(list.refs.back().RecordNo, 6);
 }
@@ -143,7 +145,8 @@ TEST_F(PlaceFileTest, GroupsReadDatabaseBeforeUserFileInTableOrder) {
   WriteUserFile("D", {Place("Bonn", 7.1F, 50.7F)});
   PlaceList list;
   Read_Cp_Indexed_City(PlaceFile("EUROPA"), "B*", list, 0);
-  EXPECT_THAT(Names(list), ElementsAre("Bach", "Bad Aibling", "Berlin", "Bonn", "Bregenz", "Bludenz"));
+  EXPECT_THAT(Names(list),
+              ElementsAre("Bach", "Bad Aibling", "Berlin", "Bonn", "Bregenz", "Bludenz"));
   EXPECT_EQ(list.refs[3].Country, "D");
   EXPECT_EQ(list.refs[3].RecordNo, -1);
   EXPECT_EQ(list.refs[4].Country, "A");
@@ -178,7 +181,8 @@ TEST(LzErrorMessages, TableTextsAndTheFallback) {
 class HostilePlaceFileTest : public PlaceFileTest {};
 
 TEST_F(HostilePlaceFileTest, TruncatedCompressedFileGivesAnErrorCodeAndAMessage) {
-  const std::string good = CompressSzdd(EncodePlaceFile({Place("Graz", 1, 1), Place("Wien", 2, 2)}));
+  const std::string good =
+      CompressSzdd(EncodePlaceFile({Place("Graz", 1, 1), Place("Wien", 2, 2)}));
   folder_.Write("A.dao", good.substr(0, 16));
   PlaceList list;
   const auto result = Read_Cp_ORTE(PlaceFile("A"), list);
@@ -219,7 +223,8 @@ TEST_F(HostilePlaceFileTest, PartialIndexEntryEndsTheRunAtTheLastRecord) {
 
 TEST_F(HostilePlaceFileTest, NamesFullOfHighBytesAreHandledAsText) {
   PlaceRecord odd;
-  for (std::size_t i = 0; i < kPlaceNameWidth; ++i) odd.Name[i] = static_cast<char>(0x80 + i * 4);
+  for (std::size_t i = 0; i < kPlaceNameWidth; ++i)
+    odd.Name[i] = static_cast<char>(0x80 + i * 4);
   WriteCountry("A", {odd, Place("Wien", 2, 2)});
   EXPECT_EQ(ReadAll("A").size(), 2U);
   for (const char* text : {"\x80\x84", "\xFF*", "*\x9A", "[\xFF-\x80]"}) {
@@ -230,11 +235,13 @@ TEST_F(HostilePlaceFileTest, NamesFullOfHighBytesAreHandledAsText) {
 
 TEST_F(HostilePlaceFileTest, PlainGarbageIsReadAsRecordsWithoutCrashing) {
   std::string garbage(38 * 50 + 7, '\0');
-  for (std::size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>(i * 131 + 7);
+  for (std::size_t i = 0; i < garbage.size(); ++i)
+    garbage[i] = static_cast<char>(i * 131 + 7);
   folder_.Write("A.dao", garbage);
   folder_.Write("A.IDX", garbage.substr(0, 23));
   EXPECT_LE(ReadAll("A").size(), 50U);
-  for (const char* text : {"a", "Z*", "*", "?", "\x80"}) Search("A", text, 1);
+  for (const char* text : {"a", "Z*", "*", "?", "\x80"})
+    Search("A", text, 1);
 }
 
 }  // namespace

@@ -12,7 +12,9 @@ using testing::Place;
 TEST(SearchPattern, FormOneFoldsEveryClassLetterUntilTheFirstWildcard) {
   EXPECT_EQ(GetSearchString("]u"), "[u\xFC\xFB\xF9\xFAu]");
   EXPECT_EQ(GetSearchString("]\xFC"), "[u\xFC\xFB\xF9\xFA\xFC]");  // ü keeps itself
-  EXPECT_EQ(GetSearchString("]Ba"), "B[a\xE2\xE4\xE0\xE5\xE6\xE5\xE1" "a]");  // å twice, as kept
+  EXPECT_EQ(GetSearchString("]Ba"),
+            "B[a\xE2\xE4\xE0\xE5\xE6\xE5\xE1"
+            "a]");  // å twice, as kept
   EXPECT_EQ(GetSearchString("]o*u"), "[o\xF2\xF4\xF6\xF3\xF5\xD8o]*u");
   EXPECT_EQ(GetSearchString("]S?s"), "[s\x8As]?s");
 }
@@ -26,7 +28,7 @@ TEST(SearchPattern, FormTwoReplacesOnlyAccentedLetters) {
 TEST(IndexLetter, FirstLetterFoldedWithItsSpecialCases) {
   EXPECT_EQ(GetLetter("m\xFCnchen"), "M");
   EXPECT_EQ(GetLetter("\xC4gypten"), "A");
-  EXPECT_EQ(GetLetter("\xDF"), "Z");     // ß has no class
+  EXPECT_EQ(GetLetter("\xDF"), "Z");  // ß has no class
   EXPECT_EQ(GetLetter("'s-Hertogenbosch"), "S");
   EXPECT_EQ(GetLetter("'[a]"), "A");
   EXPECT_EQ(GetLetter("'"), "Z");
@@ -55,7 +57,8 @@ class SearchAndStoreTest : public testing::AtlasFixture {
   }
   std::vector<std::string> FoundNames() {
     std::vector<std::string> names;
-    for (const auto& f : FoundPlaces()) names.push_back(f.Place.TrimmedName());
+    for (const auto& f : FoundPlaces())
+      names.push_back(f.Place.TrimmedName());
     return names;
   }
 };
@@ -67,8 +70,8 @@ TEST_F(SearchAndStoreTest, ExactThenAccentFoldingSearch) {
   EXPECT_EQ(FoundPlaces()[0].Country, "D");
   EXPECT_EQ(FoundPlaces()[0].Longitude, 11.57549F);
   EXPECT_EQ(SearchandStorePlaces("D", "Bern*"), 1);
-  EXPECT_EQ(SearchandStorePlaces("D", "Ber?"), 2);      // a trailing "?" asks for the beginning
-  EXPECT_EQ(SearchandStorePlaces("D", "B?rnau"), 1);    // inner wildcards: pattern search
+  EXPECT_EQ(SearchandStorePlaces("D", "Ber?"), 2);    // a trailing "?" asks for the beginning
+  EXPECT_EQ(SearchandStorePlaces("D", "B?rnau"), 1);  // inner wildcards: pattern search
   EXPECT_EQ(SearchandStorePlaces("D", "Hamburg"), 0);
   EXPECT_TRUE(FoundPlaces().empty());
 }
@@ -86,7 +89,7 @@ TEST_F(SearchAndStoreTest, CoordinatesFindTheNearestPlace) {
   EXPECT_EQ(FoundNames(), std::vector<std::string>{"Bernau"});
   EXPECT_EQ(SearchandStorePlaces("D", "13E25 52N31"), 1);  // letters decide the order
   EXPECT_EQ(FoundNames(), std::vector<std::string>{"Berlin"});
-  EXPECT_EQ(SearchandStorePlaces("D", "95 200"), 0);        // not on the earth
+  EXPECT_EQ(SearchandStorePlaces("D", "95 200"), 0);  // not on the earth
 }
 
 TEST_F(SearchAndStoreTest, FoundPlacesCarryTheCountrysBaseZone) {

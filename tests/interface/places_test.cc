@@ -7,6 +7,7 @@
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
+#include "util/julian.h"
 
 namespace tarv {
 namespace {
@@ -183,6 +184,13 @@ class PlaceLookupTest : public testing::AtlasFixture {
     AtlasFixture::SetUp();
     WriteCountry("D", {testing::Place("M\xFCnchen", 11.57549F, 48.13743F),
                        testing::Place("Berlin", 13.41F, 52.52F, 3)});
+    const auto history = testing::CentralEuropeanHistory(Zone("MET"), Zone("MET/S"));
+    WriteTimetables("ttx.dao", {{58, {history, {}, {{testing::At(1900, 1, 1), Zone("EET")}}}}});
+  }
+  // Julian day of a local date and time.
+  static double Julian(int year, int month, int day, double hour) {
+    return GetJulday(static_cast<std::int16_t>(month), static_cast<std::int16_t>(day),
+                     static_cast<std::int16_t>(year), hour);
   }
   classPlaces places_;
 };
@@ -194,7 +202,7 @@ TEST_F(PlaceLookupTest, GetPlaceDataHandsBackTheFirstPlace) {
   EXPECT_EQ(places_.GetPlaceData("münchen", "D", &lon, &lat, &zone), 1);
   EXPECT_EQ(lon, static_cast<double>(11.57549F));
   EXPECT_EQ(lat, static_cast<double>(48.13743F));
-  EXPECT_EQ(zone, places_.GetTimezoneId("MEZ"));
+  EXPECT_EQ(zone, places_.GetTimezoneId("MET"));  // where timetable 1 ends
   EXPECT_EQ(places_.GetPlaceData("Munchen", "d"), 1);
 }
 
@@ -212,6 +220,69 @@ TEST_F(PlaceLookupTest, NearestPlaceLineIsUtf8) {
   EXPECT_EQ(places_.GetNearestPlace("D", 11.6, 48.1),
             "München" + std::string(21, ' ') + "\t11.57549\t48.13743\t1\t1");
   EXPECT_EQ(places_.GetNearestPlace("D", 0, 0, 1.0), "");
+}
+
+TEST_F(PlaceLookupTest, ZoneAtADateOfAFoundPlace) {
+  std::int16_t zone = 0;
+  EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone, Julian(1997, 7, 1, 12)),
+            1);
+  EXPECT_EQ(zone, places_.GetTimezoneId("MET/S"));
+  EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone), 1);
+  EXPECT_EQ(zone, places_.GetTimezoneId("MET"));
+  double lon = 1;
+  EXPECT_EQ(places_.GetPlaceDataX("München", "D", &lon, nullptr, &zone, 0, 1), 1);
+  EXPECT_EQ(lon, 0);  // element 1 is outside the result
+  bool lmt = false;
+  double zone_time = 0;
+  const auto fields = places_.GetPlaceDataOfId(0, Julian(1850, 1, 1, 12), &lmt, &zone_time);
+  EXPECT_EQ(fields,
+            (std::vector<std::string>{"München", "D", "11.57549", "48.13743", "1", "0", "2"}));
+  EXPECT_TRUE(lmt);
+  EXPECT_TRUE(places_.GetPlaceDataOfId(5).empty());
+}
+
+TEST_F(PlaceLookupTest, TimezoneOfCityWithAndWithoutDate) {
+  std::int16_t id = 0;
+  EXPECT_EQ(places_.GetTimezoneOfCity("Berlin", "D", Julian(1999, 1, 15, 12), false, &id), "EET");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(2005, 7, 1, 12), false, &id), "MET/S");
+  EXPECT_EQ(id, places_.GetTimezoneId("MET/S"));
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(2005, 7, 1, 12), true).substr(0, 20),
+            "Middle European Time");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", 0, false, &id), "MET");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(50, 7, 1, 12)), "LMT");
+}
+
+TEST_F(PlaceLookupTest, TimetableOfAPlaceOrOneWhenUnknown) {
+  std::int16_t timetable = 0;
+  EXPECT_EQ(places_.HaveTimetables("D", "Berlin", &timetable), 3);
+  EXPECT_EQ(timetable, 3);
+  EXPECT_EQ(places_.HaveTimetables("D", "Atlantis", &timetable), 3);
+  EXPECT_EQ(timetable, 1);
+  timetable = 7;
+  EXPECT_EQ(places_.HaveTimetables("A", "Wien", &timetable), 0);
+  EXPECT_EQ(timetable, 7);
+}
+
+TEST_F(PlaceLookupTest, TimetableRowsAsSerialsOrJulianDays) {
+  const auto serial = places_.GetTimeTableArray("D", 1);
+  ASSERT_EQ(serial.size(), 10U);
+  EXPECT_EQ(serial[0].ZoneId, 0);
+  EXPECT_EQ(serial[1].Date, testing::At(1893, 4, 1));
+  const auto julian = places_.GetTimeTableArray("D", 1, true);
+  EXPECT_DOUBLE_EQ(julian[1].Date, Julian(1893, 4, 1, 0));
+  EXPECT_TRUE(places_.GetTimeTableArray("Xanadu", 1).empty());
+}
+
+TEST_F(PlaceLookupTest, ZoneDataOfACountryAndDate) {
+  std::string name;
+  std::string type;
+  float dif = 0;
+  EXPECT_EQ(places_.Get_TZData("D", 1, testing::At(1997, 7, 1), &name, nullptr, &dif, &type), 2.0F);
+  EXPECT_EQ(name, "MET/S");
+  EXPECT_EQ(type, "S");
+  EXPECT_EQ(places_.GetCountryTimeZone("D"), "MEZ");
+  EXPECT_EQ(places_.GetRightTimeZone("D", 3), "EET");
+  EXPECT_EQ(places_.Get_TZData("EUROPA", 1, 1000, &name), 0.0F);
 }
 
 }  // namespace

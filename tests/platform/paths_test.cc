@@ -60,7 +60,8 @@ TEST(NativePath, SeesFilesCreatedAfterAMissingLookupInAnOldFolder) {
   const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
   std::filesystem::last_write_time(dir.path() / "Atlas", old);
   const std::string user_file = dir.str() + "\\atlas\\user\\D.dao";
-  EXPECT_EQ(NativePath(user_file), dir.path() / "Atlas" / "user" / "D.dao");  // remembered as missing
+  EXPECT_EQ(NativePath(user_file),
+            dir.path() / "Atlas" / "user" / "D.dao");  // remembered as missing
   EXPECT_EQ(NativePath(user_file), dir.path() / "Atlas" / "user" / "D.dao");
   dir.Write("Atlas/USER/D.dao", "x");
   EXPECT_EQ(NativePath(user_file), dir.path() / "Atlas" / "USER" / "D.dao");

@@ -8,10 +8,12 @@
 #include "atlas/place_file.h"
 #include "atlas/place_file_writer.h"
 #include "atlas/process_state.h"
+#include "atlas/timetable.h"
 #include "platform/lz.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
+#include "util/serial_date.h"
 
 namespace tarv::testing {
 
@@ -52,12 +54,42 @@ class AtlasFixture : public AtlasTest {
     folder_.Write("USER/" + code + ".IDX", EncodePlaceIndex(places));
   }
   std::string PlaceFile(const std::string& code) { return GetCompressedPlaceFile(code); }
+
+  // A compressed timetable file.
+  void WriteTimetables(const std::string& file, const std::vector<TimetableSection>& sections) {
+    folder_.Write(file, CompressSzdd(EncodeTimetableFile(sections)));
+  }
+  // The identifier of a zone of the project's table.
+  static std::int16_t Zone(const std::string& abbreviation) {
+    InitializeTimeZones("", "Zones13.bin");
+    return GetTimezoneId(abbreviation);
+  }
 };
+
+// A local serial date.
+inline double At(int year, int month, int day, int hour = 0, int minute = 0) {
+  return SerialOf({year, month, day, hour, minute, 0});
+}
+
+// Central European history: standard time from 1893, summer time from the
+// last Sunday of March 02:00 to the last Sunday of October 03:00 in
+// 1996-1999.
+inline std::vector<TimetableEntry> CentralEuropeanHistory(std::int16_t met, std::int16_t met_s) {
+  std::vector<TimetableEntry> entries = {{At(1893, 4, 1), met}};
+  const int march[] = {31, 30, 29, 28};
+  const int october[] = {27, 26, 25, 31};
+  for (int y = 1996; y <= 1999; ++y) {
+    entries.push_back({At(y, 3, march[y - 1996], 2), met_s});
+    entries.push_back({At(y, 10, october[y - 1996], 3), met});
+  }
+  return entries;
+}
 
 // The trimmed names of a place list, in order.
 inline std::vector<std::string> Names(const PlaceList& list) {
   std::vector<std::string> names;
-  for (const auto& p : list.places) names.push_back(p.TrimmedName());
+  for (const auto& p : list.places)
+    names.push_back(p.TrimmedName());
   return names;
 }
 

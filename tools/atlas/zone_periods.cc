@@ -18,7 +18,7 @@ bool IsLocalMeanTime(const TzifType& type) {
 
 std::vector<ZonePeriod> HistoricPeriods(const TzifZone& zone, std::int64_t until) {
   std::vector<ZonePeriod> periods;
-  std::optional<std::int32_t> standard;       // offset of the last standard period
+  std::optional<std::int32_t> standard;  // offset of the last standard period
   // The standard offset while daylight time runs backwards (a plain pair
   // rather than an optional: GCC 12 misreads the optional at -O2).
   bool negative_mode = false;

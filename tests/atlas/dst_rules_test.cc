@@ -1,0 +1,112 @@
+#include "atlas/dst_rules.h"
+
+#include <gtest/gtest.h>
+
+#include "support/atlas_fixture.h"
+#include "tarvplaces/atlas_error.h"
+
+namespace tarv {
+namespace {
+
+using testing::At;
+
+TEST(DayRule, WeekdayRulesLandOnTheirDays) {
+  EXPECT_EQ((DayRule{3, 5, 0, 120}.SerialIn(2005)), At(2005, 3, 27, 2));    // last Sunday of March
+  EXPECT_EQ((DayRule{3, 2, 0, 120}.SerialIn(2007)), At(2007, 3, 11, 2));    // second Sunday
+  EXPECT_EQ((DayRule{4, 1, 0, 120}.SerialIn(2006)), At(2006, 4, 2, 2));     // first Sunday
+  EXPECT_EQ((DayRule{10, 5, 0, 180}.SerialIn(1999)), At(1999, 10, 31, 3));  // a 31st
+  EXPECT_EQ((DayRule{2, 5, 6, 0}.SerialIn(2024)), At(2024, 2, 24));  // last Saturday, leap year
+}
+
+TEST(DstRules, FormatAndParseRoundTrip) {
+  const std::vector<DstRuleRange> ranges = {
+      {58, 1, 2000, 2037, DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180})},
+      {212, 1, 2016, 2037, DstRule::All()},
+      {212, 1, 2000, 2000, DstRule::Dates(At(2000, 3, 26, 3), At(2000, 10, 29, 4))},
+      {16, 3, 2020, 2037, DstRule::None()},
+  };
+  const auto rules = DstRules::Parse(DstRules::Format(ranges), "DstRules.dat");
+  EXPECT_EQ(rules.RuleFor(58, 1, 2010), ranges[0].rule);
+  EXPECT_EQ(rules.RuleFor(212, 1, 2020), ranges[1].rule);
+  EXPECT_EQ(rules.RuleFor(212, 1, 2000), ranges[2].rule);
+  EXPECT_EQ(rules.RuleFor(16, 3, 2021)->kind, DstRule::Kind::kNone);
+  EXPECT_FALSE(rules.RuleFor(16, 1, 2021));
+}
+
+TEST(DstRules, YearsOutsideTheRangesTakeTheNearestRule) {
+  const auto rules = DstRules::Parse(
+      DstRules::Format({{1, 1, 2000, 2000, DstRule::Dates(At(2000, 3, 26, 2), At(2000, 10, 29, 3))},
+                        {1, 1, 2001, 2037, DstRule::All()}}),
+      "x");
+  EXPECT_EQ(rules.RuleFor(1, 1, 2100)->kind, DstRule::Kind::kAll);
+  // Dates of another year become that year's weekday rules.
+  const auto early = rules.RuleFor(1, 1, 1990);
+  ASSERT_EQ(early->kind, DstRule::Kind::kRule);
+  EXPECT_EQ(early->start, (DayRule{3, 5, 0, 120}));
+  EXPECT_EQ(early->end, (DayRule{10, 5, 0, 180}));
+}
+
+TEST(DstRules, MalformedFilesAreRefusedWithTheirLine) {
+  auto error = [](const std::string& text) {
+    try {
+      DstRules::Parse(text, "DstRules.dat");
+    } catch (const AtlasError& e) {
+      return std::string(e.what());
+    }
+    return std::string();
+  };
+  const std::string header = "TarvPlaces DST rules\t1\n";
+  EXPECT_NE(error("hello\n").find("line 1: not a summer-time rules file"), std::string::npos);
+  EXPECT_NE(error("TarvPlaces DST rules\t2\n").find("version 2"), std::string::npos);
+  EXPECT_NE(error(header + "58\t1\t2000\n").find("line 2"), std::string::npos);
+  EXPECT_NE(error(header + "58\t1\t2010\t2000\tnone\n").find("backwards"), std::string::npos);
+  EXPECT_NE(
+      error(header + "58\t1\t2000\t2001\trule\tM13.5.0/02:00\tM10.5.0/03:00\n").find("malformed"),
+      std::string::npos);
+  EXPECT_NE(error(header + "58\t1\t2000\t2001\tdates\t2000-03-26T02:00\t2000-10-29T03:00\n")
+                .find("malformed"),
+            std::string::npos);
+  EXPECT_EQ(error(header + "# only a comment\r\n"), "");
+}
+
+std::vector<std::pair<double, bool>> Summers(
+    const std::vector<std::pair<double, double>>& periods) {
+  std::vector<std::pair<double, bool>> entries = {{At(1893, 4, 1), false}};
+  for (const auto& [start, end] : periods) {
+    entries.emplace_back(start, true);
+    if (end != 0) entries.emplace_back(end, false);
+  }
+  return entries;
+}
+
+TEST(InferDstRule, EuropeanLastYearsGiveWeekdayRules) {
+  const auto rule = InferDstRule(Summers(
+      {{At(1998, 3, 29, 2), At(1998, 10, 25, 3)}, {At(1999, 3, 28, 2), At(1999, 10, 31, 3)}}));
+  ASSERT_EQ(rule.kind, DstRule::Kind::kRule);
+  EXPECT_EQ(rule.start, (DayRule{3, 5, 0, 120}));
+  EXPECT_EQ(rule.end, (DayRule{10, 5, 0, 180}));
+}
+
+TEST(InferDstRule, SouthernHemisphereStartsLateAndEndsEarly) {
+  const auto rule =
+      InferDstRule(Summers({{At(1998, 10, 25, 2), At(1999, 3, 28, 3)}, {At(1999, 10, 31, 2), 0}}));
+  ASSERT_EQ(rule.kind, DstRule::Kind::kRule);
+  EXPECT_EQ(rule.start.month, 10);
+  EXPECT_EQ(rule.end.month, 3);
+  const auto [start, end] = rule.PeriodIn(2005);
+  EXPECT_GT(start, end);
+}
+
+TEST(InferDstRule, NoSummerTimeInTheLastYearsMeansNone) {
+  EXPECT_EQ(InferDstRule(Summers({{At(1980, 4, 6, 2), At(1980, 9, 28, 3)}})).kind,
+            DstRule::Kind::kNone);
+  EXPECT_EQ(InferDstRule({}).kind, DstRule::Kind::kNone);
+  EXPECT_EQ(InferDstRule(Summers({})).kind, DstRule::Kind::kNone);
+}
+
+TEST(InferDstRule, SummerTimeThatNeverEndedHoldsAllYear) {
+  EXPECT_EQ(InferDstRule(Summers({{At(1996, 3, 31, 2), 0}})).kind, DstRule::Kind::kAll);
+}
+
+}  // namespace
+}  // namespace tarv

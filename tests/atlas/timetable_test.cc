@@ -1,0 +1,172 @@
+#include "atlas/timetable.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "atlas/dst_rules.h"
+#include "support/atlas_fixture.h"
+#include "tarvplaces/atlas_error.h"
+#include "util/bytes.h"
+#include "util/text.h"
+
+namespace tarv {
+namespace {
+
+using testing::At;
+using testing::CentralEuropeanHistory;
+
+class TimetableTest : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    met_ = Zone("MET");
+    met_s_ = Zone("MET/S");
+    InitializeTimeZones("", "Zones13.bin");
+    // Germany (58): timetable 1 the Central European history, 2 always MET,
+    // 3 empty; Algeria (3), outside the fixed table, one block.
+    WriteTimetables("ttx.dao",
+                    {{58, {CentralEuropeanHistory(met_, met_s_), {{At(1900, 1, 1), met_}}, {}}},
+                     {3, {{{At(1911, 3, 11), Zone("GMT")}}}}});
+    WriteTimetables("TTUSA.dao", {{200, {{{At(1883, 11, 18, 12), Zone("PST")}}}}});
+  }
+  std::vector<TimetableEntry> Read(std::int16_t country, std::int32_t number,
+                                   double reference = kSerial2000, bool usa = false) {
+    std::vector<TimetableEntry> entries;
+    Read_Cp_TimeTable("", country, reference, number, entries, usa);
+    return entries;
+  }
+  std::string ZoneName(const std::string& code, std::int16_t timetable, double date) {
+    const auto zone = ZoneAt(code, timetable, date);
+    return zone ? Trim(zone->zone.TZShort) : "none";
+  }
+  std::int16_t met_ = 0;
+  std::int16_t met_s_ = 0;
+};
+
+TEST(TimetableConstants, SerialsOfTheirDates) {
+  EXPECT_EQ(kSerial1700, SerialOfDate(1700, 1, 1));
+  EXPECT_EQ(kSerial1999, SerialOfDate(1999, 1, 1));
+  EXPECT_EQ(kSerial2000, SerialOfDate(2000, 1, 1));
+  EXPECT_EQ(kSmallestSerial, SerialOfDate(100, 1, 1));
+}
+
+TEST_F(TimetableTest, BlockOfACountrySectionAfterThe1700Entry) {
+  const auto entries = Read(58, 2);
+  ASSERT_EQ(entries.size(), 2U);
+  EXPECT_EQ(entries[0], (TimetableEntry{kSerial1700, 0}));
+  EXPECT_EQ(entries[1], (TimetableEntry{At(1900, 1, 1), met_}));
+  EXPECT_EQ(Read(58, 1).size(), 10U);
+  EXPECT_EQ(Read(200, 1, kSerial2000, true).size(), 2U);  // the US file
+  EXPECT_EQ(Read(200, 1).size(), 1U);                     // not in ttx.dao
+}
+
+TEST_F(TimetableTest, AbsentOrEmptyBlockGivesOnlyThe1700Entry) {
+  EXPECT_EQ(Read(58, 3).size(), 1U);
+  EXPECT_EQ(Read(58, 9).size(), 1U);
+  EXPECT_EQ(Read(77, 1).size(), 1U);
+}
+
+TEST_F(TimetableTest, ReferenceDatesAroundTheEndsOfTheFiles) {
+  std::vector<TimetableEntry> entries;
+  EXPECT_EQ(Read_Cp_TimeTable("", 58, kSerial2000 + 0.001, 1, entries, false), 0);
+  EXPECT_EQ(entries.size(), 1U);
+  EXPECT_EQ(Read_Cp_TimeTable("", 58, kSerial2000, 1, entries, false), 10);
+  EXPECT_EQ(Read_Cp_TimeTable("", 58, kSmallestSerial - 1, 1, entries, false), 1);
+  EXPECT_EQ(entries, (std::vector<TimetableEntry>{{kSerial1700, 0}}));
+}
+
+TEST_F(TimetableTest, CodesForTheLastThreeZones) {
+  WriteTimetables("ttx.dao", {{58, {{{1.0, 138}, {2.0, 139}, {3.0, 140}, {4.0, 137}}}}});
+  const auto entries = Read(58, 1);
+  ASSERT_EQ(entries.size(), 5U);
+  EXPECT_EQ(entries[1].Zone, 284);
+  EXPECT_EQ(entries[2].Zone, 285);
+  EXPECT_EQ(entries[3].Zone, 286);
+  EXPECT_EQ(entries[4].Zone, 137);
+}
+
+TEST_F(TimetableTest, FranceMovesMayEntriesAfter1975FourMonthsLater) {
+  WriteTimetables("ttx.dao", {{40, {{{At(1975, 5, 10, 2), met_}, {At(1976, 5, 10, 2), met_}}}}});
+  const auto entries = Read(40, 1);
+  EXPECT_EQ(entries[1].Datum, At(1975, 5, 10, 2));
+  EXPECT_EQ(entries[2].Datum, At(1976, 9, 10, 2));
+}
+
+TEST_F(TimetableTest, ZonesOutsideTheTableAreAnError) {
+  WriteTimetables("ttx.dao", {{58, {{{1.0, 500}}}}});
+  EXPECT_THROW(Read(58, 1), AtlasError);
+}
+
+TEST_F(TimetableTest, HostileFilesDoNotCrash) {
+  folder_.Write("ttx.dao", std::string(103, '\x7F'));  // no markers, partial record
+  EXPECT_EQ(Read(58, 1).size(), 1U);
+  std::string section_only;
+  AppendFloat64(section_only, -kSectionMarkerStep * 58);
+  AppendInt16(section_only, 0);
+  AppendFloat64(section_only, -kBlockMarkerStep);
+  AppendInt16(section_only, 0);
+  for (int i = 0; i < 50; ++i) {
+    AppendFloat64(section_only, i % 2 ? std::numeric_limits<double>::quiet_NaN() : 1e300);
+    AppendInt16(section_only, static_cast<std::int16_t>(met_));
+  }
+  folder_.Write("ttx.dao", section_only);  // a section that never ends
+  EXPECT_EQ(Read(58, 1).size(), 51U);
+  ZoneAt("D", 1, At(1950, 1, 1));
+}
+
+TEST_F(TimetableTest, ZoneBefore2000ComesFromTheHistory) {
+  EXPECT_EQ(ZoneName("D", 1, At(1850, 1, 1)), "LMT");
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 3, 30, 1, 59)), "MET");
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 3, 30, 2)), "MET/S");
+  EXPECT_EQ(ZoneName("D", 2, At(1997, 7, 1)), "MET");
+  EXPECT_EQ(ZoneName("D", 3, At(1997, 7, 1)), "LMT");  // the block is empty
+}
+
+TEST_F(TimetableTest, ZoneAfter2000UsesTheRuleOfTheLastYears) {
+  EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "MET/S");
+  EXPECT_EQ(ZoneName("D", 1, At(2005, 1, 15)), "MET");
+  EXPECT_EQ(ZoneName("D", 1, At(2005, 3, 27, 1, 59)), "MET");
+  EXPECT_EQ(ZoneName("D", 1, At(2005, 3, 27, 2)), "MET/S");
+  EXPECT_EQ(ZoneName("D", 1, At(2005, 10, 30, 2, 59)), "MET/S");
+  EXPECT_EQ(ZoneName("D", 1, At(2005, 10, 30, 3)), "MET");
+  EXPECT_EQ(ZoneName("D", 2, At(2005, 7, 1)), "MET");  // no summer time in its last years
+}
+
+TEST_F(TimetableTest, RulesFileDecidesLaterYears) {
+  folder_.Write(kDstRulesFile,
+                DstRules::Format({
+                    {58, 1, 2000, 2010, DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180})},
+                    {58, 1, 2011, 2037, DstRule::None()},
+                    {58, 2, 2000, 2037, DstRule::All()},
+                }));
+  EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "MET/S");
+  EXPECT_EQ(ZoneName("D", 1, At(2012, 7, 1)), "MET");    // summer time dropped
+  EXPECT_EQ(ZoneName("D", 1, At(2050, 7, 1)), "MET");    // the nearest year's rule
+  EXPECT_EQ(ZoneName("D", 2, At(2020, 1, 1)), "MET/S");  // summer time all year
+  EXPECT_EQ(GetDaylightSavingDate("D", 1, 2005, 0), At(2005, 3, 27, 2));
+  EXPECT_EQ(GetDaylightSavingDate("D", 1, 2005, -1), At(2005, 10, 30, 3));
+  EXPECT_EQ(GetDaylightSavingDate("D", 1, 2020, 0), 0.0);
+}
+
+TEST_F(TimetableTest, DefaultHistoryOfACountryWithoutTimetables) {
+  EXPECT_EQ(ZoneName("DZ", 0, At(1950, 1, 1)), "GMT");  // block 1 of its section
+  EXPECT_EQ(ZoneName("DZ", 0, At(1900, 1, 1)), "LMT");
+  EXPECT_EQ(ZoneName("A", 0, At(1850, 1, 1)), "MET");  // no section: the base zone (MEZ)
+  EXPECT_EQ(ZoneName("A", 0, At(2020, 7, 1)), "MET");
+  EXPECT_EQ(GetRightTimeZone("A", 0), "MEZ");
+  EXPECT_EQ(GetRightTimeZone("D", 1), "MET");
+}
+
+TEST_F(TimetableTest, UnknownCountriesGroupsAndOddDatesHaveNoZone) {
+  EXPECT_EQ(ZoneName("Xanadu", 1, At(1950, 1, 1)), "none");
+  EXPECT_EQ(ZoneName("ATL", 1, At(1950, 1, 1)), "none");  // a group line
+  EXPECT_EQ(ZoneName("D", 1, std::numeric_limits<double>::quiet_NaN()), "none");
+  EXPECT_EQ(ZoneName("D", 1, std::numeric_limits<double>::infinity()), "none");
+  EXPECT_EQ(ZoneName("D", 1, 1e300), "MET");  // far future: the rule of the last years
+  EXPECT_EQ(ZoneName("D", 1, -1e300), "LMT");
+}
+
+}  // namespace
+}  // namespace tarv

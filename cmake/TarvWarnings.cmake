@@ -11,6 +11,9 @@ function(tarv_set_warnings target)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
   if(TARV_SANITIZE)
+    # The sanitizers' instrumentation hides initialisation from GCC's flow
+    # analysis; -Wmaybe-uninitialized then fires on std::optional members.
+    target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
     target_compile_options(${target} PRIVATE -fsanitize=address,undefined
                            -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=address,undefined)

@@ -197,6 +197,29 @@ class classPlaces {
   // (the base zone where the country has no such history).
   std::string GetRightTimeZone(const std::string& CountryShort, std::int16_t Timetable);
 
+  // ---- The user's own places ----
+
+  // Adds a place to the user's places of a country (they come before the
+  // atlas's places in every search). Returns -1 when it was stored or a user
+  // place of that name exists already, 0 for an unknown country or an empty
+  // name; `*RecordNo` receives the new record's number (negative). Throws
+  // AtlasError when the atlas folder cannot be written.
+  std::int16_t AddUserPlace(const std::string& CountryShort, const std::string& Name,
+                            double Longitude, double Latitude, std::int16_t Timetable = 0,
+                            std::int32_t* RecordNo = nullptr);
+
+  // Deletes the user's place of that name in a country; places of the atlas
+  // itself cannot be deleted. Returns -1 when the country exists (whether or
+  // not such a user place was found), else 0.
+  std::int16_t DeleteUserPlace(const std::string& CountryShort, const std::string& Name);
+
+  // Whether a local wall-clock time (a Julian day) at a place exists once
+  // (0), not at all because clocks were set forward over it (1), or twice
+  // because they were set back (2). A birth time in such an hour needs the
+  // user's attention.
+  int GetLocalTimeKind(const std::string& SearchPlace, const std::string& CountryShort,
+                       double Julian);
+
   // ---- Zones ----
 
   // Fills `Zones` with one line per entry of the zone table (287 lines, or a

@@ -93,6 +93,8 @@ std::string FormatLocalTime(double serial) {
   return text;
 }
 
+}  // namespace
+
 DayRule DayRuleOf(double serial) {
   const CalendarTime t = CalendarOfSerial(serial);
   DayRule rule;
@@ -103,9 +105,9 @@ DayRule DayRuleOf(double serial) {
   return rule;
 }
 
-int YearOf(double serial) {
-  return CalendarOfSerial(serial).year;
-}
+namespace {
+
+int YearOf(double serial) { return CalendarOfSerial(serial).year; }
 
 }  // namespace
 

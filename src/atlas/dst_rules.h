@@ -46,6 +46,10 @@ struct DayRule {
   friend bool operator==(const DayRule&, const DayRule&) = default;
 };
 
+// The weekday rule a local serial date satisfies: its month, weekday and
+// week (5 when it lies in the month's last seven days), and its time.
+DayRule DayRuleOf(double serial);
+
 struct DstRule {
   enum class Kind : std::uint8_t { kNone, kAll, kRule, kDates };
   Kind kind = Kind::kNone;

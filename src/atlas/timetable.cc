@@ -159,8 +159,9 @@ bool HasHistory(const std::vector<TimetableEntry>& entries) {
 
 std::int16_t ZoneInHistory(const std::vector<TimetableEntry>& entries, double date) {
   std::int16_t zone = 0;
+  const double at = LinearSerial(date);
   for (const auto& e : entries) {
-    if (e.Datum > date) break;
+    if (LinearSerial(e.Datum) > at) break;
     zone = e.Zone;
   }
   return zone;
@@ -361,6 +362,41 @@ std::string GetRightTimeZone(std::string_view code, std::int16_t timetable) {
   const auto history = History(*country, timetable);
   if (!HasHistory(history)) return Get_BaseTimeZone(mapped);
   return Trim(ZoneOfId(StandardZoneOf1999(history)).zone.TZShort);
+}
+
+LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, double date) {
+  InitializeCountries("", "Country.dat", false, false);
+  InitializeTimeZones("", "Zones13.bin");
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  const CountryRecord* country = CountryOf(mapped);
+  if (country == nullptr || !std::isfinite(date)) return LocalTimeKind::kNormal;
+  // Each change: the local time it happens at (old offset) and the hours the
+  // clocks moved.
+  std::vector<std::pair<double, double>> changes;
+  const auto history = History(*country, timetable);
+  if (date <= kSerial2000 + 1) {
+    for (std::size_t i = 1; i < history.size(); ++i) {
+      const ZoneRecord& before = ZoneOfId(history[i - 1].Zone).zone;
+      const ZoneRecord& after = ZoneOfId(history[i].Zone).zone;
+      if (history[i - 1].Zone == 0 || history[i].Zone == 0) continue;
+      changes.emplace_back(LinearSerial(history[i].Datum), static_cast<double>(after.TZDif - before.TZDif));
+    }
+  } else if (HasHistory(history) || timetable != 0) {
+    const int year = CalendarOfSerial(std::min(date, 2958465.0)).year;
+    const DstRule rule = RuleOf(*country, timetable, history, year);
+    if (rule.kind == DstRule::Kind::kRule || rule.kind == DstRule::Kind::kDates) {
+      const auto [start, end] = rule.PeriodIn(year);
+      changes.emplace_back(start, 1.0);
+      changes.emplace_back(end, -1.0);
+    }
+  }
+  const double at = LinearSerial(date);
+  for (const auto& [when, hours] : changes) {
+    const double span = std::fabs(hours) / 24.0;
+    if (hours > 0 && at >= when && at < when + span) return LocalTimeKind::kSkipped;
+    if (hours < 0 && at >= when - span && at < when) return LocalTimeKind::kRepeated;
+  }
+  return LocalTimeKind::kNormal;
 }
 
 double LookupSerialOfJulian(double julian) {

@@ -116,6 +116,13 @@ std::int16_t Fill_BaseTimeZoneData(std::string_view code, ZoneRecord& record);
 // on in 1999, or the base zone when the country has no such history.
 std::string GetRightTimeZone(std::string_view code, std::int16_t timetable);
 
+// Whether a local wall-clock time exists once, not at all (clocks were set
+// forward over it) or twice (clocks were set back over it) under a country's
+// timetable: changes before 2000 come from the timetable, later ones from the
+// year's summer-time period. Changes out of local mean time are not judged.
+enum class LocalTimeKind { kNormal, kSkipped, kRepeated };
+LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, double date);
+
 // The serial date a Julian day stands for in zone lookups: JulianInSerial,
 // except that Julian days of years before 100 (which the host's date type
 // cannot hold) and Julian days that are not finite give 1 January 100, a date

@@ -7,6 +7,7 @@
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
+#include "atlas/user_places.h"
 #include "atlas/zone_table.h"
 #include "platform/codepage.h"
 #include "util/julian.h"
@@ -294,6 +295,42 @@ std::vector<TimetableRow> classPlaces::GetTimeTableArray(const std::string& Land
     rows.push_back({GetJulianNotSerial ? SerialInJulian(e.Datum) : e.Datum, e.Zone});
   }
   return rows;
+}
+
+std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const std::string& Name,
+                                       double Longitude, double Latitude, std::int16_t Timetable,
+                                       std::int32_t* RecordNo) {
+  LoadTables();
+  UserPlace place;
+  place.CountryId = tarv::GetCountryID(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)));
+  place.Place.SetName(Ansi(Name));
+  place.Place.Longitude = static_cast<float>(Longitude);
+  place.Place.Latitude = static_cast<float>(Latitude);
+  place.Place.Timetable = Timetable;
+  if (place.CountryId == 0) return 0;
+  std::int32_t number = 0;
+  const std::int16_t result = AddCity(place, number);
+  if (RecordNo != nullptr) *RecordNo = number;
+  return result;
+}
+
+std::int16_t classPlaces::DeleteUserPlace(const std::string& CountryShort,
+                                          const std::string& Name) {
+  LoadTables();
+  UserPlace place;
+  place.CountryId = tarv::GetCountryID(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)));
+  if (place.CountryId == 0) return 0;
+  place.Place.SetName(Trim(Ansi(Name)));
+  return Delete_City(place);
+}
+
+int classPlaces::GetLocalTimeKind(const std::string& SearchPlace, const std::string& CountryShort,
+                                  double Julian) {
+  std::int16_t timetable = 0;
+  HaveTimetables(CountryShort, SearchPlace, &timetable);
+  const auto kind = LocalTimeStatus(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)),
+                                    timetable, LookupSerialOfJulian(Julian));
+  return kind == LocalTimeKind::kSkipped ? 1 : kind == LocalTimeKind::kRepeated ? 2 : 0;
 }
 
 std::string classPlaces::GetCountryTimeZone(const std::string& CountryShort) {

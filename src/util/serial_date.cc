@@ -99,4 +99,10 @@ CalendarTime CalendarOfSerial(double serial) {
           second_of_day / 60 % 60,     second_of_day % 60};
 }
 
+double LinearSerial(double serial) noexcept {
+  if (!(serial < 0.0)) return serial;
+  const double day = std::ceil(serial);
+  return day + (day - serial);
+}
+
 }  // namespace tarv

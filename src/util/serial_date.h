@@ -50,6 +50,12 @@ double SerialOf(const CalendarTime& time) noexcept;
 // fit an int.
 CalendarTime CalendarOfSerial(double serial);
 
+// The serial as a number that grows with time. Serials before 30 December
+// 1899 count their time of day away from zero (-1.25 is 29 December 06:00,
+// later than -1.0), so comparing them directly inverts times within a day;
+// compare LinearSerial values instead: LinearSerial(-1.25) is -0.75.
+double LinearSerial(double serial) noexcept;
+
 }  // namespace tarv
 
 #endif  // TARVPLACES_UTIL_SERIAL_DATE_H_

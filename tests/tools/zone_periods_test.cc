@@ -49,6 +49,20 @@ TEST(ZonePeriods, NegativeDaylightTimeIsReadTheConventionalWay) {
   EXPECT_EQ(periods[4].kind, ZoneKind::kStandard);
 }
 
+TEST(ZonePeriods, OrdinarySummerTimeEndsABackwardsSpell) {
+  // Prague 1946/47: a "daylight" GMT winter, then the usual CET and CEST.
+  const auto periods = HistoricPeriods(Zone({{10, {3600, false, "CET"}},
+                                             {20, {0, true, "GMT"}},
+                                             {30, {3600, false, "CET"}},
+                                             {40, {7200, true, "CEST"}},
+                                             {50, {3600, false, "CET"}}}),
+                                       kYear2000);
+  ASSERT_EQ(periods.size(), 5U);
+  EXPECT_EQ(periods[3].kind, ZoneKind::kSummer);
+  EXPECT_EQ(periods[3].standard_offset, 3600);
+  EXPECT_EQ(periods[4].kind, ZoneKind::kStandard);
+}
+
 TEST(ZonePeriods, LocalMeanTimeAndLaterPeriodsAreLeftOut) {
   const auto periods = HistoricPeriods(
       Zone({{10, {3600, false, "CET"}}, {kYear2000, {7200, true, "CEST"}}}), kYear2000);

@@ -28,6 +28,9 @@ std::vector<ZonePeriod> HistoricPeriods(const TzifZone& zone, std::int64_t until
     if (IsLocalMeanTime(t.type)) continue;
     ZonePeriod p{t.at, t.type.utc_offset, ZoneKind::kStandard, t.type.utc_offset,
                  t.type.abbreviation};
+    // Daylight time above the winter time again ends a backwards spell
+    // (Prague's winter of 1946/47 was such a spell).
+    if (t.type.is_dst && negative_mode && p.utc_offset > negative_base) negative_mode = false;
     if (t.type.is_dst) {
       if (standard && p.utc_offset < *standard) {
         negative_mode = true;  // this "daylight" time is the real standard

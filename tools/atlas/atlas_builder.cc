@@ -1,0 +1,512 @@
+#include "atlas/atlas_builder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+
+#include "atlas/country_table.h"
+#include "atlas/dst_rules.h"
+#include "atlas/geonames.h"
+#include "atlas/place_file.h"
+#include "atlas/place_file_writer.h"
+#include "atlas/place_names.h"
+#include "atlas/timetable.h"
+#include "atlas/tzif.h"
+#include "atlas/zone_periods.h"
+#include "atlas/zone_table.h"
+#include "atlas/zone_table_source.h"
+#include "export/atomic_file.h"
+#include "platform/codepage.h"
+#include "platform/lz.h"
+#include "tarvplaces/atlas_error.h"
+#include "util/serial_date.h"
+#include "util/text.h"
+
+namespace fs = std::filesystem;
+
+namespace tarv::atlas {
+namespace {
+
+constexpr std::int64_t kUnix2000 = 946684800;
+constexpr std::int64_t kUnix1999 = 915148800;
+constexpr double kSerialOf1970 = 25569.0;
+constexpr std::int32_t kHour = 3600;
+constexpr int kFirstRuleYear = 2000;
+constexpr int kLastRuleYear = 2037;
+// Cities this large get their local and other Latin-script names as aliases.
+constexpr std::int64_t kAliasPopulation = 500000;
+constexpr std::size_t kAliasCap = 4;
+
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw AtlasError(path, "cannot be opened for reading");
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Rows of a project table: "#" comments and the header line skipped.
+std::vector<std::vector<std::string>> ReadTsv(const std::string& path) {
+  std::vector<std::vector<std::string>> rows;
+  std::istringstream in(ReadText(path));
+  bool header = false;
+  for (std::string line; std::getline(in, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (line.empty() || line[0] == '#') continue;
+    if (!header) {
+      header = true;
+      continue;
+    }
+    std::vector<std::string> fields;
+    std::size_t start = 0;
+    for (;;) {
+      const auto tab = line.find('\t', start);
+      fields.push_back(line.substr(start, tab == std::string::npos ? tab : tab - start));
+      if (tab == std::string::npos) break;
+      start = tab + 1;
+    }
+    rows.push_back(std::move(fields));
+  }
+  return rows;
+}
+
+std::map<std::string, std::string> ReadCountryNames(const std::string& path) {
+  nlohmann::json doc;
+  try {
+    doc = nlohmann::json::parse(ReadText(path));
+  } catch (const nlohmann::json::exception& e) {
+    throw AtlasError(path, std::string("not a country-name file: ") + e.what());
+  }
+  std::map<std::string, std::string> names;
+  if (!doc.contains("countries") || !doc["countries"].is_object()) {
+    throw AtlasError(path, "has no \"countries\" object");
+  }
+  for (const auto& [iso, value] : doc["countries"].items()) {
+    if (value.is_string()) {
+      names[iso] = value.get<std::string>();
+    } else if (value.is_array() && !value.empty() && value[0].is_string()) {
+      names[iso] = value[0].get<std::string>();
+    }
+  }
+  return names;
+}
+
+// The zone-table names that IANA abbreviations stand for.
+std::string TableNameOf(const std::string& abbreviation) {
+  static const std::map<std::string, std::string> kNames = {
+      {"CET", "MET"},    {"CEST", "MET/S"}, {"CEMT", "MET/DS"}, {"WET", "GMT"},
+      {"WEST", "WET/S"}, {"WEMT", "WET/DS"}, {"BST", "WET/S"},  {"BDST", "WET/DS"},
+      {"UTC", "GMT"},    {"MSD", "MSK/S"},  {"EEST", "EET/S"},  {"EDT", "EST/S"},
+      {"EWT", "EST/S"},  {"EPT", "EST/S"},  {"CDT", "CST/S"},   {"CWT", "CST/S"},
+      {"CPT", "CST/S"},  {"MDT", "MST/S"},  {"MWT", "MST/S"},   {"MPT", "MST/S"},
+      {"PDT", "PST/S"},  {"PWT", "PST/S"},  {"PPT", "PST/S"},   {"AKDT", "AKST/S"},
+      {"ADT", "AST/S"},  {"NDT", "NST/S"},  {"AEDT", "AEST/S"}, {"ACDT", "ACST/S"},
+      {"NZST", "NZT"},   {"NZDT", "NZT/S"}, {"HDT", "HST/S"},   {"SAST", "EET"}};
+  const auto it = kNames.find(abbreviation);
+  return it == kNames.end() ? abbreviation : it->second;
+}
+
+double LocalSerial(std::int64_t unix_seconds, std::int32_t offset) {
+  const std::int64_t local = unix_seconds + offset;
+  const std::int64_t days = local >= 0 ? local / 86400 : -((-local + 86399) / 86400);
+  const double date = kSerialOf1970 + static_cast<double>(days);
+  const double time = static_cast<double>(local - days * 86400) / 86400.0;
+  // The host's serials count the time away from zero before 30 December 1899.
+  return date >= 0 ? date + time : date - time;
+}
+
+// One IANA zone as the atlas uses it.
+struct ZoneInfo {
+  TzifZone tzif;
+  std::vector<TimetableEntry> history;  // from the end of local mean time to 1999
+  std::int32_t standard_1999 = 0;       // standard offset at the start of 1999
+  int zones_since = 0;                  // year local mean time ended
+};
+
+class ZoneLibrary {
+ public:
+  ZoneLibrary(std::string root, const std::vector<ZoneRecord>& table)
+      : root_(std::move(root)), table_(table) {}
+
+  const ZoneInfo& Get(const std::string& name) {
+    auto it = zones_.find(name);
+    if (it != zones_.end()) return it->second;
+    ZoneInfo info;
+    info.tzif = ReadTzif((fs::path(root_) / name).string());
+    const auto periods = HistoricPeriods(info.tzif, kUnix2000);
+    std::int32_t previous = info.tzif.initial.utc_offset;
+    if (info.tzif.initial.abbreviation != "LMT") {
+      // A zone without local mean time holds its first zone from 1700 on.
+      info.history.push_back({kSerial1700, Entry(info.tzif.initial.utc_offset,
+                                                 info.tzif.initial.is_dst ? ZoneKind::kSummer
+                                                                          : ZoneKind::kStandard,
+                                                 info.tzif.initial.utc_offset, info.tzif.initial.abbreviation)});
+    }
+    for (const auto& p : periods) {
+      const std::int16_t zone = Entry(p.utc_offset, p.kind, p.standard_offset, p.abbreviation);
+      if (info.history.empty() || info.history.back().Zone != zone) {
+        info.history.push_back({LocalSerial(p.from, previous), zone});
+      }
+      previous = p.utc_offset;
+      if (info.zones_since == 0) info.zones_since = CalendarOfSerial(info.history.back().Datum).year;
+      if (p.from <= kUnix1999) info.standard_1999 = p.standard_offset;
+    }
+    if (periods.empty() || periods.front().from > kUnix1999) {
+      info.standard_1999 = TypeAt(info.tzif, kUnix1999).utc_offset;
+    }
+    return zones_.emplace(name, std::move(info)).first->second;
+  }
+
+  std::int16_t StandardEntry(std::int32_t offset, const std::string& hint = "") const {
+    const auto found = FindZoneEntry(table_, offset, ZoneKind::kStandard, {TableNameOf(hint), hint});
+    return found ? *found : 0;
+  }
+  std::string NameOf(std::int16_t id) const { return Trim(table_[static_cast<std::size_t>(id)].TZShort); }
+
+ private:
+  std::int16_t Entry(std::int32_t offset, ZoneKind kind, std::int32_t standard,
+                     const std::string& abbreviation) {
+    std::vector<std::string> preferred;
+    if (kind != ZoneKind::kStandard) {
+      const std::string base = NameOf(StandardEntry(standard));
+      preferred.push_back(base + (kind == ZoneKind::kSummer ? "/S" : "/DS"));
+    }
+    preferred.push_back(TableNameOf(abbreviation));
+    preferred.push_back(abbreviation);
+    if (const auto found = FindZoneEntry(table_, offset, kind, preferred)) return *found;
+    // Every period before 2000 has an entry (a test checks the table); a
+    // newer tzdata could bring one more, which then keeps its offset.
+    if (const auto any = FindZoneEntry(table_, offset, ZoneKind::kStandard)) return *any;
+    throw AtlasError(root_, abbreviation + ": no zone entry for offset " + std::to_string(offset));
+  }
+
+  std::string root_;
+  const std::vector<ZoneRecord>& table_;
+  std::map<std::string, ZoneInfo> zones_;
+};
+
+struct CountryPlan {
+  std::string code;
+  std::string title;    // German
+  std::string english;
+  std::string iso;
+  int continent = 0;
+  bool usa = false;
+  std::int16_t id = 0;
+  std::vector<const GeoPlace*> places;
+};
+
+const char* const kContinentNames[] = {"", "AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"};
+
+int ContinentOfZone(const std::string& zone) {
+  const std::string area = zone.substr(0, zone.find('/'));
+  if (area == "Africa") return 1;
+  if (area == "America") return 2;
+  if (area == "Asia" || area == "Indian") return 3;
+  if (area == "Europe" || area == "Atlantic" || area == "Arctic") return 4;
+  return 5;  // Australia, Pacific, Antarctica
+}
+
+// The zone most places of a set use, weighted by population.
+std::string MainZone(const std::vector<const GeoPlace*>& places) {
+  std::map<std::string, double> weight;
+  for (const auto* p : places) weight[p->timezone] += 1.0 + static_cast<double>(p->population);
+  return std::max_element(weight.begin(), weight.end(),
+                          [](const auto& a, const auto& b) { return a.second < b.second; })
+      ->first;
+}
+
+struct Timetabling {
+  std::vector<std::vector<TimetableEntry>> blocks;  // blocks[0] is timetable 1
+  std::vector<std::string> block_zone;              // the zone each block follows
+  std::map<std::string, std::int16_t> number_of_zone;
+};
+
+Timetabling NumberHistories(const CountryPlan& country, ZoneLibrary& zones) {
+  // Places per distinct history; zones with the same history share it.
+  struct Use {
+    std::size_t places = 0;
+    double population = 0;
+    std::map<std::string, std::size_t> zones;
+  };
+  std::map<std::vector<std::pair<double, std::int16_t>>, Use> uses;
+  for (const auto* p : country.places) {
+    std::vector<std::pair<double, std::int16_t>> key;
+    for (const auto& e : zones.Get(p->timezone).history) key.emplace_back(e.Datum, e.Zone);
+    auto& use = uses[key];
+    ++use.places;
+    use.population += static_cast<double>(p->population);
+    ++use.zones[p->timezone];
+  }
+  std::vector<const decltype(uses)::value_type*> order;
+  for (const auto& u : uses) order.push_back(&u);
+  std::stable_sort(order.begin(), order.end(), [](const auto* a, const auto* b) {
+    return std::tie(a->second.places, a->second.population) > std::tie(b->second.places, b->second.population);
+  });
+  Timetabling t;
+  const std::int16_t fixed = HaveTimetables(country.code);
+  const std::size_t blocks = fixed == 0 ? 1 : order.size();
+  for (std::size_t i = 0; i < blocks && i < order.size(); ++i) {
+    std::vector<TimetableEntry> entries;
+    for (const auto& [datum, zone] : order[i]->first) entries.push_back({datum, zone});
+    t.blocks.push_back(std::move(entries));
+    const auto main = std::max_element(order[i]->second.zones.begin(), order[i]->second.zones.end(),
+                                       [](const auto& a, const auto& b) { return a.second < b.second; });
+    t.block_zone.push_back(main->first);
+    for (const auto& z : order[i]->second.zones) {
+      t.number_of_zone[z.first] = fixed == 0 ? std::int16_t{0} : static_cast<std::int16_t>(i + 1);
+    }
+  }
+  if (fixed == 0) {
+    // One block, the country's default history: that of its main zone.
+    const std::string main = MainZone(country.places);
+    t.blocks.assign(1, zones.Get(main).history);
+    t.block_zone.assign(1, main);
+  }
+  return t;
+}
+
+// Summer time of one zone in one year, in the atlas's terms: periods one hour
+// above the 1999 standard offset.
+DstRule RuleOfYear(const ZoneInfo& zone, int year, bool& unexpressible) {
+  const std::int32_t standard = zone.standard_1999;
+  const double year_start = SerialOfDate(year, 1, 1);
+  const std::int64_t from = static_cast<std::int64_t>((year_start - kSerialOf1970) * 86400) - standard;
+  const std::int64_t to = from + static_cast<std::int64_t>((SerialOfDate(year + 1, 1, 1) - year_start) * 86400);
+  // Offset segments within the year.
+  std::vector<std::pair<std::int64_t, std::int32_t>> segments = {{from, TypeAt(zone.tzif, from).utc_offset}};
+  for (const auto& t : zone.tzif.transitions) {
+    if (t.at > from && t.at < to) segments.emplace_back(t.at, t.type.utc_offset);
+  }
+  std::vector<std::pair<std::int64_t, std::int64_t>> summers;
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    const std::int64_t end = i + 1 < segments.size() ? segments[i + 1].first : to;
+    const std::int32_t offset = segments[i].second;
+    if (offset == standard + kHour) {
+      if (!summers.empty() && summers.back().second == segments[i].first) {
+        summers.back().second = end;
+      } else {
+        summers.emplace_back(segments[i].first, end);
+      }
+    } else if (offset != standard) {
+      unexpressible = true;
+    }
+  }
+  if (summers.empty()) return DstRule::None();
+  if (summers.size() == 1 && summers[0].first == from && summers[0].second == to) return DstRule::All();
+  std::pair<std::int64_t, std::int64_t> period = summers.front();
+  if (summers.size() >= 2 && summers.front().first == from && summers.back().second == to) {
+    period = {summers.back().first, summers.front().second};  // across the turn of the year
+  } else {
+    for (const auto& s : summers) {
+      if (s.second - s.first > period.second - period.first) period = s;
+    }
+  }
+  const double start = LocalSerial(period.first, standard);
+  const double end = LocalSerial(period.second, standard + kHour);
+  const DayRule start_rule = DayRuleOf(start);
+  const DayRule end_rule = DayRuleOf(end);
+  if (std::fabs(start_rule.SerialIn(year) - start) < 1e-6 && std::fabs(end_rule.SerialIn(year) - end) < 1e-6) {
+    return DstRule::Rule(start_rule, end_rule);
+  }
+  return DstRule::Dates(start, end);
+}
+
+void AddRules(std::int16_t country, std::int16_t timetable, const ZoneInfo& zone, const std::string& name,
+              std::vector<DstRuleRange>& ranges, BuildSummary& summary) {
+  for (int year = kFirstRuleYear; year <= kLastRuleYear; ++year) {
+    bool odd = false;
+    const DstRule rule = RuleOfYear(zone, year, odd);
+    if (odd) summary.unexpressible.push_back(name + " " + std::to_string(year));
+    const bool merges = !ranges.empty() && ranges.back().country == country &&
+                        ranges.back().timetable == timetable && ranges.back().to_year == year - 1 &&
+                        ranges.back().rule == rule && rule.kind != DstRule::Kind::kDates;
+    if (merges) {
+      ranges.back().to_year = year;
+    } else {
+      ranges.push_back({country, timetable, year, year, rule});
+    }
+  }
+}
+
+void Progress(const BuildOptions& options, const std::string& what, double fraction) {
+  if (options.progress) options.progress(what, fraction);
+}
+
+}  // namespace
+
+BuildSummary BuildAtlas(const BuildOptions& options) {
+  BuildSummary summary;
+  const fs::path out = options.out;
+  fs::create_directories(out);
+
+  Progress(options, "reading the zone table", 0.0);
+  const std::string zones_tsv = (fs::path(options.data) / "zones.tsv").string();
+  const auto table = ParseZoneTableSource(ReadText(zones_tsv), zones_tsv);
+  ZoneLibrary zones(options.zoneinfo, table);
+
+  Progress(options, "reading GeoNames", 0.02);
+  const auto places = ReadGeoNames(options.geonames, summary.skipped_lines);
+  const auto german = ReadCountryNames((fs::path(options.country_names) / "de.json").string());
+  const auto english = ReadCountryNames((fs::path(options.country_names) / "en.json").string());
+
+  std::map<std::string, std::pair<std::string, int>> codes;  // iso -> atlas code, continent
+  for (const auto& row : ReadTsv((fs::path(options.data) / "atlas_codes.tsv").string())) {
+    codes[row.at(0)] = {row.size() > 1 ? row[1] : "", row.size() > 2 && !row[2].empty() ? std::stoi(row[2]) : 0};
+  }
+  std::map<std::string, std::pair<std::string, std::string>> states;  // code -> German, English
+  for (const auto& row : ReadTsv((fs::path(options.data) / "us_states.tsv").string())) {
+    states[row.at(0)] = {row.at(1), row.at(2)};
+  }
+
+  // Countries by atlas code; the successor states of Yugoslavia share one.
+  std::map<std::string, CountryPlan> plans;
+  for (const auto& p : places) {
+    if (p.country == "US") {
+      if (!states.count(p.admin1)) continue;  // places outside the 50 states and DC
+      auto& plan = plans["US" + p.admin1];
+      plan.code = "US" + p.admin1;
+      plan.title = states[p.admin1].first;
+      plan.english = states[p.admin1].second;
+      plan.iso = "US";
+      plan.usa = true;
+      plan.continent = 6;
+      plan.places.push_back(&p);
+      continue;
+    }
+    const auto known = codes.find(p.country);
+    std::string code = known != codes.end() && !known->second.first.empty() ? known->second.first : p.country;
+    auto& plan = plans[code];
+    plan.code = code;
+    plan.iso = plan.iso.empty() ? p.country : plan.iso;
+    plan.places.push_back(&p);
+  }
+  for (auto& [code, plan] : plans) {
+    if (plan.usa) continue;
+    if (code == "YU") {
+      plan.title = "Jugoslawien";
+      plan.english = "Yugoslavia";
+    } else {
+      plan.title = german.count(plan.iso) ? german.at(plan.iso) : plan.iso;
+      plan.english = english.count(plan.iso) ? english.at(plan.iso) : plan.iso;
+    }
+    const auto known = codes.find(plan.iso);
+    plan.continent = known != codes.end() && known->second.second != 0 ? known->second.second
+                                                                       : ContinentOfZone(MainZone(plan.places));
+  }
+
+  // File order: countries and states by German title, then the five groups.
+  std::vector<CountryPlan*> order;
+  for (auto& [code, plan] : plans) order.push_back(&plan);
+  std::sort(order.begin(), order.end(), [](const CountryPlan* a, const CountryPlan* b) {
+    return std::tie(a->title, a->code) < std::tie(b->title, b->code);
+  });
+  struct Group {
+    const char* title;
+    const char* code;
+    int continent;
+    const char* english;
+  };
+  static constexpr Group kGroups[] = {{"Antarktis", "ANT", 5, "Antarctica"},
+                                      {"Atlantische Inseln", "ATL", 4, "Atlantic islands"},
+                                      {"Indischer Ozean", "IOZ", 3, "Indian Ocean"},
+                                      {"Karibik", "KAR", 2, "Caribbean"},
+                                      {"Pazifische Inseln", "PAZ", 5, "Pacific islands"}};
+  if (order.size() + std::size(kGroups) > kMaxCountryLines) {
+    throw AtlasError(options.geonames, "more countries than Country.dat can hold");
+  }
+
+  Progress(options, "learning place names", 0.04);
+  const AliasChooser chooser(places);
+  std::vector<CountryRecord> records;
+  std::vector<TimetableSection> ttx;
+  std::vector<TimetableSection> ttusa;
+  std::vector<DstRuleRange> rules;
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    CountryPlan& plan = *order[i];
+    plan.id = static_cast<std::int16_t>(i + 1);
+    Progress(options, plan.code, 0.05 + 0.85 * static_cast<double>(i) / static_cast<double>(order.size()));
+
+    const std::string main_zone = MainZone(plan.places);
+    const ZoneInfo& main = zones.Get(main_zone);
+    CountryRecord r;
+    r.CountryId = plan.id;
+    r.CountryTitle = AnsiFromUtf8(plan.title);
+    r.CountryShort = plan.code;
+    r.TimezoneShort = zones.NameOf(zones.StandardEntry(main.standard_1999));
+    r.Continent = kContinentNames[plan.continent];
+    r.Meaning = AnsiFromUtf8(plan.english);
+    r.Info = "ISO " + plan.iso;
+    r.HaveZonesSince = std::to_string(main.zones_since);
+    r.ContinentID = static_cast<std::int16_t>(plan.continent);
+    records.push_back(r);
+
+    const Timetabling t = NumberHistories(plan, zones);
+    TimetableSection section{plan.id, t.blocks};
+    for (const auto& block : t.blocks) summary.entries += block.size();
+    summary.timetables += t.blocks.size();
+    (plan.usa ? ttusa : ttx).push_back(std::move(section));
+    for (std::size_t b = 0; b < t.blocks.size(); ++b) {
+      AddRules(plan.id, static_cast<std::int16_t>(b + 1), zones.Get(t.block_zone[b]), t.block_zone[b], rules,
+               summary);
+    }
+
+    std::vector<PlaceRecord> file;
+    std::vector<const GeoPlace*> sorted = plan.places;
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const GeoPlace* a, const GeoPlace* b) { return a->population > b->population; });
+    for (const auto* p : sorted) {
+      if (file.size() >= kMaxPlaceRecords) break;  // record numbers are 16-bit
+      PlaceRecord record;
+      const std::string name = AtlasName(*p);
+      if (name.empty()) continue;
+      record.SetName(name);
+      record.Longitude = static_cast<float>(p->longitude);
+      record.Latitude = static_cast<float>(p->latitude);
+      const auto number = t.number_of_zone.find(p->timezone);
+      record.Timetable = number == t.number_of_zone.end() ? std::int16_t{0} : number->second;
+      file.push_back(record);
+      if (p->population < kAliasPopulation) continue;
+      for (const auto& alias : chooser.Aliases(*p, kAliasCap)) {
+        if (file.size() >= kMaxPlaceRecords) break;
+        record.SetName(CutName(alias));
+        file.push_back(record);
+        ++summary.aliases;
+      }
+    }
+    summary.places += file.size();
+    WritePlaceFiles(out, plan.code, std::move(file));
+  }
+  for (std::size_t g = 0; g < std::size(kGroups); ++g) {
+    CountryRecord r;
+    r.CountryId = static_cast<std::int16_t>(order.size() + g + 1);
+    r.CountryTitle = kGroups[g].title;
+    r.CountryShort = kGroups[g].code;
+    r.TimezoneShort = "GMT";
+    r.Continent = kContinentNames[kGroups[g].continent];
+    r.Meaning = kGroups[g].english;
+    r.ContinentID = static_cast<std::int16_t>(kGroups[g].continent);
+    records.push_back(r);
+  }
+  summary.countries = records.size();
+
+  Progress(options, "writing tables", 0.92);
+  WriteFileAtomically(out / "Country.dat", CountryFileText(records));
+  WriteFileAtomically(out / "Zones13.bin", EncodeZoneFile(table));
+  WriteFileAtomically(out / "ttx.dao", CompressSzdd(EncodeTimetableFile(ttx), 'o'));
+  WriteFileAtomically(out / "TTUSA.dao", CompressSzdd(EncodeTimetableFile(ttusa), 'o'));
+  WriteFileAtomically(out / kDstRulesFile, DstRules::Format(rules));
+  summary.rule_lines = rules.size();
+  for (const auto& entry : fs::directory_iterator(out)) {
+    if (entry.is_regular_file()) summary.bytes += entry.file_size();
+  }
+  Progress(options, "done", 1.0);
+  return summary;
+}
+
+}  // namespace tarv::atlas

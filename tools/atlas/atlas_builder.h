@@ -1,0 +1,47 @@
+// Builds the default atlas from open data: GeoNames "cities500" for the
+// places, the IANA time zone database (TZif files as tzdata installs them)
+// for the zone history of every place, country names in German and English
+// from the i18n-iso-countries package, and the project's own tables in
+// data/ (zones, atlas codes, US states).
+#ifndef TARVPLACES_TOOLS_ATLAS_ATLAS_BUILDER_H_
+#define TARVPLACES_TOOLS_ATLAS_ATLAS_BUILDER_H_
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tarv::atlas {
+
+struct BuildOptions {
+  std::string out;              // the atlas folder to write
+  std::string geonames;         // cities500.txt
+  std::string zoneinfo = "/usr/share/zoneinfo";
+  std::string country_names;    // folder holding de.json and en.json
+  std::string data;             // the project's data/ folder
+  // Called with a short text and a fraction (0 to 1) as the build goes on.
+  std::function<void(const std::string&, double)> progress;
+};
+
+struct BuildSummary {
+  std::size_t countries = 0;  // lines of Country.dat, groups included
+  std::size_t places = 0;     // place records, aliases included
+  std::size_t aliases = 0;
+  std::size_t timetables = 0;  // blocks written
+  std::size_t entries = 0;     // timetable entries written
+  std::size_t rule_lines = 0;  // lines of DstRules.dat
+  std::uintmax_t bytes = 0;    // size of all files written
+  std::size_t skipped_lines = 0;
+  // "Zone year" pairs whose offset after 1999 the atlas cannot express.
+  std::vector<std::string> unexpressible;
+};
+
+// Writes Country.dat, Zones13.bin, one place file and index per country and
+// US state, ttx.dao, TTUSA.dao and DstRules.dat into `options.out`. Two builds
+// from the same inputs give identical files. Throws AtlasError when an input
+// is missing or malformed.
+BuildSummary BuildAtlas(const BuildOptions& options);
+
+}  // namespace tarv::atlas
+
+#endif  // TARVPLACES_TOOLS_ATLAS_ATLAS_BUILDER_H_

@@ -3,8 +3,9 @@
 //
 // Exit status: 0 something was found, 1 nothing was found, 2 bad usage or
 // unreadable data (with a one-line message on stderr that says what to do).
-#include <CLI/CLI.hpp>
+#include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -15,7 +16,6 @@
 #include <regex>
 #include <sstream>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "atlas/atlas_builder.h"
@@ -72,7 +72,8 @@ double ParseDate(const std::string& text) {
   static const std::regex kDate(R"((\d{4})-(\d{2})-(\d{2})(?:[T ](\d{2}):(\d{2})(?::(\d{2}))?)?)");
   std::smatch m;
   if (!std::regex_match(text, m, kDate)) {
-    throw Exit{kUsage, "malformed date \"" + text + "\": write YYYY-MM-DD or YYYY-MM-DDTHH:MM[:SS]"};
+    throw Exit{kUsage,
+               "malformed date \"" + text + "\": write YYYY-MM-DD or YYYY-MM-DDTHH:MM[:SS]"};
   }
   const int year = std::stoi(m[1]);
   const int month = std::stoi(m[2]);
@@ -80,8 +81,10 @@ double ParseDate(const std::string& text) {
   const int hour = m[4].matched ? std::stoi(m[4]) : 12;
   const int minute = m[5].matched ? std::stoi(m[5]) : 0;
   const int second = m[6].matched ? std::stoi(m[6]) : 0;
-  const int days_in_month = static_cast<int>(tarv::SerialOfDate(year, month + 1, 1) - tarv::SerialOfDate(year, month, 1));
-  if (month < 1 || month > 12 || day < 1 || day > days_in_month || hour > 23 || minute > 59 || second > 59) {
+  const int days_in_month =
+      static_cast<int>(tarv::SerialOfDate(year, month + 1, 1) - tarv::SerialOfDate(year, month, 1));
+  if (month < 1 || month > 12 || day < 1 || day > days_in_month || hour > 23 || minute > 59 ||
+      second > 59) {
     throw Exit{kUsage, "malformed date \"" + text + "\": no such day or time"};
   }
   return tarv::GetJulday(static_cast<std::int16_t>(month), static_cast<std::int16_t>(day),
@@ -91,7 +94,8 @@ double ParseDate(const std::string& text) {
 // Decimal degrees ("11.58", "-0.1") or degree text ("48N08", "11E34").
 double ParseCoordinate(const std::string& text, const char* what) {
   if (text.find_first_of("0123456789") == std::string::npos) {
-    throw Exit{kUsage, std::string("malformed ") + what + " \"" + text + "\": write 11.58 or 11E34"};
+    throw Exit{kUsage,
+               std::string("malformed ") + what + " \"" + text + "\": write 11.58 or 11E34"};
   }
   return tarv::SignedDecOfString(text);
 }
@@ -101,8 +105,10 @@ class Atlas {
   explicit Atlas(const Options& options) : options_(options) {
     const std::filesystem::path folder = options.atlas;
     if (options.atlas.empty() || !std::filesystem::exists(folder / "Country.dat")) {
-      throw Exit{kUsage, "no atlas at \"" + options.atlas +
-                             "\": build one with \"tarvplaces build-atlas --out DIR\" and pass --atlas DIR"};
+      throw Exit{
+          kUsage,
+          "no atlas at \"" + options.atlas +
+              "\": build one with \"tarvplaces build-atlas --out DIR\" and pass --atlas DIR"};
     }
     places_.PlacePath(options.atlas);
     places_.Language(options.lang == "de" ? tarv::kLanguageGerman : tarv::kLanguageEnglish);
@@ -114,7 +120,8 @@ class Atlas {
   // The internal code of a known country, else a usage error.
   std::string Country(const std::string& code) {
     if (places_.GetCountryID(code) == 0) {
-      throw Exit{kUsage, "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
+      throw Exit{kUsage,
+                 "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
     }
     return places_.GetInternalCountryAbbreviation(code);
   }
@@ -128,7 +135,8 @@ class Atlas {
     z["zone_name"] = f.size() > 1 ? TrimRight(f[1]) : "";
     z["is_lmt"] = id == 0;
     // Local mean time is the place's own: its longitude / 15.
-    z["utc_offset"] = id == 0 ? std::round(longitude / 15.0 * 1e6) / 1e6 : (f.size() > 2 ? std::stod(f[2]) : 0.0);
+    z["utc_offset"] =
+        id == 0 ? std::round(longitude / 15.0 * 1e6) / 1e6 : (f.size() > 2 ? std::stod(f[2]) : 0.0);
     return z;
   }
 
@@ -169,14 +177,15 @@ std::string Offset(double hours) {
 
 void PrintPlace(const json& p) {
   std::cout << std::left << std::setw(12) << "Place" << p["name"].get<std::string>() << " ("
-            << p["country"].get<std::string>() << ")" << (p["user_place"].get<bool>() ? ", user place" : "")
-            << '\n'
-            << std::setw(12) << "Longitude" << std::fixed << std::setprecision(5) << p["longitude"].get<double>()
-            << '\n'
+            << p["country"].get<std::string>() << ")"
+            << (p["user_place"].get<bool>() ? ", user place" : "") << '\n'
+            << std::setw(12) << "Longitude" << std::fixed << std::setprecision(5)
+            << p["longitude"].get<double>() << '\n'
             << std::setw(12) << "Latitude" << p["latitude"].get<double>() << '\n'
             << std::setw(12) << "Timetable" << p["timetable"].get<int>() << '\n'
-            << std::setw(12) << "Zone" << p["zone"].get<std::string>() << " (" << p["zone_name"].get<std::string>()
-            << "), UTC" << Offset(p["utc_offset"].get<double>()) << '\n';
+            << std::setw(12) << "Zone" << p["zone"].get<std::string>() << " ("
+            << p["zone_name"].get<std::string>() << "), UTC"
+            << Offset(p["utc_offset"].get<double>()) << '\n';
   if (p.contains("local_time") && p["local_time"] != "normal") {
     std::cout << std::setw(12) << "Local time" << p["local_time"].get<std::string>()
               << (p["local_time"] == "skipped" ? ": clocks were set forward over this time"
@@ -186,12 +195,14 @@ void PrintPlace(const json& p) {
   std::cout.unsetf(std::ios::fixed);
 }
 
-int RunPlace(const Options& o, const std::string& name, const std::string& country, const std::string& date) {
+int RunPlace(const Options& o, const std::string& name, const std::string& country,
+             const std::string& date) {
   Atlas atlas(o);
   const std::string code = atlas.Country(country);
   std::optional<double> julian;
   if (!date.empty()) julian = ParseDate(date);
-  const auto found = atlas.places().GetPlaceDataX(name, code, nullptr, nullptr, nullptr, julian.value_or(0.0));
+  const auto found =
+      atlas.places().GetPlaceDataX(name, code, nullptr, nullptr, nullptr, julian.value_or(0.0));
   json p = found > 0 ? atlas.Place(0, julian) : json(nullptr);
   if (o.json) {
     json out = p.is_null() ? json{{"found", 0}} : p;
@@ -199,9 +210,12 @@ int RunPlace(const Options& o, const std::string& name, const std::string& count
     std::cout << out.dump(2) << '\n';
   } else if (!p.is_null()) {
     PrintPlace(p);
-    if (found > 1) std::cout << std::setw(12) << "Also" << found - 1 << " more places of that name\n";
+    if (found > 1)
+      std::cout << std::setw(12) << "Also" << found - 1 << " more places of that name\n";
   }
-  if (found == 0) throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try a prefix such as \"" + name.substr(0, 3) + "*\""};
+  if (found == 0)
+    throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try a prefix such as \"" +
+                              name.substr(0, 3) + "*\""};
   return kFound;
 }
 
@@ -220,24 +234,26 @@ int RunSearch(const Options& o, const std::string& text, const std::string& coun
   std::int32_t found = 0;
   atlas.places().SearchPlacesInForm(list, text, code, &found);
   json places = json::array();
-  for (std::int32_t i = 0; i < found; ++i) places.push_back(atlas.Place(i, std::nullopt));
+  for (std::int32_t i = 0; i < found; ++i)
+    places.push_back(atlas.Place(i, std::nullopt));
   if (o.json) {
     std::cout << json{{"found", found}, {"places", places}}.dump(2) << '\n';
   } else {
     for (const auto& p : places) {
       std::cout << std::left << std::setw(30) << p["name"].get<std::string>() << std::setw(6)
-                << p["country"].get<std::string>() << std::right << std::fixed << std::setprecision(5)
-                << std::setw(11) << p["longitude"].get<double>() << std::setw(10) << p["latitude"].get<double>()
-                << "  " << p["zone"].get<std::string>() << (p["user_place"].get<bool>() ? "  (user place)" : "")
-                << '\n';
+                << p["country"].get<std::string>() << std::right << std::fixed
+                << std::setprecision(5) << std::setw(11) << p["longitude"].get<double>()
+                << std::setw(10) << p["latitude"].get<double>() << "  "
+                << p["zone"].get<std::string>()
+                << (p["user_place"].get<bool>() ? "  (user place)" : "") << '\n';
     }
   }
   if (found == 0) throw Exit{kNotFound, "no place matches \"" + text + "\" in " + code};
   return kFound;
 }
 
-int RunNearest(const Options& o, const std::string& country, const std::string& lon, const std::string& lat,
-               double range) {
+int RunNearest(const Options& o, const std::string& country, const std::string& lon,
+               const std::string& lat, double range) {
   Atlas atlas(o);
   const std::string code = atlas.Country(country);
   const double longitude = ParseCoordinate(lon, "longitude");
@@ -245,9 +261,11 @@ int RunNearest(const Options& o, const std::string& country, const std::string& 
   const auto f = SplitTabs(atlas.places().GetNearestPlace(code, longitude, latitude, range));
   json p = nullptr;
   if (f.size() >= 4) {
-    p = json{{"name", TrimRight(f[0])}, {"country", code}, {"longitude", std::stod(f[1])},
-             {"latitude", std::stod(f[2])}, {"timetable", std::stoi(f[3])}, {"user_place", false}};
-    p.update(atlas.Zone(atlas.places().GetTimezoneId(atlas.places().GetRightTimeZone(code, static_cast<std::int16_t>(std::stoi(f[3])))),
+    p = json{{"name", TrimRight(f[0])},      {"country", code},
+             {"longitude", std::stod(f[1])}, {"latitude", std::stod(f[2])},
+             {"timetable", std::stoi(f[3])}, {"user_place", false}};
+    p.update(atlas.Zone(atlas.places().GetTimezoneId(atlas.places().GetRightTimeZone(
+                            code, static_cast<std::int16_t>(std::stoi(f[3])))),
                         std::stod(f[1])));
   }
   if (o.json) {
@@ -259,14 +277,15 @@ int RunNearest(const Options& o, const std::string& country, const std::string& 
   return kFound;
 }
 
-int RunZone(const Options& o, const std::string& name, const std::string& country, const std::string& date,
-            bool long_name) {
+int RunZone(const Options& o, const std::string& name, const std::string& country,
+            const std::string& date, bool long_name) {
   Atlas atlas(o);
   const std::string code = atlas.Country(country);
   const double julian = ParseDate(date);
   double longitude = 0;
   if (atlas.places().GetPlaceData(name, code, &longitude) == 0) {
-    throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try \"tarvplaces search " + name + "* " + code + "\""};
+    throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try \"tarvplaces search " +
+                              name + "* " + code + "\""};
   }
   std::int16_t id = 0;
   const std::string text = atlas.places().GetTimezoneOfCity(name, code, julian, long_name, &id);
@@ -277,7 +296,9 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
     std::cout << z.dump(2) << '\n';
   } else {
     std::cout << TrimRight(text) << "  UTC" << Offset(z["utc_offset"].get<double>())
-              << (z["local_time"] != "normal" ? "  (local time " + z["local_time"].get<std::string>() + ")" : "")
+              << (z["local_time"] != "normal"
+                      ? "  (local time " + z["local_time"].get<std::string>() + ")"
+                      : "")
               << '\n';
   }
   return kFound;
@@ -292,16 +313,23 @@ int RunCountries(const Options& o) {
   // The last six entries are the continent records, not countries.
   for (std::size_t i = 1; i + 6 < lines.size(); ++i) {
     const auto f = SplitTabs(lines[i]);
-    list.push_back({{"id", std::stoi(f[0])}, {"title", f[1]}, {"code", f[2]}, {"zone", f[3]},
-                    {"continent", f[4]}, {"english", f[6]}});
+    list.push_back({{"id", std::stoi(f[0])},
+                    {"title", f[1]},
+                    {"code", f[2]},
+                    {"zone", f[3]},
+                    {"continent", f[4]},
+                    {"english", f[6]}});
   }
   if (o.json) {
     std::cout << list.dump(2) << '\n';
   } else {
-    std::cout << std::left << std::setw(6) << "Id" << std::setw(7) << "Code" << std::setw(8) << "Zone" << "Title\n";
+    std::cout << std::left << std::setw(6) << "Id" << std::setw(7) << "Code" << std::setw(8)
+              << "Zone"
+              << "Title\n";
     for (const auto& c : list) {
-      std::cout << std::left << std::setw(6) << c["id"].get<int>() << std::setw(7) << c["code"].get<std::string>()
-                << std::setw(8) << c["zone"].get<std::string>() << c["title"].get<std::string>() << '\n';
+      std::cout << std::left << std::setw(6) << c["id"].get<int>() << std::setw(7)
+                << c["code"].get<std::string>() << std::setw(8) << c["zone"].get<std::string>()
+                << c["title"].get<std::string>() << '\n';
     }
   }
   return list.empty() ? kNotFound : kFound;
@@ -315,12 +343,18 @@ int RunCountry(const Options& o, const std::string& code) {
   const auto index = atlas.places().GetCountryIndexOfID(id);
   if (id == 0 || index <= 0 || static_cast<std::size_t>(index) >= lines.size()) {
     if (o.json) std::cout << "null\n";
-    throw Exit{kNotFound, "no country matches \"" + code + "\": run \"tarvplaces countries\" for the list"};
+    throw Exit{kNotFound,
+               "no country matches \"" + code + "\": run \"tarvplaces countries\" for the list"};
   }
   const auto f = SplitTabs(lines[static_cast<std::size_t>(index)]);
   const std::string internal = atlas.places().GetInternalCountryAbbreviation(f[2]);
-  json c{{"index", index}, {"id", std::stoi(f[0])}, {"title", f[1]}, {"code", f[2]}, {"zone", f[3]},
-         {"continent", f[4]}, {"continent_id", std::stoi(f[9])},
+  json c{{"index", index},
+         {"id", std::stoi(f[0])},
+         {"title", f[1]},
+         {"code", f[2]},
+         {"zone", f[3]},
+         {"continent", f[4]},
+         {"continent_id", std::stoi(f[9])},
          {"several_zones", atlas.places().HaveSeveralTimeZones(internal)},
          {"timetables", atlas.places().HaveTimetables(internal)}};
   if (o.json) {
@@ -330,7 +364,8 @@ int RunCountry(const Options& o, const std::string& code) {
               << std::setw(15) << "Number" << f[0] << '\n'
               << std::setw(15) << "Zone" << f[3] << '\n'
               << std::setw(15) << "Continent" << f[4] << '\n'
-              << std::setw(15) << "Several zones" << (c["several_zones"].get<bool>() ? "yes" : "no") << '\n'
+              << std::setw(15) << "Several zones" << (c["several_zones"].get<bool>() ? "yes" : "no")
+              << '\n'
               << std::setw(15) << "Timetables" << c["timetables"].get<int>() << '\n';
   }
   return kFound;
@@ -344,16 +379,20 @@ int RunZones(const Options& o) {
   for (std::size_t id = 0; id < lines.size(); ++id) {
     const auto f = SplitTabs(lines[id]);
     if (f.size() < 7) continue;
-    list.push_back({{"zone_id", id}, {"zone", TrimRight(f[0])}, {"zone_name", TrimRight(f[1])},
-                    {"utc_offset", std::stod(f[2])}, {"kind", f[3]}});
+    list.push_back({{"zone_id", id},
+                    {"zone", TrimRight(f[0])},
+                    {"zone_name", TrimRight(f[1])},
+                    {"utc_offset", std::stod(f[2])},
+                    {"kind", f[3]}});
   }
   if (o.json) {
     std::cout << list.dump(2) << '\n';
   } else {
     for (const auto& z : list) {
-      std::cout << std::right << std::setw(4) << z["zone_id"].get<int>() << "  " << std::left << std::setw(13)
-                << z["zone"].get<std::string>() << std::setw(9) << z["utc_offset"].get<double>()
-                << z["kind"].get<std::string>() << "  " << z["zone_name"].get<std::string>() << '\n';
+      std::cout << std::right << std::setw(4) << z["zone_id"].get<int>() << "  " << std::left
+                << std::setw(13) << z["zone"].get<std::string>() << std::setw(9)
+                << z["utc_offset"].get<double>() << z["kind"].get<std::string>() << "  "
+                << z["zone_name"].get<std::string>() << '\n';
     }
   }
   return list.size() > 1 ? kFound : kNotFound;
@@ -362,7 +401,8 @@ int RunZones(const Options& o) {
 std::string FormatSerial(double serial) {
   const auto t = tarv::CalendarOfSerial(serial);
   char text[32];
-  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour, t.minute);
+  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour,
+                t.minute);
   return text;
 }
 
@@ -373,15 +413,19 @@ int RunTimetable(const Options& o, const std::string& country, int number) {
   json list = json::array();
   for (const auto& r : rows) {
     const auto f = SplitTabs(atlas.places().GetTimeZoneListString(r.ZoneId));
-    list.push_back({{"from", FormatSerial(r.Date)}, {"zone_id", r.ZoneId}, {"zone", TrimRight(f[0])},
+    list.push_back({{"from", FormatSerial(r.Date)},
+                    {"zone_id", r.ZoneId},
+                    {"zone", TrimRight(f[0])},
                     {"utc_offset", r.ZoneId == 0 ? json(nullptr) : json(std::stod(f[2]))}});
   }
   if (o.json) {
     std::cout << list.dump(2) << '\n';
   } else {
     for (const auto& r : list) {
-      std::cout << r["from"].get<std::string>() << "  " << std::left << std::setw(13) << r["zone"].get<std::string>()
-                << (r["utc_offset"].is_null() ? "local mean time" : "UTC" + Offset(r["utc_offset"].get<double>()))
+      std::cout << r["from"].get<std::string>() << "  " << std::left << std::setw(13)
+                << r["zone"].get<std::string>()
+                << (r["utc_offset"].is_null() ? "local mean time"
+                                              : "UTC" + Offset(r["utc_offset"].get<double>()))
                 << '\n';
     }
   }
@@ -389,16 +433,19 @@ int RunTimetable(const Options& o, const std::string& country, int number) {
   return kFound;
 }
 
-int RunAdd(const Options& o, const std::string& country, const std::string& name, const std::string& lon,
-           const std::string& lat, int timetable) {
+int RunAdd(const Options& o, const std::string& country, const std::string& name,
+           const std::string& lon, const std::string& lat, int timetable) {
   Atlas atlas(o);
   const std::string code = atlas.Country(country);
   std::int32_t record = 0;
-  if (atlas.places().AddUserPlace(code, name, ParseCoordinate(lon, "longitude"), ParseCoordinate(lat, "latitude"),
+  if (atlas.places().AddUserPlace(code, name, ParseCoordinate(lon, "longitude"),
+                                  ParseCoordinate(lat, "latitude"),
                                   static_cast<std::int16_t>(timetable), &record) == 0) {
     throw Exit{kUsage, "cannot add \"" + name + "\": the name is empty"};
   }
-  std::cout << (o.json ? json{{"added", name}, {"country", code}}.dump() : "added " + name + " to " + code) << '\n';
+  std::cout << (o.json ? json{{"added", name}, {"country", code}}.dump()
+                       : "added " + name + " to " + code)
+            << '\n';
   return kFound;
 }
 
@@ -409,7 +456,9 @@ int RunDelete(const Options& o, const std::string& country, const std::string& n
   const bool before = atlas.places().GetPlaceData(name, code, &lon) > 0;
   atlas.places().DeleteUserPlace(code, name);
   const bool after = atlas.places().GetPlaceData(name, code, &lon) > 0;
-  if (before == after) throw Exit{kNotFound, "no user place \"" + name + "\" in " + code + " (atlas places cannot be deleted)"};
+  if (before == after)
+    throw Exit{kNotFound,
+               "no user place \"" + name + "\" in " + code + " (atlas places cannot be deleted)"};
   std::cout << "deleted " << name << " from " << code << '\n';
   return kFound;
 }
@@ -418,18 +467,20 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
   const bool terminal = ::isatty(2) != 0;
   options.progress = [terminal](const std::string& what, double fraction) {
     if (!terminal) return;
-    std::cerr << "\r[" << std::setw(3) << static_cast<int>(fraction * 100) << "%] " << std::left << std::setw(40)
-              << what << std::flush;
+    std::cerr << "\r[" << std::setw(3) << static_cast<int>(fraction * 100) << "%] " << std::left
+              << std::setw(40) << what << std::flush;
     if (fraction >= 1.0) std::cerr << '\n';
   };
   const auto s = tarv::atlas::BuildAtlas(options);
   std::cout << "atlas written to " << options.out << "\n"
-            << "  countries " << s.countries << ", places " << s.places << " (" << s.aliases << " aliases)\n"
-            << "  timetables " << s.timetables << ", entries " << s.entries << ", summer-time rule lines "
-            << s.rule_lines << "\n"
+            << "  countries " << s.countries << ", places " << s.places << " (" << s.aliases
+            << " aliases)\n"
+            << "  timetables " << s.timetables << ", entries " << s.entries
+            << ", summer-time rule lines " << s.rule_lines << "\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";
   if (!s.unexpressible.empty()) {
-    std::cout << "  offsets after 1999 the atlas cannot express (" << s.unexpressible.size() << "):";
+    std::cout << "  offsets after 1999 the atlas cannot express (" << s.unexpressible.size()
+              << "):";
     for (std::size_t i = 0; i < s.unexpressible.size(); ++i) {
       std::cout << (i % 6 == 0 ? "\n    " : ", ") << s.unexpressible[i];
     }
@@ -443,13 +494,16 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
 int main(int argc, char** argv) {
   CLI::App app{
       "tarvplaces: places, coordinates and time-zone history from the TarvPlaces atlas.\n"
-      "The default atlas is built from GeoNames data (geonames.org, CC BY 4.0) and the IANA time zone database."};
+      "The default atlas is built from GeoNames data (geonames.org, CC BY 4.0) and the IANA time "
+      "zone database."};
   app.require_subcommand(1);
   Options o;
   const char* env = std::getenv("TARV_ATLAS");
   o.atlas = env != nullptr && *env != '\0' ? env : TARV_DEFAULT_ATLAS;
-  app.add_option("--atlas", o.atlas, "atlas folder (default: $TARV_ATLAS or the atlas setup built)");
-  app.add_option("--lang", o.lang, "language of texts: en or de")->check(CLI::IsMember({"en", "de"}));
+  app.add_option("--atlas", o.atlas,
+                 "atlas folder (default: $TARV_ATLAS or the atlas setup built)");
+  app.add_option("--lang", o.lang, "language of texts: en or de")
+      ->check(CLI::IsMember({"en", "de"}));
   app.add_flag("--json", o.json, "print JSON");
 
   int status = kFound;
@@ -483,7 +537,9 @@ int main(int argc, char** argv) {
   zone->add_flag("--long", long_name, "print the zone's name instead of its abbreviation");
   zone->callback([&] { status = RunZone(o, name, country, date, long_name); });
 
-  app.add_subcommand("countries", "list the countries")->callback([&] { status = RunCountries(o); });
+  app.add_subcommand("countries", "list the countries")->callback([&] {
+    status = RunCountries(o);
+  });
   auto* one_country = app.add_subcommand("country", "look a country up by code, title or prefix");
   one_country->add_option("CODE", country, "e.g. D, usca, Deu")->required();
   one_country->callback([&] { status = RunCountry(o, country); });
@@ -515,11 +571,13 @@ int main(int argc, char** argv) {
   build.country_names = fetched + "/i18n-iso-countries/langs";
   build.data = data_dir;
   auto* build_atlas = app.add_subcommand(
-      "build-atlas", "build the atlas from GeoNames cities500 (CC BY 4.0, geonames.org) and the IANA tz database");
+      "build-atlas",
+      "build the atlas from GeoNames cities500 (CC BY 4.0, geonames.org) and the IANA tz database");
   build_atlas->add_option("--out", build.out, "atlas folder to write")->required();
   build_atlas->add_option("--geonames", build.geonames, "GeoNames cities500.txt");
   build_atlas->add_option("--zoneinfo", build.zoneinfo, "compiled time zone files");
-  build_atlas->add_option("--country-names", build.country_names, "folder with de.json and en.json");
+  build_atlas->add_option("--country-names", build.country_names,
+                          "folder with de.json and en.json");
   build_atlas->callback([&] { status = RunBuildAtlas(build); });
 
   try {

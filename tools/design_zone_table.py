@@ -85,6 +85,8 @@ ALIASES = {"CAT", "NAD", "UT", "GT", "WET", "WEZ", "MEZ", "CET", "MES", "WES", "
 # The last three entries are the zones the timetable codes 138, 139 and 140
 # stand for.
 LAST_THREE = ["WET/S", "MET/S", "MET/DS"]
+CODE_SLOTS = 138
+RESERVED = ["Z-0015", "Z+0015", "Z-0045"]
 
 
 def read_tzif(path):
@@ -286,6 +288,11 @@ def main():
     # The last three entries are fixed.
     tail = [e for e in entries if e[0] in LAST_THREE]
     entries = [e for e in entries if e[0] not in LAST_THREE]
+    # Timetables cannot name entries 138-140 (those codes stand for the last
+    # three entries), so three quarter-hour offsets no zone has used go there.
+    spare = [e for e in entries if e[0] in RESERVED]
+    entries = [e for e in entries if e[0] not in RESERVED]
+    entries[CODE_SLOTS:CODE_SLOTS] = spare
     while len(entries) + len(tail) < TABLE_SIZE:
         sys.exit("table too small: %d" % (len(entries) + len(tail)))
     entries += sorted(tail, key=lambda e: LAST_THREE.index(e[0]))

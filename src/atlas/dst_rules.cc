@@ -107,7 +107,9 @@ DayRule DayRuleOf(double serial) {
 
 namespace {
 
-int YearOf(double serial) { return CalendarOfSerial(serial).year; }
+int YearOf(double serial) {
+  return CalendarOfSerial(serial).year;
+}
 
 }  // namespace
 

@@ -379,7 +379,8 @@ LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, dou
       const ZoneRecord& before = ZoneOfId(history[i - 1].Zone).zone;
       const ZoneRecord& after = ZoneOfId(history[i].Zone).zone;
       if (history[i - 1].Zone == 0 || history[i].Zone == 0) continue;
-      changes.emplace_back(LinearSerial(history[i].Datum), static_cast<double>(after.TZDif - before.TZDif));
+      changes.emplace_back(LinearSerial(history[i].Datum),
+                           static_cast<double>(after.TZDif - before.TZDif));
     }
   } else if (HasHistory(history) || timetable != 0) {
     const int year = CalendarOfSerial(std::min(date, 2958465.0)).year;

@@ -108,9 +108,11 @@ TEST(ZonePeriods, TheZoneTableExpressesEveryPeriodBefore2000) {
     ++zones;
     for (const auto& p : HistoricPeriods(zone, kYear2000)) {
       pairs.insert({p.utc_offset, static_cast<char>(p.kind)});
-      EXPECT_TRUE(FindZoneEntry(table, p.utc_offset, p.kind))
-          << it->path() << ": " << p.abbreviation << " " << p.utc_offset << " "
-          << static_cast<char>(p.kind);
+      const auto entry = FindZoneEntry(table, p.utc_offset, p.kind);
+      EXPECT_TRUE(entry) << it->path() << ": " << p.abbreviation << " " << p.utc_offset << " "
+                         << static_cast<char>(p.kind);
+      // Timetables cannot name entries 138-140: those codes mean the last three.
+      EXPECT_TRUE(!entry || *entry < 138 || *entry > 140) << it->path() << ": " << p.abbreviation;
     }
   }
   EXPECT_GT(zones, 300U);

@@ -99,14 +99,14 @@ std::map<std::string, std::string> ReadCountryNames(const std::string& path) {
 // The zone-table names that IANA abbreviations stand for.
 std::string TableNameOf(const std::string& abbreviation) {
   static const std::map<std::string, std::string> kNames = {
-      {"CET", "MET"},    {"CEST", "MET/S"}, {"CEMT", "MET/DS"}, {"WET", "GMT"},
-      {"WEST", "WET/S"}, {"WEMT", "WET/DS"}, {"BST", "WET/S"},  {"BDST", "WET/DS"},
-      {"UTC", "GMT"},    {"MSD", "MSK/S"},  {"EEST", "EET/S"},  {"EDT", "EST/S"},
-      {"EWT", "EST/S"},  {"EPT", "EST/S"},  {"CDT", "CST/S"},   {"CWT", "CST/S"},
-      {"CPT", "CST/S"},  {"MDT", "MST/S"},  {"MWT", "MST/S"},   {"MPT", "MST/S"},
-      {"PDT", "PST/S"},  {"PWT", "PST/S"},  {"PPT", "PST/S"},   {"AKDT", "AKST/S"},
-      {"ADT", "AST/S"},  {"NDT", "NST/S"},  {"AEDT", "AEST/S"}, {"ACDT", "ACST/S"},
-      {"NZST", "NZT"},   {"NZDT", "NZT/S"}, {"HDT", "HST/S"},   {"SAST", "EET"}};
+      {"CET", "MET"},    {"CEST", "MET/S"},  {"CEMT", "MET/DS"}, {"WET", "GMT"},
+      {"WEST", "WET/S"}, {"WEMT", "WET/DS"}, {"BST", "WET/S"},   {"BDST", "WET/DS"},
+      {"UTC", "GMT"},    {"MSD", "MSK/S"},   {"EEST", "EET/S"},  {"EDT", "EST/S"},
+      {"EWT", "EST/S"},  {"EPT", "EST/S"},   {"CDT", "CST/S"},   {"CWT", "CST/S"},
+      {"CPT", "CST/S"},  {"MDT", "MST/S"},   {"MWT", "MST/S"},   {"MPT", "MST/S"},
+      {"PDT", "PST/S"},  {"PWT", "PST/S"},   {"PPT", "PST/S"},   {"AKDT", "AKST/S"},
+      {"ADT", "AST/S"},  {"NDT", "NST/S"},   {"AEDT", "AEST/S"}, {"ACDT", "ACST/S"},
+      {"NZST", "NZT"},   {"NZDT", "NZT/S"},  {"HDT", "HST/S"},   {"SAST", "EET"}};
   const auto it = kNames.find(abbreviation);
   return it == kNames.end() ? abbreviation : it->second;
 }
@@ -142,10 +142,10 @@ class ZoneLibrary {
     std::int32_t previous = info.tzif.initial.utc_offset;
     if (info.tzif.initial.abbreviation != "LMT") {
       // A zone without local mean time holds its first zone from 1700 on.
-      info.history.push_back({kSerial1700, Entry(info.tzif.initial.utc_offset,
-                                                 info.tzif.initial.is_dst ? ZoneKind::kSummer
-                                                                          : ZoneKind::kStandard,
-                                                 info.tzif.initial.utc_offset, info.tzif.initial.abbreviation)});
+      info.history.push_back(
+          {kSerial1700, Entry(info.tzif.initial.utc_offset,
+                              info.tzif.initial.is_dst ? ZoneKind::kSummer : ZoneKind::kStandard,
+                              info.tzif.initial.utc_offset, info.tzif.initial.abbreviation)});
     }
     for (const auto& p : periods) {
       const std::int16_t zone = Entry(p.utc_offset, p.kind, p.standard_offset, p.abbreviation);
@@ -153,7 +153,8 @@ class ZoneLibrary {
         info.history.push_back({LocalSerial(p.from, previous), zone});
       }
       previous = p.utc_offset;
-      if (info.zones_since == 0) info.zones_since = CalendarOfSerial(info.history.back().Datum).year;
+      if (info.zones_since == 0)
+        info.zones_since = CalendarOfSerial(info.history.back().Datum).year;
       if (p.from <= kUnix1999) info.standard_1999 = p.standard_offset;
     }
     if (periods.empty() || periods.front().from > kUnix1999) {
@@ -163,10 +164,13 @@ class ZoneLibrary {
   }
 
   std::int16_t StandardEntry(std::int32_t offset, const std::string& hint = "") const {
-    const auto found = FindZoneEntry(table_, offset, ZoneKind::kStandard, {TableNameOf(hint), hint});
+    const auto found =
+        FindZoneEntry(table_, offset, ZoneKind::kStandard, {TableNameOf(hint), hint});
     return found ? *found : 0;
   }
-  std::string NameOf(std::int16_t id) const { return Trim(table_[static_cast<std::size_t>(id)].TZShort); }
+  std::string NameOf(std::int16_t id) const {
+    return Trim(table_[static_cast<std::size_t>(id)].TZShort);
+  }
 
  private:
   std::int16_t Entry(std::int32_t offset, ZoneKind kind, std::int32_t standard,
@@ -192,7 +196,7 @@ class ZoneLibrary {
 
 struct CountryPlan {
   std::string code;
-  std::string title;    // German
+  std::string title;  // German
   std::string english;
   std::string iso;
   int continent = 0;
@@ -201,7 +205,8 @@ struct CountryPlan {
   std::vector<const GeoPlace*> places;
 };
 
-const char* const kContinentNames[] = {"", "AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"};
+const char* const kContinentNames[] = {"",       "AFRIKA",   "AMERIKA", "ASIEN",
+                                       "EUROPA", "OCEANIEN", "USA"};
 
 int ContinentOfZone(const std::string& zone) {
   const std::string area = zone.substr(0, zone.find('/'));
@@ -215,7 +220,8 @@ int ContinentOfZone(const std::string& zone) {
 // The zone most places of a set use, weighted by population.
 std::string MainZone(const std::vector<const GeoPlace*>& places) {
   std::map<std::string, double> weight;
-  for (const auto* p : places) weight[p->timezone] += 1.0 + static_cast<double>(p->population);
+  for (const auto* p : places)
+    weight[p->timezone] += 1.0 + static_cast<double>(p->population);
   return std::max_element(weight.begin(), weight.end(),
                           [](const auto& a, const auto& b) { return a.second < b.second; })
       ->first;
@@ -237,26 +243,31 @@ Timetabling NumberHistories(const CountryPlan& country, ZoneLibrary& zones) {
   std::map<std::vector<std::pair<double, std::int16_t>>, Use> uses;
   for (const auto* p : country.places) {
     std::vector<std::pair<double, std::int16_t>> key;
-    for (const auto& e : zones.Get(p->timezone).history) key.emplace_back(e.Datum, e.Zone);
+    for (const auto& e : zones.Get(p->timezone).history)
+      key.emplace_back(e.Datum, e.Zone);
     auto& use = uses[key];
     ++use.places;
     use.population += static_cast<double>(p->population);
     ++use.zones[p->timezone];
   }
   std::vector<const decltype(uses)::value_type*> order;
-  for (const auto& u : uses) order.push_back(&u);
+  for (const auto& u : uses)
+    order.push_back(&u);
   std::stable_sort(order.begin(), order.end(), [](const auto* a, const auto* b) {
-    return std::tie(a->second.places, a->second.population) > std::tie(b->second.places, b->second.population);
+    return std::tie(a->second.places, a->second.population) >
+           std::tie(b->second.places, b->second.population);
   });
   Timetabling t;
   const std::int16_t fixed = HaveTimetables(country.code);
   const std::size_t blocks = fixed == 0 ? 1 : order.size();
   for (std::size_t i = 0; i < blocks && i < order.size(); ++i) {
     std::vector<TimetableEntry> entries;
-    for (const auto& [datum, zone] : order[i]->first) entries.push_back({datum, zone});
+    for (const auto& [datum, zone] : order[i]->first)
+      entries.push_back({datum, zone});
     t.blocks.push_back(std::move(entries));
-    const auto main = std::max_element(order[i]->second.zones.begin(), order[i]->second.zones.end(),
-                                       [](const auto& a, const auto& b) { return a.second < b.second; });
+    const auto main =
+        std::max_element(order[i]->second.zones.begin(), order[i]->second.zones.end(),
+                         [](const auto& a, const auto& b) { return a.second < b.second; });
     t.block_zone.push_back(main->first);
     for (const auto& z : order[i]->second.zones) {
       t.number_of_zone[z.first] = fixed == 0 ? std::int16_t{0} : static_cast<std::int16_t>(i + 1);
@@ -276,10 +287,13 @@ Timetabling NumberHistories(const CountryPlan& country, ZoneLibrary& zones) {
 DstRule RuleOfYear(const ZoneInfo& zone, int year, bool& unexpressible) {
   const std::int32_t standard = zone.standard_1999;
   const double year_start = SerialOfDate(year, 1, 1);
-  const std::int64_t from = static_cast<std::int64_t>((year_start - kSerialOf1970) * 86400) - standard;
-  const std::int64_t to = from + static_cast<std::int64_t>((SerialOfDate(year + 1, 1, 1) - year_start) * 86400);
+  const std::int64_t from =
+      static_cast<std::int64_t>((year_start - kSerialOf1970) * 86400) - standard;
+  const std::int64_t to =
+      from + static_cast<std::int64_t>((SerialOfDate(year + 1, 1, 1) - year_start) * 86400);
   // Offset segments within the year.
-  std::vector<std::pair<std::int64_t, std::int32_t>> segments = {{from, TypeAt(zone.tzif, from).utc_offset}};
+  std::vector<std::pair<std::int64_t, std::int32_t>> segments = {
+      {from, TypeAt(zone.tzif, from).utc_offset}};
   for (const auto& t : zone.tzif.transitions) {
     if (t.at > from && t.at < to) segments.emplace_back(t.at, t.type.utc_offset);
   }
@@ -298,7 +312,8 @@ DstRule RuleOfYear(const ZoneInfo& zone, int year, bool& unexpressible) {
     }
   }
   if (summers.empty()) return DstRule::None();
-  if (summers.size() == 1 && summers[0].first == from && summers[0].second == to) return DstRule::All();
+  if (summers.size() == 1 && summers[0].first == from && summers[0].second == to)
+    return DstRule::All();
   std::pair<std::int64_t, std::int64_t> period = summers.front();
   if (summers.size() >= 2 && summers.front().first == from && summers.back().second == to) {
     period = {summers.back().first, summers.front().second};  // across the turn of the year
@@ -311,14 +326,15 @@ DstRule RuleOfYear(const ZoneInfo& zone, int year, bool& unexpressible) {
   const double end = LocalSerial(period.second, standard + kHour);
   const DayRule start_rule = DayRuleOf(start);
   const DayRule end_rule = DayRuleOf(end);
-  if (std::fabs(start_rule.SerialIn(year) - start) < 1e-6 && std::fabs(end_rule.SerialIn(year) - end) < 1e-6) {
+  if (std::fabs(start_rule.SerialIn(year) - start) < 1e-6 &&
+      std::fabs(end_rule.SerialIn(year) - end) < 1e-6) {
     return DstRule::Rule(start_rule, end_rule);
   }
   return DstRule::Dates(start, end);
 }
 
-void AddRules(std::int16_t country, std::int16_t timetable, const ZoneInfo& zone, const std::string& name,
-              std::vector<DstRuleRange>& ranges, BuildSummary& summary) {
+void AddRules(std::int16_t country, std::int16_t timetable, const ZoneInfo& zone,
+              const std::string& name, std::vector<DstRuleRange>& ranges, BuildSummary& summary) {
   for (int year = kFirstRuleYear; year <= kLastRuleYear; ++year) {
     bool odd = false;
     const DstRule rule = RuleOfYear(zone, year, odd);
@@ -357,7 +373,8 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
 
   std::map<std::string, std::pair<std::string, int>> codes;  // iso -> atlas code, continent
   for (const auto& row : ReadTsv((fs::path(options.data) / "atlas_codes.tsv").string())) {
-    codes[row.at(0)] = {row.size() > 1 ? row[1] : "", row.size() > 2 && !row[2].empty() ? std::stoi(row[2]) : 0};
+    codes[row.at(0)] = {row.size() > 1 ? row[1] : "",
+                        row.size() > 2 && !row[2].empty() ? std::stoi(row[2]) : 0};
   }
   std::map<std::string, std::pair<std::string, std::string>> states;  // code -> German, English
   for (const auto& row : ReadTsv((fs::path(options.data) / "us_states.tsv").string())) {
@@ -380,7 +397,8 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
       continue;
     }
     const auto known = codes.find(p.country);
-    std::string code = known != codes.end() && !known->second.first.empty() ? known->second.first : p.country;
+    std::string code =
+        known != codes.end() && !known->second.first.empty() ? known->second.first : p.country;
     auto& plan = plans[code];
     plan.code = code;
     plan.iso = plan.iso.empty() ? p.country : plan.iso;
@@ -396,13 +414,15 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
       plan.english = english.count(plan.iso) ? english.at(plan.iso) : plan.iso;
     }
     const auto known = codes.find(plan.iso);
-    plan.continent = known != codes.end() && known->second.second != 0 ? known->second.second
-                                                                       : ContinentOfZone(MainZone(plan.places));
+    plan.continent = known != codes.end() && known->second.second != 0
+                         ? known->second.second
+                         : ContinentOfZone(MainZone(plan.places));
   }
 
   // File order: countries and states by German title, then the five groups.
   std::vector<CountryPlan*> order;
-  for (auto& [code, plan] : plans) order.push_back(&plan);
+  for (auto& [code, plan] : plans)
+    order.push_back(&plan);
   std::sort(order.begin(), order.end(), [](const CountryPlan* a, const CountryPlan* b) {
     return std::tie(a->title, a->code) < std::tie(b->title, b->code);
   });
@@ -430,7 +450,8 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   for (std::size_t i = 0; i < order.size(); ++i) {
     CountryPlan& plan = *order[i];
     plan.id = static_cast<std::int16_t>(i + 1);
-    Progress(options, plan.code, 0.05 + 0.85 * static_cast<double>(i) / static_cast<double>(order.size()));
+    Progress(options, plan.code,
+             0.05 + 0.85 * static_cast<double>(i) / static_cast<double>(order.size()));
 
     const std::string main_zone = MainZone(plan.places);
     const ZoneInfo& main = zones.Get(main_zone);
@@ -448,18 +469,27 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
 
     const Timetabling t = NumberHistories(plan, zones);
     TimetableSection section{plan.id, t.blocks};
-    for (const auto& block : t.blocks) summary.entries += block.size();
+    // The last three zones are written as the codes 138-140 that stand for them.
+    for (auto& block : section.timetables) {
+      for (auto& e : block) {
+        const auto from_end = static_cast<int>(table.size()) - 1 - e.Zone;
+        if (from_end >= 0 && from_end < 3) e.Zone = static_cast<std::int16_t>(140 - from_end);
+      }
+    }
+    for (const auto& block : t.blocks)
+      summary.entries += block.size();
     summary.timetables += t.blocks.size();
     (plan.usa ? ttusa : ttx).push_back(std::move(section));
     for (std::size_t b = 0; b < t.blocks.size(); ++b) {
-      AddRules(plan.id, static_cast<std::int16_t>(b + 1), zones.Get(t.block_zone[b]), t.block_zone[b], rules,
-               summary);
+      AddRules(plan.id, static_cast<std::int16_t>(b + 1), zones.Get(t.block_zone[b]),
+               t.block_zone[b], rules, summary);
     }
 
     std::vector<PlaceRecord> file;
     std::vector<const GeoPlace*> sorted = plan.places;
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const GeoPlace* a, const GeoPlace* b) { return a->population > b->population; });
+    std::stable_sort(sorted.begin(), sorted.end(), [](const GeoPlace* a, const GeoPlace* b) {
+      return a->population > b->population;
+    });
     for (const auto* p : sorted) {
       if (file.size() >= kMaxPlaceRecords) break;  // record numbers are 16-bit
       PlaceRecord record;

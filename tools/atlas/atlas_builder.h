@@ -14,11 +14,11 @@
 namespace tarv::atlas {
 
 struct BuildOptions {
-  std::string out;              // the atlas folder to write
-  std::string geonames;         // cities500.txt
+  std::string out;       // the atlas folder to write
+  std::string geonames;  // cities500.txt
   std::string zoneinfo = "/usr/share/zoneinfo";
-  std::string country_names;    // folder holding de.json and en.json
-  std::string data;             // the project's data/ folder
+  std::string country_names;  // folder holding de.json and en.json
+  std::string data;           // the project's data/ folder
   // Called with a short text and a fraction (0 to 1) as the build goes on.
   std::function<void(const std::string&, double)> progress;
 };

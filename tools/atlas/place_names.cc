@@ -14,15 +14,15 @@ constexpr std::size_t kMinCut = 16;
 
 bool IsLetter(char c) {
   const auto b = static_cast<unsigned char>(c);
-  return (b >= 'a' && b <= 'z') || (b >= 'A' && b <= 'Z') || b == 0x8A || b == 0x8C ||
-         b == 0x8E || b == 0x9A || b == 0x9C || b == 0x9E || b == 0x9F ||
-         (b >= 0xC0 && b != 0xD7 && b != 0xF7);
+  return (b >= 'a' && b <= 'z') || (b >= 'A' && b <= 'Z') || b == 0x8A || b == 0x8C || b == 0x8E ||
+         b == 0x9A || b == 0x9C || b == 0x9E || b == 0x9F || (b >= 0xC0 && b != 0xD7 && b != 0xF7);
 }
 
 std::vector<std::string> Trigrams(const std::string& ansi) {
   const std::string padded = "^" + LCase(ansi) + "$";
   std::vector<std::string> grams;
-  for (std::size_t i = 0; i + 3 <= padded.size(); ++i) grams.push_back(padded.substr(i, 3));
+  for (std::size_t i = 0; i + 3 <= padded.size(); ++i)
+    grams.push_back(padded.substr(i, 3));
   return grams;
 }
 
@@ -33,7 +33,8 @@ std::vector<std::string> Words(const std::string& ansi) {
     if (IsLetter(c) || ((c == '-' || c == '\'') && !word.empty())) {
       word += AnsiLower(c);
     } else if (!word.empty()) {
-      while (!word.empty() && (word.back() == '-' || word.back() == '\'')) word.pop_back();
+      while (!word.empty() && (word.back() == '-' || word.back() == '\''))
+        word.pop_back();
       if (!word.empty()) words.push_back(word);
       word.clear();
     }
@@ -75,8 +76,10 @@ bool WithinOneEdit(const std::u32string& a, const std::u32string& b) {
   if (a.size() > b.size()) return WithinOneEdit(b, a);
   if (b.size() - a.size() > 1) return false;
   std::size_t i = 0;
-  while (i < a.size() && a[i] == b[i]) ++i;
-  if (a.size() == b.size()) return a.substr(i + (i < a.size() ? 1 : 0)) == b.substr(i + (i < b.size() ? 1 : 0));
+  while (i < a.size() && a[i] == b[i])
+    ++i;
+  if (a.size() == b.size())
+    return a.substr(i + (i < a.size() ? 1 : 0)) == b.substr(i + (i < b.size() ? 1 : 0));
   return a.substr(i) == b.substr(i + 1);
 }
 
@@ -95,7 +98,8 @@ std::string CentralCyrillicName(const GeoPlace& city) {
     for (const auto& other : names) {
       if (other.second != points && WithinOneEdit(points, other.second)) ++neighbours;
     }
-    if (neighbours > best_neighbours || (neighbours == best_neighbours && points.size() < best_length)) {
+    if (neighbours > best_neighbours ||
+        (neighbours == best_neighbours && points.size() < best_length)) {
       best = text;
       best_neighbours = neighbours;
       best_length = points.size();
@@ -106,7 +110,7 @@ std::string CentralCyrillicName(const GeoPlace& city) {
 
 bool WritesCyrillic(const std::string& country) {
   static const std::set<std::string> kCountries = {"RU", "UA", "BY", "BG", "KZ", "KG",
-                                                    "TJ", "MK", "RS", "ME", "MN"};
+                                                   "TJ", "MK", "RS", "ME", "MN"};
   return kCountries.count(country) != 0;
 }
 
@@ -153,7 +157,8 @@ double AliasChooser::Typicality(const std::string& country, const std::string& n
   const auto grams = Trigrams(AnsiFromUtf8(name));
   const auto it = trigrams_.find(country);
   if (it == trigrams_.end() || grams.empty()) return -100.0;
-  const double total = trigram_totals_.at(country) + 0.5 * static_cast<double>(it->second.size() + 1);
+  const double total =
+      trigram_totals_.at(country) + 0.5 * static_cast<double>(it->second.size() + 1);
   double sum = 0;
   for (const auto& g : grams) {
     const auto found = it->second.find(g);
@@ -195,16 +200,16 @@ std::vector<std::string> AliasChooser::Aliases(const GeoPlace& city, std::size_t
            std::tie(a.transliteration, a.used_as_word, a.typicality, b.name);
   });
   std::vector<std::string> names;
-  for (std::size_t i = 0; i < ranked.size() && names.size() < cap; ++i) names.push_back(ranked[i].name);
+  for (std::size_t i = 0; i < ranked.size() && names.size() < cap; ++i)
+    names.push_back(ranked[i].name);
   return names;
 }
 
 std::string RomanizeCyrillic(std::string_view utf8) {
   // BGN/PCGN for Russian; "е" at the start of a word or after a vowel is "ye".
-  static const char* const kLower[] = {"a", "b",  "v",  "g",    "d", "e", "zh", "z",
-                                       "i", "y",  "k",  "l",    "m", "n", "o",  "p",
-                                       "r", "s",  "t",  "u",    "f", "kh", "ts", "ch",
-                                       "sh", "shch", "", "y", "", "e", "yu", "ya"};
+  static const char* const kLower[] = {
+      "a", "b", "v", "g", "d", "e",  "zh", "z",  "i",  "y",    "k", "l", "m", "n", "o",  "p",
+      "r", "s", "t", "u", "f", "kh", "ts", "ch", "sh", "shch", "",  "y", "",  "e", "yu", "ya"};
   std::string out;
   bool after_vowel_or_start = true;
   for (std::size_t i = 0; i < utf8.size();) {
@@ -230,8 +235,9 @@ std::string RomanizeCyrillic(std::string_view utf8) {
       if (index == 5 && after_vowel_or_start) latin = "ye";
       if (upper && !latin.empty()) latin[0] = static_cast<char>(latin[0] - 32);
       out += latin;
-      after_vowel_or_start = std::string_view("aeiouy").find(kLower[index][0]) != std::string_view::npos &&
-                             kLower[index][0] != '\0';
+      after_vowel_or_start =
+          std::string_view("aeiouy").find(kLower[index][0]) != std::string_view::npos &&
+          kLower[index][0] != '\0';
     } else {
       out += static_cast<char>(b0);
       after_vowel_or_start = b0 == ' ' || b0 == '-';

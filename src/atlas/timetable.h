@@ -85,7 +85,8 @@ struct ZoneAtDate {
 //    date); timetable 0 is the country's default history: its block 1 when
 //    the timetable file has one, else the country's base zone for every
 //    date;
-//  - later dates from the standard zone of 1999 and the summer-time period
+//  - later dates from the standard zone the history ends on in 1999 and the
+//    summer-time period
 //    of the date's own year (GetDaylightSavingDate), inside which the zone's
 //    summer variant holds ("MET" becomes "MET/S", "GMT" becomes "WET/S").
 // nullopt for groups and continents, unknown countries, and dates that are
@@ -113,7 +114,8 @@ std::string Get_BaseTimeZone(std::string_view code);
 std::int16_t Fill_BaseTimeZoneData(std::string_view code, ZoneRecord& record);
 
 // The abbreviation (trimmed) of the standard zone a country's timetable ends
-// on in 1999, or the base zone when the country has no such history.
+// on in 1999 (the last zone before 2000 that is no summer variant), or the
+// base zone when the country has no such history.
 std::string GetRightTimeZone(std::string_view code, std::int16_t timetable);
 
 // Whether a local wall-clock time exists once, not at all (clocks were set

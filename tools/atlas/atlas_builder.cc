@@ -35,7 +35,6 @@ namespace tarv::atlas {
 namespace {
 
 constexpr std::int64_t kUnix2000 = 946684800;
-constexpr std::int64_t kUnix1999 = 915148800;
 constexpr double kSerialOf1970 = 25569.0;
 constexpr std::int32_t kHour = 3600;
 constexpr int kFirstRuleYear = 2000;
@@ -124,7 +123,7 @@ double LocalSerial(std::int64_t unix_seconds, std::int32_t offset) {
 struct ZoneInfo {
   TzifZone tzif;
   std::vector<TimetableEntry> history;  // from the end of local mean time to 1999
-  std::int32_t standard_1999 = 0;       // standard offset at the start of 1999
+  std::int32_t standard_1999 = 0;       // standard offset at the end of 1999
   int zones_since = 0;                  // year local mean time ended
 };
 
@@ -155,11 +154,10 @@ class ZoneLibrary {
       previous = p.utc_offset;
       if (info.zones_since == 0)
         info.zones_since = CalendarOfSerial(info.history.back().Datum).year;
-      if (p.from <= kUnix1999) info.standard_1999 = p.standard_offset;
+      // The standard time the history ends on, in force at the end of 1999.
+      info.standard_1999 = p.standard_offset;
     }
-    if (periods.empty() || periods.front().from > kUnix1999) {
-      info.standard_1999 = TypeAt(info.tzif, kUnix1999).utc_offset;
-    }
+    if (periods.empty()) info.standard_1999 = TypeAt(info.tzif, kUnix2000 - 1).utc_offset;
     return zones_.emplace(name, std::move(info)).first->second;
   }
 

@@ -14,21 +14,24 @@ char RunLetterOf(const PlaceRecord& place) {
   return GetLetter(place.TrimmedName())[0];
 }
 
-void SortForPlaceFile(std::vector<PlaceRecord>& places) {
+void SortForPlaceFile(std::vector<PlaceRecord>& places, const std::vector<int>& ranks) {
   struct Keyed {
     char letter;
+    int rank;
     std::string folded;
     std::string bytes;
     PlaceRecord place;
   };
   std::vector<Keyed> keyed;
   keyed.reserve(places.size());
-  for (auto& p : places) {
-    std::string name = p.TrimmedName();
-    keyed.push_back({RunLetterOf(p), UCase(name), std::move(name), p});
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    std::string name = places[i].TrimmedName();
+    keyed.push_back({RunLetterOf(places[i]), i < ranks.size() ? ranks[i] : 0, UCase(name),
+                     std::move(name), places[i]});
   }
   std::sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
-    return std::tie(a.letter, a.folded, a.bytes) < std::tie(b.letter, b.folded, b.bytes);
+    return std::tie(a.letter, a.rank, a.folded, a.bytes) <
+           std::tie(b.letter, b.rank, b.folded, b.bytes);
   });
   for (std::size_t i = 0; i < places.size(); ++i)
     places[i] = keyed[i].place;
@@ -56,8 +59,8 @@ std::string EncodePlaceIndex(const std::vector<PlaceRecord>& places) {
 }
 
 void WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
-                     std::vector<PlaceRecord> places, bool compress) {
-  SortForPlaceFile(places);
+                     std::vector<PlaceRecord> places, bool compress, const std::vector<int>& ranks) {
+  SortForPlaceFile(places, ranks);
   const std::string data = EncodePlaceFile(places);
   WriteFileAtomically(folder / (code + ".dao"), compress ? CompressSzdd(data, 'o') : data);
   WriteFileAtomically(folder / (code + ".IDX"), EncodePlaceIndex(places));

@@ -484,6 +484,7 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     }
 
     std::vector<PlaceRecord> file;
+    std::vector<int> ranks;  // 1 for a city's further names
     std::vector<const GeoPlace*> sorted = plan.places;
     std::stable_sort(sorted.begin(), sorted.end(), [](const GeoPlace* a, const GeoPlace* b) {
       return a->population > b->population;
@@ -499,16 +500,18 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
       const auto number = t.number_of_zone.find(p->timezone);
       record.Timetable = number == t.number_of_zone.end() ? std::int16_t{0} : number->second;
       file.push_back(record);
+      ranks.push_back(0);
       if (p->population < kAliasPopulation) continue;
       for (const auto& alias : chooser.Aliases(*p, kAliasCap)) {
         if (file.size() >= kMaxPlaceRecords) break;
         record.SetName(CutName(alias));
         file.push_back(record);
+        ranks.push_back(1);
         ++summary.aliases;
       }
     }
     summary.places += file.size();
-    WritePlaceFiles(out, plan.code, std::move(file));
+    WritePlaceFiles(out, plan.code, std::move(file), true, ranks);
   }
   for (std::size_t g = 0; g < std::size(kGroups); ++g) {
     CountryRecord r;

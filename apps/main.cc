@@ -20,6 +20,8 @@
 #include <vector>
 
 #include "atlas/atlas_builder.h"
+#include "export/text_export.h"
+#include "interface/export_phrase.h"
 #include "tarvplaces/places.h"
 #include "util/degrees.h"
 #include "util/julian.h"
@@ -464,6 +466,26 @@ int RunDelete(const Options& o, const std::string& country, const std::string& n
   return kFound;
 }
 
+int RunExport(const Options& o, const std::string& to) {
+  Atlas atlas(o);
+  if (to.empty()) {
+    atlas.places().Export(tarv::ExportPassPhrase());
+  } else {
+    // The atlas folder is read and the files go to `to`.
+    std::filesystem::create_directories(to);
+    const bool terminal = ::isatty(2) != 0;
+    tarv::ExportPlaces("", to, [terminal](const std::string& what, double fraction) {
+      if (!terminal) return;
+      std::cerr << "\r[" << std::setw(3) << static_cast<int>(fraction * 100) << "%] " << std::left
+                << std::setw(8) << what << std::flush;
+      if (fraction >= 1.0) std::cerr << '\n';
+    });
+  }
+  std::cout << "exported Countries.txt, Cities.txt, Zones.txt and Timetable.txt to "
+            << (to.empty() ? o.atlas : to) << '\n';
+  return kFound;
+}
+
 int RunBuildAtlas(tarv::atlas::BuildOptions options) {
   const bool terminal = ::isatty(2) != 0;
   options.progress = [terminal](const std::string& what, double fraction) {
@@ -577,6 +599,11 @@ int main(int argc, char** argv) {
   del->add_option("COUNTRY", country)->required();
   del->add_option("NAME", name)->required();
   del->callback([&] { status = RunDelete(o, country, name); });
+
+  std::string export_to;
+  auto* export_cmd = app.add_subcommand("export", "write the atlas as four text files");
+  export_cmd->add_option("--to", export_to, "folder for the files (default: the atlas folder)");
+  export_cmd->callback([&] { status = RunExport(o, export_to); });
 
   tarv::atlas::BuildOptions build;
   const std::string data_dir = std::string(TARV_SOURCE_DIR) + "/data";

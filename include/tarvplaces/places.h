@@ -246,6 +246,18 @@ class classPlaces {
   // outside the table.
   std::string GetTimeZoneListString(std::int16_t ZoneId, double ZoneTime = 0.0);
 
+  // ---- Export ----
+
+  // Writes the whole atlas as Countries.txt, Cities.txt, Zones.txt and
+  // Timetable.txt (TAB-separated, Windows-1252, CR LF) into the place
+  // folder, the country table read from `*CountryFile` ("Country.dat" when
+  // null or empty). Guarded by a 9-character pass phrase: any other
+  // `Password` does nothing at all. With an empty place folder that the
+  // FillPlacePath handler does not fill, shows "g_PlacesPath ist nicht
+  // gefüllt" and writes nothing. Throws AtlasError when the folder cannot be
+  // written; the files already there stay as they were.
+  void Export(const std::string& Password, const std::string* CountryFile = nullptr);
+
   // ---- Language ----
 
   // The language number (2 = German texts, anything else English).

@@ -8,6 +8,9 @@
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
 #include "atlas/user_places.h"
+#include "export/text_export.h"
+#include "interface/export_phrase.h"
+#include "platform/message_box.h"
 #include "atlas/zone_table.h"
 #include "platform/codepage.h"
 #include "util/julian.h"
@@ -343,6 +346,16 @@ std::string classPlaces::GetRightTimeZone(const std::string& CountryShort, std::
   CheckPlacePath();
   LoadTables();
   return Host(tarv::GetRightTimeZone(Ansi(CountryShort), Timetable));
+}
+
+void classPlaces::Export(const std::string& Password, const std::string* CountryFile) {
+  if (Password != ExportPassPhrase()) return;
+  CheckPlacePath();
+  if (State().places_path.empty()) {
+    MsgBox("g_PlacesPath ist nicht gefüllt", kMsgInformation);
+    return;
+  }
+  ExportPlaces(CountryFile == nullptr ? std::string() : *CountryFile);
 }
 
 TarvLanguage& classPlaces::LanguageComponent() {

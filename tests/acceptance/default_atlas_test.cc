@@ -10,7 +10,10 @@
 #include <random>
 
 #include "atlas/geonames.h"
+#include "atlas/place_file.h"
 #include "atlas/process_state.h"
+#include "export/text_export.h"
+#include "platform/lz.h"
 #include "atlas/tzif.h"
 #include "platform/codepage.h"
 #include "tarvplaces/places.h"
@@ -182,6 +185,46 @@ TEST_F(DefaultAtlasTest, ZonesAgreeWithTheIanaDatabase) {
             << after_2000 << "%\n";
   EXPECT_GT(before_2000, 99.0);
   EXPECT_GT(after_2000, 99.0);
+}
+
+std::size_t LinesOf(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::size_t lines = 0;
+  for (std::string line; std::getline(in, line);) ++lines;
+  return lines;
+}
+
+TEST_F(DefaultAtlasTest, ExportedFilesHoldWhatTheAtlasHolds) {
+  const auto out = std::filesystem::temp_directory_path() / "tarvplaces-export-check";
+  std::filesystem::remove_all(out);
+  std::filesystem::create_directories(out);
+  ExportPlaces("", out.string());
+
+  std::size_t places_in_files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(kAtlas)) {
+    const std::string name = entry.path().filename().string();
+    if (entry.path().extension() != ".dao" || name == "ttx.dao" || name == "TTUSA.dao") continue;
+    std::int32_t error = 0;
+    const auto image = ExpandedImage(entry.path().string(), error);
+    ASSERT_TRUE(image) << name;
+    places_in_files += image->size() / kPlaceRecordSize;
+  }
+  std::vector<std::string> countries;
+  places.FillCountryArray(countries);
+  std::size_t timetable_entries = 0;
+  const std::size_t real_countries = countries.size() - 1 - 11;
+  for (std::size_t i = 1; i <= real_countries; ++i) {
+    const std::string code = countries[i].substr(countries[i].find('\t', countries[i].find('\t') + 1) + 1);
+    const std::string short_code = code.substr(0, code.find('\t'));
+    for (std::int32_t t = 1; t <= places.HaveTimetables(short_code); ++t) {
+      timetable_entries += places.GetTimeTableArray(short_code, static_cast<std::int16_t>(t)).size();
+    }
+  }
+  EXPECT_EQ(LinesOf(out / "Countries.txt") - 1, real_countries);
+  EXPECT_EQ(LinesOf(out / "Cities.txt") - 1, places_in_files);
+  EXPECT_EQ(LinesOf(out / "Zones.txt") - 1, 287U);
+  EXPECT_EQ(LinesOf(out / "Timetable.txt") - 1, timetable_entries);
+  std::filesystem::remove_all(out);
 }
 
 }  // namespace

@@ -1,0 +1,114 @@
+#include "export/text_export.h"
+
+#include "atlas/country_table.h"
+#include "atlas/place_file.h"
+#include "atlas/process_state.h"
+#include "atlas/timetable.h"
+#include "atlas/zone_table.h"
+#include "export/atomic_file.h"
+#include "export/file_helpers.h"
+#include "platform/lz.h"
+#include "platform/paths.h"
+#include "util/number_text.h"
+#include "util/serial_date.h"
+
+namespace tarv {
+namespace {
+
+constexpr const char* kCrLf = "\r\n";
+
+std::string FormatDate(double serial) {
+  const CalendarTime t = CalendarOfSerial(serial);
+  char text[32];
+  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour, t.minute);
+  return text;
+}
+
+template <typename... Fields>
+void Line(std::string& text, const Fields&... fields) {
+  bool first = true;
+  ((text += (first ? "" : "\t"), text += fields, first = false), ...);
+  text += kCrLf;
+}
+
+std::string CountryLine(std::size_t position, const CountryRecord& r) {
+  std::string line;
+  Line(line, std::to_string(position), std::to_string(r.CountryId), r.CountryTitle, r.CountryShort,
+       r.TimezoneShort, r.Continent, r.SubContinent, r.Meaning, r.Info, r.HaveZonesSince,
+       std::to_string(r.ContinentID), std::to_string(r.SubContinentID));
+  return line;
+}
+
+}  // namespace
+
+std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& country, bool user,
+                           std::string& text) {
+  std::int32_t error = 0;
+  const auto image = ExistingImage(place_file, error);
+  if (!image) return 0;
+  std::size_t count = 0;
+  for (std::size_t at = 0; at + kPlaceRecordSize <= image->size(); at += kPlaceRecordSize) {
+    const PlaceRecord p = DecodePlaceRecord(std::string_view(*image).substr(at, kPlaceRecordSize));
+    if (p.IsDeleted()) continue;
+    Line(text, country, std::string(p.NameField()), SingleToText(p.Longitude), SingleToText(p.Latitude),
+         std::to_string(p.Timetable), user ? "1" : "0");
+    ++count;
+  }
+  return count;
+}
+
+ExportCounts ExportPlaces(const std::string& country_file, const std::string& out_folder,
+                          const std::function<void(const std::string&, double)>& progress) {
+  InitializeCountries("", country_file.empty() ? "Country.dat" : country_file, false, true);
+  InitializeTimeZones("", "Zones13.bin");
+  const std::string out = out_folder.empty() ? AtlasFolder("") : AddBackslash(out_folder, true);
+  const auto& table = State().countries;
+  const std::size_t last = table.size() > kNonCountryTail ? table.size() - kNonCountryTail : 0;
+  ExportCounts counts;
+
+  std::string cities;
+  Line(cities, "Country", "City", "Longitude", "Latitude", "Timetable", "User");
+  std::string countries;
+  Line(countries, "Id", "CountryId", "CountryTitle", "CountryShort", "TimezoneShort", "Continent",
+       "SubContinent", "Meaning", "Info", "HaveZonesSince", "ContinentID", "SubContinentID");
+  std::string timetables;
+  Line(timetables, "CountryId", "Timetable", "RunningId", "TZIndex", "Date");
+  for (std::size_t i = 1; i < last; ++i) {
+    const CountryRecord& c = table[i];
+    if (progress) progress(c.CountryShort, static_cast<double>(i) / static_cast<double>(last));
+    const std::string place_file = GetCompressedPlaceFile(c.CountryShort);
+    counts.places += Export_Cp_Orte(place_file, c.CountryShort, false, cities);
+    counts.places += Export_Cp_Orte(Get_UserFile(place_file), c.CountryShort, true, cities);
+    countries += CountryLine(i, c);
+    ++counts.countries;
+    const std::int16_t number = HaveTimetables(c.CountryShort);
+    for (std::int16_t t = 1; t <= number; ++t) {
+      std::vector<TimetableEntry> entries;
+      Read_Cp_TimeTable(c.CountryShort, c.CountryId, kSerial2000, t, entries, IsUSA(c.CountryShort));
+      for (std::size_t e = 0; e < entries.size(); ++e) {
+        Line(timetables, std::to_string(c.CountryId), std::to_string(t), std::to_string(e + 1),
+             std::to_string(entries[e].Zone), FormatDate(entries[e].Datum));
+      }
+      counts.timetable_entries += entries.size();
+    }
+  }
+  std::string zones;
+  Line(zones, "Id", "TZIndex", "TZShort", "TZName", "TZDif", "TZType", "TZSortIndex", "TZShow");
+  const auto& zone_table = State().zones;
+  for (std::size_t z = 0; z < zone_table.size(); ++z) {
+    const ZoneRecord& r = zone_table[z];
+    Line(zones, std::to_string(z), std::to_string(z), r.TZShort, r.TZName, SingleToText(r.TZDif),
+         std::string(1, r.TZType), std::to_string(r.TZSortIndex), std::to_string(r.TZShow));
+    ++counts.zones;
+  }
+
+  DeleteFile(out + "Cities.txt", true);
+  WriteFileAtomically(NativePath(out + "Cities.txt"), cities);
+  WriteFileAtomically(NativePath(out + "Countries.txt"), countries);
+  WriteFileAtomically(NativePath(out + "Zones.txt"), zones);
+  WriteFileAtomically(NativePath(out + "Timetable.txt"), timetables);
+  if (progress) progress("", 1.0);
+  return counts;
+}
+
+}  // namespace tarv

@@ -111,8 +111,10 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   const std::string wanted(added.NameField());
   const char letter = GetLetter(name)[0];
 
+  // Only the USER folder is created: an atlas folder that vanished is not
+  // made up again.
   std::error_code ec;
-  fs::create_directories(file->native.parent_path(), ec);
+  fs::create_directory(file->native.parent_path(), ec);
   if (ec) throw AtlasError(file->path, "cannot create the USER folder: " + ec.message());
   const FolderLock lock(file->native.parent_path());
 

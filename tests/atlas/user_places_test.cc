@@ -134,10 +134,10 @@ TEST_F(UserPlacesTest, KilledWriterLeavesAValidFileWithEveryReturnedPlace) {
   for (int round = 0; round < 5; ++round) {
     const pid_t child = fork();
     if (child == 0) {
-      AddMany(round * 1000, round * 1000 + 1000, log);
+      AddMany(round * 1000, round * 1000 + 500, log);  // a loop of 500 additions
       _exit(0);
     }
-    usleep(20000 + 15000 * round);
+    usleep(static_cast<useconds_t>(7000 + 23000 * round));  // killed at different points
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     const std::string file = UserFile();

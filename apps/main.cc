@@ -499,7 +499,8 @@ int RunPlacemanager(const Options& o, const std::string& name, const std::string
 #ifdef TARV_HAVE_UI
   if (!screenshot.empty()) {
     // A picture needs no screen.
-    if (std::getenv("QT_QPA_PLATFORM") == nullptr) setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    const char* platform = std::getenv("QT_QPA_PLATFORM");
+    if (platform == nullptr || *platform == '\0') setenv("QT_QPA_PLATFORM", "offscreen", 1);
     if (!tarv::ui::SavePlaceManagerPicture(name, code, screenshot)) {
       throw Exit{kUsage, "cannot write \"" + screenshot + "\": check the folder"};
     }

@@ -619,12 +619,5 @@ TEST_F(PlacemanagerModel, DuringAStepOkAndCancelKeepTheLine) {
   EXPECT_EQ(Text("lb_InfoLine"), before);
 }
 
-TEST_F(PlacemanagerModel, EveryControlHasAName) {
-  auto& d = Open("München", "D");
-  EXPECT_EQ(d.Controls().count("tb_Eingabe_31"), 1U);
-  EXPECT_EQ(d.Controls().count("pn_Eingabe_15"), 1U);
-  EXPECT_THROW(d.Control("tb_Eingabe_99"), std::out_of_range);
-}
-
 }  // namespace
 }  // namespace tarv::ui

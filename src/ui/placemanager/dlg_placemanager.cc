@@ -485,7 +485,7 @@ void DlgPlacemanager::ShowUnlistedPlace() {
 void DlgPlacemanager::ShowTimetable(std::int16_t timetable) {
   shown_timetable_ = timetable;
   const bool with_zones = Control("ch_DatumZonen").checked;
-  timetable_listing_ = TimetableCount(CountryCode()) > 0
+  timetable_listing_ = timetable > 0 && TimetableCount(CountryCode()) > 0
                            ? ListTimetable(CountryCode(), timetable, with_zones, State().Language())
                            : TimetableListing{};
   ControlState& list = C("li_Zeittabelle");

@@ -24,6 +24,7 @@
 #include <functional>
 #include <numbers>
 
+#include "platform/message_box.h"
 #include "ui/timetable/place_timetable_widget.h"
 
 namespace tarv::ui {
@@ -386,7 +387,13 @@ void PlacemanagerWidget::SetTabOrder() {
 template <typename Handler>
 void PlacemanagerWidget::Forward(Handler handler) {
   if (syncing_) return;
-  handler();
+  // Nothing may leave an event handler: a broken atlas file is reported and
+  // the dialog goes on with what it has.
+  try {
+    handler();
+  } catch (const std::exception& e) {
+    MsgBox(e.what(), kMsgCritical);
+  }
   Sync();
 }
 
@@ -590,8 +597,7 @@ void PlacemanagerWidget::closeEvent(QCloseEvent* event) {
 // ---- The model's requests ----
 
 void PlacemanagerWidget::Load() {
-  model_.Form_Load();
-  Sync();
+  Forward([&] { model_.Form_Load(); });
   // The user starts by typing a place; the help line says how.
   if (model_.Step() == 0) {
     widgets_.at("cb_Eingabe_3")->setFocus();

@@ -9,6 +9,7 @@
 #include <QVBoxLayout>
 
 #include "atlas/process_state.h"
+#include "platform/message_box.h"
 
 namespace tarv::ui {
 namespace {
@@ -30,6 +31,16 @@ void SetItems(QListWidget& list, const ControlState& state) {
   list.setCurrentRow(state.list_index);
 }
 
+// A broken timetable file is reported; the chooser goes on.
+template <typename Handler>
+void Guarded(Handler handler) {
+  try {
+    handler();
+  } catch (const std::exception& e) {
+    MsgBox(e.what(), kMsgCritical);
+  }
+}
+
 }  // namespace
 
 PlaceTimetableWidget::PlaceTimetableWidget(const std::string& country, std::int16_t timetable,
@@ -40,7 +51,7 @@ PlaceTimetableWidget::PlaceTimetableWidget(const std::string& country, std::int1
   model_.Country(country);
   model_.Timetable(timetable);
   model_.OnClose([this] { done(SelectedTimetable() == "0" ? Rejected : Accepted); });
-  model_.Form_Load();
+  Guarded([&] { model_.Form_Load(); });
   Sync();
 }
 
@@ -76,7 +87,7 @@ void PlaceTimetableWidget::Build() {
   resize(560, 360);
 
   connect(timetables_, &QListWidget::currentRowChanged, this, [this](int row) {
-    model_.li_TT_Nr_Click(row);
+    Guarded([&] { model_.li_TT_Nr_Click(row); });
     Sync();
   });
   connect(timetables_, &QListWidget::itemDoubleClicked, this, [this] { model_.bt_OK_Click(); });

@@ -47,6 +47,12 @@ constexpr int kFound = 0;
 constexpr int kNotFound = 1;
 constexpr int kUsage = 2;
 
+#ifdef TARV_HAVE_UI
+constexpr bool kHaveDialogs = true;
+#else
+constexpr bool kHaveDialogs = false;
+#endif
+
 // A failure that ends the command with a message and an exit status.
 struct Exit {
   int status;
@@ -518,7 +524,8 @@ int RunPlacemanager(const Options& o, const std::string& name, const std::string
   float longitude = 0, latitude = 0;
   std::int16_t timetable = 0, index = 0;
   if (!atlas.places().ShowPlacemanager(&city, &code, &longitude, &latitude, &timetable, &index)) {
-    return kNotFound;
+    // Cancelled; without the dialogs ShowPlacemanager has said they are missing.
+    return kHaveDialogs ? kNotFound : kUsage;
   }
   std::cout << std::left << std::setw(12) << "Place" << city << " (" << code << ")\n"
             << std::setw(12) << "Longitude" << std::fixed << std::setprecision(5) << longitude

@@ -612,7 +612,8 @@ void PlacemanagerWidget::CloseWindow() {
 void PlacemanagerWidget::SetOwnerWindow(OwnerWindow owner) {
   const auto id = static_cast<WId>(owner);
   if (QWidget* widget = QWidget::find(id)) {
-    setParent(widget->window(), windowFlags());
+    // Setting the same parent again would hide the dialog.
+    if (parentWidget() != widget->window()) setParent(widget->window(), windowFlags());
     return;
   }
   // A window of another toolkit: the dialog stays above it.

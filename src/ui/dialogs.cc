@@ -1,8 +1,6 @@
 #include "ui/dialogs.h"
 
 #include <QMessageBox>
-#include <QPixmap>
-#include <QPointer>
 #include <clocale>
 #include <cstdio>
 #include <string>

@@ -188,9 +188,7 @@ bool DlgPlacemanager::Form_Unload() {
   if (editing_) return false;
   try {
     if (changes_pending_) {
-      const MsgAnswer answer =
-          MsgBox(Choose("Save changes of places?", "Änderungen Ortedatenbank übernehmen?"),
-                 kMsgYesNoCancel + kMsgQuestion, "");
+      const MsgAnswer answer = AskToSaveChanges();
       if (answer == MsgAnswer::kCancel) return false;
       if (answer == MsgAnswer::kYes && !UpdateOrt()) return false;
     }
@@ -202,6 +200,15 @@ bool DlgPlacemanager::Form_Unload() {
   if (owner_ != 0) view_.SetOwnerWindow(owner_);
   closed_ = true;
   return true;
+}
+
+MsgAnswer DlgPlacemanager::AskToSaveChanges() const {
+  return MsgBox(Choose("Save changes of places?", "Änderungen Ortedatenbank übernehmen?"),
+                kMsgYesNoCancel + kMsgQuestion, "");
+}
+
+void DlgPlacemanager::ReportPlaceRequired() const {
+  MsgBox(Choose("Please enter a place!", "Es muß ein Ort eingegeben werden!"), kMsgOkOnly, "");
 }
 
 bool DlgPlacemanager::CloseForm() {
@@ -531,9 +538,7 @@ bool DlgPlacemanager::FieldsDiffer() const {
 // or keep the user where he is, as he answers.
 bool DlgPlacemanager::LeavePlace() {
   if (!changes_pending_) return true;
-  const MsgAnswer answer =
-      MsgBox(Choose("Save changes of places?", "Änderungen Ortedatenbank übernehmen?"),
-             kMsgYesNoCancel + kMsgQuestion, "");
+  const MsgAnswer answer = AskToSaveChanges();
   if (answer == MsgAnswer::kCancel) return false;
   if (answer == MsgAnswer::kYes && !UpdateOrt()) return false;
   changes_pending_ = false;
@@ -863,7 +868,7 @@ void DlgPlacemanager::CompleteNewPlace() {
   const auto latitude = ParseLatitude(Control("tb_Eingabe_6").text);
   bool written = false;
   if (name.empty()) {
-    MsgBox(Choose("Please enter a place!", "Es muß ein Ort eingegeben werden!"), kMsgOkOnly, "");
+    ReportPlaceRequired();
   } else {
     written = WritePlace(name, longitude.value_or(0.0), latitude.value_or(0.0), new_timetable_, "");
   }
@@ -884,7 +889,7 @@ bool DlgPlacemanager::UpdateOrt() {
   if (!changes_pending_) return true;
   const std::string name = Trim(Control("tb_Eingabe_3").text);
   if (name.empty()) {
-    MsgBox(Choose("Please enter a place!", "Es muß ein Ort eingegeben werden!"), kMsgOkOnly, "");
+    ReportPlaceRequired();
     return false;
   }
   const double longitude = ParseLongitude(Control("tb_Eingabe_5").text).value_or(place_.longitude);

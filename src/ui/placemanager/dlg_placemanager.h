@@ -40,6 +40,7 @@
 #include <string>
 #include <vector>
 
+#include "tarvplaces/message_sink.h"
 #include "tarvplaces/placemanager.h"
 #include "ui/form_model.h"
 #include "ui/placemanager/atlas_access.h"
@@ -221,6 +222,8 @@ class DlgPlacemanager : public FormModel {
                   std::int16_t timetable, const std::string& replaced_user_name);
   void EnterEdit(PanelGroup group);
   bool CloseForm();
+  MsgAnswer AskToSaveChanges() const;
+  void ReportPlaceRequired() const;
   void SetButtonsForGroup(PanelGroup group);
   void SetPanelsForGroup(PanelGroup group);
   void SetGuide(PanelGroup group);

@@ -5,7 +5,6 @@
 #define TARVPLACES_UI_PLACEMANAGER_PLACEMANAGER_WIDGET_H_
 
 #include <QDialog>
-#include <QPointer>
 #include <QWindow>
 #include <map>
 #include <memory>
@@ -15,8 +14,6 @@
 #include "ui/placemanager/dlg_placemanager.h"
 
 class QGridLayout;
-class QLabel;
-class QLineEdit;
 class QFrame;
 
 namespace tarv::ui {

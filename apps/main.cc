@@ -27,6 +27,11 @@
 #include "util/julian.h"
 #include "util/serial_date.h"
 
+#ifdef TARV_HAVE_UI
+#include "tarvplaces/ui.h"
+#include "ui/dialogs.h"
+#endif
+
 #ifndef TARV_DEFAULT_ATLAS
 #define TARV_DEFAULT_ATLAS ""
 #endif
@@ -41,6 +46,12 @@ using nlohmann::json;
 constexpr int kFound = 0;
 constexpr int kNotFound = 1;
 constexpr int kUsage = 2;
+
+#ifdef TARV_HAVE_UI
+constexpr bool kHaveDialogs = true;
+#else
+constexpr bool kHaveDialogs = false;
+#endif
 
 // A failure that ends the command with a message and an exit status.
 struct Exit {
@@ -486,6 +497,44 @@ int RunExport(const Options& o, const std::string& to) {
   return kFound;
 }
 
+// The place manager on the atlas; with `screenshot` a picture of it instead.
+int RunPlacemanager(const Options& o, const std::string& name, const std::string& country,
+                    const std::string& screenshot) {
+  Atlas atlas(o);
+  std::string code = country.empty() ? std::string() : atlas.Country(country);
+#ifdef TARV_HAVE_UI
+  if (!screenshot.empty()) {
+    // A picture needs no screen.
+    const char* platform = std::getenv("QT_QPA_PLATFORM");
+    if (platform == nullptr || *platform == '\0') setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    if (!tarv::ui::SavePlaceManagerPicture(name, code, screenshot)) {
+      throw Exit{kUsage, "cannot write \"" + screenshot + "\": check the folder"};
+    }
+    std::cout << "wrote " << screenshot << '\n';
+    return kFound;
+  }
+  tarv::ui::InstallDialogs();
+  tarv::SetMessageSink(tarv::ui::DialogMessageSink());
+#else
+  if (!screenshot.empty()) {
+    throw Exit{kUsage, "this tarvplaces was built without the dialogs (TARV_BUILD_UI=OFF)"};
+  }
+#endif
+  std::string city = name;
+  float longitude = 0, latitude = 0;
+  std::int16_t timetable = 0, index = 0;
+  if (!atlas.places().ShowPlacemanager(&city, &code, &longitude, &latitude, &timetable, &index)) {
+    // Cancelled; without the dialogs ShowPlacemanager has said they are missing.
+    return kHaveDialogs ? kNotFound : kUsage;
+  }
+  std::cout << std::left << std::setw(12) << "Place" << city << " (" << code << ")\n"
+            << std::setw(12) << "Longitude" << std::fixed << std::setprecision(5) << longitude
+            << '\n'
+            << std::setw(12) << "Latitude" << latitude << '\n'
+            << std::setw(12) << "Timetable" << timetable << '\n';
+  return kFound;
+}
+
 int RunBuildAtlas(tarv::atlas::BuildOptions options) {
   const bool terminal = ::isatty(2) != 0;
   options.progress = [terminal](const std::string& what, double fraction) {
@@ -508,13 +557,15 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
       const auto space = pair.rfind(' ');
       years[pair.substr(0, space)].push_back(std::stoi(pair.substr(space + 1)));
     }
-    std::cout << "  offsets after 1999 the atlas cannot express (the zone changed its standard time):\n";
+    std::cout
+        << "  offsets after 1999 the atlas cannot express (the zone changed its standard time):\n";
     for (auto& [zone, list] : years) {
       std::sort(list.begin(), list.end());
       std::cout << "    " << zone;
       for (std::size_t i = 0; i < list.size();) {
         std::size_t j = i;
-        while (j + 1 < list.size() && list[j + 1] == list[j] + 1) ++j;
+        while (j + 1 < list.size() && list[j + 1] == list[j] + 1)
+          ++j;
         std::cout << (i == 0 ? " " : ", ") << list[i];
         if (j > i) std::cout << "-" << list[j];
         i = j + 1;
@@ -604,6 +655,14 @@ int main(int argc, char** argv) {
   auto* export_cmd = app.add_subcommand("export", "write the atlas as four text files");
   export_cmd->add_option("--to", export_to, "folder for the files (default: the atlas folder)");
   export_cmd->callback([&] { status = RunExport(o, export_to); });
+
+  std::string screenshot;
+  auto* manager = app.add_subcommand("placemanager", "open the place manager dialog on a place");
+  manager->add_option("NAME", name, "place to open on, e.g. München");
+  manager->add_option("COUNTRY", country, "its country code, e.g. D");
+  manager->add_option("--screenshot", screenshot, "render the dialog into this PNG file and exit");
+  manager->fallthrough();  // --lang and --atlas may follow the command
+  manager->callback([&] { status = RunPlacemanager(o, name, country, screenshot); });
 
   tarv::atlas::BuildOptions build;
   const std::string data_dir = std::string(TARV_SOURCE_DIR) + "/data";

@@ -9,6 +9,7 @@ PACKAGES=(
   libcli11-dev nlohmann-json3-dev
   libmspack-dev mscompress
   tzdata locales
+  qt6-base-dev fonts-dejavu-core
 )
 # npm fetches the open data; a machine that has it already keeps its own.
 command -v npm >/dev/null 2>&1 || PACKAGES+=(nodejs npm)

@@ -24,6 +24,7 @@
 #include "tarvplaces/language.h"
 #include "tarvplaces/list_control.h"
 #include "tarvplaces/message_sink.h"
+#include "tarvplaces/placemanager.h"
 
 namespace tarv {
 
@@ -219,6 +220,24 @@ class classPlaces {
   // user's attention.
   int GetLocalTimeKind(const std::string& SearchPlace, const std::string& CountryShort,
                        double Julian);
+
+  // ---- The place manager ----
+
+  // Opens the place manager dialog (the factory of tarvplaces/placemanager.h
+  // creates it) on the given place: `*City` loses one trailing full stop and
+  // its outer blanks, `*CountryShort` its outer blanks. With `NewMode` the
+  // dialog opens in the entry of a new place. `Modal` is kModal or kModeless;
+  // `OwnerForm` (0 for none) becomes the dialog's owner window and gets the
+  // focus back afterwards. Returns false when the user cancelled, and then
+  // leaves every argument as it was; otherwise the place the dialog ended on
+  // is written to the non-null arguments and the result is true. Without an
+  // installed factory shows "the place manager is not available" and
+  // returns false.
+  bool ShowPlacemanager(std::string* City = nullptr, std::string* CountryShort = nullptr,
+                        float* Longitude = nullptr, float* Latitude = nullptr,
+                        std::int16_t* Timetable = nullptr, std::int16_t* Index = nullptr,
+                        bool NewMode = false, std::int32_t Modal = kModal,
+                        OwnerWindow OwnerForm = 0);
 
   // ---- Zones ----
 

@@ -1,0 +1,42 @@
+// The Qt dialogs for the project's own tools and tests: the application a
+// dialog needs, and pictures of the dialogs.
+#ifndef TARVPLACES_UI_DIALOGS_H_
+#define TARVPLACES_UI_DIALOGS_H_
+
+#include <QApplication>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace tarv::ui {
+
+// Makes sure a QApplication exists while the object lives: creates one when
+// there is none and deletes it again at the end. The process's LC_NUMERIC
+// stays as it was (Qt would set it from the environment), so numbers the
+// atlas writes keep their format.
+class ApplicationScope {
+ public:
+  ApplicationScope();
+  ~ApplicationScope();
+  ApplicationScope(const ApplicationScope&) = delete;
+  ApplicationScope& operator=(const ApplicationScope&) = delete;
+
+  // True when this object created the application.
+  bool Created() const { return owned_ != nullptr; }
+
+ private:
+  std::unique_ptr<QApplication> owned_;
+};
+
+// Renders the place manager opened on `city` in `country` (what
+// ShowPlacemanager would show), or the timetable chooser of `country` with
+// `timetable` highlighted, into a PNG file. Returns false when the file
+// could not be written.
+bool SavePlaceManagerPicture(const std::string& city, const std::string& country,
+                             const std::string& png_file);
+bool SaveTimetableChooserPicture(const std::string& country, std::int16_t timetable,
+                                 const std::string& png_file);
+
+}  // namespace tarv::ui
+
+#endif  // TARVPLACES_UI_DIALOGS_H_

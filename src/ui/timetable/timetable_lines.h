@@ -1,0 +1,48 @@
+// The lines in which both dialogs list a timetable, and the description of
+// one entry.
+#ifndef TARVPLACES_UI_TIMETABLE_TIMETABLE_LINES_H_
+#define TARVPLACES_UI_TIMETABLE_TIMETABLE_LINES_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tarvplaces/language.h"
+
+namespace tarv::ui {
+
+// One entry of a timetable as the lists show it. Texts are UTF-8.
+struct TimetableEntryLine {
+  std::string text;          // "01.04.1893 00.00  MET"
+  std::string zone;          // "MET/S", composed for the US generics ("EDT")
+  std::string zone_name;     // "Middle European Time, summer time"
+  bool summer_time = false;  // a summer or double summer zone
+};
+
+// A timetable of a country as listed: the line "before is LMT" / "davor gilt
+// LMT" first, then one line per entry in file order, with "dd.mm.yyyy hh.nn"
+// and, when `with_zones`, two blanks and the zone. The history's implicit
+// first entry (1 January 1700, local mean time) is what the first line says
+// and is not repeated. An unknown country or timetable gives the first line
+// alone.
+//
+// In the timetables of the US states the generic zones "ST", "DT" and "WT"
+// stand for standard, daylight and war time of the state's base zone; they
+// are shown with the base zone's letters ("EST", "EDT", "EWT" for a state
+// on "EST") and described by its name with "Standard" replaced ("Eastern
+// Daylight Time (North America)").
+struct TimetableListing {
+  std::vector<std::string> items;
+  // entries[i] describes items[i]; entries[0] is local mean time.
+  std::vector<TimetableEntryLine> entries;
+};
+TimetableListing ListTimetable(const std::string& country, std::int16_t timetable, bool with_zones,
+                               const TarvLanguage& language);
+
+// "Local time: " / "Ortszeit: " + the zone's name + "  (" + zone + ")" for
+// an entry, "No choice" / "Keine Auswahl" for none.
+std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLanguage& language);
+
+}  // namespace tarv::ui
+
+#endif  // TARVPLACES_UI_TIMETABLE_TIMETABLE_LINES_H_

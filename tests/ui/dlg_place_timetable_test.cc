@@ -1,0 +1,108 @@
+#include "ui/timetable/dlg_place_timetable.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "atlas/process_state.h"
+#include "ui/placemanager_fixture.h"
+
+namespace tarv::ui {
+namespace {
+
+using ::testing::ElementsAre;
+
+class TimetableChooser : public testing::DialogAtlasFixture {
+ protected:
+  DlgPlaceTimetable& Open(const std::string& country, std::int16_t timetable) {
+    dialog_ = std::make_unique<DlgPlaceTimetable>(State().Language());
+    dialog_->Country(country);
+    dialog_->Timetable(timetable);
+    dialog_->OnClose([this] { ++closed_; });
+    dialog_->Form_Load();
+    return *dialog_;
+  }
+  const ControlState& Ctl(const std::string& name) const { return dialog_->Control(name); }
+
+  std::unique_ptr<DlgPlaceTimetable> dialog_;
+  int closed_ = 0;
+};
+
+TEST_F(TimetableChooser, ListsTheTimetablesAndHighlightsTheCurrent) {
+  auto& d = Open("D", 2);
+  EXPECT_EQ(d.Caption(), "Auswahl für eine Zeittabelle für einen Ort");
+  EXPECT_EQ(Ctl("Label1").text, "Zeittabelle");
+  EXPECT_THAT(Ctl("li_TT_Nr").items,
+              ElementsAre("1. Zeittabelle", "2. Zeittabelle", "3. Zeittabelle"));
+  EXPECT_EQ(Ctl("li_TT_Nr").list_index, 1);
+  EXPECT_THAT(Ctl("li_Zeittabelle").items, ElementsAre("davor gilt LMT", "01.04.1893 00.00  MET"));
+  EXPECT_EQ(Ctl("lb_Zeittabelle").text, "Keine Auswahl");
+}
+
+TEST_F(TimetableChooser, EnglishTexts) {
+  State().Language().SetLanguage(kLanguageEnglish);
+  auto& d = Open("D", 1);
+  EXPECT_EQ(d.Caption(), "Select a timetable");
+  EXPECT_EQ(Ctl("li_TT_Nr").items[0], "1. Timetable");
+  EXPECT_EQ(Ctl("li_Zeittabelle").items[0], "before is LMT");
+  d.li_Zeittabelle_Click(1);
+  EXPECT_EQ(Ctl("lb_Zeittabelle").text, "Local time: Middle European Time  (MET)");
+  d.li_Zeittabelle_Click(0);
+  EXPECT_EQ(Ctl("lb_Zeittabelle").text, "Local time: Local Mean Time  (LMT)");
+  d.li_Zeittabelle_Click(-1);
+  EXPECT_EQ(Ctl("lb_Zeittabelle").text, "No choice");
+}
+
+TEST_F(TimetableChooser, OkGivesTheHighlightedNumberAndCancelZero) {
+  auto& d = Open("D", 3);
+  d.li_TT_Nr_Click(0);
+  d.bt_OK_Click();
+  EXPECT_EQ(SelectedTimetable(), "1");
+  EXPECT_EQ(closed_, 1);
+  auto& c = Open("D", 3);
+  c.bt_CANCEL_Click();
+  EXPECT_EQ(SelectedTimetable(), "0");
+}
+
+TEST_F(TimetableChooser, EmptyTimetableShowsOnlyTheLmtLine) {
+  Open("D", 3);
+  EXPECT_THAT(Ctl("li_Zeittabelle").items, ElementsAre("davor gilt LMT"));
+}
+
+TEST_F(TimetableChooser, OutOfRangeCurrentHighlightsTheFirst) {
+  Open("D", 9);
+  EXPECT_EQ(Ctl("li_TT_Nr").list_index, 0);
+  auto& none = Open("A", 1);
+  EXPECT_TRUE(Ctl("li_TT_Nr").items.empty());
+  none.bt_OK_Click();
+  EXPECT_EQ(SelectedTimetable(), "0");
+}
+
+// The generic US zones are written with the state's letters.
+TEST_F(TimetableChooser, UsGenericZonesTakeTheStatesBaseZone) {
+  auto zones = testing::ProjectZoneTable();
+  zones[284].TZShort = "ST";
+  zones[285].TZShort = "DT";
+  zones[285].TZType = 'S';
+  zones[286].TZShort = "WT";
+  folder_.Write("Zones13.bin", EncodeZoneFile(zones));
+  State().zones_loaded = false;
+  InitializeTimeZones("", "Zones13.bin");
+  WriteTimetables("TTUSA.dao", {{200,
+                                 {{{testing::At(1883, 11, 18, 12), 284},
+                                   {testing::At(1918, 3, 31, 2), 285},
+                                   {testing::At(1942, 2, 9, 2), 286}}}}});
+  auto& d = Open("USCA", 1);
+  EXPECT_TRUE(d.IsUSA());
+  EXPECT_THAT(Ctl("li_Zeittabelle").items,
+              ElementsAre("davor gilt LMT", "18.11.1883 12.00  PST", "31.03.1918 02.00  PDT",
+                          "09.02.1942 02.00  PWT"));
+  d.li_Zeittabelle_Click(2);
+  EXPECT_EQ(Ctl("lb_Zeittabelle").text, "Ortszeit: Pacific Daylight Time  (PDT)");
+  // Without zones the lines are dates only.
+  const auto listing = ListTimetable("USCA", 1, false, State().Language());
+  EXPECT_EQ(listing.items[1], "18.11.1883 12.00");
+  EXPECT_TRUE(listing.entries[2].summer_time);
+}
+
+}  // namespace
+}  // namespace tarv::ui

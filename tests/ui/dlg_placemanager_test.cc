@@ -1,0 +1,623 @@
+#include "ui/placemanager/dlg_placemanager.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "ui/placemanager_fixture.h"
+
+namespace tarv::ui {
+namespace {
+
+using ::testing::ElementsAre;
+
+class FakeView final : public PlacemanagerView {
+ public:
+  void CloseWindow() override { ++closed; }
+  void SetOwnerWindow(OwnerWindow owner) override { owners.push_back(owner); }
+  void SelectText(const std::string& control) override { selected.push_back(control); }
+  void SetFocus(const std::string& control) override { focus.push_back(control); }
+  std::int16_t ChooseTimetable(const std::string& country, std::int16_t current) override {
+    chooser_calls.push_back(country + " " + std::to_string(current));
+    return chooser_answer;
+  }
+
+  int closed = 0;
+  std::vector<OwnerWindow> owners;
+  std::vector<std::string> selected, focus, chooser_calls;
+  std::int16_t chooser_answer = 0;
+};
+
+class PlacemanagerModel : public testing::DialogAtlasFixture {
+ protected:
+  DlgPlacemanager& Open(const std::string& city, const std::string& country,
+                        bool new_mode = false) {
+    dialog_ = std::make_unique<DlgPlacemanager>(view_);
+    dialog_->City(city);
+    dialog_->CountryShort(country);
+    dialog_->NewMode(new_mode);
+    dialog_->Form_Load();
+    return *dialog_;
+  }
+  const ControlState& Ctl(const std::string& name) const { return dialog_->Control(name); }
+  const std::string& Text(const std::string& name) const { return Ctl(name).text; }
+  std::vector<std::string> ListedNames() const {
+    std::vector<std::string> names;
+    for (const auto& item : Ctl("li_SuchOrte").items)
+      names.push_back(item.substr(0, item.find('\t')));
+    return names;
+  }
+  // Runs the new-place entry to step 3 from the place shown.
+  void ToStep3(DlgPlacemanager& d) {
+    d.bt_Action_Click(1);
+    d.bt_OK_Click(1);
+    if (d.Step() == 2) d.bt_OK_Click(1);
+  }
+
+  FakeView view_;
+  std::unique_ptr<DlgPlacemanager> dialog_;
+};
+
+// ---- Loading ----
+
+TEST_F(PlacemanagerModel, LoadsCaptionsCountryAndPlaceInGerman) {
+  auto& d = Open("München", "d");
+  EXPECT_EQ(d.Caption(), "Orteverwaltung");
+  EXPECT_EQ(Text("lb_Eingabe_4"), "L&änge");
+  EXPECT_EQ(Text("bt_Action_5"), "Zeit&tabellenzugehörigkeit");
+  EXPECT_EQ(Ctl("cb_ABC").items.front(), "Alle");
+  EXPECT_EQ(Ctl("cb_ABC").items.size(), 27U);
+  EXPECT_TRUE(Ctl("rb_Eingabe_0").checked);
+  EXPECT_EQ(Text("cb_Eingabe_13"), "Deutschland");
+  EXPECT_EQ(Text("tb_Eingabe_14"), "D");
+  EXPECT_EQ(Text("tb_Eingabe_16"), "MEZ");
+  EXPECT_EQ(Text("tb_Eingabe_30"), "EUROPA");
+  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
+  EXPECT_EQ(Text("tb_Eingabe_5"), "011E34' 30\"");
+  EXPECT_EQ(Text("tb_Eingabe_6"), "48N08' 13\"");
+  EXPECT_EQ(Text("tb_Eingabe_7"), "1");
+  // The letter of the place filters the list, with the place selected.
+  EXPECT_EQ(Ctl("cb_ABC").list_index, 'M' - 'A' + 1);
+  EXPECT_THAT(ListedNames(), ElementsAre("München", "Münster"));
+  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 0);
+  EXPECT_EQ(Text("lb_AnzOrte"), "2 Orte");
+  EXPECT_FALSE(Ctl("lb_Definiert").visible);
+  EXPECT_EQ(d.Index(), 4);
+}
+
+TEST_F(PlacemanagerModel, LoadsInEnglishAndPicksTheUsStatesForAUsCode) {
+  State().Language().SetLanguage(kLanguageEnglish);
+  auto& d = Open("Los Angeles", "usca");
+  EXPECT_EQ(d.Caption(), "Place manager");
+  EXPECT_EQ(Text("bt_Action_1"), "&New Place");
+  EXPECT_EQ(Ctl("cb_ABC").items.front(), "All");
+  EXPECT_TRUE(Ctl("rb_Eingabe_1").checked);
+  EXPECT_FALSE(Ctl("rb_Eingabe_0").checked);
+  EXPECT_THAT(Ctl("cb_Eingabe_14").items, ElementsAre("USCA", "USNY"));
+  EXPECT_EQ(Text("lb_AnzOrte"), "1 Place");
+  EXPECT_EQ(Text("tb_Eingabe_5"), "118W14' 24\"");
+}
+
+TEST_F(PlacemanagerModel, HostsPlaceOutsideTheAtlasShowsAsGiven) {
+  dialog_ = std::make_unique<DlgPlacemanager>(view_);
+  dialog_->City("Atlantis");
+  dialog_->CountryShort("D");
+  dialog_->Longitude(-30.5F);
+  dialog_->Latitude(35.25F);
+  dialog_->Index(9);
+  dialog_->Form_Load();
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Atlantis");
+  EXPECT_EQ(Text("tb_Eingabe_5"), "030W30' 00\"");
+  EXPECT_EQ(Ctl("li_SuchOrte").list_index, -1);
+  EXPECT_EQ(Ctl("cb_ABC").list_index, 1);  // "A", which has Augsburg
+  EXPECT_EQ(dialog_->Index(), 0);
+  // Closing with OK hands back what the host gave.
+  dialog_->bt_OK_Click(0);
+  EXPECT_EQ(dialog_->City(), "Atlantis");
+  EXPECT_FLOAT_EQ(dialog_->Longitude(), -30.5F);
+  EXPECT_FALSE(dialog_->Canceled());
+}
+
+TEST_F(PlacemanagerModel, SuccessorCodeOfTheHostIsKept) {
+  WriteCountry("YU", {testing::Place("Beograd", 20.46F, 44.8F)});
+  auto& d = Open("Beograd", "SRB");
+  EXPECT_EQ(Text("tb_Eingabe_14"), "YU");
+  d.bt_OK_Click(0);
+  EXPECT_EQ(d.CountryShort(), "SRB");
+}
+
+// ---- Lists ----
+
+TEST_F(PlacemanagerModel, LetterWithoutPlacesSwitchesToAll) {
+  auto& d = Open("München", "D");
+  d.cb_ABC_Click('B' - 'A' + 1);
+  EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
+  d.cb_ABC_Click('X' - 'A' + 1);
+  EXPECT_EQ(Ctl("cb_ABC").list_index, 0);
+  EXPECT_EQ(Text("cb_ABC"), "Alle");
+  EXPECT_EQ(ListedNames().size(), 6U);
+  EXPECT_EQ(Text("lb_AnzOrte"), "6 Orte");
+  // The place shown stays and stays selected.
+  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
+  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 3);
+}
+
+TEST_F(PlacemanagerModel, SearchWithReturnListsMatchesAndLoadsTheFirst) {
+  auto& d = Open("München", "D");
+  d.cb_Eingabe_KeyReturn(3, " b ");
+  EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Berlin");
+  EXPECT_EQ(Text("cb_Eingabe_3"), "b");
+  d.cb_Eingabe_KeyReturn(3, "M?nster");
+  EXPECT_THAT(ListedNames(), ElementsAre("Münster"));
+  EXPECT_THAT(Ctl("cb_Eingabe_3").items, ElementsAre("M?nster", "b"));
+  d.cb_Eingabe_KeyReturn(3, "Xanten");
+  EXPECT_TRUE(ListedNames().empty());
+  EXPECT_EQ(Text("lb_AnzOrte"), "0 Orte");
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Münster");  // nothing found: the place stays
+  d.cb_Eingabe_Click(3, 2);                    // "b" again, after "Xanten" and "M?nster"
+  EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
+}
+
+TEST_F(PlacemanagerModel, ClickInTheListLoadsThePlaceAndItsTimetable) {
+  auto& d = Open("Bonn", "D");
+  d.cb_ABC_Click(0);
+  d.li_SuchOrte_Click(0);
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Augsburg");
+  EXPECT_EQ(Text("tb_Eingabe_7"), "2");
+  EXPECT_THAT(Ctl("li_Zeittabelle").items, ElementsAre("davor gilt LMT", "01.04.1893 00.00  MET"));
+  EXPECT_FALSE(Ctl("ig_Sommerzeit").visible);
+  EXPECT_EQ(d.City(), "Augsburg");
+  EXPECT_EQ(d.Timetable(), 2);
+}
+
+TEST_F(PlacemanagerModel, TimetableListShowsDatesWithOrWithoutZones) {
+  auto& d = Open("München", "D");
+  const auto& items = Ctl("li_Zeittabelle").items;
+  ASSERT_EQ(items.size(), 10U);
+  EXPECT_EQ(items[2], "31.03.1996 02.00  MET/S");
+  EXPECT_TRUE(Ctl("ig_Sommerzeit").visible);
+  d.li_Zeittabelle_Click(2);
+  EXPECT_EQ(Text("lb_Zeittabelle_1"), "Ortszeit: Middle European Time, summer time  (MET/S)");
+  d.ch_DatumZonen_Click(false);
+  EXPECT_EQ(Ctl("li_Zeittabelle").items[2], "31.03.1996 02.00");
+  EXPECT_EQ(Ctl("li_Zeittabelle").list_index, 2);
+}
+
+TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturn) {
+  auto& d = Open("München", "D");
+  d.cb_Eingabe_KeyReturn(13, "öst");
+  EXPECT_EQ(Text("tb_Eingabe_13"), "Österreich");
+  EXPECT_THAT(ListedNames(), ElementsAre("Graz", "Wien"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Graz");
+  EXPECT_EQ(d.CountryShort(), "A");
+  // A US code switches the option buttons to the US states.
+  d.cb_Eingabe_KeyReturn(14, "usc");
+  EXPECT_TRUE(Ctl("rb_Eingabe_1").checked);
+  EXPECT_EQ(Text("cb_Eingabe_13"), "Kalifornien");
+  // An exact code beats a longer code it begins.
+  d.rb_Eingabe_Click(0);
+  d.cb_Eingabe_KeyReturn(14, "d");
+  EXPECT_EQ(Text("tb_Eingabe_13"), "Deutschland");
+  // Nothing found: the combo boxes show the country again.
+  d.cb_Eingabe_KeyReturn(13, "Xanadu");
+  EXPECT_EQ(Text("cb_Eingabe_13"), "Deutschland");
+}
+
+TEST_F(PlacemanagerModel, OptionButtonsSwitchTheCountryList) {
+  auto& d = Open("München", "D");
+  d.rb_Eingabe_Click(1);
+  EXPECT_THAT(Ctl("cb_Eingabe_13").items, ElementsAre("Kalifornien", "New York"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Los Angeles");
+  EXPECT_TRUE(Ctl("ig_Land_1").visible);
+  d.rb_Eingabe_Click(0);
+  EXPECT_EQ(
+      std::count(Ctl("cb_Eingabe_14").items.begin(), Ctl("cb_Eingabe_14").items.end(), "USCA"), 0);
+}
+
+// ---- Keys and closing ----
+
+TEST_F(PlacemanagerModel, EscapeAndTheCancelKeyCloseCancelled) {
+  for (const std::int16_t key : {DlgPlacemanager::kKeyEscape, DlgPlacemanager::kKeyCancel}) {
+    auto& d = Open("München", "D");
+    view_.closed = 0;
+    EXPECT_TRUE(d.Form_KeyDown(key, 0));
+    EXPECT_TRUE(d.Canceled());
+    EXPECT_EQ(view_.closed, 1);
+  }
+}
+
+TEST_F(PlacemanagerModel, CtrlShiftReturnClosesWithOkAndReturnAloneIsLeftAlone) {
+  auto& d = Open("München", "D");
+  EXPECT_FALSE(d.Form_KeyDown(DlgPlacemanager::kKeyReturn, 0));
+  EXPECT_FALSE(d.Form_KeyDown(DlgPlacemanager::kKeyReturn, DlgPlacemanager::kCtrlMask));
+  EXPECT_EQ(view_.closed, 0);
+  EXPECT_TRUE(d.Form_KeyDown(DlgPlacemanager::kKeyReturn,
+                             DlgPlacemanager::kCtrlMask | DlgPlacemanager::kShiftMask));
+  EXPECT_EQ(view_.closed, 1);
+  EXPECT_FALSE(d.Canceled());
+  EXPECT_EQ(d.City(), "München");
+}
+
+TEST_F(PlacemanagerModel, EscapeWhileEditingKeepsTheDialogAndTheEditOpen) {
+  auto& d = Open("München", "D");
+  d.bt_Action_Click(3);
+  ASSERT_TRUE(d.Editing());
+  d.tb_Eingabe_Change(3, "München-Ost");
+  d.Form_KeyDown(DlgPlacemanager::kKeyEscape, 0);
+  EXPECT_EQ(view_.closed, 0);
+  EXPECT_TRUE(d.Editing());
+  EXPECT_FALSE(d.Canceled());
+  EXPECT_EQ(Text("tb_Eingabe_3"), "München-Ost");
+  // The edit can still be confirmed and is written.
+  d.bt_OK_Click(1);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("München-Ost"));
+}
+
+TEST_F(PlacemanagerModel, ClosingWithPendingChangesAsks) {
+  auto& d = Open("München", "D");
+  d.tb_Eingabe_Change(5, "11.6");
+  ASSERT_TRUE(d.ChangesPending());
+  EXPECT_FALSE(d.Editing());
+  EXPECT_EQ(d.Group(), PanelGroup::kPending);
+
+  answer_ = MsgAnswer::kCancel;
+  EXPECT_FALSE(d.Form_Unload());
+  ASSERT_EQ(messages_.size(), 1U);
+  EXPECT_EQ(messages_[0].text, "Änderungen Ortedatenbank übernehmen?");
+  EXPECT_EQ(messages_[0].title, "");
+  EXPECT_EQ(messages_[0].style, kMsgYesNoCancel + kMsgQuestion);
+  EXPECT_TRUE(d.ChangesPending());
+  EXPECT_FALSE(d.Closed());
+
+  answer_ = MsgAnswer::kNo;
+  EXPECT_TRUE(d.Form_Unload());
+  EXPECT_TRUE(UserPlaces("D").empty());
+  EXPECT_FALSE(d.ChangesPending());
+}
+
+TEST_F(PlacemanagerModel, AnsweringYesWritesTheChangeAsAUserPlace) {
+  State().Language().SetLanguage(kLanguageEnglish);
+  auto& d = Open("München", "D");
+  d.tb_Eingabe_Change(6, "48.5");
+  answer_ = MsgAnswer::kYes;
+  EXPECT_TRUE(d.Form_Unload());
+  EXPECT_EQ(messages_.at(0).text, "Save changes of places?");
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
+  classPlaces places;
+  double latitude = 0;
+  places.GetPlaceData("München", "D", nullptr, &latitude);
+  EXPECT_NEAR(latitude, 48.5, 1e-4);  // the user place wins
+}
+
+TEST_F(PlacemanagerModel, UnloadResetsNewModeAndRestoresTheOwner) {
+  auto& d = Open("München", "D");
+  d.SetOwner(77);
+  d.NewMode(true);
+  EXPECT_TRUE(d.Form_Unload());
+  EXPECT_FALSE(d.NewMode());
+  EXPECT_THAT(view_.owners, ElementsAre(77, 77));
+}
+
+TEST_F(PlacemanagerModel, OkWritesPendingChangesBeforeClosing) {
+  auto& d = Open("Bonn", "D");
+  d.tb_Eingabe_Change(3, "Bonn-Beuel");
+  d.bt_OK_Click(0);
+  EXPECT_EQ(view_.closed, 1);
+  EXPECT_TRUE(messages_.empty());
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Bonn-Beuel"));
+  EXPECT_EQ(d.City(), "Bonn-Beuel");
+  EXPECT_LT(d.Index(), 0);
+}
+
+// ---- New place ----
+
+TEST_F(PlacemanagerModel, NewPlaceRunsThreeStepsAndWritesTheUserFile) {
+  auto& d = Open("Augsburg", "D");
+  d.bt_Action_Click(1);
+  EXPECT_EQ(d.Step(), 1);
+  EXPECT_TRUE(d.Editing());
+  EXPECT_EQ(d.Caption(), "Orteverwaltung");
+  EXPECT_EQ(Text("bt_OK_1"), "&Weiter");
+  EXPECT_TRUE(Ctl("tb_Eingabe_3").read_only);
+  EXPECT_FALSE(Ctl("bt_OK_0").visible);
+  d.li_SuchOrte_Click(0);  // the reference: Augsburg, timetable 2
+  d.bt_OK_Click(1);
+  EXPECT_EQ(d.Step(), 2);
+  EXPECT_TRUE(d.Step2InUse());
+  EXPECT_FALSE(Ctl("pn_Eingabe_3").visible);
+  EXPECT_TRUE(Ctl("bt_Action_5").visible);
+  d.bt_OK_Click(1);
+  EXPECT_EQ(d.Step(), 3);
+  EXPECT_EQ(Text("bt_OK_1"), "&Fertig");
+  EXPECT_EQ(Text("tb_Eingabe_3"), "");
+  EXPECT_EQ(view_.focus.back(), "tb_Eingabe_3");
+
+  // No name: the entry goes on.
+  d.bt_OK_Click(1);
+  ASSERT_EQ(messages_.size(), 1U);
+  EXPECT_EQ(messages_[0].text, "Es muß ein Ort eingegeben werden!");
+  EXPECT_EQ(messages_[0].style, kMsgOkOnly);
+  EXPECT_EQ(d.Step(), 3);
+  EXPECT_TRUE(d.Editing());
+
+  d.tb_Eingabe_Change(3, "Gersthofen");
+  d.tb_Eingabe_Change(5, "10E53");
+  d.ChangeBreiteLaenge(5);
+  d.tb_Eingabe_Change(6, "48.425");
+  d.ChangeBreiteLaenge(6);
+  EXPECT_EQ(Text("tb_Eingabe_6"), "48N25' 30\"");
+  d.bt_OK_Click(1);
+  EXPECT_EQ(d.Step(), 0);
+  EXPECT_FALSE(d.Editing());
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Gersthofen"));
+  EXPECT_TRUE(Ctl("lb_Definiert").visible);
+  EXPECT_EQ(Text("tb_Eingabe_7"), "2");  // the reference's timetable
+  EXPECT_EQ(view_.closed, 0);            // not opened for a new place: stays open
+  EXPECT_EQ(d.Group(), PanelGroup::kBrowse);
+}
+
+TEST_F(PlacemanagerModel, NewModeReturnsTheEnteredPlaceAndCloses) {
+  auto& d = Open("München", "D", true);
+  EXPECT_EQ(d.Step(), 1);
+  EXPECT_EQ(d.Caption(), "Orteverwaltung");
+  ToStep3(d);
+  d.tb_Eingabe_Change(3, "Garching");
+  d.tb_Eingabe_Change(5, "11.65");
+  d.bt_OK_Click(1);
+  EXPECT_EQ(view_.closed, 1);
+  EXPECT_FALSE(d.Canceled());
+  EXPECT_EQ(d.City(), "Garching");
+  EXPECT_EQ(d.CountryShort(), "D");
+  EXPECT_NEAR(d.Longitude(), 11.65, 1e-4);
+  EXPECT_NEAR(d.Latitude(), 48.137, 1e-3);
+  EXPECT_EQ(d.Timetable(), 1);
+  EXPECT_FALSE(d.NewMode());
+}
+
+TEST_F(PlacemanagerModel, NewModeCancelledInTheFirstStepClosesCancelled) {
+  auto& d = Open("München", "D", true);
+  d.bt_CANCEL_Click(1);
+  EXPECT_EQ(view_.closed, 1);
+  EXPECT_TRUE(d.Canceled());
+  EXPECT_FALSE(d.Editing());
+}
+
+TEST_F(PlacemanagerModel, BackFromStep3SkipsStep2WithoutTimetables) {
+  auto& d = Open("Wien", "A");
+  ToStep3(d);
+  EXPECT_FALSE(d.Step2InUse());
+  d.bt_CANCEL_Click(1);
+  EXPECT_EQ(d.Step(), 1);
+  EXPECT_TRUE(d.Editing());
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Wien");  // the reference again
+
+  auto& g = Open("München", "D");
+  ToStep3(g);
+  g.bt_CANCEL_Click(1);
+  EXPECT_EQ(g.Step(), 2);
+  g.bt_CANCEL_Click(1);
+  EXPECT_EQ(g.Step(), 1);
+  g.bt_CANCEL_Click(1);
+  EXPECT_EQ(g.Step(), 0);
+  EXPECT_FALSE(g.Editing());
+  EXPECT_EQ(view_.closed, 0);
+  EXPECT_EQ(g.Group(), PanelGroup::kBrowse);
+}
+
+TEST_F(PlacemanagerModel, StepTwoChoosesAnotherTimetable) {
+  auto& d = Open("München", "D");
+  d.bt_Action_Click(1);
+  d.bt_OK_Click(1);
+  view_.chooser_answer = 3;
+  d.bt_Action_Click(5);
+  EXPECT_THAT(view_.chooser_calls, ElementsAre("D 1"));
+  EXPECT_EQ(Text("tb_Eingabe_7"), "3");
+  d.bt_OK_Click(1);
+  d.tb_Eingabe_Change(3, "Freising");
+  d.bt_OK_Click(1);
+  EXPECT_EQ(Text("tb_Eingabe_7"), "3");
+  std::int16_t timetable = 0;
+  classPlaces().HaveTimetables("D", "Freising", &timetable);
+  EXPECT_EQ(timetable, 3);
+}
+
+// ---- Change, delete, timetable ----
+
+TEST_F(PlacemanagerModel, ChangingAUserPlaceReplacesIt) {
+  auto& d = Open("München", "D");
+  d.bt_Action_Click(3);
+  EXPECT_EQ(d.Group(), PanelGroup::kEdit);
+  EXPECT_EQ(Text("bt_OK_1"), "&Eingabe OK");
+  EXPECT_EQ(Text("bt_CANCEL_1"), "&Abbrechen");
+  d.tb_Eingabe_Change(5, "11.6");
+  d.bt_OK_Click(1);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
+  EXPECT_TRUE(Ctl("lb_Definiert").visible);
+  d.bt_Action_Click(3);
+  d.tb_Eingabe_Change(5, "11.7");
+  d.bt_OK_Click(1);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
+  EXPECT_EQ(Text("tb_Eingabe_5"), "011E42' 00\"");
+}
+
+TEST_F(PlacemanagerModel, CancellingAnEditRestoresThePlaceFromDisk) {
+  auto& d = Open("Berlin", "D");
+  d.bt_Action_Click(3);
+  d.tb_Eingabe_Change(3, "Berlin-Mitte");
+  d.bt_CANCEL_Click(1);
+  EXPECT_FALSE(d.Editing());
+  EXPECT_FALSE(d.ChangesPending());
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Berlin");
+  EXPECT_TRUE(UserPlaces("D").empty());
+}
+
+TEST_F(PlacemanagerModel, RenamingToAnExistingUserPlaceAsksFirst) {
+  classPlaces().AddUserPlace("D", "Pasing", 11.46, 48.14, 1);
+  auto& d = Open("München", "D");
+  d.tb_Eingabe_Change(3, "Pasing");
+  answer_ = MsgAnswer::kNo;
+  d.bt_OK_Click(1);
+  EXPECT_EQ(messages_.at(0).text,
+            "Es gibt schon einen selbst definierten Ort \"Pasing\". Ersetzen?");
+  EXPECT_EQ(d.Group(), PanelGroup::kPending);
+  EXPECT_TRUE(d.ChangesPending());
+  answer_ = MsgAnswer::kYes;
+  d.bt_OK_Click(1);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Pasing"));
+  EXPECT_EQ(Text("tb_Eingabe_5"), "011E34' 30\"");
+}
+
+TEST_F(PlacemanagerModel, DeleteOnlyUserPlacesAfterConfirmation) {
+  auto& d = Open("Berlin", "D");
+  EXPECT_FALSE(Ctl("bt_Action_2").enabled);
+  d.bt_Action_Click(2);
+  EXPECT_TRUE(messages_.empty());
+
+  classPlaces().AddUserPlace("D", "Berlin", 13.5, 52.5, 1);
+  auto& u = Open("Berlin", "D");
+  EXPECT_TRUE(Ctl("lb_Definiert").visible);
+  EXPECT_TRUE(Ctl("bt_Action_2").enabled);
+  answer_ = MsgAnswer::kNo;
+  u.bt_Action_Click(2);
+  EXPECT_EQ(messages_.at(0).text, "Den selbst definierten Ort \"Berlin\" löschen?");
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Berlin"));
+  answer_ = MsgAnswer::kYes;
+  u.bt_Action_Click(2);
+  EXPECT_TRUE(UserPlaces("D").empty());
+  // The atlas's Berlin shows again.
+  EXPECT_FALSE(Ctl("lb_Definiert").visible);
+  EXPECT_EQ(Text("tb_Eingabe_5"), "013E24' 18\"");
+}
+
+TEST_F(PlacemanagerModel, ChosenTimetableWaitsForConfirmation) {
+  auto& d = Open("Bonn", "D");
+  view_.chooser_answer = 2;
+  d.bt_Action_Click(5);
+  EXPECT_THAT(view_.chooser_calls, ElementsAre("D 1"));
+  EXPECT_TRUE(d.ChangesPending());
+  EXPECT_FALSE(d.Editing());
+  EXPECT_EQ(Text("bt_OK_1"), "Eingabe OK");
+  EXPECT_EQ(Text("bt_CANCEL_1"), "Eingabe abbrechen");
+  EXPECT_EQ(Text("tb_Eingabe_7"), "2");
+  d.bt_OK_Click(1);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Bonn"));
+  EXPECT_EQ(d.Timetable(), 2);
+  // A cancelled chooser changes nothing.
+  view_.chooser_answer = 0;
+  d.bt_Action_Click(5);
+  EXPECT_FALSE(d.ChangesPending());
+}
+
+TEST_F(PlacemanagerModel, MovingToAnotherPlaceWithPendingChangesAsks) {
+  auto& d = Open("Bonn", "D");
+  d.tb_Eingabe_Change(3, "Bonn-Nord");
+  answer_ = MsgAnswer::kCancel;
+  d.li_SuchOrte_Click(0);
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Bonn-Nord");
+  answer_ = MsgAnswer::kNo;
+  d.li_SuchOrte_Click(0);
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Berlin");
+  EXPECT_FALSE(d.ChangesPending());
+  EXPECT_EQ(d.Group(), PanelGroup::kBrowse);
+  EXPECT_TRUE(UserPlaces("D").empty());
+}
+
+TEST_F(PlacemanagerModel, TypingBackTheOldTextLeavesNothingPending) {
+  auto& d = Open("Bonn", "D");
+  d.tb_Eingabe_Change(3, "Bon");
+  EXPECT_TRUE(d.ChangesPending());
+  d.tb_Eingabe_Change(3, "Bonn");
+  EXPECT_FALSE(d.ChangesPending());
+  EXPECT_EQ(d.Group(), PanelGroup::kBrowse);
+}
+
+// ---- Coordinates ----
+
+TEST_F(PlacemanagerModel, CoordinatesAreReadAsDegreesOrDecimalsAndRangeChecked) {
+  auto& d = Open("Bonn", "D");
+  d.tb_Eingabe_Change(5, "-7.5");
+  d.ChangeBreiteLaenge(5);
+  EXPECT_EQ(Text("tb_Eingabe_5"), "007W30' 00\"");
+  d.tb_Eingabe_Change(5, "200");
+  d.tb_Eingabe_LostFocus(5);
+  EXPECT_EQ(Text("tb_Eingabe_5"), "007W30' 00\"");
+  d.tb_Eingabe_Change(6, "north");
+  d.tb_Eingabe_KeyReturn(6);
+  EXPECT_EQ(Text("tb_Eingabe_6"), "50N43' 48\"");
+  d.tb_Eingabe_Change(6, "50 43 48");
+  d.ChangeBreiteLaenge(6);
+  EXPECT_EQ(Text("tb_Eingabe_6"), "50N43' 48\"");
+}
+
+TEST_F(PlacemanagerModel, SpinMovesByArcMinutesWithinRange) {
+  auto& d = Open("Bonn", "D");
+  d.SpinLaengeBreite(6, 1);
+  EXPECT_EQ(Text("tb_Eingabe_6"), "50N44' 48\"");
+  EXPECT_TRUE(d.ChangesPending());
+  d.tb_Eingabe_Change(6, "89.99");
+  d.SpinLaengeBreite(6, 10);
+  EXPECT_EQ(Text("tb_Eingabe_6"), "90N00' 00\"");
+}
+
+// ---- Help line ----
+
+TEST_F(PlacemanagerModel, HelpTextsFollowTheDialogRule) {
+  auto& d = Open("München", "D");
+  for (const std::int32_t language : {0, 2}) {
+    State().Language().SetLanguage(language);
+    d.tb_Eingabe_GotFocus(3);
+    EXPECT_EQ(Text("lb_InfoLine").rfind("Hier können Sie den aktuellen Ort verändern.", 0), 0U);
+  }
+  State().Language().SetLanguage(3);
+  d.tb_Eingabe_GotFocus(14);
+  EXPECT_EQ(Text("lb_InfoLine"),
+            "This is the shortcut of the actual country. (Can not be changed).");
+  EXPECT_EQ(view_.selected.back(), "tb_Eingabe_14");
+  d.tb_Eingabe_GotFocus(7);
+  EXPECT_EQ(Text("lb_InfoLine"), "");
+}
+
+TEST_F(PlacemanagerModel, ButtonTextsFollowTheLanguageComponent) {
+  auto& d = Open("München", "D");
+  // Language 0 is German by the dialogs' rule but English by Choose.
+  State().Language().SetLanguage(0);
+  d.bt_CANCEL_GotFocus(0);
+  EXPECT_EQ(Text("lb_InfoLine"), "Closes the Place Manager.");
+  d.rb_Eingabe_MouseMove(1);
+  EXPECT_EQ(Text("lb_InfoLine"), "Shows all the states of the USA");
+  d.bt_Action_MouseMove(2);
+  EXPECT_EQ(Text("lb_InfoLine"),
+            "Hier können Sie den aktuellen Ort löschen. - Nur möglich bei einem "
+            "benutzerdefinierten Ort.");
+  d.cb_ABC_GotFocus();
+  EXPECT_EQ(Text("lb_InfoLine").substr(0, 34), "Klicken Sie auf einen Buchstaben. ");
+}
+
+TEST_F(PlacemanagerModel, PanelsListsAndCombosGiveNegativeKeys) {
+  auto& d = Open("München", "D");
+  d.pn_Eingabe_MouseMove(3);
+  EXPECT_EQ(Text("lb_InfoLine").substr(0, 37), "Zum Suchen eines Ortes im aktuellen L");
+  d.cb_Eingabe_GotFocus(14);
+  EXPECT_NE(Text("lb_InfoLine").find("Länderkennung"), std::string::npos);
+  d.li_Zeittabelle_GotFocus();
+  EXPECT_EQ(Text("lb_InfoLine").substr(0, 33), "Klicken Sie auf einen Eintrag und");
+  d.SetHilfeIndex(std::string("frei"));
+  EXPECT_EQ(Text("lb_InfoLine"), "frei");
+}
+
+TEST_F(PlacemanagerModel, DuringAStepOkAndCancelKeepTheLine) {
+  auto& d = Open("München", "D");
+  d.bt_OK_GotFocus(0);
+  EXPECT_EQ(Text("lb_InfoLine"), "Hier wird der Ortemanager geschlossen.");
+  d.bt_Action_Click(1);
+  d.cb_Eingabe_GotFocus(3);
+  const std::string before = Text("lb_InfoLine");
+  d.bt_OK_MouseMove(1);
+  d.bt_CANCEL_GotFocus(1);
+  EXPECT_EQ(Text("lb_InfoLine"), before);
+}
+
+}  // namespace
+}  // namespace tarv::ui

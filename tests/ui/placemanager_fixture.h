@@ -1,0 +1,53 @@
+// A small atlas for the dialogs: Germany with three timetables, Austria
+// without any, California, and a message sink that answers as told.
+#ifndef TARVPLACES_TESTS_UI_PLACEMANAGER_FIXTURE_H_
+#define TARVPLACES_TESTS_UI_PLACEMANAGER_FIXTURE_H_
+
+#include <string>
+#include <vector>
+
+#include "atlas/country_table.h"
+#include "platform/codepage.h"
+#include "support/atlas_fixture.h"
+#include "tarvplaces/places.h"
+
+namespace tarv::testing {
+
+class DialogAtlasFixture : public AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    SetMessageSink([this](const Message& m) {
+      messages_.push_back(m);
+      return answer_;
+    });
+    State().Language().SetLanguage(kLanguageGerman);
+    WriteCountry("D", {Place("Augsburg", 10.898F, 48.371F, 2), Place("Berlin", 13.405F, 52.52F),
+                       Place("Bonn", 7.1F, 50.73F), Place("M\xFCnchen", 11.575F, 48.137F),
+                       Place("M\xFCnster", 7.63F, 51.96F), Place("Zwickau", 12.5F, 50.72F, 3)});
+    WriteCountry("A", {Place("Graz", 15.44F, 47.07F, 0), Place("Wien", 16.37F, 48.21F, 0)});
+    WriteCountry("USCA", {Place("Los Angeles", -118.24F, 34.05F)});
+    const auto met = Zone("MET");
+    const auto met_s = Zone("MET/S");
+    WriteTimetables("ttx.dao",
+                    {{58, {CentralEuropeanHistory(met, met_s), {{At(1893, 4, 1), met}}, {}}}});
+    InitializeTimeZones("", "Zones13.bin");
+  }
+
+  // The user places of a country, by trimmed name (UTF-8).
+  std::vector<std::string> UserPlaces(const std::string& code) {
+    PlaceList list;
+    Read_Cp_ORTE(PlaceFile(code), list);
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      if (list.refs[i].RecordNo < 0) names.push_back(Utf8FromAnsi(list.places[i].TrimmedName()));
+    }
+    return names;
+  }
+
+  MsgAnswer answer_ = MsgAnswer::kOk;
+};
+
+}  // namespace tarv::testing
+
+#endif  // TARVPLACES_TESTS_UI_PLACEMANAGER_FIXTURE_H_

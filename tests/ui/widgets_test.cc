@@ -1,0 +1,321 @@
+// The Qt dialogs, driven as a user would: through ShowPlacemanager, keys
+// and clicks, on the offscreen platform.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QTreeWidget>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+
+#include "tarvplaces/ui.h"
+#include "ui/dialogs.h"
+#include "ui/placemanager/placemanager_widget.h"
+#include "ui/placemanager_fixture.h"
+#include "ui/timetable/place_timetable_widget.h"
+
+namespace tarv::ui {
+namespace {
+
+using ::testing::ElementsAre;
+
+template <typename T = QWidget>
+T* Find(QWidget& dialog, const char* name) {
+  T* widget = dialog.findChild<T*>(name);
+  EXPECT_NE(widget, nullptr) << name;
+  return widget;
+}
+
+// Runs `act` on the modal dialog as soon as the event loop shows it.
+void WhenShown(std::function<void(QDialog&)> act) {
+  QTimer::singleShot(0, [act] {
+    auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    ASSERT_NE(dialog, nullptr);
+    // Focus events need an active window.
+    dialog->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(dialog));
+    act(*dialog);
+  });
+}
+
+void Click(QWidget& dialog, const char* button) {
+  QTest::mouseClick(Find<QPushButton>(dialog, button), Qt::LeftButton);
+}
+
+std::string TextOf(QWidget& dialog, const char* field) {
+  return Find<QLineEdit>(dialog, field)->text().toStdString();
+}
+
+std::vector<std::string> ListedNames(QWidget& dialog) {
+  std::vector<std::string> names;
+  auto* list = Find<QTreeWidget>(dialog, "li_SuchOrte");
+  for (int i = 0; i < list->topLevelItemCount(); ++i)
+    names.push_back(list->topLevelItem(i)->text(0).toStdString());
+  return names;
+}
+
+class Dialogs : public testing::DialogAtlasFixture {
+ protected:
+  void SetUp() override {
+    DialogAtlasFixture::SetUp();
+    InstallDialogs();
+  }
+  void TearDown() override {
+    SetPlaceManagerFactory(nullptr);
+    DialogAtlasFixture::TearDown();
+  }
+  bool Show(bool new_mode = false) {
+    return places_.ShowPlacemanager(&city_, &country_, &longitude_, &latitude_, &timetable_,
+                                    &index_, new_mode);
+  }
+
+  classPlaces places_;
+  std::string city_ = "München";
+  std::string country_ = "D";
+  float longitude_ = 11.5F, latitude_ = 48.1F;
+  std::int16_t timetable_ = 0, index_ = 0;
+};
+
+TEST_F(Dialogs, EveryControlOfTheModelHasItsWidget) {
+  PlacemanagerWidget dialog;
+  for (const auto& [name, state] : dialog.model().Controls()) {
+    EXPECT_NE(dialog.findChild<QWidget*>(QString::fromStdString(name)), nullptr) << name;
+  }
+  PlaceTimetableWidget chooser("D", 1);
+  for (const auto& [name, state] : chooser.model().Controls()) {
+    EXPECT_NE(chooser.findChild<QWidget*>(QString::fromStdString(name)), nullptr) << name;
+  }
+}
+
+TEST_F(Dialogs, TypedPlaceWithReturnIsFoundAndReturnedOnOk) {
+  WhenShown([](QDialog& d) {
+    EXPECT_EQ(d.windowTitle(), "Orteverwaltung");
+    EXPECT_EQ(TextOf(d, "tb_Eingabe_3"), "München");
+    QLineEdit* search = Find<QComboBox>(d, "cb_Eingabe_3")->lineEdit();
+    QTest::keyClicks(search, "ber");
+    QTest::keyClick(search, Qt::Key_Return);
+    EXPECT_THAT(ListedNames(d), ElementsAre("Berlin"));
+    EXPECT_EQ(TextOf(d, "tb_Eingabe_3"), "Berlin");
+    EXPECT_TRUE(d.isVisible());  // Return searched, it did not close the dialog
+    Click(d, "bt_OK_0");
+  });
+  EXPECT_TRUE(Show());
+  EXPECT_EQ(city_, "Berlin");
+  EXPECT_EQ(country_, "D");
+  EXPECT_NEAR(longitude_, 13.405, 1e-3);
+  EXPECT_EQ(index_, 2);
+}
+
+TEST_F(Dialogs, LetterFilterByKeyboard) {
+  WhenShown([](QDialog& d) {
+    auto* letters = Find<QComboBox>(d, "cb_ABC");
+    letters->setFocus();
+    QTest::keyClick(letters, Qt::Key_Up);  // from "M" to "L": no places, so all of them
+    EXPECT_EQ(letters->currentText(), "Alle");
+    EXPECT_EQ(ListedNames(d).size(), 6U);
+    QTest::keyClick(letters, Qt::Key_Down);  // "A"
+    EXPECT_THAT(ListedNames(d), ElementsAre("Augsburg"));
+    EXPECT_EQ(Find<QLabel>(d, "lb_AnzOrte")->text(), "1 Ort");
+    // Moving in the list loads the place.
+    auto* list = Find<QTreeWidget>(d, "li_SuchOrte");
+    list->setFocus();
+    QTest::keyClick(list, Qt::Key_Home);
+    EXPECT_EQ(TextOf(d, "tb_Eingabe_3"), "Augsburg");
+    EXPECT_EQ(TextOf(d, "tb_Eingabe_7"), "2");
+    QTest::keyClick(list, Qt::Key_Escape);
+  });
+  EXPECT_FALSE(Show());
+}
+
+TEST_F(Dialogs, CancelLeavesTheArgumentsUnchanged) {
+  city_ = "München.";
+  WhenShown([](QDialog& d) {
+    EXPECT_EQ(TextOf(d, "tb_Eingabe_3"), "München");
+    QTest::keyClicks(Find(d, "tb_Eingabe_5"), "9");
+    Click(d, "bt_CANCEL_0");
+  });
+  EXPECT_FALSE(Show());
+  EXPECT_EQ(city_, "München.");
+  EXPECT_FLOAT_EQ(longitude_, 11.5F);
+  EXPECT_EQ(index_, 0);
+  EXPECT_TRUE(UserPlaces("D").empty());
+  EXPECT_TRUE(messages_.empty());
+}
+
+TEST_F(Dialogs, EscapeWhileEditingKeepsTheDialogOpen) {
+  WhenShown([](QDialog& d) {
+    Click(d, "bt_Action_3");
+    auto* name = Find<QLineEdit>(d, "tb_Eingabe_3");
+    EXPECT_TRUE(Find(d, "bt_OK_1")->isVisible());
+    EXPECT_FALSE(Find(d, "bt_OK_0")->isVisible());
+    QTest::keyClick(name, Qt::Key_Escape);
+    EXPECT_TRUE(d.isVisible());
+    d.close();  // the window's own close is refused too
+    EXPECT_TRUE(d.isVisible());
+    Click(d, "bt_CANCEL_1");
+    QTest::keyClick(name, Qt::Key_Escape);
+    EXPECT_FALSE(d.isVisible());
+  });
+  EXPECT_FALSE(Show());
+}
+
+TEST_F(Dialogs, NewPlaceEnteredToTheEndIsInTheUserFile) {
+  WhenShown([](QDialog& d) {
+    Click(d, "bt_Action_1");
+    EXPECT_EQ(Find<QPushButton>(d, "bt_OK_1")->text(), "&Weiter");
+    EXPECT_FALSE(Find<QLabel>(d, "lb_InfoGuide")->text().isEmpty());
+    Click(d, "bt_OK_1");
+    EXPECT_FALSE(Find(d, "pn_Eingabe_3")->isVisible());
+    Click(d, "bt_OK_1");
+    EXPECT_EQ(Find<QPushButton>(d, "bt_OK_1")->text(), "&Fertig");
+    auto* name = Find<QLineEdit>(d, "tb_Eingabe_3");
+    QTest::keyClicks(name, "Garching");
+    auto* longitude = Find<QLineEdit>(d, "tb_Eingabe_5");
+    longitude->selectAll();
+    QTest::keyClicks(longitude, "11.65");
+    QTest::keyClick(longitude, Qt::Key_Return);
+    EXPECT_EQ(longitude->text(), "011E39' 00\"");
+    QTest::keyClick(longitude, Qt::Key_Up);  // one arc minute further east
+    EXPECT_EQ(longitude->text(), "011E40' 00\"");
+    Click(d, "bt_OK_1");
+  });
+  EXPECT_TRUE(Show(true));
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Garching"));
+  EXPECT_EQ(city_, "Garching");
+  EXPECT_NEAR(longitude_, 11.0 + 40.0 / 60, 1e-4);
+  EXPECT_EQ(timetable_, 1);
+  EXPECT_LT(index_, 0);
+}
+
+TEST_F(Dialogs, MessagesGoThroughTheSink) {
+  WhenShown([](QDialog& d) {
+    Click(d, "bt_Action_1");
+    Click(d, "bt_OK_1");
+    Click(d, "bt_OK_1");
+    Click(d, "bt_OK_1");  // no name
+    EXPECT_TRUE(d.isVisible());
+    QTest::keyClick(Find(d, "tb_Eingabe_3"), Qt::Key_Escape);
+    EXPECT_TRUE(d.isVisible());
+    for (int i = 0; i < 3; ++i)
+      Click(d, "bt_CANCEL_1");  // back to step 2, 1, then out: the dialog ends
+  });
+  EXPECT_FALSE(Show(true));
+  ASSERT_EQ(messages_.size(), 1U);
+  EXPECT_EQ(messages_[0].text, "Es muß ein Ort eingegeben werden!");
+}
+
+TEST_F(Dialogs, TimetableChooserSetsThePlacesTimetable) {
+  WhenShown([](QDialog& d) {
+    WhenShown([](QDialog& chooser) {
+      EXPECT_EQ(chooser.objectName(), "DlgPlaceTimetable");
+      auto* timetables = Find<QListWidget>(chooser, "li_TT_Nr");
+      EXPECT_EQ(timetables->currentRow(), 0);
+      timetables->setCurrentRow(1);
+      EXPECT_EQ(Find<QListWidget>(chooser, "li_Zeittabelle")->count(), 2);
+      Find<QListWidget>(chooser, "li_Zeittabelle")->setCurrentRow(1);
+      EXPECT_EQ(Find<QLabel>(chooser, "lb_Zeittabelle")->text(),
+                "Ortszeit: Middle European Time  (MET)");
+      QTest::keyClick(timetables, Qt::Key_Return);
+    });
+    Click(d, "bt_Action_5");
+    EXPECT_EQ(TextOf(d, "tb_Eingabe_7"), "2");
+    EXPECT_EQ(Find<QPushButton>(d, "bt_OK_1")->text(), "Eingabe OK");
+    Click(d, "bt_OK_1");
+    Click(d, "bt_OK_0");
+  });
+  EXPECT_TRUE(Show());
+  EXPECT_EQ(timetable_, 2);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
+}
+
+TEST_F(Dialogs, WindowCloseWithPendingChangesAsksAndMayStay) {
+  answer_ = MsgAnswer::kCancel;
+  WhenShown([this](QDialog& d) {
+    auto* name = Find<QLineEdit>(d, "tb_Eingabe_3");
+    name->selectAll();
+    QTest::keyClicks(name, "Neuhausen");
+    d.close();
+    EXPECT_TRUE(d.isVisible());
+    answer_ = MsgAnswer::kNo;
+    d.close();
+    EXPECT_FALSE(d.isVisible());
+  });
+  EXPECT_TRUE(Show());  // closed by the window, not cancelled
+  EXPECT_EQ(messages_.size(), 2U);
+  EXPECT_TRUE(UserPlaces("D").empty());
+  EXPECT_EQ(city_, "München");
+}
+
+TEST_F(Dialogs, OwnerWindowOwnsTheDialog) {
+  QWidget owner;
+  owner.show();
+  WhenShown([&owner](QDialog& d) {
+    EXPECT_EQ(d.parentWidget(), &owner);
+    Click(d, "bt_OK_0");
+  });
+  EXPECT_TRUE(places_.ShowPlacemanager(&city_, &country_, nullptr, nullptr, nullptr, nullptr, false,
+                                       kModal, owner.winId()));
+}
+
+TEST_F(Dialogs, HelpLineFollowsTheFocus) {
+  State().Language().SetLanguage(kLanguageEnglish);
+  WhenShown([](QDialog& d) {
+    Find(d, "tb_Eingabe_14")->setFocus();
+    EXPECT_EQ(Find<QLabel>(d, "lb_InfoLine")->text(),
+              "This is the shortcut of the actual country. (Can not be changed).");
+    QTest::keyClick(Find(d, "tb_Eingabe_14"), Qt::Key_Return,
+                    Qt::ControlModifier | Qt::ShiftModifier);
+  });
+  EXPECT_TRUE(Show());
+}
+
+// Pictures of both dialogs in both languages, for anyone to look at.
+TEST_F(Dialogs, PicturesInBothLanguages) {
+  const std::filesystem::path folder = TARV_SCREENSHOT_DIR;
+  std::filesystem::create_directories(folder);
+  const bool real =
+      std::filesystem::exists(std::filesystem::path(TARV_DEFAULT_ATLAS) / "Country.dat");
+  if (real) {
+    ResetProcessState();
+    State().places_path = TARV_DEFAULT_ATLAS;
+  }
+  for (const auto& [language, suffix] :
+       {std::pair{kLanguageGerman, "de"}, std::pair{kLanguageEnglish, "en"}}) {
+    State().Language().SetLanguage(language);
+    const auto manager = folder / (std::string("placemanager-") + suffix + ".png");
+    const auto chooser = folder / (std::string("timetable-") + suffix + ".png");
+    EXPECT_TRUE(SavePlaceManagerPicture("München", "D", manager.string()));
+    EXPECT_TRUE(SaveTimetableChooserPicture("D", 1, chooser.string()));
+    EXPECT_GT(std::filesystem::file_size(manager), 10000U);
+    EXPECT_GT(std::filesystem::file_size(chooser), 3000U);
+  }
+  EXPECT_FALSE(SaveTimetableChooserPicture("D", 1, (folder / "missing" / "x.png").string()));
+}
+
+}  // namespace
+}  // namespace tarv::ui
+
+// The offscreen platform's note on every dialog shown is noise here.
+void DropPlatformNotes(QtMsgType type, const QMessageLogContext& /*context*/,
+                       const QString& message) {
+  if (type == QtWarningMsg && message.contains("propagateSizeHints")) return;
+  std::fputs(qPrintable(message + '\n'), stderr);
+}
+
+int main(int argc, char** argv) {
+  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  qInstallMessageHandler(DropPlatformNotes);
+  QApplication app(argc, argv);
+  ::testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

@@ -13,7 +13,10 @@ function(tarv_set_warnings target)
   if(TARV_SANITIZE)
     # The sanitizers' instrumentation hides initialisation from GCC's flow
     # analysis; -Wmaybe-uninitialized then fires on std::optional members.
-    target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+    # Clang has no such warning and rejects the flag.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+    endif()
     target_compile_options(${target} PRIVATE -fsanitize=address,undefined
                            -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=address,undefined)

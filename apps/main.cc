@@ -116,7 +116,7 @@ double ParseCoordinate(const std::string& text, const char* what) {
 
 class Atlas {
  public:
-  explicit Atlas(const Options& options) : options_(options) {
+  explicit Atlas(const Options& options) {
     const std::filesystem::path folder = options.atlas;
     if (options.atlas.empty() || !std::filesystem::exists(folder / "Country.dat")) {
       throw Exit{
@@ -176,7 +176,6 @@ class Atlas {
   }
 
  private:
-  const Options& options_;
   tarv::classPlaces places_;
 };
 

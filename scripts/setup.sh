@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the build needs on Debian 12. Idempotent and quiet: packages
 # already present are not fetched again. Run as root (or with sudo available).
+# With --fuzz, also clang and its libFuzzer runtime (scripts/run-fuzz.sh).
 set -euo pipefail
 
 PACKAGES=(
@@ -11,6 +12,7 @@ PACKAGES=(
   tzdata locales
   qt6-base-dev fonts-dejavu-core
 )
+if [ "${1:-}" = "--fuzz" ]; then PACKAGES+=(clang libclang-rt-14-dev); fi
 # npm fetches the open data; a machine that has it already keeps its own.
 command -v npm >/dev/null 2>&1 || PACKAGES+=(nodejs npm)
 

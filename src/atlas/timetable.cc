@@ -1,6 +1,7 @@
 #include "atlas/timetable.h"
 
 #include <cmath>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -35,8 +36,12 @@ bool IsBlockMarker(double datum) {
   return !IsSectionMarker(datum) && datum <= -kBlockMarkerStep &&
          std::fmod(-datum, kBlockMarkerStep) == 0.0;
 }
-std::int64_t SectionNumber(double datum) {
-  return static_cast<std::int64_t>(std::floor(std::fabs(datum) / kSectionMarkerStep));
+// The country a section marker opens. Country numbers are 16-bit; a marker
+// beyond them (an infinite one too) opens no country's section.
+std::optional<std::int16_t> SectionCountry(double datum) {
+  const double number = std::floor(std::fabs(datum) / kSectionMarkerStep);
+  if (!(number <= std::numeric_limits<std::int16_t>::max())) return std::nullopt;
+  return static_cast<std::int16_t>(number);
 }
 
 // Where each country's section starts in one expanded timetable image.
@@ -60,15 +65,16 @@ class SectionIndex {
  private:
   struct File {
     std::shared_ptr<const std::string> image;
-    std::map<std::int64_t, std::int32_t> sections;
+    std::map<std::int16_t, std::int32_t> sections;
   };
-  static std::map<std::int64_t, std::int32_t> Scan(std::string_view image) {
-    std::map<std::int64_t, std::int32_t> sections;
+  static std::map<std::int16_t, std::int32_t> Scan(std::string_view image) {
+    std::map<std::int16_t, std::int32_t> sections;
     for (std::size_t at = 0; at + kTimetableRecordSize <= image.size();
          at += kTimetableRecordSize) {
       const double datum = DecodeFloat64(image, at);
-      if (IsSectionMarker(datum))
-        sections.emplace(SectionNumber(datum), static_cast<std::int32_t>(at));
+      if (!IsSectionMarker(datum)) continue;
+      if (const auto country = SectionCountry(datum))
+        sections.emplace(*country, static_cast<std::int32_t>(at));
     }
     return sections;
   }

@@ -105,7 +105,10 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   const auto file = UserFileOf(place.CountryId);
   if (!file) return 0;
   const std::string name = CleanName(place.Place);
-  if (name.empty() || name.front() == kDeletedMark) return 0;
+  // The user file is read through the LZ service: a first record that
+  // begins with the SZDD magic would make the whole file read as damaged
+  // compressed data.
+  if (name.empty() || name.front() == kDeletedMark || StartsWithSzddMagic(name)) return 0;
   PlaceRecord added = place.Place;
   added.SetName(name);
   const std::string wanted(added.NameField());

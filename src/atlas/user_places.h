@@ -25,8 +25,9 @@ struct UserPlace {
 // Adds `place` to its country's user file and returns -1 (true), also when
 // the user file already holds a place of that name (any case; nothing is
 // written then). Returns 0 when the country table is not loaded, the country
-// is unknown, or the name is empty after trimming or begins with "@" (the
-// mark of a deleted record). Control characters in the name (TAB, CR, LF...)
+// is unknown, or the name is empty after trimming, begins with "@" (the mark
+// of a deleted record) or with the eight bytes of the SZDD magic (which
+// would make the plain user file read as compressed). Control characters in the name (TAB, CR, LF...)
 // become blanks and the name is cut to 28 characters. Records are kept
 // sorted by their bytes, deleted ones included (each keeps its place), and
 // the index gets an entry wherever the upper-cased first character changes.

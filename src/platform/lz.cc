@@ -356,6 +356,10 @@ bool ReadWholeFile(const std::filesystem::path& file, std::size_t expected, std:
 
 }  // namespace
 
+bool StartsWithSzddMagic(std::string_view bytes) noexcept {
+  return HasSzddMagic(bytes);
+}
+
 std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
   error = 0;
   if (!HasSzddMagic(file_bytes)) return std::string(file_bytes);

@@ -104,6 +104,10 @@ void ForgetExpandedImage(const std::string& path);
 // Drops every cached image.
 void ClearExpandedImages();
 
+// True when `bytes` begin with the SZDD magic, so that every reader expands
+// them rather than reading them as they stand.
+bool StartsWithSzddMagic(std::string_view bytes) noexcept;
+
 // Expands SZDD data held in memory: the expanded bytes with 0 in `error`, or
 // "" and a negative LZERROR code. Data without the SZDD magic comes back as it
 // stands; with the magic, a header shorter than 14 bytes or an absurd length

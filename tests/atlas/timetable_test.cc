@@ -115,6 +115,17 @@ TEST_F(TimetableTest, HostileFilesDoNotCrash) {
   ZoneAt("D", 1, At(1950, 1, 1));
 }
 
+TEST_F(TimetableTest, SectionMarkerBeyondTheCountryNumbersOpensNoSection) {
+  // Such a date has no integer country number; the sections after it count.
+  std::string bytes;
+  for (const double marker : {-1e300, -std::numeric_limits<double>::infinity()}) {
+    AppendFloat64(bytes, marker);
+    AppendInt16(bytes, 0);
+  }
+  folder_.Write("ttx.dao", bytes + EncodeTimetableFile({{58, {{{At(1900, 1, 1), met_}}}}}));
+  EXPECT_EQ(Read(58, 1).size(), 2U);
+}
+
 TEST_F(TimetableTest, ZoneBefore2000ComesFromTheHistory) {
   EXPECT_EQ(ZoneName("D", 1, At(1850, 1, 1)), "LMT");
   EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");

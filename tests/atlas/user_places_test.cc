@@ -79,6 +79,17 @@ TEST_F(UserPlacesTest, BadNamesAreRefusedOrCleaned) {
   EXPECT_NE(file.find(std::string(28, 'x')), std::string::npos);
 }
 
+TEST_F(UserPlacesTest, NameStartingLikeACompressedFileIsRefused) {
+  // Sorted first, it would make the plain user file read as SZDD data and
+  // hide every user place of the country.
+  const std::string magic("SZDD\x88\xF0\x27\x33", 8);
+  EXPECT_EQ(Add(magic + "dorf"), 0);
+  EXPECT_EQ(Add("  " + magic), 0);
+  EXPECT_EQ(Add("Zell"), -1);
+  EXPECT_EQ(SearchandStorePlaces("D", "Zell"), 1);
+  EXPECT_EQ(Add("SZDD"), -1);  // only the whole mark is refused
+}
+
 TEST_F(UserPlacesTest, DeleteMarksTheRecordAndKeepsTheLength) {
   Add("Adorf");
   Add("Bonn");

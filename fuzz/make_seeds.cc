@@ -1,0 +1,209 @@
+// Writes the seed corpora of the fuzz targets into fuzz/corpus/<target>/
+// from the project's own writers and the tests' sample atlas, in each
+// target's input format (see the targets' opening comments):
+//   tarv_fuzz_seeds <corpus folder> <folder of sample SZDD files>
+// The sample SZDD files are copied as they are.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "atlas/place_file_writer.h"
+#include "atlas/process_state.h"
+#include "atlas/timetable.h"
+#include "fuzz_support.h"
+#include "platform/lz.h"
+#include "support/country_fixture.h"
+#include "util/bytes.h"
+#include "util/degrees.h"
+#include "util/serial_date.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using namespace tarv;
+using fuzz::JoinParts;
+
+fs::path g_corpus;
+
+void Save(const std::string& target, const std::string& name, const std::string& bytes) {
+  const fs::path folder = g_corpus / target;
+  fs::create_directories(folder);
+  std::ofstream out(folder / name, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+PlaceRecord Place(const std::string& name, float longitude, float latitude,
+                  std::int16_t timetable = 1) {
+  PlaceRecord p;
+  p.SetName(name);
+  p.Longitude = longitude;
+  p.Latitude = latitude;
+  p.Timetable = timetable;
+  return p;
+}
+
+double At(int year, int month, int day, int hour = 0, int minute = 0) {
+  return SerialOf({year, month, day, hour, minute, 0});
+}
+
+std::string Doubles(const std::vector<double>& values) {
+  std::string bytes;
+  for (const double v : values)
+    AppendFloat64(bytes, v);
+  return bytes;
+}
+
+std::string Option(int bits) {
+  return std::string(1, static_cast<char>(bits));
+}
+
+void SzddSeeds(const fs::path& samples) {
+  for (const auto& entry : fs::directory_iterator(samples)) {
+    const auto ext = entry.path().extension();
+    if (ext == ".tx_" || ext == ".txt")
+      fs::copy_file(entry.path(), g_corpus / "szdd_fuzzer" / entry.path().filename(),
+                    fs::copy_options::overwrite_existing);
+  }
+  std::vector<PlaceRecord> places = {Place("Berlin", 13.41F, 52.52F, 3),
+                                     Place("Bernau", 13.58F, 52.68F)};
+  Save("szdd_fuzzer", "places.da_", CompressSzdd(EncodePlaceFile(places), 'o'));
+  std::string text;
+  for (int i = 0; i < 40; ++i)
+    text += "Zeile " + std::to_string(i) + ": Berlin Bernau Bonn\r\n";
+  Save("szdd_fuzzer", "text.tx_", CompressSzdd(text, 't'));
+  Save("szdd_fuzzer", "empty.tx_", CompressSzdd("", 't'));
+}
+
+void CountrySeeds() {
+  const auto lines = testing::SampleCountryLines();
+  Save("country_file_fuzzer", "sample", Option(0) + testing::JoinCrLf(lines));
+  Save("country_file_fuzzer", "sample_sorted", Option(1) + testing::JoinCrLf(lines));
+  std::string lf;
+  for (std::size_t i = 0; i < 3; ++i)
+    lf += lines[i] + "\n";
+  Save("country_file_fuzzer", "three_lf", Option(0) + lf);
+  Save("country_file_fuzzer", "short_line", Option(0) + "58\tDeutschland\tD\r\n");
+}
+
+void ZoneSeeds() {
+  const std::string& zones = fuzz::ProjectZoneFile();
+  Save("zone_file_fuzzer", "zones13", zones);
+  Save("zone_file_fuzzer", "first_60", zones.substr(0, 60 * kZoneRecordSize));
+  Save("zone_file_fuzzer", "last_3", zones.substr(zones.size() - 3 * kZoneRecordSize));
+}
+
+void PlaceSeeds() {
+  std::vector<PlaceRecord> places = {Place("M\xFCnchen", 11.57549F, 48.13743F, 1),
+                                     Place("Aachen", 6.08F, 50.77F, 2),
+                                     Place("Bach", 9.0F, 48.0F),
+                                     Place("Bad Aibling", 12.0F, 47.86F),
+                                     Place("Berlin", 13.41F, 52.52F, 3),
+                                     Place("'s-Hertogenbosch", 5.3F, 51.7F),
+                                     Place("Zwickau", 12.5F, 50.72F)};
+  SortForPlaceFile(places);
+  std::vector<PlaceRecord> user = {Place("@dorf", 1, 1), Place("Adorf", 12.26F, 50.32F),
+                                   Place("Berlin", 13.0F, 52.0F, 9)};
+  const std::string searches = "Berlin\nba*\nM?nch*\nMunchen\n_Bach\n48N08 11E34";
+  Save("place_file_fuzzer", "compressed",
+       JoinParts({Option(1), EncodePlaceFile(places), EncodePlaceIndex(places), searches}));
+  Save("place_file_fuzzer", "plain_with_user",
+       JoinParts({Option(2), EncodePlaceFile(places), EncodePlaceIndex(places),
+                  "  Bad-Aibling.. \nberlin\nAdorf\n*", EncodePlaceFile(user),
+                  EncodePlaceIndex(user)}));
+  Save("place_file_fuzzer", "szdd_as_stored",
+       JoinParts({Option(0), CompressSzdd(EncodePlaceFile(places), 'o'), EncodePlaceIndex(places),
+                  "Zwickau\n1Graz\nBad (Aibling)"}));
+}
+
+void TimetableSeeds() {
+  fuzz::PrepareAtlas(true);
+  const auto zone = [](const char* name) { return GetTimezoneId(name); };
+  InitializeTimeZones("", "Zones13.bin");
+  const std::int16_t met = zone("MET");
+  const std::int16_t met_s = zone("MET/S");
+  std::vector<TimetableEntry> europe = {{At(1893, 4, 1), met}};
+  const int march[] = {31, 30, 29, 28};
+  const int october[] = {27, 26, 25, 31};
+  for (int y = 1996; y <= 1999; ++y) {
+    europe.push_back({At(y, 3, march[y - 1996], 2), met_s});
+    europe.push_back({At(y, 10, october[y - 1996], 3), met});
+  }
+  const std::vector<TimetableEntry> france = {
+      {At(1911, 3, 11), zone("GMT")}, {At(1976, 5, 28, 1), zone("WET/S")}, {At(1976, 9, 26), met}};
+  const std::string ttx = EncodeTimetableFile({{58, {europe, {{At(1900, 1, 1), met}}, {}}},
+                                               {40, {france}},
+                                               {3, {{{At(1911, 3, 11), zone("GMT")}}}}});
+  const std::string usa =
+      EncodeTimetableFile({{200, {{{At(1883, 11, 18, 12), zone("PST")}, {1.0, 140}}}}});
+  Save("timetable_fuzzer", "europe_compressed", JoinParts({Option(1), ttx}));
+  Save("timetable_fuzzer", "europe_dates",
+       JoinParts(
+           {Option(0), CompressSzdd(ttx, 'o'),
+            Doubles({At(1997, 7, 1), At(1997, 3, 30, 2, 30), At(2020, 7, 1), At(1976, 5, 30)})}));
+  Save("timetable_fuzzer", "usa", JoinParts({Option(3), usa, Doubles({At(1950, 1, 1)})}));
+  ResetProcessState();
+}
+
+void DegreeSeeds() {
+  const auto numbers = [](double value, std::int16_t flags) {
+    std::string bytes;
+    AppendFloat64(bytes, value);
+    AppendInt16(bytes, flags);
+    return bytes;
+  };
+  Save("degrees_fuzzer", "latitude", JoinParts({"48N08' 15\"", numbers(48.1375, kLatitudeFlags)}));
+  Save("degrees_fuzzer", "longitude", JoinParts({"0113415E", numbers(-11.57, kLongitudeFlags)}));
+  Save("degrees_fuzzer", "exponent", JoinParts({"1.5E-05", numbers(59.99999, 5 + kUnitMarksFlag)}));
+  Save("degrees_fuzzer", "south_words",
+       JoinParts({"-33 30,5 S\xFC"
+                  "d",
+                  numbers(-33.5, 11 + kLatitudeFlag + kHemisphereWordFlag)}));
+  Save("degrees_fuzzer", "signed", JoinParts({"4830.5", numbers(179.9999, 17 + kSignSwitchFlag)}));
+}
+
+void SearchSeeds() {
+  Save("search_pattern_fuzzer", "accents", "M\xFCnchen\nMunchen\nM\xDCNCHEN\nMuenchen");
+  Save("search_pattern_fuzzer", "folding", "]Munch*\nM\xFCnchen\nMunich");
+  Save("search_pattern_fuzzer", "wildcards", "B?r*n\nBerlin\nBernau\nBremen\nBad Aibling");
+  Save("search_pattern_fuzzer", "sets", "[A-C]*[!x]\nAachen\nBach\nZwickau\n[]");
+  Save("search_pattern_fuzzer", "apostrophe",
+       "'s-Hertogenbosch\n's Hertogenbosch\nSt. Gallen\nSt Gallen");
+}
+
+void UserPlaceSeeds() {
+  const auto call = [](int op, const std::string& name) {
+    return std::string(1, static_cast<char>(op)) + std::string(1, static_cast<char>(name.size())) +
+           name;
+  };
+  Save("user_places_fuzzer", "adds",
+       call(0, "Zell") + call(0, "Bonn") + call(0, "Aalen") + call(0, "Bad T\xF6lz") +
+           call(0, "bonn"));
+  Save("user_places_fuzzer", "delete",
+       call(1, "Graz") + call(1, "Wien") + call(5, "Graz") + call(1, "Graz"));
+  Save("user_places_fuzzer", "odd_names",
+       call(2, "  ") + call(2, "@dorf") + call(2, "Tab\tName\r\n") +
+           call(2, "A name much longer than twenty-eight bytes") + call(3, "Nowhere"));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: %s <corpus folder> <folder of sample SZDD files>\n", argv[0]);
+    return 2;
+  }
+  g_corpus = argv[1];
+  fs::create_directories(g_corpus / "szdd_fuzzer");
+  SzddSeeds(argv[2]);
+  CountrySeeds();
+  ZoneSeeds();
+  PlaceSeeds();
+  TimetableSeeds();
+  DegreeSeeds();
+  SearchSeeds();
+  UserPlaceSeeds();
+  return 0;
+}

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets everything up, builds with warnings as errors, builds the default atlas
-# from open data, and runs every test: once in the debug build and once under
-# AddressSanitizer and UndefinedBehaviorSanitizer.
+# from open data, and runs every test: once in the debug build, once under
+# AddressSanitizer and UndefinedBehaviorSanitizer, and then every fuzz target
+# for 30 seconds (FUZZ_SECONDS to change it, 0 to skip).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -20,3 +21,8 @@ for preset in default asan; do
   echo "== $preset tests"
   ctest --preset "$preset"
 done
+
+if [ "${FUZZ_SECONDS:-30}" != 0 ]; then
+  echo "== fuzzing"
+  bash scripts/run-fuzz.sh "${FUZZ_SECONDS:-30}"
+fi

@@ -188,6 +188,7 @@ bool InitializeCountries(std::string path, const std::string& file_name, bool so
   }
   state.countries = std::move(table);
   state.countries_loaded = true;
+  state.TablesChanged();
   return result;
 }
 
@@ -208,12 +209,9 @@ std::string GetInternalCountryAbbreviation(std::string_view code) {
   return Trim(code);
 }
 
-std::int16_t GetCountryID(std::string_view code) {
-  const auto* table = LoadedCountries();
-  if (table == nullptr) return 0;
-  const std::string mapped = GetInternalCountryAbbreviation(code);
-  if (mapped.empty() || mapped == "*" || mapped == std::string(1, '\0')) return 0;
+namespace {
 
+std::int16_t ScanForCountryID(const std::vector<CountryRecord>& table, const std::string& mapped) {
   const WildcardPattern prefix(mapped + "*");
   using Test = bool (*)(const CountryRecord&, const std::string&, const WildcardPattern&);
   static constexpr std::array<Test, 4> kScans = {
@@ -231,11 +229,31 @@ std::int16_t GetCountryID(std::string_view code) {
       },
   };
   for (const Test test : kScans) {
-    for (std::size_t i = 1; i < table->size(); ++i) {
-      if (test((*table)[i], mapped, prefix)) return (*table)[i].CountryId;
+    for (std::size_t i = 1; i < table.size(); ++i) {
+      if (test(table[i], mapped, prefix)) return table[i].CountryId;
     }
   }
   return 0;
+}
+
+// Codes asked for are few, and every lookup of a place or zone asks again.
+constexpr std::size_t kMaxRememberedCodes = 4096;
+
+}  // namespace
+
+std::int16_t GetCountryID(std::string_view code) {
+  const auto* table = LoadedCountries();
+  if (table == nullptr) return 0;
+  auto& known = State().country_ids;
+  const std::string key(code);
+  if (const auto it = known.find(key); it != known.end()) return it->second;
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  const std::int16_t id = mapped.empty() || mapped == "*" || mapped == std::string(1, '\0')
+                              ? std::int16_t{0}
+                              : ScanForCountryID(*table, mapped);
+  if (known.size() >= kMaxRememberedCodes) known.clear();
+  known.emplace(key, id);
+  return id;
 }
 
 std::int16_t GetCountryIndexOfID(std::int32_t id) {

@@ -1,6 +1,15 @@
 #include "atlas/process_state.h"
 
+#include <atomic>
+
 namespace tarv {
+
+void ProcessState::TablesChanged() {
+  static std::atomic<std::uint64_t> versions{0};
+  tables_version = ++versions;
+  country_ids.clear();
+  zone_ids.clear();
+}
 
 ProcessState& State() {
   static ProcessState state;

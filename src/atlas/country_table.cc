@@ -257,27 +257,50 @@ std::int16_t GetCountryID(std::string_view code) {
 }
 
 std::int16_t GetCountryIndexOfID(std::int32_t id) {
+  auto& known = State().country_indexes;
+  if (const auto it = known.find(id); it != known.end()) return it->second;
   const auto& table = State().countries;
+  std::int16_t index = 0;
   for (std::size_t i = 0; i < table.size(); ++i) {
-    if (table[i].CountryId == id) return static_cast<std::int16_t>(i);
+    if (table[i].CountryId == id) {
+      index = static_cast<std::int16_t>(i);
+      break;
+    }
   }
-  return 0;
+  if (known.size() >= kMaxRememberedCodes) known.clear();
+  known.emplace(id, index);
+  return index;
 }
 
-std::int16_t GetContinentID(std::string_view code) {
-  const auto* table = LoadedCountries();
-  if (table == nullptr || table->size() < kContinentRecords) return 0;
+namespace {
+
+std::int16_t ScanForContinentID(const std::vector<CountryRecord>& table, std::string_view code) {
   const std::string mapped = GetInternalCountryAbbreviation(UCase(code));
-  const auto continents = std::prev(table->end(), kContinentRecords);
-  for (auto it = continents; it != table->end(); ++it) {
+  const auto continents = std::prev(table.end(), kContinentRecords);
+  for (auto it = continents; it != table.end(); ++it) {
     if (UCase(it->Continent) == mapped) return it->ContinentID;
   }
   auto first_five = [](std::string s) { return (s + "     ").substr(0, 5); };
   const std::string key = first_five(mapped);
-  for (auto it = continents; it != table->end(); ++it) {
+  for (auto it = continents; it != table.end(); ++it) {
     if (first_five(UCase(it->Continent)) == key) return it->ContinentID;
   }
   return 0;
+}
+
+}  // namespace
+
+std::int16_t GetContinentID(std::string_view code) {
+  const auto* table = LoadedCountries();
+  if (table == nullptr || table->size() < kContinentRecords) return 0;
+  // Every search asks whether its code names a continent.
+  auto& known = State().continent_ids;
+  const std::string key(code);
+  if (const auto it = known.find(key); it != known.end()) return it->second;
+  const std::int16_t id = ScanForContinentID(*table, code);
+  if (known.size() >= kMaxRememberedCodes) known.clear();
+  known.emplace(key, id);
+  return id;
 }
 
 bool IsUSA(std::string_view code) {

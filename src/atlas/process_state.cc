@@ -8,6 +8,8 @@ void ProcessState::TablesChanged() {
   static std::atomic<std::uint64_t> versions{0};
   tables_version = ++versions;
   country_ids.clear();
+  continent_ids.clear();
+  country_indexes.clear();
   zone_ids.clear();
 }
 

@@ -29,9 +29,12 @@ struct ProcessState {
   bool zones_loaded = false;
 
   // Lookups answered from the tables, remembered until a table is loaded
-  // again: country numbers by the code or title asked for, zone identifiers
-  // by normalized abbreviation.
+  // again: country and continent numbers by the code or title asked for,
+  // table positions by country number, zone identifiers by normalized
+  // abbreviation.
   std::unordered_map<std::string, std::int16_t> country_ids;
+  std::unordered_map<std::string, std::int16_t> continent_ids;
+  std::unordered_map<std::int32_t, std::int16_t> country_indexes;
   std::unordered_map<std::string, std::int16_t> zone_ids;
   // A number no earlier load of the tables had, in this state or another,
   // for caches outside the state that derive from the tables.

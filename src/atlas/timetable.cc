@@ -1,5 +1,6 @@
 #include "atlas/timetable.h"
 
+#include <array>
 #include <cmath>
 #include <map>
 #include <memory>
@@ -163,25 +164,36 @@ class HistoryCache {
  public:
   std::shared_ptr<const Entries> Get(const CountryRecord& country, std::int32_t number) {
     const bool usa = IsUSA(country.CountryShort);
-    const std::string file = AtlasFolder("") + (usa ? "TTUSA.dao" : "ttx.dao");
+    const ProcessState& state = State();
+    const Key key{usa, country.CountryId, number};
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (state.places_path != folder_) {
+      // Another atlas: its files have other names and other contents.
+      folder_ = state.places_path;
+      files_ = {AtlasFolder("") + "ttx.dao", AtlasFolder("") + "TTUSA.dao"};
+      entries_.clear();
+    }
+    const std::string file = files_[usa ? 1 : 0];
+    lock.unlock();
     std::int32_t error = 0;
     // The version the entries belong to; a missing file has none.
     auto image = ExistingImage(file, error);
-    const ProcessState& state = State();
     const bool cacheable = error == 0 && state.countries_loaded && state.zones_loaded;
-    const Key key{file, country.CountryId, number};
     const std::uint64_t tables = state.tables_version;
     if (cacheable) {
-      const std::lock_guard<std::mutex> lock(mutex_);
+      lock.lock();
       const auto it = entries_.find(key);
       if (it != entries_.end() && it->second.image == image && it->second.tables == tables) {
         return it->second.entries;
       }
+      lock.unlock();
     }
+    // Read without the lock: a damaged file shows a message, and the host's
+    // message sink may call back.
     auto entries = std::make_shared<Entries>();
     Read_Cp_TimeTable(country.CountryShort, country.CountryId, kSerial2000, number, *entries, usa);
     if (cacheable) {
-      const std::lock_guard<std::mutex> lock(mutex_);
+      lock.lock();
       if (entries_.size() >= kMaxEntries) entries_.clear();
       entries_[key] = Entry{std::move(image), tables, entries};
     }
@@ -190,13 +202,15 @@ class HistoryCache {
 
  private:
   static constexpr std::size_t kMaxEntries = 4096;
-  using Key = std::tuple<std::string, std::int16_t, std::int32_t>;
+  using Key = std::tuple<bool, std::int16_t, std::int32_t>;
   struct Entry {
     std::shared_ptr<const std::string> image;  // held, so its address cannot be reused
     std::uint64_t tables = 0;
     std::shared_ptr<const Entries> entries;
   };
   std::mutex mutex_;
+  std::string folder_ = std::string(1, '\0');  // no place folder is this
+  std::array<std::string, 2> files_;
   std::map<Key, Entry> entries_;
 };
 

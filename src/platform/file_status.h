@@ -43,6 +43,11 @@ inline FileStatus StatFile(const std::filesystem::path& path, bool follow = true
 // Forgets what the open scope remembered. For the component's own writes.
 void ForgetStatsOfThisCall();
 
+// A number for what the open scope has seen, 0 outside any scope. Memos of
+// things derived from file status (the expanded image of a path) hold for
+// one number and start afresh when it changes.
+std::uint64_t CallNumber();
+
 // Opened by the public members that only read. Scopes nest; the outermost
 // one forgets when it closes. One per thread.
 class StatScope {

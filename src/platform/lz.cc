@@ -8,9 +8,9 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
-#include <map>
 #include <mutex>
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/file_status.h"
@@ -318,7 +318,7 @@ class ImageCache {
   }
 
   std::mutex mutex_;
-  std::map<std::string, Entry> entries_;
+  std::unordered_map<std::string, Entry> entries_;
   std::size_t bytes_ = 0;
   std::uint64_t clock_ = 0;
 };
@@ -373,13 +373,54 @@ std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::i
   return image;
 }
 
+namespace {
+
+// The images one call has asked for: within a call a path's status is looked
+// at once, so its image cannot change either.
+struct CallImages {
+  struct Seen {
+    std::string path;
+    std::int32_t error = 0;
+    std::shared_ptr<const std::string> image;
+  };
+  std::uint64_t call = 0;
+  std::vector<Seen> seen;
+};
+
+thread_local CallImages call_images;
+constexpr std::size_t kMaxCallImages = 16;
+
+std::shared_ptr<const std::string> LookUpImage(const std::string& path, std::int32_t& error);
+
+}  // namespace
+
 std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error) {
+  const std::uint64_t call = CallNumber();
+  if (call == 0) return LookUpImage(path, error);
+  if (call_images.call != call) {
+    call_images.call = call;
+    call_images.seen.clear();
+  }
+  for (const auto& seen : call_images.seen) {
+    if (seen.path == path) {
+      error = seen.error;
+      return seen.image;
+    }
+  }
+  auto image = LookUpImage(path, error);
+  if (call_images.seen.size() < kMaxCallImages) call_images.seen.push_back({path, error, image});
+  return image;
+}
+
+namespace {
+
+std::shared_ptr<const std::string> LookUpImage(const std::string& path, std::int32_t& error) {
   error = 0;
   // A user file that was missing is usually still missing; one look at its
   // folder settles that.
-  if (KnownMissing(path)) return nullptr;
-  // Most paths are spelled as on disk; one stat settles them.
   const std::string slashed = SlashedString(path);
+  if (KnownMissing(slashed)) return nullptr;
+  // Most paths are spelled as on disk; one stat settles them.
   std::string native = slashed;
   auto stamp = Stamp(native);
   if (!stamp) {
@@ -411,6 +452,8 @@ std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::i
   Cache().Store(key, *stamp, settled, image);
   return image;
 }
+
+}  // namespace
 
 void ForgetExpandedImage(const std::string& path) {
   ForgetStatsOfThisCall();

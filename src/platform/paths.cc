@@ -184,8 +184,9 @@ class ResolutionCache {
   // True when `key` was missing as written, below a folder spelled as
   // written that has not changed since: nothing on its path can have
   // appeared, under this spelling or another.
-  bool KnownMissing(const std::string& key) {
+  bool KnownMissing(std::string_view key) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (entries_.empty()) return false;
     const auto it = entries_.find(key);
     return it != entries_.end() && !it->second.exists && it->second.folder_as_written &&
            StillMissing(it->second);
@@ -219,8 +220,15 @@ class ResolutionCache {
   static bool StillMissing(const Entry& e) {
     return e.settled && StatFile(e.folder).SameVersion(e.folder_status);
   }
+  // Looked up by string_view, so that a path without backslashes needs no copy.
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view s) const noexcept {
+      return std::hash<std::string_view>()(s);
+    }
+  };
   std::mutex mutex_;
-  std::unordered_map<std::string, Entry> entries_;
+  std::unordered_map<std::string, Entry, Hash, std::equal_to<>> entries_;
 };
 
 ResolutionCache& Resolutions() {
@@ -245,8 +253,11 @@ fs::path NativePath(std::string_view windows_path) {
 }
 
 bool KnownMissing(std::string_view windows_path) {
-  const std::string direct = SlashedString(windows_path);
-  return !direct.empty() && Resolutions().KnownMissing(direct);
+  if (windows_path.empty()) return false;
+  if (windows_path.find('\\') == std::string_view::npos) {
+    return Resolutions().KnownMissing(windows_path);
+  }
+  return Resolutions().KnownMissing(SlashedString(windows_path));
 }
 
 }  // namespace tarv

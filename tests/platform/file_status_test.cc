@@ -30,6 +30,33 @@ TEST(StatScope, EachPathIsLookedAtOncePerCall) {
   EXPECT_EQ(StatFile(file).size, 2U);
 }
 
+// Within a call, files are looked at through a handle on their folder once
+// the call has looked at the folder itself; the handle must never outlive the
+// folder the path names.
+TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
+  TempFolder dir;
+  dir.Write("atlas/x.dat", "1");
+  dir.Write("other/x.dat", "22");
+  std::filesystem::create_directory_symlink(dir.path() / "atlas", dir.path() / "link");
+  const auto size_in_a_call = [](const std::filesystem::path& folder) {
+    const StatScope call;
+    EXPECT_TRUE(StatFile(folder).directory);
+    return StatFile(folder / "x.dat").size;
+  };
+  EXPECT_EQ(size_in_a_call(dir.path() / "atlas"), 1U);
+  EXPECT_EQ(size_in_a_call(dir.path() / "link"), 1U);
+  std::filesystem::rename(dir.path() / "atlas", dir.path() / "old");
+  dir.Write("atlas/x.dat", "333");
+  EXPECT_EQ(size_in_a_call(dir.path() / "atlas"), 3U);
+  std::filesystem::remove(dir.path() / "link");
+  std::filesystem::create_directory_symlink(dir.path() / "other", dir.path() / "link");
+  EXPECT_EQ(size_in_a_call(dir.path() / "link"), 2U);
+  std::filesystem::remove_all(dir.path() / "other");
+  const StatScope call;
+  EXPECT_FALSE(StatFile(dir.path() / "link").exists);
+  EXPECT_FALSE(StatFile(dir.path() / "link" / "x.dat").exists);
+}
+
 TEST(StatFile, KindsAndLinksFollowedOnlyWhenAsked) {
   TempFolder dir;
   const auto file = dir.Write("sub/a.dat", "abc");

@@ -219,10 +219,14 @@ std::string GetLetter(std::string_view text) {
 
 std::string GetCleanString(std::string_view text) {
   std::string letters;
-  for (const char c : text) {
-    if (IsNameLetter(c)) letters += c;
-  }
+  AppendCleanString(text, letters);
   return letters;
+}
+
+void AppendCleanString(std::string_view text, std::string& out) {
+  for (const char c : text) {
+    if (IsNameLetter(c)) out += c;
+  }
 }
 
 bool CitiesAreMatching(std::string_view a, std::string_view b) noexcept {

@@ -383,21 +383,42 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
   return found;
 }
 
-bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRecord& place) {
-  const std::string wanted = RemoveTrailingStops(std::string(name));
-  PlaceList found;
-  Read_Cp_Indexed_City(place_file, wanted, found, 0);
-  if (!wanted.empty() && wanted.back() == '*') return false;
-  const bool user_only = TextContains(place_file, "\\USER\\");
-  const std::string trimmed = Trim(wanted);
+namespace {
+
+// The first place of `found` from the user file (`user`) or the database
+// file whose trimmed name equals `trimmed` without regard to case.
+bool PickCity(const PlaceList& found, bool user, const std::string& trimmed, PlaceRecord& place) {
   for (std::size_t i = 0; i < found.size(); ++i) {
-    if ((found.refs[i].RecordNo < 0) != user_only) continue;
+    if ((found.refs[i].RecordNo < 0) != user) continue;
     if (!TextEqual(found.places[i].TrimmedName(), trimmed)) continue;
     place = found.places[i];
     place.SetName(found.places[i].TrimmedName());
     return true;
   }
   return false;
+}
+
+}  // namespace
+
+bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRecord& place) {
+  const std::string wanted = RemoveTrailingStops(std::string(name));
+  PlaceList found;
+  Read_Cp_Indexed_City(place_file, wanted, found, 0);
+  if (!wanted.empty() && wanted.back() == '*') return false;
+  return PickCity(found, TextContains(place_file, "\\USER\\"), Trim(wanted), place);
+}
+
+bool Get_City_Data_UserFirst(const std::string& place_file, std::string_view name,
+                             PlaceRecord& place) {
+  // Both lookups search the same file pair; only the file they take the
+  // place from differs.
+  const std::string wanted = RemoveTrailingStops(std::string(name));
+  PlaceList found;
+  Read_Cp_Indexed_City(place_file, wanted, found, 0);
+  if (!wanted.empty() && wanted.back() == '*') return false;
+  const std::string trimmed = Trim(wanted);
+  return PickCity(found, true, trimmed, place) ||
+         PickCity(found, TextContains(place_file, "\\USER\\"), trimmed, place);
 }
 
 std::string LZERROR_Msg(std::int32_t code, const std::string& file_name) {

@@ -189,7 +189,7 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
     const std::string file = GetCompressedPlaceFile(code);
     PlaceRecord place;
     const std::string name = Ansi(SearchPlace);
-    if (Get_City_Data(Get_UserFile(file), name, place) || Get_City_Data(file, name, place)) {
+    if (Get_City_Data_UserFirst(file, name, place)) {
       *Timetable = place.Timetable;
     } else {
       *Timetable = 1;

@@ -185,6 +185,18 @@ TEST_F(PlaceFileTest, CityDataFindsOnePlaceInTheRightFile) {
   EXPECT_FALSE(Get_City_Data(PlaceFile("D"), "Bern", place));
 }
 
+TEST_F(PlaceFileTest, CityDataUserFirstTakesTheUserPlaceElseTheDatabasePlace) {
+  WriteUserFile("D", {Place("Berlin", 1.0F, 2.0F, 7)});
+  PlaceRecord place;
+  ASSERT_TRUE(Get_City_Data_UserFirst(PlaceFile("D"), "BERLIN.", place));
+  EXPECT_EQ(place.Timetable, 7);
+  ASSERT_TRUE(Get_City_Data_UserFirst(PlaceFile("D"), "Zwickau", place));
+  EXPECT_EQ(place.Timetable, 1);
+  EXPECT_EQ(place.TrimmedName(), "Zwickau");
+  EXPECT_FALSE(Get_City_Data_UserFirst(PlaceFile("D"), "Berl*", place));
+  EXPECT_FALSE(Get_City_Data_UserFirst(PlaceFile("D"), "Bad-Aibling", place));  // letters only
+}
+
 TEST(LzErrorMessages, TableTextsAndTheFallback) {
   EXPECT_EQ(LZERROR_Msg(-3, "D.dao"), "corrupt compressed file format");
   EXPECT_EQ(LZERROR_Msg(-8, "D.dao"), "compression algorithm not recognized");

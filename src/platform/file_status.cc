@@ -54,6 +54,14 @@ FileStatus Look(const std::string& path, bool follow) {
   return StatusOf(info);
 }
 
+// A handle for looking up names only; where O_PATH is missing, a folder one
+// may read.
+#ifdef O_PATH
+constexpr int kFolderHandleFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+#else
+constexpr int kFolderHandleFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+#endif
+
 // Open handles on folders the calls look into. The kernel walks every name of
 // a path on each stat; relative to a handle it walks one. A handle is used
 // only for the folder the call found at the folder's path, so a folder
@@ -79,7 +87,7 @@ class FolderHandles {
       break;
     }
     const std::string path(folder);
-    const int fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const int fd = ::open(path.c_str(), kFolderHandleFlags);
     if (fd < 0) return -1;
     struct stat info {};
     if (::fstat(fd, &info) != 0 || static_cast<std::uint64_t>(info.st_dev) != status.device ||

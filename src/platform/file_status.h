@@ -34,7 +34,10 @@ struct FileStatus {
 };
 
 // stat(2) of `path`, or lstat(2) with `follow` false; remembered while a
-// StatScope is open on this thread.
+// StatScope is open on this thread. Within a scope, a file in a folder the
+// scope has looked at already is looked at relative to a handle on that
+// folder (one name for the kernel to walk instead of the whole path), as long
+// as the folder's path still leads to the folder the handle holds.
 FileStatus StatFile(const std::string& path, bool follow = true);
 inline FileStatus StatFile(const std::filesystem::path& path, bool follow = true) {
   return StatFile(path.native(), follow);

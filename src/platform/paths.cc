@@ -196,7 +196,7 @@ class ResolutionCache {
     if (entries_.size() > kMaxEntries) entries_.clear();
     const bool settled = r.exists || NowNs() - folder.mtime_ns > kSettleNs;
     const std::string checked = r.checked_folder.string();
-    const bool as_written = !r.exists && folder.exists && r.checked_folder != fs::path(".") &&
+    const bool as_written = !r.exists && folder.exists && !checked.empty() && checked != "." &&
                             key.size() > checked.size() &&
                             key.compare(0, checked.size(), checked) == 0 &&
                             (checked.back() == '/' || key[checked.size()] == '/');

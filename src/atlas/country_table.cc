@@ -188,6 +188,7 @@ bool InitializeCountries(std::string path, const std::string& file_name, bool so
   }
   state.countries = std::move(table);
   state.countries_loaded = true;
+  state.TablesChanged();
   return result;
 }
 
@@ -208,12 +209,9 @@ std::string GetInternalCountryAbbreviation(std::string_view code) {
   return Trim(code);
 }
 
-std::int16_t GetCountryID(std::string_view code) {
-  const auto* table = LoadedCountries();
-  if (table == nullptr) return 0;
-  const std::string mapped = GetInternalCountryAbbreviation(code);
-  if (mapped.empty() || mapped == "*" || mapped == std::string(1, '\0')) return 0;
+namespace {
 
+std::int16_t ScanForCountryID(const std::vector<CountryRecord>& table, const std::string& mapped) {
   const WildcardPattern prefix(mapped + "*");
   using Test = bool (*)(const CountryRecord&, const std::string&, const WildcardPattern&);
   static constexpr std::array<Test, 4> kScans = {
@@ -231,35 +229,78 @@ std::int16_t GetCountryID(std::string_view code) {
       },
   };
   for (const Test test : kScans) {
-    for (std::size_t i = 1; i < table->size(); ++i) {
-      if (test((*table)[i], mapped, prefix)) return (*table)[i].CountryId;
+    for (std::size_t i = 1; i < table.size(); ++i) {
+      if (test(table[i], mapped, prefix)) return table[i].CountryId;
     }
   }
   return 0;
 }
 
-std::int16_t GetCountryIndexOfID(std::int32_t id) {
-  const auto& table = State().countries;
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    if (table[i].CountryId == id) return static_cast<std::int16_t>(i);
-  }
-  return 0;
+// Codes asked for are few, and every lookup of a place or zone asks again.
+constexpr std::size_t kMaxRememberedCodes = 4096;
+
+}  // namespace
+
+std::int16_t GetCountryID(std::string_view code) {
+  const auto* table = LoadedCountries();
+  if (table == nullptr) return 0;
+  auto& known = State().country_ids;
+  const std::string key(code);
+  if (const auto it = known.find(key); it != known.end()) return it->second;
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  const std::int16_t id = mapped.empty() || mapped == "*" || mapped == std::string(1, '\0')
+                              ? std::int16_t{0}
+                              : ScanForCountryID(*table, mapped);
+  if (known.size() >= kMaxRememberedCodes) known.clear();
+  known.emplace(key, id);
+  return id;
 }
 
-std::int16_t GetContinentID(std::string_view code) {
-  const auto* table = LoadedCountries();
-  if (table == nullptr || table->size() < kContinentRecords) return 0;
+std::int16_t GetCountryIndexOfID(std::int32_t id) {
+  auto& known = State().country_indexes;
+  if (const auto it = known.find(id); it != known.end()) return it->second;
+  const auto& table = State().countries;
+  std::int16_t index = 0;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    if (table[i].CountryId == id) {
+      index = static_cast<std::int16_t>(i);
+      break;
+    }
+  }
+  if (known.size() >= kMaxRememberedCodes) known.clear();
+  known.emplace(id, index);
+  return index;
+}
+
+namespace {
+
+std::int16_t ScanForContinentID(const std::vector<CountryRecord>& table, std::string_view code) {
   const std::string mapped = GetInternalCountryAbbreviation(UCase(code));
-  const auto continents = std::prev(table->end(), kContinentRecords);
-  for (auto it = continents; it != table->end(); ++it) {
+  const auto continents = std::prev(table.end(), kContinentRecords);
+  for (auto it = continents; it != table.end(); ++it) {
     if (UCase(it->Continent) == mapped) return it->ContinentID;
   }
   auto first_five = [](std::string s) { return (s + "     ").substr(0, 5); };
   const std::string key = first_five(mapped);
-  for (auto it = continents; it != table->end(); ++it) {
+  for (auto it = continents; it != table.end(); ++it) {
     if (first_five(UCase(it->Continent)) == key) return it->ContinentID;
   }
   return 0;
+}
+
+}  // namespace
+
+std::int16_t GetContinentID(std::string_view code) {
+  const auto* table = LoadedCountries();
+  if (table == nullptr || table->size() < kContinentRecords) return 0;
+  // Every search asks whether its code names a continent.
+  auto& known = State().continent_ids;
+  const std::string key(code);
+  if (const auto it = known.find(key); it != known.end()) return it->second;
+  const std::int16_t id = ScanForContinentID(*table, code);
+  if (known.size() >= kMaxRememberedCodes) known.clear();
+  known.emplace(key, id);
+  return id;
 }
 
 bool IsUSA(std::string_view code) {

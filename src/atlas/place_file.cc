@@ -1,10 +1,10 @@
 #include "atlas/place_file.h"
 
 #include <algorithm>
+#include <bit>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
@@ -82,20 +82,103 @@ std::pair<std::int32_t, std::int32_t> LetterRun(const std::string& index_file, c
   return run;
 }
 
-// A place file's expanded bytes with what searches derive from its names
-// once: the letters-only form of every name, and the records grouped by that
-// form folded to capitals (a whole-name search compares exactly that).
-struct PlaceImage {
-  std::shared_ptr<const std::string> bytes;
-  std::vector<std::string> letters;
-  std::unordered_map<std::string, std::vector<std::int32_t>> by_letters;
+// What searches derive from the names of one run of records (the records an
+// index letter points to): the letters-only form of every name, and the
+// records grouped by that form folded to capitals, which is exactly what a
+// whole-name search compares. Built on the run's first search, so that a
+// first lookup pays for its run only.
+class RunIndex {
+ public:
+  RunIndex(std::string_view bytes, std::int32_t first, std::int32_t last) : first_(first) {
+    const auto count = static_cast<std::size_t>(last - first + 1);
+    ends_.reserve(count);
+    next_.assign(count, -1);
+    std::vector<std::int32_t> tail(count, -1);
+    slots_.assign(std::bit_ceil(count * 2), -1);
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto record = static_cast<std::size_t>(first) + i;
+      AppendCleanString(bytes.substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth), letters_);
+      for (std::size_t k = folded_.size(); k < letters_.size(); ++k)
+        folded_ += AnsiUpper(letters_[k]);
+      ends_.push_back(static_cast<std::uint32_t>(letters_.size()));
+      // Records of one form are chained in record order.
+      auto& slot = slots_[SlotOf(Folded(i))];
+      if (slot < 0) {
+        slot = static_cast<std::int32_t>(i);
+        tail[i] = static_cast<std::int32_t>(i);
+      } else {
+        const auto head = static_cast<std::size_t>(slot);
+        next_[static_cast<std::size_t>(tail[head])] = static_cast<std::int32_t>(i);
+        tail[head] = static_cast<std::int32_t>(i);
+      }
+    }
+  }
 
+  // The letters-only form of a record of the run (1-based record number).
+  std::string_view Letters(std::int32_t record) const {
+    const auto i = static_cast<std::size_t>(record - first_);
+    const std::uint32_t begin = i == 0 ? 0 : ends_[i - 1];
+    return std::string_view(letters_).substr(begin, ends_[i] - begin);
+  }
+
+  // Calls `visit` with each record whose folded form is `key`, in order.
+  template <typename Visit>
+  void ForEachNamed(std::string_view key, Visit visit) const {
+    for (auto i = slots_[SlotOf(key)]; i >= 0; i = next_[static_cast<std::size_t>(i)]) {
+      visit(first_ + i);
+    }
+  }
+
+ private:
+  std::string_view Folded(std::size_t i) const {
+    const std::uint32_t begin = i == 0 ? 0 : ends_[i - 1];
+    return std::string_view(folded_).substr(begin, ends_[i] - begin);
+  }
+
+  // The slot of `key`: the one holding its first record, else the empty one
+  // where it would go (open addressing; the table is at least half empty).
+  std::size_t SlotOf(std::string_view key) const {
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t at = std::hash<std::string_view>()(key) & mask;; at = (at + 1) & mask) {
+      const std::int32_t slot = slots_[at];
+      if (slot < 0 || Folded(static_cast<std::size_t>(slot)) == key) return at;
+    }
+  }
+
+  std::int32_t first_;
+  std::string letters_;
+  std::string folded_;               // letters_ in capitals
+  std::vector<std::uint32_t> ends_;  // where each record's form ends in both
+  std::vector<std::int32_t> slots_;
+  std::vector<std::int32_t> next_;  // the next record of the same form, or -1
+};
+
+// A place file's expanded bytes with the run indexes its searches built.
+class PlaceImage {
+ public:
+  explicit PlaceImage(std::shared_ptr<const std::string> bytes) : bytes_(std::move(bytes)) {}
+
+  const std::shared_ptr<const std::string>& bytes() const { return bytes_; }
   std::int32_t RecordCount() const {
-    return std::min(static_cast<std::int32_t>(bytes->size() / kPlaceRecordSize), kMaxRecords);
+    return std::min(static_cast<std::int32_t>(bytes_->size() / kPlaceRecordSize), kMaxRecords);
   }
   std::string_view NameField(std::int32_t record) const {
-    return std::string_view(*bytes).substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth);
+    return std::string_view(*bytes_).substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth);
   }
+  // The index of records `first` to `last` (1-based, within the file).
+  std::shared_ptr<const RunIndex> Run(std::int32_t first, std::int32_t last) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (runs_.size() >= kMaxRuns) runs_.clear();  // only an index rewritten often gets here
+    auto& run = runs_[{first, last}];
+    if (!run) run = std::make_shared<const RunIndex>(*bytes_, first, last);
+    return run;
+  }
+
+ private:
+  static constexpr std::size_t kMaxRuns = 64;
+  std::shared_ptr<const std::string> bytes_;
+  mutable std::mutex mutex_;
+  mutable std::map<std::pair<std::int32_t, std::int32_t>, std::shared_ptr<const RunIndex>> runs_;
 };
 
 std::string FoldedLetters(std::string_view text) {
@@ -111,18 +194,13 @@ class PlaceImages {
     if (!bytes) return nullptr;
     const std::lock_guard<std::mutex> lock(mutex_);
     auto& slot = images_[file];
-    if (slot && slot->bytes == bytes) return slot;
-    auto image = std::make_shared<PlaceImage>();
-    image->bytes = std::move(bytes);
-    const std::int32_t count = image->RecordCount();
-    image->letters.reserve(static_cast<std::size_t>(count));
-    for (std::int32_t r = 1; r <= count; ++r) {
-      image->letters.push_back(GetCleanString(image->NameField(r)));
-      image->by_letters[UCase(image->letters.back())].push_back(r);
+    if (slot && slot->bytes() == bytes) return slot;
+    if (images_.size() > kMaxFiles) {
+      images_.clear();
+      return images_[file] = std::make_shared<const PlaceImage>(std::move(bytes));
     }
-    if (images_.size() > kMaxFiles) images_.clear();
-    slot = image;
-    return image;
+    slot = std::make_shared<const PlaceImage>(std::move(bytes));
+    return slot;
   }
   void Clear() {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -276,50 +354,71 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
     auto [start, end] = LetterRun(IndexPathOf(file), letter, record_count);
     end = std::min(end, record_count);
     if (start < 1 || start > record_count) continue;  // an index that points nowhere
+    if (end < start) continue;                        // or backwards
     auto add = [&](std::int32_t record) {
       if (image->NameField(record)[0] == kDeletedMark) return;
       PlaceRef ref = refs[f];
       ref.RecordNo = static_cast<std::int16_t>(user ? -record : record);
-      result.Add(DecodePlaceRecord(std::string_view(*image->bytes)
+      result.Add(DecodePlaceRecord(std::string_view(*image->bytes())
                                        .substr((record - 1) * kPlaceRecordSize, kPlaceRecordSize)),
                  std::move(ref));
       ++found;
     };
-    if (test.mode() == 0) {
-      // A whole-name match is a match of the letters-only forms.
-      const auto hit = image->by_letters.find(key);
-      if (hit == image->by_letters.end()) continue;
-      for (const std::int32_t record : hit->second) {
-        if (record >= start && record <= end) add(record);
+    if (test.mode() == 2) {
+      for (std::int32_t record = start; record <= end; ++record) {
+        if (test.MatchesField(image->NameField(record))) add(record);
       }
       continue;
     }
+    const auto run = image->Run(start, end);
+    if (test.mode() == 0) {
+      // A whole-name match is a match of the letters-only forms.
+      run->ForEachNamed(key, add);
+      continue;
+    }
     for (std::int32_t record = start; record <= end; ++record) {
-      const bool match =
-          test.mode() == 1
-              ? test.MatchesLetters(image->letters[static_cast<std::size_t>(record - 1)])
-              : test.MatchesField(image->NameField(record));
-      if (match) add(record);
+      if (test.MatchesLetters(run->Letters(record))) add(record);
     }
   }
   return found;
 }
 
-bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRecord& place) {
-  const std::string wanted = RemoveTrailingStops(std::string(name));
-  PlaceList found;
-  Read_Cp_Indexed_City(place_file, wanted, found, 0);
-  if (!wanted.empty() && wanted.back() == '*') return false;
-  const bool user_only = TextContains(place_file, "\\USER\\");
-  const std::string trimmed = Trim(wanted);
+namespace {
+
+// The first place of `found` from the user file (`user`) or the database
+// file whose trimmed name equals `trimmed` without regard to case.
+bool PickCity(const PlaceList& found, bool user, const std::string& trimmed, PlaceRecord& place) {
   for (std::size_t i = 0; i < found.size(); ++i) {
-    if ((found.refs[i].RecordNo < 0) != user_only) continue;
+    if ((found.refs[i].RecordNo < 0) != user) continue;
     if (!TextEqual(found.places[i].TrimmedName(), trimmed)) continue;
     place = found.places[i];
     place.SetName(found.places[i].TrimmedName());
     return true;
   }
   return false;
+}
+
+}  // namespace
+
+bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRecord& place) {
+  const std::string wanted = RemoveTrailingStops(std::string(name));
+  PlaceList found;
+  Read_Cp_Indexed_City(place_file, wanted, found, 0);
+  if (!wanted.empty() && wanted.back() == '*') return false;
+  return PickCity(found, TextContains(place_file, "\\USER\\"), Trim(wanted), place);
+}
+
+bool Get_City_Data_UserFirst(const std::string& place_file, std::string_view name,
+                             PlaceRecord& place) {
+  // Both lookups search the same file pair; only the file they take the
+  // place from differs.
+  const std::string wanted = RemoveTrailingStops(std::string(name));
+  PlaceList found;
+  Read_Cp_Indexed_City(place_file, wanted, found, 0);
+  if (!wanted.empty() && wanted.back() == '*') return false;
+  const std::string trimmed = Trim(wanted);
+  return PickCity(found, true, trimmed, place) ||
+         PickCity(found, TextContains(place_file, "\\USER\\"), trimmed, place);
 }
 
 std::string LZERROR_Msg(std::int32_t code, const std::string& file_name) {

@@ -125,6 +125,11 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
 // ending in "*" never fills anything.
 bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRecord& place);
 
+// Get_City_Data on the user file of the database file `place_file`, and when
+// that finds nothing on the database file itself, with a single search.
+bool Get_City_Data_UserFirst(const std::string& place_file, std::string_view name,
+                             PlaceRecord& place);
+
 // The text of an LZ error code; codes outside -1..-8 name the file.
 std::string LZERROR_Msg(std::int32_t code, const std::string& file_name);
 

@@ -94,7 +94,13 @@ void StoreFound(const PlaceList& list, std::string_view default_code) {
   auto& found = State().found_places;
   found.clear();
   found.reserve(list.size());
-  std::map<std::pair<std::string, std::int16_t>, std::int32_t> zones;
+  // Places found together mostly share a few timetables of one country.
+  struct Zone {
+    std::string_view country;
+    std::int16_t timetable;
+    std::int32_t id;
+  };
+  std::vector<Zone> zones;
   for (std::size_t i = 0; i < list.size(); ++i) {
     FoundPlace f;
     f.Country = list.refs[i].Country.empty() ? std::string(default_code) : list.refs[i].Country;
@@ -102,11 +108,16 @@ void StoreFound(const PlaceList& list, std::string_view default_code) {
     f.RecordNo = list.refs[i].RecordNo;
     f.Longitude = f.Place.Longitude;
     f.Latitude = f.Place.Latitude;
-    const auto key = std::make_pair(f.Country, f.Place.Timetable);
-    auto zone = zones.find(key);
-    if (zone == zones.end())
-      zone = zones.emplace(key, ZoneOfPlace(f.Country, f.Place.Timetable)).first;
-    f.ZoneId = zone->second;
+    const std::string_view country =
+        list.refs[i].Country.empty() ? default_code : std::string_view(list.refs[i].Country);
+    auto zone = std::find_if(zones.begin(), zones.end(), [&](const Zone& z) {
+      return z.timetable == f.Place.Timetable && z.country == country;
+    });
+    if (zone == zones.end()) {
+      zones.push_back({country, f.Place.Timetable, ZoneOfPlace(f.Country, f.Place.Timetable)});
+      zone = std::prev(zones.end());
+    }
+    f.ZoneId = zone->id;
     found.push_back(std::move(f));
   }
 }
@@ -208,10 +219,14 @@ std::string GetLetter(std::string_view text) {
 
 std::string GetCleanString(std::string_view text) {
   std::string letters;
-  for (const char c : text) {
-    if (IsNameLetter(c)) letters += c;
-  }
+  AppendCleanString(text, letters);
   return letters;
+}
+
+void AppendCleanString(std::string_view text, std::string& out) {
+  for (const char c : text) {
+    if (IsNameLetter(c)) out += c;
+  }
 }
 
 bool CitiesAreMatching(std::string_view a, std::string_view b) noexcept {

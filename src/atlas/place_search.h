@@ -38,6 +38,8 @@ std::string GetLetter(std::string_view text);
 // digits, hyphens, apostrophes, full stops and other signs dropped:
 // GetCleanString("St. Gallen") is "StGallen".
 std::string GetCleanString(std::string_view text);
+// The same letters appended to `out`, for readers that keep many of them.
+void AppendCleanString(std::string_view text, std::string& out);
 
 // True when two names are the same place name: equal without regard to
 // case, or equal in their letters only ("St. Gallen" and "St Gallen").

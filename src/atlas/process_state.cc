@@ -1,6 +1,17 @@
 #include "atlas/process_state.h"
 
+#include <atomic>
+
 namespace tarv {
+
+void ProcessState::TablesChanged() {
+  static std::atomic<std::uint64_t> versions{0};
+  tables_version = ++versions;
+  country_ids.clear();
+  continent_ids.clear();
+  country_indexes.clear();
+  zone_ids.clear();
+}
 
 ProcessState& State() {
   static ProcessState state;

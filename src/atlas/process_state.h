@@ -4,8 +4,10 @@
 #ifndef TARVPLACES_ATLAS_PROCESS_STATE_H_
 #define TARVPLACES_ATLAS_PROCESS_STATE_H_
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "atlas/country_table.h"
@@ -25,6 +27,21 @@ struct ProcessState {
 
   std::vector<ZoneRecord> zones;
   bool zones_loaded = false;
+
+  // Lookups answered from the tables, remembered until a table is loaded
+  // again: country and continent numbers by the code or title asked for,
+  // table positions by country number, zone identifiers by normalized
+  // abbreviation.
+  std::unordered_map<std::string, std::int16_t> country_ids;
+  std::unordered_map<std::string, std::int16_t> continent_ids;
+  std::unordered_map<std::int32_t, std::int16_t> country_indexes;
+  std::unordered_map<std::string, std::int16_t> zone_ids;
+  // A number no earlier load of the tables had, in this state or another,
+  // for caches outside the state that derive from the tables.
+  std::uint64_t tables_version = 0;
+
+  // Called by the loaders whenever they replace a table.
+  void TablesChanged();
 
   // The places the last search found, numbered from 0.
   std::vector<FoundPlace> found_places;

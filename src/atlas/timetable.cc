@@ -1,10 +1,12 @@
 #include "atlas/timetable.h"
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <tuple>
 
 #include "atlas/country_table.h"
 #include "atlas/dst_rules.h"
@@ -150,13 +152,79 @@ ZoneAtDate ZoneOfId(std::int16_t id) {
   return {id, index < zones.size() ? zones[index] : ZoneRecord{}};
 }
 
+// The zone table's entry without a copy; a blank one outside the table.
+const ZoneRecord& ZoneRecordOf(std::int16_t id) {
+  static const ZoneRecord kBlank;
+  const auto& zones = State().zones;
+  const auto index = static_cast<std::size_t>(id);
+  return index < zones.size() ? zones[index] : kBlank;
+}
+
+using Entries = std::vector<TimetableEntry>;
+
+// Timetables as the zone lookups read them. An entry holds while the
+// timetable file is the version it was read from and the tables are the ones
+// it was read with (zone codes are mapped through the zone table, France is
+// found through the country table).
+class HistoryCache {
+ public:
+  std::shared_ptr<const Entries> Get(const CountryRecord& country, std::int32_t number) {
+    const bool usa = IsUSA(country.CountryShort);
+    const ProcessState& state = State();
+    const Key key{usa, country.CountryId, number};
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (state.places_path != folder_) {
+      // Another atlas: its files have other names and other contents.
+      folder_ = state.places_path;
+      files_ = {AtlasFolder("") + "ttx.dao", AtlasFolder("") + "TTUSA.dao"};
+      entries_.clear();
+    }
+    const std::string file = files_[usa ? 1 : 0];
+    lock.unlock();
+    std::int32_t error = 0;
+    // The version the entries belong to; a missing file has none.
+    auto image = ExistingImage(file, error);
+    const bool cacheable = error == 0 && state.countries_loaded && state.zones_loaded;
+    const std::uint64_t tables = state.tables_version;
+    if (cacheable) {
+      lock.lock();
+      const auto it = entries_.find(key);
+      if (it != entries_.end() && it->second.image == image && it->second.tables == tables) {
+        return it->second.entries;
+      }
+      lock.unlock();
+    }
+    // Read without the lock: a damaged file shows a message, and the host's
+    // message sink may call back.
+    auto entries = std::make_shared<Entries>();
+    Read_Cp_TimeTable(country.CountryShort, country.CountryId, kSerial2000, number, *entries, usa);
+    if (cacheable) {
+      lock.lock();
+      if (entries_.size() >= kMaxEntries) entries_.clear();
+      entries_[key] = Entry{std::move(image), tables, entries};
+    }
+    return entries;
+  }
+
+ private:
+  static constexpr std::size_t kMaxEntries = 4096;
+  using Key = std::tuple<bool, std::int16_t, std::int32_t>;
+  struct Entry {
+    std::shared_ptr<const std::string> image;  // held, so its address cannot be reused
+    std::uint64_t tables = 0;
+    std::shared_ptr<const Entries> entries;
+  };
+  std::mutex mutex_;
+  std::string folder_ = std::string(1, '\0');  // no place folder is this
+  std::array<std::string, 2> files_;
+  std::map<Key, Entry> entries_;
+};
+
 // The entries of a timetable as the zone lookups use them; timetable 0 reads
 // block 1. Fewer than two entries means the file has no such history.
-std::vector<TimetableEntry> History(const CountryRecord& country, std::int16_t timetable) {
-  std::vector<TimetableEntry> entries;
-  Read_Cp_TimeTable(country.CountryShort, country.CountryId, kSerial2000,
-                    timetable == 0 ? 1 : timetable, entries, IsUSA(country.CountryShort));
-  return entries;
+std::shared_ptr<const Entries> History(const CountryRecord& country, std::int16_t timetable) {
+  static HistoryCache cache;
+  return cache.Get(country, timetable == 0 ? 1 : timetable);
 }
 
 bool HasHistory(const std::vector<TimetableEntry>& entries) {
@@ -174,8 +242,8 @@ std::int16_t ZoneInHistory(const std::vector<TimetableEntry>& entries, double da
 }
 
 bool IsSummerZone(const ZoneRecord& zone) {
-  return zone.TZType == 'S' || zone.TZType == 'D' ||
-         Trim(zone.TZShort).find("/S") != std::string::npos;
+  // "/S" holds no blank, so trimming the field first would not change this.
+  return zone.TZType == 'S' || zone.TZType == 'D' || zone.TZShort.find("/S") != std::string::npos;
 }
 
 // The standard zone a history ends on: the last one before 2000 that is
@@ -183,13 +251,15 @@ bool IsSummerZone(const ZoneRecord& zone) {
 // equator).
 std::int16_t StandardZoneOf1999(const std::vector<TimetableEntry>& entries) {
   for (auto it = entries.rbegin(); it != entries.rend(); ++it) {
-    if (LinearSerial(it->Datum) < kSerial2000 && !IsSummerZone(ZoneOfId(it->Zone).zone)) return it->Zone;
+    if (LinearSerial(it->Datum) < kSerial2000 && !IsSummerZone(ZoneRecordOf(it->Zone))) {
+      return it->Zone;
+    }
   }
   return 0;
 }
 
 std::int16_t SummerVariantOf(std::int16_t standard) {
-  const ZoneRecord& zone = ZoneOfId(standard).zone;
+  const ZoneRecord& zone = ZoneRecordOf(standard);
   const std::string name = Trim(zone.TZShort);
   if (name.empty()) return standard;
   const std::string variant = UCase(name) == "GMT" ? "WET/S" : name + "/S";
@@ -229,7 +299,7 @@ DstRule RuleOf(const CountryRecord& country, std::int16_t timetable,
   std::vector<std::pair<double, bool>> summer;
   summer.reserve(history.size());
   for (const auto& e : history)
-    summer.emplace_back(e.Datum, IsSummerZone(ZoneOfId(e.Zone).zone));
+    summer.emplace_back(e.Datum, IsSummerZone(ZoneRecordOf(e.Zone)));
   return InferDstRule(summer);
 }
 
@@ -318,7 +388,8 @@ std::optional<ZoneAtDate> ZoneAt(std::string_view code, std::int16_t timetable, 
   const std::string mapped = GetInternalCountryAbbreviation(code);
   const CountryRecord* country = CountryOf(mapped);
   if (country == nullptr) return std::nullopt;
-  const auto history = History(*country, timetable);
+  const auto entries = History(*country, timetable);
+  const Entries& history = *entries;
   if (!HasHistory(history) && timetable == 0) {
     ZoneRecord base;
     const std::int16_t id = Fill_BaseTimeZoneData(mapped, base);
@@ -345,7 +416,7 @@ double GetDaylightSavingDate(std::string_view code, std::int16_t timetable, int 
   InitializeTimeZones("", "Zones13.bin");
   const CountryRecord* country = CountryOf(GetInternalCountryAbbreviation(code));
   if (country == nullptr) return 0.0;
-  const DstRule rule = RuleOf(*country, timetable, History(*country, timetable), year);
+  const DstRule rule = RuleOf(*country, timetable, *History(*country, timetable), year);
   const auto [start, end] = rule.PeriodIn(year);
   return end_flag == 0 ? start : end;
 }
@@ -368,8 +439,8 @@ std::string GetRightTimeZone(std::string_view code, std::int16_t timetable) {
   const CountryRecord* country = CountryOf(mapped);
   if (country == nullptr) return {};
   const auto history = History(*country, timetable);
-  if (!HasHistory(history)) return Get_BaseTimeZone(mapped);
-  return Trim(ZoneOfId(StandardZoneOf1999(history)).zone.TZShort);
+  if (!HasHistory(*history)) return Get_BaseTimeZone(mapped);
+  return Trim(ZoneRecordOf(StandardZoneOf1999(*history)).TZShort);
 }
 
 LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, double date) {
@@ -381,11 +452,12 @@ LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, dou
   // Each change: the local time it happens at (old offset) and the hours the
   // clocks moved.
   std::vector<std::pair<double, double>> changes;
-  const auto history = History(*country, timetable);
+  const auto entries = History(*country, timetable);
+  const Entries& history = *entries;
   if (date <= kSerial2000 + 1) {
     for (std::size_t i = 1; i < history.size(); ++i) {
-      const ZoneRecord& before = ZoneOfId(history[i - 1].Zone).zone;
-      const ZoneRecord& after = ZoneOfId(history[i].Zone).zone;
+      const ZoneRecord& before = ZoneRecordOf(history[i - 1].Zone);
+      const ZoneRecord& after = ZoneRecordOf(history[i].Zone);
       if (history[i - 1].Zone == 0 || history[i].Zone == 0) continue;
       changes.emplace_back(LinearSerial(history[i].Datum),
                            static_cast<double>(after.TZDif - before.TZDif));

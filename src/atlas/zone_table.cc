@@ -191,6 +191,7 @@ bool InitializeTimeZones(std::string path, const std::string& file_name) {
     state.zones.assign(1, BlankZone());
     state.zones_loaded = false;
   }
+  state.TablesChanged();
   return was_loaded;
 }
 
@@ -243,10 +244,16 @@ std::int16_t GetTimezoneId(std::string_view abbreviation) {
     if (c != ' ') normalized += c;
   }
   normalized = UCase(normalized);
+  auto& known = State().zone_ids;
+  if (const auto it = known.find(normalized); it != known.end()) return it->second;
   // A target is never an alias of something else, so one step resolves it;
   // names passed on unchanged go straight to the table.
   const std::string canonical = ResolveZoneAlias(normalized);
-  return ScanTable(canonical.empty() ? normalized : canonical);
+  const std::int16_t id = ScanTable(canonical.empty() ? normalized : canonical);
+  // Abbreviations asked for are few; the bound only keeps odd input in check.
+  if (known.size() >= 4096) known.clear();
+  known.emplace(std::move(normalized), id);
+  return id;
 }
 
 }  // namespace tarv

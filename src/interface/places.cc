@@ -8,11 +8,12 @@
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
 #include "atlas/user_places.h"
+#include "atlas/zone_table.h"
 #include "export/text_export.h"
 #include "interface/export_phrase.h"
-#include "platform/message_box.h"
-#include "atlas/zone_table.h"
 #include "platform/codepage.h"
+#include "platform/file_status.h"
+#include "platform/message_box.h"
 #include "util/julian.h"
 #include "util/number_text.h"
 #include "util/text.h"
@@ -40,6 +41,9 @@ class HostListControl final : public PlaceListControl {
  private:
   PlaceListControl& host_;
 };
+
+// Members that only read open a StatScope: within one call each atlas file is
+// checked once, and the next call checks it again.
 
 // Members that read the atlas make sure its tables are loaded first; the
 // loaders' deliberate results do not matter here.
@@ -107,6 +111,7 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort) {
 std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
                                        const std::string& CountryShort, double* Longitude,
                                        double* Latitude, std::int16_t* TimeZoneId) {
+  const StatScope one_look;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
@@ -122,6 +127,7 @@ std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
                                              const std::string& SearchPlace,
                                              const std::string& CountryShort,
                                              std::int32_t* PlacesFound, std::int32_t* PlacesAdded) {
+  const StatScope one_look;
   LoadTables();
   HostListControl control(PlaceListControl);
   std::int32_t found = 0;
@@ -136,6 +142,7 @@ std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
 
 std::string classPlaces::GetNearestPlace(const std::string& CountryShort, double Longitude,
                                          double Latitude, double RangeDegrees) {
+  const StatScope one_look;
   LoadTables();
   std::string line;
   SearchNearestPlace(line, tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), Longitude,
@@ -174,6 +181,7 @@ std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneT
 
 std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
                                          const std::string& SearchPlace, std::int16_t* Timetable) {
+  const StatScope one_look;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int16_t count = tarv::HaveTimetables(code);
@@ -181,7 +189,7 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
     const std::string file = GetCompressedPlaceFile(code);
     PlaceRecord place;
     const std::string name = Ansi(SearchPlace);
-    if (Get_City_Data(Get_UserFile(file), name, place) || Get_City_Data(file, name, place)) {
+    if (Get_City_Data_UserFirst(file, name, place)) {
       *Timetable = place.Timetable;
     } else {
       *Timetable = 1;
@@ -194,6 +202,7 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
                                         const std::string& CountryShort, double* Longitude,
                                         double* Latitude, std::int16_t* TimeZoneId, double Julian,
                                         std::int32_t PlaceId) {
+  const StatScope one_look;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
@@ -215,6 +224,7 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
 
 std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double Julian, bool* rIsLmt,
                                                        double* ZoneTime) {
+  const StatScope one_look;
   LoadTables();
   const auto& list = FoundPlaces();
   if (Id < 0 || static_cast<std::size_t>(Id) >= list.size()) return {};
@@ -244,6 +254,7 @@ std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double J
 std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
                                            const std::string& CountryShort, double Julian,
                                            bool LongString, std::int16_t* GetTimezoneId) {
+  const StatScope one_look;
   std::int16_t timetable = 0;
   HaveTimetables(CountryShort, SearchPlace, &timetable);
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
@@ -271,6 +282,7 @@ float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Time
                               std::string* TZShort, std::string* TZName, float* TZDif,
                               std::string* TZType, std::int16_t* TZSortIndex,
                               std::uint8_t* TZShow) {
+  const StatScope one_look;
   LoadTables();
   ZoneRecord zone;
   const auto at = ZoneAt(Ansi(CountryShort), Timetable, Datum);
@@ -288,6 +300,7 @@ float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Time
 std::vector<TimetableRow> classPlaces::GetTimeTableArray(const std::string& Land,
                                                          std::int16_t TimeTableId,
                                                          bool GetJulianNotSerial) {
+  const StatScope one_look;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(Land));
   const std::int16_t id = tarv::GetCountryID(code);
@@ -329,6 +342,7 @@ std::int16_t classPlaces::DeleteUserPlace(const std::string& CountryShort,
 
 int classPlaces::GetLocalTimeKind(const std::string& SearchPlace, const std::string& CountryShort,
                                   double Julian) {
+  const StatScope one_look;
   std::int16_t timetable = 0;
   HaveTimetables(CountryShort, SearchPlace, &timetable);
   const auto kind = LocalTimeStatus(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)),
@@ -343,6 +357,7 @@ std::string classPlaces::GetCountryTimeZone(const std::string& CountryShort) {
 }
 
 std::string classPlaces::GetRightTimeZone(const std::string& CountryShort, std::int16_t Timetable) {
+  const StatScope one_look;
   CheckPlacePath();
   LoadTables();
   return Host(tarv::GetRightTimeZone(Ansi(CountryShort), Timetable));

@@ -1,20 +1,19 @@
 #include "platform/lz.h"
 
 #include <mspack.h>
-#include <sys/stat.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <limits>
-#include <map>
 #include <mutex>
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
+#include "platform/file_status.h"
 #include "platform/paths.h"
 #include "util/bytes.h"
 
@@ -256,25 +255,11 @@ struct FileStamp {
   bool operator==(const FileStamp&) const = default;
 };
 
-std::optional<FileStamp> Stamp(const std::filesystem::path& file) {
-  struct stat info {};
-  if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
-  return FileStamp{
-      static_cast<std::uintmax_t>(info.st_size),
-      static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec,
-      static_cast<std::uintmax_t>(info.st_dev), static_cast<std::uintmax_t>(info.st_ino)};
+std::optional<FileStamp> Stamp(const std::string& file) {
+  const FileStatus status = StatFile(file);
+  if (!status.exists || !status.regular) return std::nullopt;
+  return FileStamp{status.size, status.mtime_ns, status.device, status.inode};
 }
-
-std::int64_t NowNs() {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(
-             std::chrono::system_clock::now().time_since_epoch())
-      .count();
-}
-
-// File times tick in coarse steps (up to two seconds on some file systems),
-// so a same-size rewrite within the tick a file was read in leaves its stamp
-// unchanged. An entry counts only when the file was older than this.
-constexpr std::int64_t kSettleNs = 2'000'000'000;
 
 class ImageCache {
  public:
@@ -333,7 +318,7 @@ class ImageCache {
   }
 
   std::mutex mutex_;
-  std::map<std::string, Entry> entries_;
+  std::unordered_map<std::string, Entry> entries_;
   std::size_t bytes_ = 0;
   std::uint64_t clock_ = 0;
 };
@@ -392,17 +377,62 @@ std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::i
   return image;
 }
 
+namespace {
+
+// The images one call has asked for: within a call a path's status is looked
+// at once, so its image cannot change either.
+struct CallImages {
+  struct Seen {
+    std::string path;
+    std::int32_t error = 0;
+    std::shared_ptr<const std::string> image;
+  };
+  std::uint64_t call = 0;
+  std::vector<Seen> seen;
+};
+
+thread_local CallImages call_images;
+constexpr std::size_t kMaxCallImages = 16;
+
+std::shared_ptr<const std::string> LookUpImage(const std::string& path, std::int32_t& error);
+
+}  // namespace
+
 std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error) {
+  const std::uint64_t call = CallNumber();
+  if (call == 0) return LookUpImage(path, error);
+  if (call_images.call != call) {
+    call_images.call = call;
+    call_images.seen.clear();
+  }
+  for (const auto& seen : call_images.seen) {
+    if (seen.path == path) {
+      error = seen.error;
+      return seen.image;
+    }
+  }
+  auto image = LookUpImage(path, error);
+  if (call_images.seen.size() < kMaxCallImages) call_images.seen.push_back({path, error, image});
+  return image;
+}
+
+namespace {
+
+std::shared_ptr<const std::string> LookUpImage(const std::string& path, std::int32_t& error) {
   error = 0;
+  // A user file that was missing is usually still missing; one look at its
+  // folder settles that.
+  const std::string slashed = SlashedString(path);
+  if (KnownMissing(slashed)) return nullptr;
   // Most paths are spelled as on disk; one stat settles them.
-  std::filesystem::path native = SlashedPath(path);
+  std::string native = slashed;
   auto stamp = Stamp(native);
   if (!stamp) {
-    native = NativePath(path);
-    stamp = Stamp(native);
+    native = NativePath(path).native();
+    if (native != slashed) stamp = Stamp(native);
   }
   if (!stamp) return nullptr;
-  const std::string key = native.string();
+  const std::string& key = native;
   if (auto cached = Cache().Find(key, *stamp)) return cached;
 
   if (stamp->size > static_cast<std::uintmax_t>(std::numeric_limits<std::int32_t>::max())) {
@@ -427,7 +457,10 @@ std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::i
   return image;
 }
 
+}  // namespace
+
 void ForgetExpandedImage(const std::string& path) {
+  ForgetStatsOfThisCall();
   Cache().Drop(NativePath(path).string());
 }
 

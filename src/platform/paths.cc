@@ -1,9 +1,6 @@
 #include "platform/paths.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <chrono>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -11,6 +8,7 @@
 #include <unordered_map>
 
 #include "platform/codepage.h"
+#include "platform/file_status.h"
 #include "util/text.h"
 
 namespace fs = std::filesystem;
@@ -19,15 +17,10 @@ namespace tarv {
 namespace {
 
 struct CachedListing {
-  fs::file_time_type mtime;
+  FileStatus folder;
   bool settled = false;  // taken well after the folder's last change
   std::vector<std::string> names;
 };
-
-// File times tick in coarse steps, so a change right after a listing may leave
-// the folder's time as it was. A listing is trusted only when the folder had
-// not changed for this long before it was taken.
-constexpr auto kSettleTime = std::chrono::seconds(2);
 
 // Folder listings keyed by folder path. The atlas folder is listed on every
 // lookup of a missing user file, so a listing is kept until the folder
@@ -35,17 +28,17 @@ constexpr auto kSettleTime = std::chrono::seconds(2);
 class ListingCache {
  public:
   std::vector<std::string> Get(const fs::path& folder) {
-    std::error_code ec;
-    const auto mtime = fs::last_write_time(folder, ec);
-    if (ec) return {};
+    const FileStatus status = StatFile(folder);
+    if (!status.exists) return {};
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto key = folder.string();
     if (auto it = cache_.find(key);
-        it != cache_.end() && it->second.settled && it->second.mtime == mtime) {
+        it != cache_.end() && it->second.settled && it->second.folder.SameVersion(status)) {
       return it->second.names;
     }
-    const bool settled = fs::file_time_type::clock::now() - mtime > kSettleTime;
-    CachedListing listing{mtime, settled, Read(folder)};
+    // A listing is trusted only when the folder had settled before it was taken.
+    const bool settled = NowNs() - status.mtime_ns > kSettleNs;
+    CachedListing listing{status, settled, Read(folder)};
     if (cache_.size() > kMaxFolders) cache_.clear();
     auto& slot = cache_[key] = std::move(listing);
     return slot.names;
@@ -74,8 +67,7 @@ ListingCache& Listings() {
 }
 
 bool Exists(const fs::path& p) {
-  std::error_code ec;
-  return fs::exists(fs::symlink_status(p, ec));
+  return StatFile(p, /*follow=*/false).exists;
 }
 
 // The entry of `folder` that equals `name` without regard to case, or "".
@@ -123,10 +115,14 @@ std::vector<fs::path> MatchingFiles(std::string_view windows_pattern) {
   return files;
 }
 
-fs::path SlashedPath(std::string_view windows_path) {
+std::string SlashedString(std::string_view windows_path) {
   std::string slashed(windows_path);
   std::replace(slashed.begin(), slashed.end(), '\\', '/');
-  return fs::path(slashed);
+  return slashed;
+}
+
+fs::path SlashedPath(std::string_view windows_path) {
+  return fs::path(SlashedString(windows_path));
 }
 
 namespace {
@@ -170,18 +166,6 @@ Resolution Resolve(const fs::path& direct) {
   return {resolved, true, {}};
 }
 
-std::int64_t FolderStamp(const fs::path& folder) {
-  struct stat info {};
-  if (::stat(folder.c_str(), &info) != 0) return -1;
-  return static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec;
-}
-
-std::int64_t NowNs() {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(
-             std::chrono::system_clock::now().time_since_epoch())
-      .count();
-}
-
 // Resolutions of paths that are not spelled as on disk. A missing path stays
 // missing while the folder that lacked its next part is unchanged (creating
 // that part would change the folder's time); a found spelling stays right
@@ -193,17 +177,30 @@ class ResolutionCache {
     const auto it = entries_.find(key);
     if (it == entries_.end()) return std::nullopt;
     const Entry& e = it->second;
-    if (e.exists ? Exists(e.path) : (e.settled && FolderStamp(e.folder) == e.folder_stamp)) {
-      return e.path;
-    }
+    if (e.exists ? Exists(e.path) : StillMissing(e)) return e.path;
     entries_.erase(it);
     return std::nullopt;
   }
-  void Store(const std::string& key, const Resolution& r, std::int64_t folder_stamp) {
+  // True when `key` was missing as written, below a folder spelled as
+  // written that has not changed since: nothing on its path can have
+  // appeared, under this spelling or another.
+  bool KnownMissing(std::string_view key) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (entries_.empty()) return false;
+    const auto it = entries_.find(key);
+    return it != entries_.end() && !it->second.exists && it->second.folder_as_written &&
+           StillMissing(it->second);
+  }
+  void Store(const std::string& key, const Resolution& r, const FileStatus& folder) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (entries_.size() > kMaxEntries) entries_.clear();
-    const bool settled = r.exists || NowNs() - folder_stamp > kSettleNs;
-    entries_[key] = Entry{r.path, r.exists, r.checked_folder, folder_stamp, settled};
+    const bool settled = r.exists || NowNs() - folder.mtime_ns > kSettleNs;
+    const std::string checked = r.checked_folder.string();
+    const bool as_written = !r.exists && folder.exists && !checked.empty() && checked != "." &&
+                            key.size() > checked.size() &&
+                            key.compare(0, checked.size(), checked) == 0 &&
+                            (checked.back() == '/' || key[checked.size()] == '/');
+    entries_[key] = Entry{r.path, r.exists, r.checked_folder, folder, settled, as_written};
   }
   void Clear() {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -212,16 +209,26 @@ class ResolutionCache {
 
  private:
   static constexpr std::size_t kMaxEntries = 4096;
-  static constexpr std::int64_t kSettleNs = 2'000'000'000;
   struct Entry {
     fs::path path;
     bool exists = false;
     fs::path folder;
-    std::int64_t folder_stamp = 0;
+    FileStatus folder_status;
     bool settled = false;
+    bool folder_as_written = false;  // the folder is the path's own beginning
+  };
+  static bool StillMissing(const Entry& e) {
+    return e.settled && StatFile(e.folder).SameVersion(e.folder_status);
+  }
+  // Looked up by string_view, so that a path without backslashes needs no copy.
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view s) const noexcept {
+      return std::hash<std::string_view>()(s);
+    }
   };
   std::mutex mutex_;
-  std::unordered_map<std::string, Entry> entries_;
+  std::unordered_map<std::string, Entry, Hash, std::equal_to<>> entries_;
 };
 
 ResolutionCache& Resolutions() {
@@ -233,14 +240,24 @@ ResolutionCache& Resolutions() {
 
 fs::path NativePath(std::string_view windows_path) {
   const fs::path direct = SlashedPath(windows_path);
-  if (direct.empty() || Exists(direct)) return direct;
+  if (direct.empty()) return direct;
   const std::string key = direct.string();
+  if (Resolutions().KnownMissing(key)) return direct;
+  if (Exists(direct)) return direct;
   if (auto cached = Resolutions().Find(key)) return *cached;
   const Resolution r = Resolve(direct);
   // A folder that changed while it was looked at has a recent time, and a
   // recent entry is never trusted, so that race cannot leave a wrong entry.
-  Resolutions().Store(key, r, r.exists ? 0 : FolderStamp(r.checked_folder));
+  Resolutions().Store(key, r, r.exists ? FileStatus{} : StatFile(r.checked_folder));
   return r.path;
+}
+
+bool KnownMissing(std::string_view windows_path) {
+  if (windows_path.empty()) return false;
+  if (windows_path.find('\\') == std::string_view::npos) {
+    return Resolutions().KnownMissing(windows_path);
+  }
+  return Resolutions().KnownMissing(SlashedString(windows_path));
 }
 
 }  // namespace tarv

@@ -25,9 +25,16 @@ namespace tarv {
 // "/atlas/User/D.dao" when that is the spelling on disk.
 std::filesystem::path NativePath(std::string_view windows_path);
 
+// True when NativePath found `windows_path` missing before and the deepest
+// folder of it that exists (spelled as written) has not changed since, so it
+// is missing still: one look at that folder instead of one per spelling.
+bool KnownMissing(std::string_view windows_path);
+
 // The path with every "\" turned into "/", nothing resolved: the first
 // guess of NativePath, for callers that stat it themselves.
 std::filesystem::path SlashedPath(std::string_view windows_path);
+// The same as a plain string, for callers that only need its text.
+std::string SlashedString(std::string_view windows_path);
 
 // Names (UTF-8) of the entries of a folder, sorted by byte order; empty when
 // the folder cannot be read. Listings are cached per folder and refreshed

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/file_status.h"
 #include "platform/paths.h"
 #include "util/text.h"
 
@@ -31,9 +32,11 @@ bool Exist(const std::string& path) {
   const std::string trimmed = Trim(path);
   if (trimmed.empty()) return false;
   if (HasWildcard(trimmed) || EndsInSeparator(trimmed)) return !MatchingFiles(trimmed).empty();
-  std::error_code ec;
-  return fs::is_regular_file(SlashedPath(trimmed), ec) ||
-         fs::is_regular_file(NativePath(trimmed), ec);
+  if (KnownMissing(trimmed)) return false;
+  const std::string slashed = SlashedString(trimmed);
+  if (StatFile(slashed).regular) return true;
+  const fs::path native = NativePath(trimmed);
+  return native.native() != slashed && StatFile(native).regular;
 }
 
 void Deleting(const std::string& path) {

@@ -97,6 +97,25 @@ TEST_F(CountryTableTest, FourScansInOrderCodeTitleTitlePrefixCodePrefix) {
   EXPECT_EQ(GetCountryID("EUROPA"), 4 + 17);  // continent records are scanned too
 }
 
+TEST_F(CountryTableTest, LookupsFollowAReloadedTable) {
+  Load();
+  EXPECT_EQ(GetCountryID("D"), 58);
+  EXPECT_EQ(GetCountryID("Deu"), 58);
+  folder_.Write("Country.dat",
+                JoinCrLf({CountryDatLine(7, "Dschibuti", "DJI", "EAT", "AFRIKA", 1),
+                          CountryDatLine(8, "Deutschland", "D", "MEZ", "EUROPA", 4)}));
+  EXPECT_EQ(GetCountryIndexOfID(58), 1);
+  EXPECT_EQ(GetContinentID("AFRICA"), 0);  // German continent names
+  State().Language().SetLanguage(kLanguageEnglish);
+  Load();
+  EXPECT_EQ(GetCountryID("D"), 8);
+  EXPECT_EQ(GetCountryID("Deu"), 8);
+  EXPECT_EQ(GetCountryID("DJ"), 7);
+  EXPECT_EQ(GetCountryIndexOfID(58), 0);
+  EXPECT_EQ(GetCountryIndexOfID(8), 2);
+  EXPECT_EQ(GetContinentID("AFRICA"), 1);
+}
+
 TEST_F(CountryTableTest, StarEmptyAndUnknownGiveZero) {
   Load();
   EXPECT_EQ(GetCountryID("*"), 0);

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "atlas/place_file_writer.h"
 #include "support/atlas_fixture.h"
 
 namespace tarv {
@@ -52,6 +57,85 @@ TEST_F(NearestPlaceTest, LongitudesDoNotWrapAroundTheDateLine) {
   const auto best = FindNearestPlace("FJI", -179.99, -17.0, 0);
   ASSERT_TRUE(best);
   EXPECT_NEAR(best->distance, 0.09, 1e-4);
+}
+
+// The rule itself: every place in reading order, the strictly nearer wins.
+std::optional<NearestPlace> ByEveryPlace(const PlaceList& list, double lon, double lat,
+                                         double range) {
+  std::optional<NearestPlace> best;
+  double best_distance = 1000.0;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const double dx = static_cast<double>(list.places[i].Longitude) - lon;
+    const double dy = static_cast<double>(list.places[i].Latitude) - lat;
+    const double distance = std::sqrt(dx * dx + dy * dy);
+    if ((range == 0.0 || distance < range) && distance < best_distance) {
+      best_distance = distance;
+      best = NearestPlace{list.places[i], list.refs[i], static_cast<std::int32_t>(i), distance};
+    }
+  }
+  return best;
+}
+
+// Many places, dense and sparse, on a lattice (so that ties are exact),
+// stacked on one spot, deleted, without coordinates and far off any map; user
+// places on some of the same spots. Every answer must be the rule's.
+TEST_F(NearestPlaceTest, AgreesWithMeasuringEveryPlace) {
+  std::mt19937 rng(5);
+  std::uniform_real_distribution<float> lon(5.0F, 15.0F);
+  std::uniform_real_distribution<float> lat(47.0F, 55.0F);
+  std::normal_distribution<float> near_city(0.0F, 0.05F);
+  std::vector<PlaceRecord> places;
+  for (int i = 0; i < 3000; ++i) {
+    const std::string name = "Ort" + std::to_string(i);
+    switch (i % 10) {
+      case 0:  // a lattice of whole and half degrees
+        places.push_back(Place(name, 5.0F + static_cast<float>(rng() % 21) * 0.5F,
+                               47.0F + static_cast<float>(rng() % 17) * 0.5F));
+        break;
+      case 1:  // around a few cities
+        places.push_back(Place(name, 11.5F + near_city(rng), 48.1F + near_city(rng)));
+        break;
+      case 2:  // on the spot of an earlier place
+        places.push_back(places[rng() % places.size()]);
+        places.back().SetName(name);
+        break;
+      default:
+        places.push_back(Place(name, lon(rng), lat(rng)));
+    }
+  }
+  places[17].SetName("@deleted");
+  places[2500].SetName("@deleted too");
+  places[99].Longitude = std::numeric_limits<float>::quiet_NaN();
+  places[123].Latitude = std::numeric_limits<float>::infinity();
+  places[321].Longitude = 5000.0F;
+  folder_.Write("D.dao", EncodePlaceFile(places));
+  WriteUserFile("D", {Place("Eigen", 11.5F, 48.0F), Place("@weg", 7.0F, 50.0F),
+                      Place("Auch", places[40].Longitude, places[40].Latitude)});
+  PlaceList list;
+  ASSERT_EQ(Read_Cp_ORTE(PlaceFile("D"), list), 3000 - 2 + 2);
+
+  std::vector<std::pair<double, double>> points = {
+      {11.5, 48.0}, {13.0, 51.0}, {5000.0, 50.0}, {-170.0, -80.0}, {1e300, 1e300}};
+  for (int i = 0; i < 300; ++i) {
+    points.emplace_back(4.0 + static_cast<double>(rng() % 25) * 0.5,
+                        46.0 + static_cast<double>(rng() % 21) * 0.5);
+    points.emplace_back(lon(rng), lat(rng));
+    const auto& p = places[rng() % places.size()];
+    points.emplace_back(p.Longitude, p.Latitude);
+    points.emplace_back(lon(rng) * 3.0F - 20.0F, lat(rng) * 2.0F - 50.0F);
+  }
+  for (const auto& [x, y] : points) {
+    for (const double range : {0.0, 0.05, 0.7}) {
+      const auto expected = ByEveryPlace(list, x, y, range);
+      const auto found = FindNearestPlace("D", x, y, range);
+      ASSERT_EQ(found.has_value(), expected.has_value()) << x << " " << y << " " << range;
+      if (!found) continue;
+      EXPECT_EQ(found->place.NameField(), expected->place.NameField()) << x << " " << y;
+      EXPECT_EQ(found->ref.RecordNo, expected->ref.RecordNo);
+      EXPECT_EQ(found->position, expected->position);
+      EXPECT_EQ(found->distance, expected->distance);
+    }
+  }
 }
 
 TEST_F(NearestPlaceTest, WithoutCountryTableTheResultStaysUntouched) {

@@ -132,6 +132,19 @@ TEST_F(PlaceFileTest, IndexRunsEndWithOneRecordOfTheNextLetter) {
   EXPECT_THAT(Names(Search("D", "Zwickau")), ElementsAre("Zwickau"));
 }
 
+TEST_F(PlaceFileTest, WholeNameSearchFindsEverySpellingInItsRunInRecordOrder) {
+  WriteCountry("A", {Place("Sankt Anton", 10.3F, 47.1F), Place("St. Anton", 11.0F, 47.0F),
+                     Place("Salzburg", 13.0F, 47.8F), Place("sankt-anton", 12.0F, 47.5F),
+                     Place("Tamsweg", 13.8F, 47.1F), Place("Sankt Anton", 14.0F, 46.9F)});
+  const PlaceList found = Search("A", "SanktAnton");
+  ASSERT_THAT(Names(found), ElementsAre("Sankt Anton", "Sankt Anton", "sankt-anton"));
+  EXPECT_LT(found.refs[0].RecordNo, found.refs[1].RecordNo);
+  EXPECT_LT(found.refs[1].RecordNo, found.refs[2].RecordNo);
+  // Another run's letter asks another index; both answer from one image.
+  EXPECT_THAT(Names(Search("A", "Tamsweg")), ElementsAre("Tamsweg"));
+  EXPECT_THAT(Names(Search("A", "St Anton")), ElementsAre("St. Anton"));
+}
+
 TEST_F(PlaceFileTest, LetterWithoutRunReadsOnlyTheFirstRecord) {
   WriteCountry("A", {Place("Graz", 15.4F, 47.1F), Place("Wien", 16.4F, 48.2F)});
   // Digits are looked up under Z, which this index lacks.
@@ -172,6 +185,18 @@ TEST_F(PlaceFileTest, CityDataFindsOnePlaceInTheRightFile) {
   EXPECT_FALSE(Get_City_Data(PlaceFile("D"), "Bern", place));
 }
 
+TEST_F(PlaceFileTest, CityDataUserFirstTakesTheUserPlaceElseTheDatabasePlace) {
+  WriteUserFile("D", {Place("Berlin", 1.0F, 2.0F, 7)});
+  PlaceRecord place;
+  ASSERT_TRUE(Get_City_Data_UserFirst(PlaceFile("D"), "BERLIN.", place));
+  EXPECT_EQ(place.Timetable, 7);
+  ASSERT_TRUE(Get_City_Data_UserFirst(PlaceFile("D"), "Zwickau", place));
+  EXPECT_EQ(place.Timetable, 1);
+  EXPECT_EQ(place.TrimmedName(), "Zwickau");
+  EXPECT_FALSE(Get_City_Data_UserFirst(PlaceFile("D"), "Berl*", place));
+  EXPECT_FALSE(Get_City_Data_UserFirst(PlaceFile("D"), "Bad-Aibling", place));  // letters only
+}
+
 TEST(LzErrorMessages, TableTextsAndTheFallback) {
   EXPECT_EQ(LZERROR_Msg(-3, "D.dao"), "corrupt compressed file format");
   EXPECT_EQ(LZERROR_Msg(-8, "D.dao"), "compression algorithm not recognized");
@@ -208,6 +233,19 @@ TEST_F(HostilePlaceFileTest, IndexEntriesPointingNowhereReadNothing) {
   folder_.Write("A.IDX", index);
   EXPECT_THAT(Names(Search("A", "Graz")), ElementsAre());
   EXPECT_THAT(Names(Search("A", "Wien")), ElementsAre());
+}
+
+TEST_F(HostilePlaceFileTest, RunThatEndsBeforeItStartsReadsNothing) {
+  folder_.Write("A.dao",
+                EncodePlaceFile({Place("Graz", 1, 1), Place("Linz", 3, 3), Place("Wien", 2, 2)}));
+  std::string index = "W";
+  AppendInt32(index, 3);
+  index += "G";
+  AppendInt32(index, 1);
+  folder_.Write("A.IDX", index);
+  EXPECT_THAT(Names(Search("A", "Wien")), ElementsAre());
+  EXPECT_THAT(Names(Search("A", "Wien", 1)), ElementsAre());
+  EXPECT_THAT(Names(Search("A", "Graz")), ElementsAre("Graz"));
 }
 
 TEST_F(HostilePlaceFileTest, PartialIndexEntryEndsTheRunAtTheLastRecord) {

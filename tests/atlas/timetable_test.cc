@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
 #include <limits>
 
 #include "atlas/dst_rules.h"
@@ -168,6 +170,22 @@ TEST_F(TimetableTest, DefaultHistoryOfACountryWithoutTimetables) {
   EXPECT_EQ(ZoneName("A", 0, At(2020, 7, 1)), "MET");
   EXPECT_EQ(GetRightTimeZone("A", 0), "MEZ");
   EXPECT_EQ(GetRightTimeZone("D", 1), "MET");
+}
+
+TEST_F(TimetableTest, ZonesFollowATimetableFileRewrittenOnDisk) {
+  // Dated back as in an installed atlas, so that its image is kept.
+  const auto install = [this] {
+    std::filesystem::last_write_time(
+        folder_.path() / "ttx.dao",
+        std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  };
+  install();
+  EXPECT_EQ(GetRightTimeZone("D", 2), "MET");
+  EXPECT_EQ(ZoneName("D", 2, At(1997, 7, 1)), "MET");
+  WriteTimetables("ttx.dao", {{58, {{}, {{At(1900, 1, 1), Zone("GMT")}}}}});
+  install();
+  EXPECT_EQ(GetRightTimeZone("D", 2), "GMT");
+  EXPECT_EQ(ZoneName("D", 2, At(1997, 7, 1)), "GMT");
 }
 
 TEST_F(TimetableTest, UnknownCountriesGroupsAndOddDatesHaveNoZone) {

@@ -374,6 +374,20 @@ TEST_F(Lz, FileReplacedByRenameIsSeen) {
   EXPECT_EQ(*Image(path), "other version");
 }
 
+TEST_F(Lz, FileCreatedWhereItWasMissingIsSeen) {
+  dir_.Write("Atlas/D.dao", "places");
+  fs::last_write_time(dir_.path() / "Atlas", LongAgo());
+  const std::string user_file = dir_.str() + "\\Atlas\\USER\\D.dao";
+  std::int32_t error = 1;
+  EXPECT_EQ(ExistingImage(user_file, error), nullptr);
+  EXPECT_EQ(error, 0);
+  EXPECT_EQ(ExistingImage(user_file, error), nullptr);  // known to be missing now
+  dir_.Write("Atlas/USER/D.dao", "user places");
+  const auto image = ExistingImage(user_file, error);
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ(*image, "user places");
+}
+
 TEST_F(Lz, LeastRecentlyUsedImagesGoFirst) {
   std::vector<std::string> paths;
   std::vector<std::shared_ptr<const std::string>> images;

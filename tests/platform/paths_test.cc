@@ -67,6 +67,34 @@ TEST(NativePath, SeesFilesCreatedAfterAMissingLookupInAnOldFolder) {
   EXPECT_EQ(NativePath(user_file), dir.path() / "Atlas" / "USER" / "D.dao");
 }
 
+TEST(KnownMissing, HoldsWhileTheFolderThatLacksThePathIsUnchanged) {
+  TempFolder dir;
+  dir.Write("Atlas/D.dao", "x");
+  std::filesystem::last_write_time(
+      dir.path() / "Atlas", std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  const std::string user_file = dir.str() + "\\Atlas\\USER\\D.dao";
+  EXPECT_FALSE(KnownMissing(user_file));  // never looked up
+  NativePath(user_file);
+  EXPECT_TRUE(KnownMissing(user_file));
+  dir.Write("Atlas/user/D.dao", "x");  // any spelling changes the folder
+  EXPECT_FALSE(KnownMissing(user_file));
+}
+
+TEST(KnownMissing, NeverForOtherSpellingsOrRecentlyChangedFolders) {
+  TempFolder dir;
+  dir.Write("Atlas/D.dao", "x");
+  std::filesystem::last_write_time(
+      dir.path() / "Atlas", std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  // Resolved through "Atlas": an "ATLAS" of its own could appear beside it.
+  const std::string other_spelling = dir.str() + "\\ATLAS\\USER\\D.dao";
+  NativePath(other_spelling);
+  EXPECT_FALSE(KnownMissing(other_spelling));
+  dir.Write("Fresh/a", "x");  // changed within the file system's time tick
+  const std::string fresh = dir.str() + "\\Fresh\\USER\\D.dao";
+  NativePath(fresh);
+  EXPECT_FALSE(KnownMissing(fresh));
+}
+
 TEST(MatchingFiles, MatchesPatternsWithoutRegardToCaseAndSkipsFolders) {
   TempFolder dir;
   dir.Write("a.DAO", "x");

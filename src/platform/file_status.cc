@@ -1,0 +1,185 @@
+#include "platform/file_status.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <string_view>
+#include <vector>
+
+namespace tarv {
+namespace {
+
+// What the open scope has looked at. A lookup in one country looks at a
+// handful of paths, so a short list searched in order beats a hash table; its
+// strings keep their buffers from call to call. A search over a continent
+// looks at hundreds; past the list's length paths are looked at every time.
+struct CallMemo {
+  struct Seen {
+    std::string path;
+    bool follow = true;
+    FileStatus status;
+  };
+  int depth = 0;
+  std::uint64_t call = 0;
+  std::vector<Seen> seen;
+  std::size_t used = 0;
+
+  void Clear() {
+    used = 0;
+    ++call;
+  }
+};
+
+thread_local CallMemo memo;
+constexpr std::size_t kMaxRemembered = 32;
+
+FileStatus StatusOf(const struct stat& info) {
+  FileStatus status;
+  status.exists = true;
+  status.regular = S_ISREG(info.st_mode);
+  status.directory = S_ISDIR(info.st_mode);
+  status.size = static_cast<std::uint64_t>(info.st_size);
+  status.mtime_ns =
+      static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec;
+  status.device = static_cast<std::uint64_t>(info.st_dev);
+  status.inode = static_cast<std::uint64_t>(info.st_ino);
+  return status;
+}
+
+FileStatus Look(const std::string& path, bool follow) {
+  struct stat info {};
+  if ((follow ? ::stat(path.c_str(), &info) : ::lstat(path.c_str(), &info)) != 0) return {};
+  return StatusOf(info);
+}
+
+// A handle for looking up names only; where O_PATH is missing, a folder one
+// may read.
+#ifdef O_PATH
+constexpr int kFolderHandleFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+#else
+constexpr int kFolderHandleFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+#endif
+
+// Open handles on folders the calls look into. The kernel walks every name of
+// a path on each stat; relative to a handle it walks one. A handle is used
+// only for the folder the call found at the folder's path, so a folder
+// renamed, replaced or mounted over is not looked into. (The handle keeps its
+// folder's inode allocated, so no other folder can show the same number.)
+class FolderHandles {
+ public:
+  FolderHandles() = default;
+  FolderHandles(const FolderHandles&) = delete;
+  FolderHandles& operator=(const FolderHandles&) = delete;
+  ~FolderHandles() {
+    for (const auto& h : handles_)
+      ::close(h.fd);
+  }
+
+  // A descriptor of `folder` when it is the folder `status` describes, else -1.
+  int For(std::string_view folder, const FileStatus& status) {
+    for (auto it = handles_.begin(); it != handles_.end(); ++it) {
+      if (it->folder != folder) continue;
+      if (it->device == status.device && it->inode == status.inode) return it->fd;
+      ::close(it->fd);
+      handles_.erase(it);
+      break;
+    }
+    const std::string path(folder);
+    const int fd = ::open(path.c_str(), kFolderHandleFlags);
+    if (fd < 0) return -1;
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || static_cast<std::uint64_t>(info.st_dev) != status.device ||
+        static_cast<std::uint64_t>(info.st_ino) != status.inode) {
+      ::close(fd);  // the folder changed in between; look the long way this time
+      return -1;
+    }
+    if (handles_.size() == kMaxHandles) {
+      ::close(handles_.front().fd);
+      handles_.erase(handles_.begin());
+    }
+    handles_.push_back({path, fd, status.device, status.inode});
+    return fd;
+  }
+
+ private:
+  static constexpr std::size_t kMaxHandles = 8;
+  struct Handle {
+    std::string folder;
+    int fd = -1;
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+  };
+  std::vector<Handle> handles_;
+};
+
+thread_local FolderHandles folder_handles;
+
+}  // namespace
+
+namespace {
+
+const FileStatus* Remembered(std::string_view path, bool follow) {
+  for (std::size_t i = 0; i < memo.used; ++i) {
+    const auto& seen = memo.seen[i];
+    if (seen.follow == follow && seen.path == path) return &seen.status;
+  }
+  return nullptr;
+}
+
+// Within a call: relative to the folder's handle when the call has looked at
+// the folder already (a missing user file has it looked at first).
+FileStatus LookInCall(const std::string& path, bool follow) {
+  const auto cut = path.rfind('/');
+  if (cut == std::string::npos || cut == 0 || cut + 1 == path.size()) return Look(path, follow);
+  const std::string_view folder(path.data(), cut);
+  const char* name = path.c_str() + cut + 1;
+  if (std::string_view(name) == "." || std::string_view(name) == "..") return Look(path, follow);
+  const FileStatus* seen = Remembered(folder, true);
+  if (seen == nullptr || !seen->directory) return Look(path, follow);
+  const int fd = folder_handles.For(folder, *seen);
+  if (fd < 0) return Look(path, follow);
+  struct stat info {};
+  if (::fstatat(fd, name, &info, follow ? 0 : AT_SYMLINK_NOFOLLOW) != 0) return {};
+  return StatusOf(info);
+}
+
+}  // namespace
+
+FileStatus StatFile(const std::string& path, bool follow) {
+  if (memo.depth == 0) return Look(path, follow);
+  if (const FileStatus* seen = Remembered(path, follow)) return *seen;
+  if (memo.used == kMaxRemembered) return Look(path, follow);
+  const FileStatus status = LookInCall(path, follow);
+  if (memo.used == memo.seen.size()) memo.seen.emplace_back();
+  auto& fresh = memo.seen[memo.used++];
+  fresh.path.assign(path);
+  fresh.follow = follow;
+  fresh.status = status;
+  return status;
+}
+
+std::uint64_t CallNumber() {
+  return memo.depth == 0 ? 0 : memo.call;
+}
+
+void ForgetStatsOfThisCall() {
+  memo.Clear();
+}
+
+StatScope::StatScope() {
+  if (memo.depth++ == 0) memo.Clear();
+}
+
+StatScope::~StatScope() {
+  if (--memo.depth == 0) memo.Clear();
+}
+
+std::int64_t NowNs() {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(
+             std::chrono::system_clock::now().time_since_epoch())
+      .count();
+}
+
+}  // namespace tarv

@@ -1,0 +1,85 @@
+#include "platform/file_status.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/temp_folder.h"
+
+namespace tarv {
+namespace {
+
+using testing::TempFolder;
+
+TEST(StatScope, EachPathIsLookedAtOncePerCall) {
+  TempFolder dir;
+  const auto file = dir.Write("a.dat", "1");
+  {
+    const StatScope call;
+    EXPECT_EQ(StatFile(file).size, 1U);
+    dir.Write("a.dat", "12345");
+    EXPECT_EQ(StatFile(file).size, 1U);  // as the call first saw it
+    { const StatScope member_called_by_a_member; }
+    EXPECT_EQ(StatFile(file).size, 1U);  // only the outermost scope forgets
+    ForgetStatsOfThisCall();             // as after the component's own write
+    EXPECT_EQ(StatFile(file).size, 5U);
+  }
+  dir.Write("a.dat", "12");
+  EXPECT_EQ(StatFile(file).size, 2U);  // without a scope every look is new
+  const StatScope next_call;
+  EXPECT_EQ(StatFile(file).size, 2U);
+}
+
+// Within a call, files are looked at through a handle on their folder once
+// the call has looked at the folder itself; the handle must never outlive the
+// folder the path names.
+TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
+  TempFolder dir;
+  dir.Write("atlas/x.dat", "1");
+  dir.Write("other/x.dat", "22");
+  std::filesystem::create_directory_symlink(dir.path() / "atlas", dir.path() / "link");
+  const auto size_in_a_call = [](const std::filesystem::path& folder) {
+    const StatScope call;
+    EXPECT_TRUE(StatFile(folder).directory);
+    return StatFile(folder / "x.dat").size;
+  };
+  EXPECT_EQ(size_in_a_call(dir.path() / "atlas"), 1U);
+  EXPECT_EQ(size_in_a_call(dir.path() / "link"), 1U);
+  std::filesystem::rename(dir.path() / "atlas", dir.path() / "old");
+  dir.Write("atlas/x.dat", "333");
+  EXPECT_EQ(size_in_a_call(dir.path() / "atlas"), 3U);
+  std::filesystem::remove(dir.path() / "link");
+  std::filesystem::create_directory_symlink(dir.path() / "other", dir.path() / "link");
+  EXPECT_EQ(size_in_a_call(dir.path() / "link"), 2U);
+  std::filesystem::remove_all(dir.path() / "other");
+  const StatScope call;
+  EXPECT_FALSE(StatFile(dir.path() / "link").exists);
+  EXPECT_FALSE(StatFile(dir.path() / "link" / "x.dat").exists);
+}
+
+TEST(StatFile, KindsAndLinksFollowedOnlyWhenAsked) {
+  TempFolder dir;
+  const auto file = dir.Write("sub/a.dat", "abc");
+  const FileStatus regular = StatFile(file);
+  EXPECT_TRUE(regular.exists && regular.regular && !regular.directory);
+  EXPECT_TRUE(StatFile(dir.path() / "sub").directory);
+  EXPECT_FALSE(StatFile(dir.path() / "none").exists);
+  std::filesystem::create_symlink(dir.path() / "gone", dir.path() / "link");
+  EXPECT_FALSE(StatFile(dir.path() / "link").exists);
+  EXPECT_TRUE(StatFile(dir.path() / "link", /*follow=*/false).exists);
+}
+
+TEST(FileStatus, SameVersionNeedsSizeTimeAndInode) {
+  TempFolder dir;
+  const auto file = dir.Write("a.dat", "abc");
+  const FileStatus first = StatFile(file);
+  EXPECT_TRUE(first.SameVersion(StatFile(file)));
+  const auto time = std::filesystem::last_write_time(file);
+  const auto other = dir.Write("b.dat", "xyz");
+  std::filesystem::last_write_time(other, time);
+  std::filesystem::rename(other, file);  // same size and time, another inode
+  EXPECT_FALSE(first.SameVersion(StatFile(file)));
+}
+
+}  // namespace
+}  // namespace tarv

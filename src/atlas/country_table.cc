@@ -34,17 +34,6 @@ std::vector<std::string_view> SplitLines(std::string_view text) {
   return lines;
 }
 
-std::vector<std::string_view> SplitTabs(std::string_view line) {
-  std::vector<std::string_view> fields;
-  std::size_t start = 0;
-  for (;;) {
-    const auto tab = line.find('\t', start);
-    fields.push_back(line.substr(start, tab == std::string_view::npos ? tab : tab - start));
-    if (tab == std::string_view::npos) return fields;
-    start = tab + 1;
-  }
-}
-
 std::int16_t NumberField(std::string_view field, const std::string& file, std::size_t line_no,
                          const char* name) {
   const auto value = ToInt16(Val(field));
@@ -98,7 +87,7 @@ std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::st
   records.reserve(lines.size());
   for (std::size_t i = 0; i < lines.size(); ++i) {
     const std::size_t line_no = i + 1;
-    const auto f = SplitTabs(lines[i]);
+    const auto f = Split(lines[i], '\t');
     if (f.size() < kFieldCount) {
       throw AtlasError(file, "line " + std::to_string(line_no) + ": " + std::to_string(f.size()) +
                                  " TAB-separated fields where 11 are needed");

@@ -5,6 +5,7 @@
 
 #include "tarvplaces/atlas_error.h"
 #include "util/serial_date.h"
+#include "util/text.h"
 
 namespace tarv {
 namespace {
@@ -19,22 +20,6 @@ int WeekdayOfSerial(double serial) {
 
 int DaysInMonth(int year, int month) {
   return static_cast<int>(SerialOfDate(year, month + 1, 1) - SerialOfDate(year, month, 1));
-}
-
-std::vector<std::string_view> Split(std::string_view line, char separator) {
-  std::vector<std::string_view> parts;
-  std::size_t start = 0;
-  for (;;) {
-    const auto cut = line.find(separator, start);
-    parts.push_back(line.substr(start, cut == std::string_view::npos ? cut : cut - start));
-    if (cut == std::string_view::npos) return parts;
-    start = cut + 1;
-  }
-}
-
-bool ParseInt(std::string_view text, int& value) {
-  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-  return ec == std::errc() && end == text.data() + text.size() && !text.empty();
 }
 
 bool ParseClock(std::string_view text, int& minutes) {

@@ -59,7 +59,8 @@ std::string EncodePlaceIndex(const std::vector<PlaceRecord>& places) {
 }
 
 void WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
-                     std::vector<PlaceRecord> places, bool compress, const std::vector<int>& ranks) {
+                     std::vector<PlaceRecord> places, bool compress,
+                     const std::vector<int>& ranks) {
   SortForPlaceFile(places, ranks);
   const std::string data = EncodePlaceFile(places);
   WriteFileAtomically(folder / (code + ".dao"), compress ? CompressSzdd(data, 'o') : data);

@@ -5,28 +5,13 @@
 
 #include "platform/codepage.h"
 #include "tarvplaces/atlas_error.h"
+#include "util/text.h"
 
 namespace tarv {
 namespace {
 
 constexpr int kSecondsPerHour = 3600;
 constexpr std::size_t kColumns = 8;
-
-std::vector<std::string_view> Split(std::string_view line, char separator) {
-  std::vector<std::string_view> parts;
-  std::size_t start = 0;
-  for (;;) {
-    const auto cut = line.find(separator, start);
-    parts.push_back(line.substr(start, cut == std::string_view::npos ? cut : cut - start));
-    if (cut == std::string_view::npos) return parts;
-    start = cut + 1;
-  }
-}
-
-bool ParseInt(std::string_view text, int& value) {
-  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-  return ec == std::errc() && end == text.data() + text.size();
-}
 
 }  // namespace
 

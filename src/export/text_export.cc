@@ -20,7 +20,8 @@ constexpr const char* kCrLf = "\r\n";
 std::string FormatDate(double serial) {
   const CalendarTime t = CalendarOfSerial(serial);
   char text[32];
-  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour, t.minute);
+  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour,
+                t.minute);
   return text;
 }
 
@@ -50,8 +51,8 @@ std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& cou
   for (std::size_t at = 0; at + kPlaceRecordSize <= image->size(); at += kPlaceRecordSize) {
     const PlaceRecord p = DecodePlaceRecord(std::string_view(*image).substr(at, kPlaceRecordSize));
     if (p.IsDeleted()) continue;
-    Line(text, country, std::string(p.NameField()), SingleToText(p.Longitude), SingleToText(p.Latitude),
-         std::to_string(p.Timetable), user ? "1" : "0");
+    Line(text, country, std::string(p.NameField()), SingleToText(p.Longitude),
+         SingleToText(p.Latitude), std::to_string(p.Timetable), user ? "1" : "0");
     ++count;
   }
   return count;
@@ -84,7 +85,8 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
     const std::int16_t number = HaveTimetables(c.CountryShort);
     for (std::int16_t t = 1; t <= number; ++t) {
       std::vector<TimetableEntry> entries;
-      Read_Cp_TimeTable(c.CountryShort, c.CountryId, kSerial2000, t, entries, IsUSA(c.CountryShort));
+      Read_Cp_TimeTable(c.CountryShort, c.CountryId, kSerial2000, t, entries,
+                        IsUSA(c.CountryShort));
       for (std::size_t e = 0; e < entries.size(); ++e) {
         Line(timetables, std::to_string(c.CountryId), std::to_string(t), std::to_string(e + 1),
              std::to_string(entries[e].Zone), FormatDate(entries[e].Datum));

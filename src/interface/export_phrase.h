@@ -12,7 +12,8 @@ namespace tarv {
 inline std::string ExportPassPhrase() {
   constexpr std::array<int, 9> kCodes = {84, 97, 114, 118, 38, 79, 114, 116, 101};
   std::string phrase;
-  for (const int code : kCodes) phrase += static_cast<char>(code);
+  for (const int code : kCodes)
+    phrase += static_cast<char>(code);
   return phrase;
 }
 

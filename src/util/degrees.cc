@@ -201,7 +201,7 @@ std::string ComposeDegreeText(int kind, bool unit_marks, const std::string& mark
 }
 
 // Exponent notation such as "1.5E-05" would otherwise fall apart into the
-// parts 1.5 and 05 with a minus sign; plain decimals read correctly.
+// numbers "1.5" and "05" with a minus sign; plain decimals read correctly.
 std::string PlainDecimalText(std::string_view text) {
   std::array<char, 400> buffer{};
   const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), Val(text),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 
@@ -174,6 +175,22 @@ bool WildcardPattern::Matches(std::string_view text) const noexcept {
   while (p < tokens_.size() && tokens_[p].kind == Kind::kStar)
     ++p;
   return p == tokens_.size();
+}
+
+std::vector<std::string_view> Split(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  std::size_t start = 0;
+  for (;;) {
+    const auto cut = text.find(separator, start);
+    parts.push_back(text.substr(start, cut == std::string_view::npos ? cut : cut - start));
+    if (cut == std::string_view::npos) return parts;
+    start = cut + 1;
+  }
+}
+
+bool ParseInt(std::string_view text, int& value) noexcept {
+  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return ec == std::errc() && end == text.data() + text.size() && !text.empty();
 }
 
 bool Like(std::string_view text, std::string_view pattern) {

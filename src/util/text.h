@@ -43,6 +43,14 @@ bool TextContains(std::string_view s, std::string_view part) noexcept;
 // 0 when there is none. Val("12.5abc") is 12.5, Val("x1") is 0.
 double Val(std::string_view s) noexcept;
 
+// The pieces of `text` between the separators, empty pieces included:
+// Split("a\t\tb", '\t') is {"a", "", "b"}; Split("", ',') is {""}.
+std::vector<std::string_view> Split(std::string_view text, char separator);
+
+// Reads a whole decimal integer (optional minus sign, nothing else); false
+// for an empty text, other characters, or a number that does not fit.
+bool ParseInt(std::string_view text, int& value) noexcept;
+
 // A compiled wildcard pattern, matched against whole texts without regard to
 // case. "*" matches any run (also empty), "?" exactly one character, "[abc]"
 // one character of the set, "[a-z]" one of a range, "[!abc]" one character

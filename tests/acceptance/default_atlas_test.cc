@@ -12,10 +12,10 @@
 #include "atlas/geonames.h"
 #include "atlas/place_file.h"
 #include "atlas/process_state.h"
-#include "export/text_export.h"
-#include "platform/lz.h"
 #include "atlas/tzif.h"
+#include "export/text_export.h"
 #include "platform/codepage.h"
+#include "platform/lz.h"
 #include "tarvplaces/places.h"
 #include "util/julian.h"
 #include "util/serial_date.h"
@@ -190,7 +190,8 @@ TEST_F(DefaultAtlasTest, ZonesAgreeWithTheIanaDatabase) {
 std::size_t LinesOf(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   std::size_t lines = 0;
-  for (std::string line; std::getline(in, line);) ++lines;
+  for (std::string line; std::getline(in, line);)
+    ++lines;
   return lines;
 }
 
@@ -214,10 +215,12 @@ TEST_F(DefaultAtlasTest, ExportedFilesHoldWhatTheAtlasHolds) {
   std::size_t timetable_entries = 0;
   const std::size_t real_countries = countries.size() - 1 - 11;
   for (std::size_t i = 1; i <= real_countries; ++i) {
-    const std::string code = countries[i].substr(countries[i].find('\t', countries[i].find('\t') + 1) + 1);
+    const std::string code =
+        countries[i].substr(countries[i].find('\t', countries[i].find('\t') + 1) + 1);
     const std::string short_code = code.substr(0, code.find('\t'));
     for (std::int32_t t = 1; t <= places.HaveTimetables(short_code); ++t) {
-      timetable_entries += places.GetTimeTableArray(short_code, static_cast<std::int16_t>(t)).size();
+      timetable_entries +=
+          places.GetTimeTableArray(short_code, static_cast<std::int16_t>(t)).size();
     }
   }
   EXPECT_EQ(LinesOf(out / "Countries.txt") - 1, real_countries);

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <csignal>
-
 #include <filesystem>
 
 #include "interface/export_phrase.h"
@@ -122,7 +121,8 @@ TEST_F(TextExportTest, FullDiskFailsClearlyAndKeepsTheOldFiles) {
   EXPECT_EQ(WEXITSTATUS(status), 3);  // an AtlasError naming the file
   EXPECT_EQ(File("Cities.txt") + File("Zones.txt"), before);
   for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
-    EXPECT_EQ(entry.path().string().find(".tmp-"), std::string::npos) << "temporary file left behind";
+    EXPECT_EQ(entry.path().string().find(".tmp-"), std::string::npos)
+        << "temporary file left behind";
   }
 }
 

@@ -411,14 +411,6 @@ int RunZones(const Options& o) {
   return list.size() > 1 ? kFound : kNotFound;
 }
 
-std::string FormatSerial(double serial) {
-  const auto t = tarv::CalendarOfSerial(serial);
-  char text[32];
-  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour,
-                t.minute);
-  return text;
-}
-
 int RunTimetable(const Options& o, const std::string& country, int number) {
   Atlas atlas(o);
   const std::string code = atlas.Country(country);
@@ -426,7 +418,7 @@ int RunTimetable(const Options& o, const std::string& country, int number) {
   json list = json::array();
   for (const auto& r : rows) {
     const auto f = SplitTabs(atlas.places().GetTimeZoneListString(r.ZoneId));
-    list.push_back({{"from", FormatSerial(r.Date)},
+    list.push_back({{"from", tarv::DateTimeText(r.Date)},
                     {"zone_id", r.ZoneId},
                     {"zone", TrimRight(f[0])},
                     {"utc_offset", r.ZoneId == 0 ? json(nullptr) : json(std::stod(f[2]))}});

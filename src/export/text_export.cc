@@ -17,14 +17,6 @@ namespace {
 
 constexpr const char* kCrLf = "\r\n";
 
-std::string FormatDate(double serial) {
-  const CalendarTime t = CalendarOfSerial(serial);
-  char text[32];
-  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour,
-                t.minute);
-  return text;
-}
-
 template <typename... Fields>
 void Line(std::string& text, const Fields&... fields) {
   bool first = true;
@@ -89,7 +81,7 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
                         IsUSA(c.CountryShort));
       for (std::size_t e = 0; e < entries.size(); ++e) {
         Line(timetables, std::to_string(c.CountryId), std::to_string(t), std::to_string(e + 1),
-             std::to_string(entries[e].Zone), FormatDate(entries[e].Datum));
+             std::to_string(entries[e].Zone), DateTimeText(entries[e].Datum));
       }
       counts.timetable_entries += entries.size();
     }

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -103,6 +104,14 @@ double LinearSerial(double serial) noexcept {
   if (!(serial < 0.0)) return serial;
   const double day = std::ceil(serial);
   return day + (day - serial);
+}
+
+std::string DateTimeText(double serial) {
+  const CalendarTime t = CalendarOfSerial(serial);
+  char text[32];
+  std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour,
+                t.minute);
+  return text;
 }
 
 }  // namespace tarv

@@ -9,6 +9,8 @@
 #ifndef TARVPLACES_UTIL_SERIAL_DATE_H_
 #define TARVPLACES_UTIL_SERIAL_DATE_H_
 
+#include <string>
+
 namespace tarv {
 
 // Calendar fields of a serial date; month 1-12, day 1-31, hour 0-23,
@@ -49,6 +51,10 @@ double SerialOf(const CalendarTime& time) noexcept;
 // Throws std::overflow_error when `serial` is not finite or its year does not
 // fit an int.
 CalendarTime CalendarOfSerial(double serial);
+
+// The serial as "dd.mm.yyyy hh:nn", the form lists and the text export show:
+// DateTimeText(36526.5) is "01.01.2000 12:00".
+std::string DateTimeText(double serial);
 
 // The serial as a number that grows with time. Serials before 30 December
 // 1899 count their time of day away from zero (-1.25 is 29 December 06:00,

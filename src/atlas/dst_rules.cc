@@ -1,7 +1,10 @@
 #include "atlas/dst_rules.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <iterator>
+#include <stdexcept>
 
 #include "tarvplaces/atlas_error.h"
 #include "util/serial_date.h"
@@ -94,6 +97,17 @@ namespace {
 
 int YearOf(double serial) {
   return CalendarOfSerial(serial).year;
+}
+
+// Whether the calendar can hold `serial`; damaged timetables carry dates
+// (infinite, or millions of years away) that it cannot.
+bool IsCalendarDate(double serial) {
+  try {
+    CalendarOfSerial(serial);
+    return true;
+  } catch (const std::overflow_error&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -225,7 +239,12 @@ std::optional<DstRule> DstRules::RuleFor(std::int16_t country, std::int16_t time
   return shifted;
 }
 
-DstRule InferDstRule(const std::vector<std::pair<double, bool>>& entries) {
+DstRule InferDstRule(const std::vector<std::pair<double, bool>>& all_entries) {
+  // A date the calendar cannot hold changes no clock.
+  std::vector<std::pair<double, bool>> entries;
+  entries.reserve(all_entries.size());
+  std::copy_if(all_entries.begin(), all_entries.end(), std::back_inserter(entries),
+               [](const auto& e) { return IsCalendarDate(e.first); });
   std::optional<double> last_start;
   std::optional<double> last_end;
   for (std::size_t i = 1; i < entries.size(); ++i) {

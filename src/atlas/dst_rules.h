@@ -119,7 +119,8 @@ class DstRules {
 // October at 03:00"), provided one of the last `kInferenceYears` years had
 // it; otherwise none. `entries` are (local serial date, is summer) pairs in
 // time order, the is-summer flag telling whether the zone from that date on
-// is a summer-time variant.
+// is a summer-time variant. Entries whose dates the calendar cannot hold
+// (not finite, or years beyond the int range) are left out.
 inline constexpr int kInferenceYears = 3;
 DstRule InferDstRule(const std::vector<std::pair<double, bool>>& entries);
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
 
@@ -102,6 +104,20 @@ TEST(InferDstRule, NoSummerTimeInTheLastYearsMeansNone) {
             DstRule::Kind::kNone);
   EXPECT_EQ(InferDstRule({}).kind, DstRule::Kind::kNone);
   EXPECT_EQ(InferDstRule(Summers({})).kind, DstRule::Kind::kNone);
+}
+
+TEST(InferDstRule, DatesTheCalendarCannotHoldAreLeftOut) {
+  // Damaged timetables carry such dates; the others still give the rule.
+  for (const double bad : {1.7e13, -1e300, std::numeric_limits<double>::infinity(),
+                           std::numeric_limits<double>::quiet_NaN()}) {
+    auto entries = Summers({{At(1999, 3, 28, 2), At(1999, 10, 31, 3)}});
+    entries.emplace_back(bad, true);
+    DstRule rule;
+    ASSERT_NO_THROW(rule = InferDstRule(entries)) << bad;
+    ASSERT_EQ(rule.kind, DstRule::Kind::kRule) << bad;
+    EXPECT_EQ(rule.start, (DayRule{3, 5, 0, 120}));
+    EXPECT_EQ(rule.end, (DayRule{10, 5, 0, 180}));
+  }
 }
 
 TEST(InferDstRule, SummerTimeThatNeverEndedHoldsAllYear) {

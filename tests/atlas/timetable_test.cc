@@ -128,6 +128,14 @@ TEST_F(TimetableTest, SectionMarkerBeyondTheCountryNumbersOpensNoSection) {
   EXPECT_EQ(Read(58, 1).size(), 2U);
 }
 
+TEST_F(TimetableTest, HistoryDateBeyondTheCalendarDoesNotThrow) {
+  // Later dates take their rule from the history, which reads every date.
+  WriteTimetables("ttx.dao", {{58, {{{At(1893, 4, 1), met_}, {1.7e13, met_s_}}}}});
+  EXPECT_NO_THROW(EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "MET"));
+  EXPECT_NO_THROW(LocalTimeStatus("D", 1, At(2005, 7, 1)));
+  EXPECT_NO_THROW(GetDaylightSavingDate("D", 1, 2005, 0));
+}
+
 TEST_F(TimetableTest, ZoneBefore2000ComesFromTheHistory) {
   EXPECT_EQ(ZoneName("D", 1, At(1850, 1, 1)), "LMT");
   EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");

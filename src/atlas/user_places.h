@@ -27,12 +27,14 @@ struct UserPlace {
 // written then). Returns 0 when the country table is not loaded, the country
 // is unknown, or the name is empty after trimming, begins with "@" (the mark
 // of a deleted record) or with the eight bytes of the SZDD magic (which
-// would make the plain user file read as compressed). Control characters in the name (TAB, CR,
-// LF...) become blanks and the name is cut to 28 characters. Records are kept sorted by their
-// bytes, deleted ones included (each keeps its place), and the index gets an entry wherever the
-// upper-cased first character changes. `record_no` receives the new record's number (negative). The
-// USER folder is created when needed. Throws AtlasError when the folder cannot be written; the user
-// file is then unchanged.
+// would make the plain user file read as compressed). Control characters in
+// the name (TAB, CR, LF...) become blanks and the name is cut to 28
+// characters. Records are kept sorted by their bytes, deleted ones included
+// (each keeps its place), and the index gets an entry wherever the
+// upper-cased first character changes.
+// `record_no` receives the new record's number (negative). The USER folder
+// is created when needed. Throws AtlasError when the folder cannot be
+// written; the user file is then unchanged.
 std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no);
 
 // Marks the first record of the user file whose 28-character name equals the

@@ -130,7 +130,7 @@ WildcardPattern::WildcardPattern(std::string_view pattern, bool sets) {
           m = !m;
       }
       sets_.push_back(member);
-      tokens_.push_back({Kind::kSet, 0, static_cast<std::uint16_t>(sets_.size() - 1)});
+      tokens_.push_back({Kind::kSet, 0, static_cast<std::uint32_t>(sets_.size() - 1)});
     } else {
       tokens_.push_back({Kind::kChar, AnsiUpper(c), 0});
     }

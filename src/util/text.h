@@ -67,7 +67,7 @@ class WildcardPattern {
   struct Token {
     Kind kind;
     char folded;              // kChar: the upper-cased character
-    std::uint16_t set_index;  // kSet: index into sets_
+    std::uint32_t set_index;  // kSet: index into sets_
   };
   bool TokenMatches(const Token& token, char c) const noexcept;
 

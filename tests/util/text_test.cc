@@ -92,6 +92,15 @@ TEST(Wildcard, FileNamePatternsIgnoreBrackets) {
   EXPECT_FALSE(WildcardPattern("[x].dao", false).Matches("x.dao"));
 }
 
+TEST(Wildcard, MoreSetsThanSixteenBitsCountKeepTheirOwnMembers) {
+  std::string pattern;
+  for (int i = 0; i < 70000; ++i) pattern += "[a]";
+  pattern += "[b]";  // set number 70,000: past what 16 bits can number
+  const std::string text(70000, 'a');
+  EXPECT_TRUE(Like(text + "b", pattern));
+  EXPECT_FALSE(Like(text + "a", pattern));
+}
+
 TEST(Wildcard, ManyStarsStayFast) {
   const std::string text(5000, 'a');
   EXPECT_FALSE(Like(text, "*a*a*a*a*a*a*a*a*b"));

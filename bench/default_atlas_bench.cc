@@ -124,20 +124,25 @@ BENCHMARK(ExactColdOurs)->Name("Default/ExactCold/ours")->Unit(benchmark::kMilli
 
 // ---- Prefix ----
 
+// Warm GetPlaceData over `texts` in the largest country, one text per call.
+void WarmLookups(benchmark::State& state, const std::vector<std::string>& texts) {
+  const std::string code = LargestCode();
+  auto& places = Warm();
+  places.GetPlaceData(texts[0], code);
+  std::size_t i = 0;
+  double found = 0;
+  for (auto _ : state) {
+    found += places.GetPlaceData(texts[i++ % texts.size()], code);
+  }
+  ReportFound(state, found);
+}
+
 void PrefixOurs(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
   auto prefixes = SampleNames(Largest(), kSamples, 13, false, 4);
   for (auto& p : prefixes)
     p += '*';
-  const std::string code = LargestCode();
-  auto& places = Warm();
-  places.GetPlaceData(prefixes[0], code);
-  std::size_t i = 0;
-  double found = 0;
-  for (auto _ : state) {
-    found += places.GetPlaceData(prefixes[i++ % prefixes.size()], code);
-  }
-  ReportFound(state, found);
+  WarmLookups(state, prefixes);
 }
 BENCHMARK(PrefixOurs)->Name("Default/Prefix/ours");
 
@@ -160,16 +165,7 @@ BENCHMARK(PrefixSqlite)->Name("Default/Prefix/sqlite");
 
 void PatternOurs(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
-  const auto names = SampleNames(Largest(), kSamples, 17, /*plain=*/true);
-  const std::string code = LargestCode();
-  auto& places = Warm();
-  places.GetPlaceData(names[0], code);
-  std::size_t i = 0;
-  double found = 0;
-  for (auto _ : state) {
-    found += places.GetPlaceData(names[i++ % names.size()], code);
-  }
-  ReportFound(state, found);
+  WarmLookups(state, SampleNames(Largest(), kSamples, 17, /*plain=*/true));
 }
 BENCHMARK(PatternOurs)->Name("Default/PatternAccents/ours");
 

@@ -8,7 +8,7 @@ PACKAGES=(
   cmake g++ make pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev
   libcli11-dev nlohmann-json3-dev
-  libmspack-dev mscompress
+  libmspack-dev mscompress libicu-dev
   tzdata locales
   qt6-base-dev fonts-dejavu-core
 )

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "atlas/country_table.h"
+#include "atlas/name_index.h"
 #include "atlas/nearest_place.h"
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
@@ -55,7 +56,9 @@ bool IsAsciiLetter(char c) {
 // the letters-only form keeps them.
 bool IsAccentedLetter(char c) {
   const auto b = static_cast<unsigned char>(c);
-  return b == 0x8A || b == 0x8C || b == 0x8E || b == 0x9A || b == 0x9C || b == 0x9E || b == 0x9F ||
+  // kUnmappable counts too, so that a character the code page could not
+  // take never drops out of a comparison.
+  return b == 0x81 || b == 0x8A || b == 0x8C || b == 0x8E || b == 0x9A || b == 0x9C || b == 0x9E || b == 0x9F ||
          (b >= 0xC0 && b != 0xD7 && b != 0xF7);
 }
 
@@ -279,6 +282,9 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   if (first.size() != text.size()) first += '*';
   Read_Cp_Indexed_City(file, first, list, 0);
   if (list.size() == 0) Read_Cp_Indexed_City(file, text, list, 1);
+  // Other names (exonyms, transcriptions, other scripts) only when the
+  // place files' own names found nothing.
+  if (list.size() == 0) SearchNameIndex(mapped, first, list);
   if (list.size() == 0) {
     if (const auto nearest = NearestToCoordinates(mapped, text)) {
       list.Add(nearest->place, nearest->ref);

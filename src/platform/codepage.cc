@@ -1,7 +1,12 @@
 #include "platform/codepage.h"
 
+#include <unicode/translit.h>
+#include <unicode/unistr.h>
+#include <unicode/utf8.h>
+
 #include <array>
-#include <cstdint>
+#include <memory>
+#include <mutex>
 #include <optional>
 
 namespace tarv {
@@ -16,8 +21,6 @@ constexpr std::array<char32_t, 32> kHighControls = {
     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,  // 98-9F
 };
 
-constexpr char kDefaultChar = '?';
-
 char32_t CodePointOfByte(unsigned char byte) {
   if (byte >= 0x80 && byte <= 0x9F) return kHighControls[byte - 0x80];
   return byte;
@@ -31,57 +34,100 @@ std::optional<unsigned char> ByteOfCodePoint(char32_t cp) {
   return std::nullopt;
 }
 
-void AppendUtf8(std::string& out, char32_t cp) {
-  if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
+// The next code point of `s` at `pos` (advanced), or a negative value for a
+// malformed sequence, of which one byte or one maximal bad run is consumed.
+UChar32 NextCodePoint(std::string_view s, std::size_t& pos) {
+  std::int32_t i = static_cast<std::int32_t>(pos);
+  UChar32 cp = 0;
+  // ICU's macro narrows ints to bytes inside.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wsign-conversion"
+  U8_NEXT(s.data(), i, static_cast<std::int32_t>(s.size()), cp);
+#pragma GCC diagnostic pop
+  pos = static_cast<std::size_t>(i);
+  return cp;
 }
 
-// Decodes one UTF-8 sequence at `pos`; advances `pos`. Returns nullopt for a
-// malformed sequence after consuming exactly one byte.
-std::optional<char32_t> DecodeUtf8(std::string_view s, std::size_t& pos) {
-  const auto lead = static_cast<unsigned char>(s[pos]);
-  std::size_t length = 0;
-  char32_t cp = 0;
-  char32_t min = 0;
-  if (lead < 0x80) {
-    ++pos;
-    return lead;
-  } else if ((lead & 0xE0) == 0xC0) {
-    length = 2, cp = lead & 0x1F, min = 0x80;
-  } else if ((lead & 0xF0) == 0xE0) {
-    length = 3, cp = lead & 0x0F, min = 0x800;
-  } else if ((lead & 0xF8) == 0xF0) {
-    length = 4, cp = lead & 0x07, min = 0x10000;
-  } else {
-    ++pos;
-    return std::nullopt;
+// Windows-1252 of a text that needs no transliteration, or nullopt.
+std::optional<std::string> DirectAnsi(std::string_view utf8) {
+  std::string out;
+  out.reserve(utf8.size());
+  std::size_t pos = 0;
+  while (pos < utf8.size()) {
+    const UChar32 cp = NextCodePoint(utf8, pos);
+    if (cp < 0) return std::nullopt;
+    const auto byte = ByteOfCodePoint(static_cast<char32_t>(cp));
+    if (!byte) return std::nullopt;
+    out.push_back(static_cast<char>(*byte));
   }
-  if (pos + length > s.size()) {
-    ++pos;
-    return std::nullopt;
+  return out;
+}
+
+// The code page's characters as an ICU set, for filtering the last steps to
+// what the code page lacks.
+std::string OutsideCodePageSet() {
+  std::string set = "[^\\u0000-\\u007F\\u00A0-\\u00FF";
+  constexpr char kHex[] = "0123456789ABCDEF";
+  for (const char32_t cp : kHighControls) {
+    set += "\\u";
+    for (int shift = 12; shift >= 0; shift -= 4)
+      set += kHex[(cp >> shift) & 0xF];
   }
-  for (std::size_t i = 1; i < length; ++i) {
-    const auto next = static_cast<unsigned char>(s[pos + i]);
-    if ((next & 0xC0) != 0x80) {
-      ++pos;
-      return std::nullopt;
-    }
-    cp = (cp << 6) | (next & 0x3F);
+  return set + "]";
+}
+
+// One transliterator for the process: building it reads ICU's rule data,
+// which takes milliseconds.
+class Romaniser {
+ public:
+  Romaniser() {
+    const std::string outside = OutsideCodePageSet();
+    // Script-specific romanisations before the general one: BGN/PCGN for
+    // Cyrillic is what GeoNames' own names use. What the code page still
+    // lacks afterwards loses its accents (Latin-ASCII, then any remaining
+    // combining mark).
+    const std::string id = "NFC; [:Cf:] Remove; [:Cyrillic:] Russian-Latin/BGN; "
+                           "[:Greek:] Greek-Latin/UNGEGN; Any-Latin; " +
+                           outside + " Latin-ASCII; " + outside + " NFD; [:Mn:] Remove; NFC";
+    UErrorCode status = U_ZERO_ERROR;
+    UParseError parse_error;
+    transliterator_.reset(icu::Transliterator::createInstance(
+        icu::UnicodeString::fromUTF8(id), UTRANS_FORWARD, parse_error, status));
+    if (U_FAILURE(status)) transliterator_.reset();
   }
-  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
-    ++pos;
-    return std::nullopt;
+
+  // UTF-16 in, transliterated in place; false when ICU's data is missing.
+  bool Apply(icu::UnicodeString& text) {
+    if (!transliterator_) return false;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    transliterator_->transliterate(text);
+    return true;
   }
-  pos += length;
-  return cp;
+
+ private:
+  std::mutex mutex_;
+  std::unique_ptr<icu::Transliterator> transliterator_;
+};
+
+Romaniser& TheRomaniser() {
+  static Romaniser romaniser;
+  return romaniser;
+}
+
+std::string TransliteratedAnsi(std::string_view utf8) {
+  // Malformed bytes become U+FFFD here, which nothing romanises.
+  icu::UnicodeString text =
+      icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<int32_t>(utf8.size())));
+  TheRomaniser().Apply(text);
+  std::string out;
+  for (std::int32_t i = 0; i < text.length();) {
+    const UChar32 cp = text.char32At(i);
+    i += U16_LENGTH(cp);
+    const auto byte = ByteOfCodePoint(static_cast<char32_t>(cp));
+    out.push_back(byte ? static_cast<char>(*byte) : kUnmappable);
+  }
+  return out;
 }
 
 struct CaseTables {
@@ -125,30 +171,47 @@ char AnsiLower(char c) noexcept {
 std::string Utf8FromAnsi(std::string_view ansi) {
   std::string out;
   out.reserve(ansi.size() + ansi.size() / 4);
-  for (const char c : ansi)
-    AppendUtf8(out, CodePointOfByte(static_cast<unsigned char>(c)));
+  for (const char c : ansi) {
+    const char32_t cp = CodePointOfByte(static_cast<unsigned char>(c));
+    char buffer[U8_MAX_LENGTH];
+    std::int32_t length = 0;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wsign-conversion"
+    U8_APPEND_UNSAFE(buffer, length, cp);
+#pragma GCC diagnostic pop
+    out.append(buffer, static_cast<std::size_t>(length));
+  }
   return out;
 }
 
 std::string AnsiFromUtf8(std::string_view utf8) {
-  std::string out;
-  out.reserve(utf8.size());
-  std::size_t pos = 0;
-  while (pos < utf8.size()) {
-    const auto cp = DecodeUtf8(utf8, pos);
-    const auto byte = cp ? ByteOfCodePoint(*cp) : std::nullopt;
-    out.push_back(byte ? static_cast<char>(*byte) : kDefaultChar);
-  }
-  return out;
+  // Most texts are in the code page already; they need no ICU.
+  if (auto direct = DirectAnsi(utf8)) return std::move(*direct);
+  return TransliteratedAnsi(utf8);
+}
+
+bool IsTransliterable(std::string_view utf8) {
+  return AnsiFromUtf8(utf8).find(kUnmappable) == std::string::npos;
 }
 
 bool IsAnsiRepresentable(std::string_view utf8) {
+  return DirectAnsi(utf8).has_value();
+}
+
+std::string_view Utf8Prefix(std::string_view utf8, std::size_t max_chars) {
   std::size_t pos = 0;
-  while (pos < utf8.size()) {
-    const auto cp = DecodeUtf8(utf8, pos);
-    if (!cp || !ByteOfCodePoint(*cp)) return false;
-  }
-  return true;
+  for (std::size_t n = 0; n < max_chars && pos < utf8.size(); ++n)
+    NextCodePoint(utf8, pos);
+  return utf8.substr(0, pos);
+}
+
+std::size_t Utf8Length(std::string_view utf8) {
+  std::size_t pos = 0;
+  std::size_t n = 0;
+  for (; pos < utf8.size(); ++n)
+    NextCodePoint(utf8, pos);
+  return n;
 }
 
 }  // namespace tarv

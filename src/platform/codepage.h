@@ -3,8 +3,20 @@
 // Inside the component every text that comes from or goes to an atlas file is
 // kept as Windows-1252 bytes ("ANSI text"): fixed field widths count bytes,
 // case folding and accent classes work on single bytes, and comparisons stay
-// cheap. Host strings are UTF-8. The public class converts at its boundary
-// with these two functions and nowhere else.
+// cheap. Host strings are UTF-8. The public class, the dialogs, the tool and
+// the atlas builder convert with these functions and nowhere else.
+//
+// The code page holds the letters of western European languages only, so
+// text going into it is transliterated (ICU): letters the code page holds
+// stay as they are ("ó", "ü", "é"), other Latin letters lose what the code
+// page lacks ("Ł" to "L", "ň" to "n", "ș" to "s", "İ" to "I"), and other
+// scripts are romanised (Russian, Ukrainian and other Cyrillic by BGN/PCGN,
+// Greek by UNGEGN, everything else by ICU's Any-Latin: Arabic, Hebrew, Han,
+// Kana, Hangul, Devanagari, ...). Format characters (right-to-left marks,
+// zero-width joiners, byte-order marks) are dropped. A character that nothing
+// can be made of (an emoji, a private-use character, a byte that is not
+// UTF-8) becomes kUnmappable, which no name contains and no search takes as a
+// wildcard, so a search for such a text finds nothing.
 #ifndef TARVPLACES_PLATFORM_CODEPAGE_H_
 #define TARVPLACES_PLATFORM_CODEPAGE_H_
 
@@ -13,18 +25,36 @@
 
 namespace tarv {
 
+// Stands for a character that cannot be written in the code page. The byte is
+// undefined in Windows-1252, so no atlas name holds it; name comparisons
+// count it as a letter, so it never vanishes from a comparison either.
+inline constexpr char kUnmappable = '\x81';
+
 // Windows-1252 bytes to UTF-8. Every byte maps to one code point; the five
 // bytes the code page leaves undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D) map to
 // the C1 controls of the same value, so the conversion is lossless.
 std::string Utf8FromAnsi(std::string_view ansi);
 
-// UTF-8 to Windows-1252. A code point the code page cannot hold, and every
-// byte of a malformed UTF-8 sequence, becomes "?" (the code page's default
-// character), so the result always has one byte per decoded character.
+// UTF-8 to Windows-1252, transliterated as described above:
+// AnsiFromUtf8("Łódź") is "Lódz", AnsiFromUtf8("Москва") is "Moskva",
+// AnsiFromUtf8("Αθήνα") is "Athína". Decomposed accents are composed first.
+// Unmappable characters and malformed UTF-8 give kUnmappable.
 std::string AnsiFromUtf8(std::string_view utf8);
 
-// True when every code point of the UTF-8 text exists in Windows-1252.
+// True when AnsiFromUtf8 can write every character of `utf8`, so that the
+// result holds no kUnmappable.
+bool IsTransliterable(std::string_view utf8);
+
+// True when every code point of the UTF-8 text exists in Windows-1252 as it
+// stands (nothing to transliterate).
 bool IsAnsiRepresentable(std::string_view utf8);
+
+// The first `max_chars` characters of a UTF-8 text, never cutting one in two
+// (malformed bytes count as one character each).
+std::string_view Utf8Prefix(std::string_view utf8, std::size_t max_chars);
+
+// The number of characters (code points) of a UTF-8 text.
+std::size_t Utf8Length(std::string_view utf8);
 
 // Case mapping of single Windows-1252 bytes: a-z, the accented letters
 // 0xE0-0xFE (except the division sign 0xF7) and the pairs š/Š, œ/Œ, ž/Ž, ÿ/Ÿ.

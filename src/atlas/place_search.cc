@@ -161,15 +161,55 @@ bool HasLetterOf(const std::string& part, std::string_view letters) {
   return part.find_first_of(letters) != std::string::npos;
 }
 
-// Latitude first unless the hemisphere letters say otherwise.
+// The box around the places of a country's file pair, widened by a margin
+// for places the atlas lacks near its borders; nullopt without places.
+struct Extent {
+  double west, east, south, north;
+  bool Holds(double longitude, double latitude) const {
+    return longitude >= west && longitude <= east && latitude >= south && latitude <= north;
+  }
+};
+
+std::optional<Extent> ExtentOf(std::string_view code) {
+  constexpr double kMarginDegrees = 0.5;
+  PlaceList list;
+  if (Read_Cp_ORTE(GetCompressedPlaceFile(code), list) <= 0) return std::nullopt;
+  Extent e{180.0, -180.0, 90.0, -90.0};
+  bool any = false;
+  for (const auto& p : list.places) {
+    if (!std::isfinite(p.Longitude) || !std::isfinite(p.Latitude)) continue;
+    e.west = std::min(e.west, static_cast<double>(p.Longitude));
+    e.east = std::max(e.east, static_cast<double>(p.Longitude));
+    e.south = std::min(e.south, static_cast<double>(p.Latitude));
+    e.north = std::max(e.north, static_cast<double>(p.Latitude));
+    any = true;
+  }
+  if (!any) return std::nullopt;
+  return Extent{e.west - kMarginDegrees, e.east + kMarginDegrees, e.south - kMarginDegrees,
+                e.north + kMarginDegrees};
+}
+
+// Hemisphere letters say which part is which. Without them, the reading
+// (latitude first or longitude first) that lies inside the country's extent
+// counts, latitude first when both do; when neither does there is no place
+// to name, rather than the nearest one of a far corner.
 std::optional<NearestPlace> NearestToCoordinates(std::string_view code, std::string_view text) {
   const auto parts = CoordinateParts(text);
   if (!parts) return std::nullopt;
   auto [first, second] = *parts;
+  const bool lettered = HasLetterOf(first, "NSEWOnsewo") || HasLetterOf(second, "NSEWOnsewo");
   if (HasLetterOf(first, "EWOewo") || HasLetterOf(second, "NSns")) std::swap(first, second);
-  const double latitude = SignedDecOfString(first);
+  double latitude = SignedDecOfString(first);
   // "O" (Ost) contains no minus sign of its own; "W" and "S" do.
-  const double longitude = SignedDecOfString(second);
+  double longitude = SignedDecOfString(second);
+  if (!lettered) {
+    const auto extent = ExtentOf(code);
+    if (!extent) return std::nullopt;
+    const bool as_typed = std::fabs(latitude) <= 90.0 && extent->Holds(longitude, latitude);
+    const bool swapped = std::fabs(longitude) <= 90.0 && extent->Holds(latitude, longitude);
+    if (!as_typed && !swapped) return std::nullopt;
+    if (!as_typed) std::swap(latitude, longitude);
+  }
   if (std::fabs(latitude) > 90.0 || std::fabs(longitude) > 180.0) return std::nullopt;
   return FindNearestPlace(code, longitude, latitude, 0.0);
 }

@@ -109,6 +109,9 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   // begins with the SZDD magic would make the whole file read as damaged
   // compressed data.
   if (name.empty() || name.front() == kDeletedMark || StartsWithSzddMagic(name)) return 0;
+  // A character the code page could not take would be stored as a sign
+  // that no search ever matches: such a place could never be found again.
+  if (name.find(kUnmappable) != std::string::npos) return 0;
   PlaceRecord added = place.Place;
   added.SetName(name);
   const std::string wanted(added.NameField());

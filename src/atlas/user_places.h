@@ -27,7 +27,8 @@ struct UserPlace {
 // written then). Returns 0 when the country table is not loaded, the country
 // is unknown, or the name is empty after trimming, begins with "@" (the mark
 // of a deleted record) or with the eight bytes of the SZDD magic (which
-// would make the plain user file read as compressed). Control characters in
+// would make the plain user file read as compressed), or holds kUnmappable
+// (a character the host's text had that the code page cannot take). Control characters in
 // the name (TAB, CR, LF...) become blanks and the name is cut to 28
 // characters. Records are kept sorted by their bytes, deleted ones included
 // (each keeps its place), and the index gets an entry wherever the

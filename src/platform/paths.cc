@@ -1,5 +1,8 @@
 #include "platform/paths.h"
 
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
 #include <algorithm>
 #include <map>
 #include <mutex>
@@ -83,10 +86,13 @@ std::string FindEntry(const fs::path& folder, const std::string& name) {
 }  // namespace
 
 bool SameFileName(std::string_view a, std::string_view b) {
-  const std::string x = AnsiFromUtf8(a);
-  const std::string y = AnsiFromUtf8(b);
-  return std::equal(x.begin(), x.end(), y.begin(), y.end(),
-                    [](char l, char r) { return AnsiUpper(l) == AnsiUpper(r); });
+  // Case folding of the names as they are: transliterating them would make
+  // "Москва" and "Moskva" one file.
+  const auto x = icu::UnicodeString::fromUTF8(
+      icu::StringPiece(a.data(), static_cast<std::int32_t>(a.size())));
+  const auto y = icu::UnicodeString::fromUTF8(
+      icu::StringPiece(b.data(), static_cast<std::int32_t>(b.size())));
+  return x.caseCompare(y, U_FOLD_CASE_DEFAULT) == 0;
 }
 
 std::vector<std::string> ListDirectory(const fs::path& folder) {

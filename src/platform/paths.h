@@ -47,8 +47,8 @@ std::vector<std::string> ListDirectory(const std::filesystem::path& folder);
 // lists every file of that folder. Sorted by name.
 std::vector<std::filesystem::path> MatchingFiles(std::string_view windows_pattern);
 
-// True when the two file names are equal without regard to case (ASCII and
-// the letters of Windows-1252).
+// True when the two file names (UTF-8) are equal without regard to case
+// (Unicode case folding).
 bool SameFileName(std::string_view a, std::string_view b);
 
 }  // namespace tarv

@@ -6,11 +6,12 @@ namespace tarv {
 namespace {
 
 TEST(CodePage, GermanAndFrenchLettersRoundTrip) {
-  const std::string utf8 = "München, Genève, Łódź? no: Ærø ß €";
+  const std::string utf8 = "München, Genève, Łódź, Ærø ß €";
   const std::string ansi = AnsiFromUtf8("München Genève Ærø ß €");
   EXPECT_EQ(ansi, "M\xFCnchen Gen\xE8ve \xC6r\xF8 \xDF \x80");
   EXPECT_EQ(Utf8FromAnsi(ansi), "München Genève Ærø ß €");
   EXPECT_FALSE(IsAnsiRepresentable(utf8));  // Ł and ź are not in the code page
+  EXPECT_TRUE(IsTransliterable(utf8));
 }
 
 TEST(CodePage, EveryByteRoundTripsThroughUtf8) {
@@ -20,16 +21,53 @@ TEST(CodePage, EveryByteRoundTripsThroughUtf8) {
   EXPECT_EQ(AnsiFromUtf8(Utf8FromAnsi(all)), all);
 }
 
-TEST(CodePage, UnrepresentableAndMalformedBecomeOneQuestionMarkEach) {
-  EXPECT_EQ(AnsiFromUtf8("Łódź"),
-            "?\xF3"
-            "d?");
-  EXPECT_EQ(AnsiFromUtf8("a\xC3"), "a?");  // truncated sequence
-  EXPECT_EQ(AnsiFromUtf8("\xFF\xFE"
-                         "b"),
-            "??b");                                // bytes that never start UTF-8
-  EXPECT_EQ(AnsiFromUtf8("\xE0\x80\x80"), "???");  // overlong encoding
-  EXPECT_EQ(AnsiFromUtf8("😀"), "?");               // outside the BMP
+TEST(CodePage, LettersOutsideTheCodePageAreTransliterated) {
+  EXPECT_EQ(AnsiFromUtf8("Łódź"), "L\xF3" "dz");  // ó stays, Ł and ź lose their marks
+  EXPECT_EQ(AnsiFromUtf8("İstanbul"), "Istanbul");
+  EXPECT_EQ(AnsiFromUtf8("Plzeň"), "Plzen");
+  EXPECT_EQ(AnsiFromUtf8("Timișoara"), "Timisoara");
+  EXPECT_EQ(AnsiFromUtf8("Őrség"), "Ors\xE9g");
+  EXPECT_EQ(AnsiFromUtf8("Mu\u0308nchen"), "M\xFCnchen");  // decomposed ü is composed
+}
+
+TEST(CodePage, OtherScriptsAreRomanised) {
+  EXPECT_EQ(AnsiFromUtf8("Москва"), "Moskva");
+  EXPECT_EQ(AnsiFromUtf8("Жуковский"), "Zhukovskiy");  // BGN, as GeoNames writes Russia
+  EXPECT_EQ(AnsiFromUtf8("София"), "Sofiya");
+  EXPECT_EQ(AnsiFromUtf8("Αθήνα"), "Ath\xEDna");
+  for (const char* text : {"تهران", "ירושלים", "北京", "東京", "서울", "मुंबई", "ภูเก็ต"}) {
+    const std::string ansi = AnsiFromUtf8(text);
+    EXPECT_FALSE(ansi.empty()) << text;
+    EXPECT_TRUE(IsTransliterable(text)) << text;
+    for (const char c : ansi) EXPECT_LT(static_cast<unsigned char>(c), 0x80) << text;
+  }
+}
+
+TEST(CodePage, WhatNothingCanBeMadeOfNeverBecomesAWildcard) {
+  EXPECT_EQ(AnsiFromUtf8("😀"), std::string(1, kUnmappable));
+  EXPECT_EQ(AnsiFromUtf8("a\xC3"), std::string("a") + kUnmappable);  // truncated sequence
+  const std::string surrogate = AnsiFromUtf8("\xED\xA0\x80x");  // a lone surrogate
+  EXPECT_EQ(surrogate.find_first_not_of(kUnmappable), surrogate.size() - 1);
+  EXPECT_EQ(surrogate.back(), 'x');
+  EXPECT_FALSE(IsTransliterable("Berlin😀"));
+  EXPECT_FALSE(IsTransliterable("\xFF"));
+  for (const char* text : {"😀", "\xFF\xFE", "\xE0\x80\x80", "\xEE\x80\x80"}) {
+    const std::string ansi = AnsiFromUtf8(text);
+    EXPECT_EQ(ansi.find_first_of("?*["), std::string::npos) << ansi;
+  }
+}
+
+TEST(CodePage, FormatCharactersAreDropped) {
+  EXPECT_EQ(AnsiFromUtf8("\u200FWien\u200E"), "Wien");  // right-to-left and left-to-right marks
+  EXPECT_EQ(AnsiFromUtf8("\uFEFFGraz"), "Graz");          // byte-order mark
+}
+
+TEST(CodePage, Utf8PrefixNeverCutsACharacter) {
+  EXPECT_EQ(Utf8Prefix("Łódź", 1), "Ł");
+  EXPECT_EQ(Utf8Prefix("Łódź", 3), "Łód");
+  EXPECT_EQ(Utf8Prefix("ab", 5), "ab");
+  EXPECT_EQ(Utf8Length("Łódź"), 4U);
+  EXPECT_EQ(Utf8Length("a\xFF" "b"), 3U);
 }
 
 TEST(CodePage, CaseMappingCoversWindows1252Letters) {

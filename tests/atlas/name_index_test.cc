@@ -1,0 +1,208 @@
+#include "atlas/name_index.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "atlas/name_key.h"
+#include "atlas/place_search.h"
+#include "platform/codepage.h"
+#include "support/atlas_fixture.h"
+#include "tarvplaces/atlas_error.h"
+
+namespace tarv {
+namespace {
+
+using ::testing::ElementsAre;
+using testing::Names;
+using testing::Place;
+
+TEST(NameKey, FoldsCaseAccentsPunctuationAndBlanks) {
+  EXPECT_EQ(NameKey("Sankt P\xF6lten"), "sanktpolten");
+  EXPECT_EQ(NameKey("St.-Jean-d'Ang\xE9ly"), "stjeandangely");
+  EXPECT_EQ(NameKey("\xC6r\xF8sk\xF8" "bing"), "aeroskobing");
+  EXPECT_EQ(NameKey("Stra\xDF" "e"), "strasse");
+  EXPECT_EQ(NameKey("\x8A" "ibenik"), "sibenik");
+  EXPECT_EQ(NameKey("Praha 5"), "praha5");  // digits tell districts apart
+  EXPECT_EQ(NameKey(" .-'"), "");
+}
+
+TEST(NameKey, UmlautsAreFiledUnderBothTranscriptions) {
+  EXPECT_THAT(NameKeysOf("M\xFCnchen"), ElementsAre("munchen", "muenchen"));
+  EXPECT_THAT(NameKeysOf("K\xF6ln"), ElementsAre("koln", "koeln"));
+  EXPECT_THAT(NameKeysOf("Berlin"), ElementsAre("berlin"));
+  EXPECT_TRUE(NameKeysOf("--").empty());
+  // Typed text is folded one way only: "Muenchen" meets the second key.
+  EXPECT_EQ(NameKey("Muenchen"), NameKeysOf("M\xFCnchen")[1]);
+}
+
+TEST(NameKey, AnUnmappableCharacterMatchesNoName) {
+  const std::string typed = AnsiFromUtf8("Berlin😀");
+  EXPECT_NE(NameKey(typed), NameKey("Berlin"));
+}
+
+TEST(NameIndexFormat, RoundTripsAndRanksByPopulation) {
+  const std::string bytes = EncodeNameIndex({{"perth", 3, 2000}, {"perth", 1, 2000000},
+                                             {"munich", 2, 1500000}, {"perth", 3, 2000}},
+                                            5);
+  const NameIndex index(bytes, "D.NDX");
+  EXPECT_EQ(index.RecordCount(), 5);
+  EXPECT_EQ(index.size(), 3U);  // the repeated entry once
+  const auto perth = index.Find("perth", false);
+  ASSERT_EQ(perth.size(), 2U);
+  EXPECT_EQ(perth[0].record, 1);
+  EXPECT_EQ(perth[1].record, 3);
+  EXPECT_EQ(index.Find("per", true).size(), 2U);
+  EXPECT_TRUE(index.Find("per", false).empty());
+  EXPECT_EQ(index.Find("m", true).at(0).record, 2);
+  EXPECT_TRUE(index.Find("", true).empty());
+}
+
+TEST(NameIndexFormat, WriterRefusesWhatNoReaderCouldUse) {
+  EXPECT_THROW(EncodeNameIndex({{"", 1, 0}}, 1), std::invalid_argument);
+  EXPECT_THROW(EncodeNameIndex({{std::string(256, 'a'), 1, 0}}, 1), std::invalid_argument);
+  EXPECT_THROW(EncodeNameIndex({{"a", 2, 0}}, 1), std::invalid_argument);
+  EXPECT_THROW(EncodeNameIndex({{"a", 0, 0}}, 1), std::invalid_argument);
+}
+
+TEST(NameIndexFormat, EveryDamageIsAnAtlasErrorNamingTheFile) {
+  const std::string good = EncodeNameIndex({{"wien", 1, 100}, {"vienna", 1, 100}}, 2);
+  auto rejects = [](const std::string& bytes, const std::string& why) {
+    try {
+      NameIndex index(bytes, "A.NDX");
+      ADD_FAILURE() << why << ": accepted";
+    } catch (const AtlasError& e) {
+      EXPECT_EQ(e.file(), "A.NDX") << why;
+    }
+  };
+  rejects("", "empty");
+  rejects("XXXX" + good.substr(4), "magic");
+  rejects(good.substr(0, good.size() - 1), "cut in the last entry");
+  rejects(good + "x", "bytes after the end");
+  std::string version = good;
+  version[4] = 2;
+  rejects(version, "version");
+  std::string count = good;
+  count[12] = count[13] = count[14] = count[15] = '\xFF';
+  rejects(count, "absurd entry count");
+  std::string records = good;
+  records[8] = 1;  // record count 1, but an entry names record 1 and... below
+  std::string far = EncodeNameIndex({{"wien", 2, 100}}, 2);
+  far[8] = 1;
+  rejects(far, "record beyond the place file");
+  std::string order = good;  // "vienna" < "wien": swap the first key's letters
+  order[17] = 'z';
+  rejects(order, "keys out of order");
+  std::string empty_key = good;
+  empty_key[16] = 0;
+  rejects(empty_key, "entry without a key");
+}
+
+class NameIndexSearch : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    WriteCountry("D", {Place("M\xFCnchen", 11.575F, 48.137F), Place("Berlin", 13.4F, 52.5F),
+                       Place("M\xFCnchenbernsdorf", 12.0F, 50.8F),
+                       Place("Sch\xF6nau am K\xF6nigssee", 12.98F, 47.6F)});
+    WriteCountry("A", {Place("Wien", 16.37F, 48.21F)});
+  }
+  // Writes the name index of `code` from (name, record, population) as the
+  // place file is sorted.
+  void WriteIndex(const std::string& code, const std::vector<NameIndexEntry>& names) {
+    PlaceList all;
+    Read_Cp_ORTE(PlaceFile(code), all);
+    folder_.Write(code + ".NDX", CompressSzdd(EncodeNameIndex(names, static_cast<std::int32_t>(
+                                                                          all.size()))));
+  }
+  std::int32_t RecordOf(const std::string& code, const std::string& name) {
+    PlaceList all;
+    Read_Cp_ORTE(PlaceFile(code), all);
+    for (std::size_t i = 0; i < all.size(); ++i)
+      if (all.places[i].TrimmedName() == name) return all.refs[i].RecordNo;
+    return 0;
+  }
+  std::vector<std::string> Found() {
+    std::vector<std::string> names;
+    for (const auto& f : FoundPlaces())
+      names.push_back(f.Place.TrimmedName() + " (" + f.Country + ")");
+    return names;
+  }
+};
+
+TEST_F(NameIndexSearch, OtherNamesFindThePlaceWithItsRealRecord) {
+  const std::int32_t munich = RecordOf("D", "M\xFCnchen");
+  WriteIndex("D", {{"munich", munich, 1500000}, {"muenchen", munich, 1500000},
+                   {NameKey(AnsiFromUtf8("Мюнхен")), munich, 1500000}});
+  ASSERT_EQ(SearchandStorePlaces("D", "Munich"), 1);
+  EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)"));
+  EXPECT_EQ(FoundPlaces()[0].RecordNo, munich);
+  EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8("Мюнхен")), 1);
+  EXPECT_EQ(SearchandStorePlaces("D", "Muenchen"), 1);
+  EXPECT_EQ(SearchandStorePlaces("D", "Munic*"), 1);  // the beginning of an other name
+}
+
+TEST_F(NameIndexSearch, ThePlaceFilesOwnNamesComeFirst) {
+  // An other name of Berlin that is also a place of the file: the place
+  // file's own name wins, the index is not asked.
+  WriteIndex("D", {{"berlin", RecordOf("D", "Berlin"), 3000000},
+                   {"munchen", RecordOf("D", "Berlin"), 3000000}});
+  ASSERT_EQ(SearchandStorePlaces("D", "M\xFCnchen"), 1);
+  EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)"));
+}
+
+TEST_F(NameIndexSearch, GroupsAskEveryMembersIndexMostPopulousFirst) {
+  WriteIndex("D", {{"vienne", RecordOf("D", "Berlin"), 1000}});
+  WriteIndex("A", {{"vienne", RecordOf("A", "Wien"), 1900000}});
+  ASSERT_EQ(SearchandStorePlaces("EUROPA", "Vienne"), 2);
+  EXPECT_THAT(Found(), ElementsAre("Wien (A)", "Berlin (D)"));
+}
+
+TEST_F(NameIndexSearch, MissingIndexLeavesTheSearchAsItWas) {
+  EXPECT_EQ(SearchandStorePlaces("D", "Munich"), 0);
+  EXPECT_EQ(SearchandStorePlaces("D", "M\xFCnchen"), 1);
+}
+
+TEST_F(NameIndexSearch, DamagedOrForeignIndexIsAnAtlasError) {
+  folder_.Write("D.NDX", "TPNX garbage");
+  EXPECT_THROW(SearchandStorePlaces("D", "Munich"), AtlasError);
+  // Written for a place file of another length: its records mean others.
+  folder_.Write("D.NDX", CompressSzdd(EncodeNameIndex({{"munich", 1, 1}}, 3)));
+  try {
+    SearchandStorePlaces("D", "Munich");
+    ADD_FAILURE() << "an index of another place file was used";
+  } catch (const AtlasError& e) {
+    EXPECT_NE(e.file().find("D.NDX"), std::string::npos);
+  }
+}
+
+TEST_F(NameIndexSearch, WildcardsOtherThanATrailingStarDoNotAskTheIndex) {
+  WriteIndex("D", {{"munich", RecordOf("D", "M\xFCnchen"), 1}});
+  EXPECT_EQ(SearchandStorePlaces("D", "Mun?ch"), 0);
+  EXPECT_EQ(SearchandStorePlaces("D", "M[uo]nich"), 0);
+}
+
+TEST_F(NameIndexSearch, CoordinatesWithoutLettersAreReadInsideTheCountry) {
+  // Longitude first: read as latitude 11.575 it would lie outside Germany.
+  ASSERT_EQ(SearchandStorePlaces("D", "11.575 48.137"), 1);
+  EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)"));
+  ASSERT_EQ(SearchandStorePlaces("D", "48.137 11.575"), 1);
+  EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)"));
+  // Neither reading lies in Germany: no place rather than a far corner.
+  EXPECT_EQ(SearchandStorePlaces("D", "-33.9 151.2"), 0);
+  // Hemisphere letters decide as before.
+  ASSERT_EQ(SearchandStorePlaces("D", "48N08 11E34"), 1);
+  EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)"));
+}
+
+TEST_F(NameIndexSearch, HostileTextsFindNothing) {
+  WriteIndex("D", {{"munich", RecordOf("D", "M\xFCnchen"), 1}});
+  for (const std::string& utf8 :
+       {std::string("M\xC3"), std::string("\xED\xA0\x80"), std::string("😀"),
+        std::string("Berlin😀"), std::string(10000, 'M'), std::string("M\x01\x02\x7F"),
+        std::string("\xE2\x80\x8F") + "\xD7\x90", std::string("Mu\0nchen", 8)}) {
+    EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(utf8)), 0) << utf8.substr(0, 20);
+  }
+}
+
+}  // namespace
+}  // namespace tarv

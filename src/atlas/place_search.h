@@ -8,6 +8,7 @@
 #define TARVPLACES_ATLAS_PLACE_SEARCH_H_
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,11 @@ namespace tarv {
 // "[Eé]"). The class texts are kept as hosts know them (the a-class lists
 // "å" twice, the o-class ends in "Ø", the s-class holds only "Š").
 std::string GetSearchString(std::string_view text);
+
+// A letter folded by its accent class: the class's base letter in capitals
+// for its members ("ü", "Ú" and "u" give "U"), any other byte in capitals.
+// Two letters match in a pattern search exactly when they fold alike.
+char FoldAccentClass(char c) noexcept;
 
 // The capital letter whose index run holds a search text: the first
 // character, or the second after an apostrophe (the third when that is "["),
@@ -62,11 +68,16 @@ class NameTest {
   // Mode 1 on a name's letters-only form; mode 2 on a 28-byte name field.
   bool MatchesLetters(std::string_view letters) const { return pattern_.Matches(letters); }
   bool MatchesField(std::string_view field) const;
+  // In mode 1, for a text of name letters only (no wildcard, set, digit or
+  // sign), the letters folded by accent class: a name matches exactly when
+  // its letters-only form folds to this. nullopt otherwise.
+  const std::optional<std::string>& ClassFoldedKey() const { return class_key_; }
 
  private:
   int mode_ = 0;
   std::string text_;
   WildcardPattern pattern_;
+  std::optional<std::string> class_key_;
 };
 
 // One element of the found-place list.

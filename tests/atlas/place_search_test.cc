@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "support/atlas_fixture.h"
 
 namespace tarv {
@@ -136,6 +138,49 @@ TEST_F(SearchAndStoreTest, PlaceManagerListShowsDegreesAndRecordNumbers) {
   text = "M?nchen";
   EXPECT_EQ(Fill_SuchOrtListe("D", text, list, true), 1);
   EXPECT_EQ(list.items[0].substr(0, 8), "M\xFCnchen\t");
+}
+
+}  // namespace
+}  // namespace tarv
+
+namespace tarv {
+namespace {
+
+// A pattern search without wildcards looks names up by their class-folded
+// letters instead of matching every name of the run; both must find the
+// same records in the same order.
+class PatternLookup : public testing::AtlasFixture {};
+
+TEST_F(PatternLookup, FindsExactlyWhatThePatternMatches) {
+  // Names of one run (all under "M"), with the letters of every accent class
+  // in both cases, signs and blanks.
+  const std::string alphabet = "aAe\xE9\xC9u\xFC\xDCo\xF8\xD8\xF6s\x9A\x8An\xF1yc\xE7i\xEF-. ";
+  std::mt19937 rng(12);
+  std::uniform_int_distribution<std::size_t> pick(0, alphabet.size() - 1);
+  std::uniform_int_distribution<int> length(0, 4);
+  std::vector<PlaceRecord> records;
+  std::vector<std::string> names;
+  for (int i = 0; i < 400; ++i) {
+    std::string name = "M";
+    for (int n = length(rng); n > 0; --n)
+      name += alphabet[pick(rng)];
+    names.push_back(name);
+    records.push_back(Place(name, 1.0F, 1.0F));
+  }
+  WriteCountry("D", records);
+  PlaceList all;
+  Read_Cp_ORTE(PlaceFile("D"), all);
+  for (const auto& typed : names) {
+    const NameTest test(typed, true);
+    PlaceList expected;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      if (test.MatchesLetters(GetCleanString(all.places[i].TrimmedName())))
+        expected.Add(all.places[i], all.refs[i]);
+    }
+    PlaceList found;
+    Read_Cp_Indexed_City(PlaceFile("D"), typed, found, 1);
+    ASSERT_EQ(testing::Names(found), testing::Names(expected)) << typed;
+  }
 }
 
 }  // namespace

@@ -7,7 +7,10 @@
 #include <filesystem>
 #include <memory>
 #include <random>
+#include <set>
 
+#include "atlas/name_index.h"
+#include "atlas/name_key.h"
 #include "atlas/process_state.h"
 #include "atlas_sample.h"
 #include "export/text_export.h"
@@ -168,6 +171,44 @@ void PatternOurs(benchmark::State& state) {
   WarmLookups(state, SampleNames(Largest(), kSamples, 17, /*plain=*/true));
 }
 BENCHMARK(PatternOurs)->Name("Default/PatternAccents/ours");
+
+// ---- Other names: found only through the name index ----
+
+// Keys of the largest file's name index that none of its places' own names
+// folds to, so that the searches by the place file's names find nothing and
+// the index answers ("mexicocity", "gvadalakhara"...).
+std::vector<std::string> OtherNames(std::size_t n, unsigned seed) {
+  const AtlasCountry& country = Largest();
+  std::int32_t error = 0;
+  const std::string file = kAtlas + "/" + country.code + ".NDX";
+  const auto bytes = ExpandedImage(file, error);
+  if (!bytes) return {};
+  std::set<std::string> own;
+  for (const auto& p : country.places) {
+    for (auto& key : NameKeysOf(p.TrimmedName())) own.insert(std::move(key));
+  }
+  std::set<std::string> keys;
+  const NameIndex index(*bytes, file);
+  for (const auto& e : index.Entries()) {
+    if (!own.count(e.key)) keys.insert(e.key);
+  }
+  std::vector<std::string> pool(keys.begin(), keys.end());
+  std::mt19937 rng(seed);
+  std::shuffle(pool.begin(), pool.end(), rng);
+  if (pool.size() > n) pool.resize(n);
+  return pool;
+}
+
+void OtherNameOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto names = OtherNames(kSamples, 19);
+  if (names.empty()) {
+    state.SkipWithError("the default atlas has no name index");
+    return;
+  }
+  WarmLookups(state, names);
+}
+BENCHMARK(OtherNameOurs)->Name("Default/OtherName/ours");
 
 // ---- Nearest place ----
 

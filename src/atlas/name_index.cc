@@ -174,6 +174,14 @@ std::vector<NameIndexEntry> NameIndex::Find(std::string_view key, bool prefix) c
   return found;
 }
 
+std::vector<NameIndexEntry> NameIndex::Entries() const {
+  std::vector<NameIndexEntry> all;
+  all.reserve(entries_.size());
+  for (const auto& slot : entries_)
+    all.push_back({std::string(KeyOf(slot)), slot.record, slot.population});
+  return all;
+}
+
 std::int32_t SearchNameIndex(std::string_view code, std::string_view search, PlaceList& result) {
   const auto [key, prefix] = KeyOfSearch(search);
   if (key.empty()) return 0;

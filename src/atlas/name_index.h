@@ -72,6 +72,8 @@ class NameIndex {
   // The places filed under `key` (or, with `prefix`, under every key that
   // begins with it), each once, most populous first, then by record number.
   std::vector<NameIndexEntry> Find(std::string_view key, bool prefix) const;
+  // Every entry, in file order.
+  std::vector<NameIndexEntry> Entries() const;
 
  private:
   struct Slot {

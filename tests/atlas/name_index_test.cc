@@ -55,6 +55,8 @@ TEST(NameIndexFormat, RoundTripsAndRanksByPopulation) {
   EXPECT_TRUE(index.Find("per", false).empty());
   EXPECT_EQ(index.Find("m", true).at(0).record, 2);
   EXPECT_TRUE(index.Find("", true).empty());
+  ASSERT_EQ(index.Entries().size(), 3U);
+  EXPECT_EQ(index.Entries()[0].key, "munich");
 }
 
 TEST(NameIndexFormat, WriterRefusesWhatNoReaderCouldUse) {

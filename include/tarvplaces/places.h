@@ -101,8 +101,10 @@ class classPlaces {
   // "F", 0 for a country without any).
   std::int32_t HaveTimetables(const std::string& CountryShort);
   // The same, and when the country has timetables `*Timetable` receives the
-  // timetable of the place `SearchPlace` (user places first), or 1 when the
-  // place is not found. For a country without timetables `*Timetable` is
+  // timetable of the place `SearchPlace` (user places first; a name the
+  // place files do not hold is looked up among the places' other names,
+  // most populous first: "Jekaterinburg" gives Yekaterinburg's), or 1 when
+  // the place is not found. For a country without timetables `*Timetable` is
   // left as it was.
   std::int32_t HaveTimetables(const std::string& CountryShort, const std::string& SearchPlace,
                               std::int16_t* Timetable);
@@ -112,9 +114,16 @@ class classPlaces {
   // Looks `SearchPlace` up in the country or group `CountryShort` ("D",
   // "usca", "EUROPA"): first by whole name (or by prefix when it ends in
   // "*"), then, when that finds nothing, as a pattern that ignores accents
-  // and honours "*", "?" and "[...]" ("Munchen" finds "München"); a text of
-  // two coordinates ("48N08 11E34") finds the nearest place. The places found
-  // become the found-place list. Returns their number (at most 32767) and
+  // and honours "*", "?" and "[...]" ("Munchen" finds "München"); then
+  // among the places' other names in the name index: other languages
+  // ("Munich", "Moskau"), transcriptions ("Muenchen"), other scripts
+  // ("Мюнхен", transliterated), most populous first. A text of two
+  // coordinates finds the nearest place: "48N08 11E34" by its letters, "11.575
+  // 48.137" by the reading that lies in the country. Text the atlas's letters
+  // cannot hold is transliterated ("Łódź" is "Lódz"); a character nothing can
+  // be made of (an emoji, bytes that are not UTF-8) makes the search find
+  // nothing. Same names come most populous first. The places found become
+  // the found-place list. Returns their number (at most 32767) and
   // sets the optional outputs to the first place's longitude and latitude
   // (decimal degrees, east and north positive) and zone identifier; all
   // three are 0 when nothing was found.

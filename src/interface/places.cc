@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "atlas/country_table.h"
+#include "atlas/name_index.h"
 #include "atlas/nearest_place.h"
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
@@ -189,8 +190,14 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
     const std::string file = GetCompressedPlaceFile(code);
     PlaceRecord place;
     const std::string name = Ansi(SearchPlace);
+    PlaceList other_names;
     if (Get_City_Data_UserFirst(file, name, place)) {
       *Timetable = place.Timetable;
+    } else if (!name.empty() && name.back() != '*' &&
+               SearchNameIndex(code, name, other_names) > 0) {
+      // A place known by another name ("Jekaterinburg") keeps its own
+      // timetable rather than the country's first.
+      *Timetable = other_names.places.front().Timetable;
     } else {
       *Timetable = 1;
     }

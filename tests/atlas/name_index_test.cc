@@ -8,6 +8,7 @@
 #include "platform/codepage.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
+#include "tarvplaces/places.h"
 
 namespace tarv {
 namespace {
@@ -103,7 +104,7 @@ class NameIndexSearch : public testing::AtlasFixture {
  protected:
   void SetUp() override {
     AtlasFixture::SetUp();
-    WriteCountry("D", {Place("M\xFCnchen", 11.575F, 48.137F), Place("Berlin", 13.4F, 52.5F),
+    WriteCountry("D", {Place("M\xFCnchen", 11.575F, 48.137F, 2), Place("Berlin", 13.4F, 52.5F),
                        Place("M\xFCnchenbernsdorf", 12.0F, 50.8F),
                        Place("Sch\xF6nau am K\xF6nigssee", 12.98F, 47.6F)});
     WriteCountry("A", {Place("Wien", 16.37F, 48.21F)});
@@ -141,6 +142,16 @@ TEST_F(NameIndexSearch, OtherNamesFindThePlaceWithItsRealRecord) {
   EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8("Мюнхен")), 1);
   EXPECT_EQ(SearchandStorePlaces("D", "Muenchen"), 1);
   EXPECT_EQ(SearchandStorePlaces("D", "Munic*"), 1);  // the beginning of an other name
+}
+
+TEST_F(NameIndexSearch, APlacesTimetableByAnOtherName) {
+  WriteIndex("D", {{"munich", RecordOf("D", "M\xFCnchen"), 1500000}});
+  classPlaces places;
+  std::int16_t timetable = 0;
+  ASSERT_GT(places.HaveTimetables("D", "Munich", &timetable), 0);
+  EXPECT_EQ(timetable, 2);
+  places.HaveTimetables("D", "Nowhere", &timetable);
+  EXPECT_EQ(timetable, 1);
 }
 
 TEST_F(NameIndexSearch, ThePlaceFilesOwnNamesComeFirst) {

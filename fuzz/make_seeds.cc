@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "atlas/name_index.h"
 #include "atlas/place_file_writer.h"
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
@@ -190,6 +191,15 @@ void UserPlaceSeeds() {
 
 }  // namespace
 
+void NameIndexSeeds() {
+  Save("name_index_fuzzer", "three_names",
+       EncodeNameIndex({{"munich", 1, 1500000}, {"muenchen", 1, 1500000}, {"wien", 2, 1900000}},
+                       3));
+  Save("name_index_fuzzer", "empty", EncodeNameIndex({}, 0));
+  Save("name_index_fuzzer", "scripts", "\xD0\x9C\xD0\xBE\xD1\x81\xD0\xBA\xD0\xB2\xD0\xB0 "
+                                       "\xE6\x9D\xB1\xE4\xBA\xAC \xC5\x81\xC3\xB3d\xC5\xBA");
+}
+
 int main(int argc, char** argv) {
   if (argc != 3) {
     std::fprintf(stderr, "usage: %s <corpus folder> <folder of sample SZDD files>\n", argv[0]);
@@ -205,5 +215,6 @@ int main(int argc, char** argv) {
   DegreeSeeds();
   SearchSeeds();
   UserPlaceSeeds();
+  NameIndexSeeds();
   return 0;
 }

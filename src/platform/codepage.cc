@@ -1,5 +1,6 @@
 #include "platform/codepage.h"
 
+#include <unicode/normalizer2.h>
 #include <unicode/translit.h>
 #include <unicode/unistr.h>
 #include <unicode/utf8.h>
@@ -120,16 +121,43 @@ icu::UnicodeString FromUtf8(std::string_view utf8) {
       icu::StringPiece(utf8.data(), static_cast<int32_t>(utf8.size())));
 }
 
+// Only the runs of characters the code page lacks are transliterated, after
+// the whole text was composed (NFC), so that what the code page holds stays
+// exactly as typed and a romanisation can never add a wildcard ("＊", "؟"):
+// a "*", "?" or "[" that comes out of one counts as unmappable.
 std::string TransliteratedAnsi(std::string_view utf8) {
   // Malformed bytes become U+FFFD here, which nothing romanises.
   icu::UnicodeString text = FromUtf8(utf8);
-  TheRomaniser().Apply(text);
+  UErrorCode status = U_ZERO_ERROR;
+  if (const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
+      U_SUCCESS(status)) {
+    icu::UnicodeString composed = nfc->normalize(text, status);
+    if (U_SUCCESS(status)) text = composed;
+  }
   std::string out;
+  auto append = [&out](UChar32 cp, bool romanised) {
+    const auto byte = ByteOfCodePoint(static_cast<char32_t>(cp));
+    const bool wildcard = byte && (*byte == '*' || *byte == '?' || *byte == '[');
+    out.push_back(byte && !(romanised && wildcard) ? static_cast<char>(*byte) : kUnmappable);
+  };
   for (std::int32_t i = 0; i < text.length();) {
     const UChar32 cp = text.char32At(i);
-    i += U16_LENGTH(cp);
-    const auto byte = ByteOfCodePoint(static_cast<char32_t>(cp));
-    out.push_back(byte ? static_cast<char>(*byte) : kUnmappable);
+    if (ByteOfCodePoint(static_cast<char32_t>(cp))) {
+      append(cp, false);
+      i += U16_LENGTH(cp);
+      continue;
+    }
+    std::int32_t end = i;
+    while (end < text.length() && !ByteOfCodePoint(static_cast<char32_t>(text.char32At(end))))
+      end += U16_LENGTH(text.char32At(end));
+    icu::UnicodeString run(text, i, end - i);
+    TheRomaniser().Apply(run);
+    for (std::int32_t k = 0; k < run.length();) {
+      const UChar32 r = run.char32At(k);
+      append(r, true);
+      k += U16_LENGTH(r);
+    }
+    i = end;
   }
   return out;
 }

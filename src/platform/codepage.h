@@ -13,7 +13,9 @@
 // scripts are romanised (Russian, Ukrainian and other Cyrillic by BGN/PCGN,
 // Greek by UNGEGN, everything else by ICU's Any-Latin: Arabic, Hebrew, Han,
 // Kana, Hangul, Devanagari, ...). Format characters (right-to-left marks,
-// zero-width joiners, byte-order marks) are dropped. A character that nothing
+// zero-width joiners, byte-order marks) are dropped. Only the characters the
+// code page lacks are transliterated, and a romanisation never yields a
+// wildcard ("＊" and "؟" count as unmappable). A character that nothing
 // can be made of (an emoji, a private-use character, a byte that is not
 // UTF-8) becomes kUnmappable, which no name contains and no search takes as a
 // wildcard, so a search for such a text finds nothing.

@@ -57,6 +57,15 @@ TEST(CodePage, WhatNothingCanBeMadeOfNeverBecomesAWildcard) {
   }
 }
 
+TEST(CodePage, RomanisationNeverYieldsAWildcard) {
+  for (const char* text : {"Wien＊", "تهران؟", "Wien？", "［Wien"}) {
+    const std::string ansi = AnsiFromUtf8(text);
+    EXPECT_EQ(ansi.find_first_of("*?["), std::string::npos) << text;
+    EXPECT_FALSE(IsTransliterable(text)) << text;
+  }
+  EXPECT_EQ(AnsiFromUtf8("M?nchen*"), "M?nchen*");  // typed wildcards stay
+}
+
 TEST(CodePage, FormatCharactersAreDropped) {
   EXPECT_EQ(AnsiFromUtf8("\u200FWien\u200E"), "Wien");  // right-to-left and left-to-right marks
   EXPECT_EQ(AnsiFromUtf8("\uFEFFGraz"), "Graz");          // byte-order mark

@@ -1,0 +1,64 @@
+// A name index from arbitrary bytes, and the same bytes as host text: a
+// damaged index is an AtlasError or a working index, never a crash; host text
+// of any bytes transliterates into the code page without inventing
+// wildcards.
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "atlas/name_index.h"
+#include "atlas/name_key.h"
+#include "fuzz_support.h"
+#include "platform/codepage.h"
+#include "tarvplaces/atlas_error.h"
+
+namespace {
+
+void CheckIndex(std::string_view input) {
+  using namespace tarv;
+  try {
+    const NameIndex index(input, "X.NDX");
+    const auto entries = index.Entries();
+    FUZZ_CHECK(entries.size() == index.size());
+    for (std::size_t i = 0; i < entries.size() && i < 16; ++i) {
+      const auto& e = entries[i];
+      FUZZ_CHECK(e.record >= 1 && e.record <= index.RecordCount());
+      const auto found = index.Find(e.key, false);
+      bool listed = false;
+      for (const auto& f : found) listed = listed || f.record == e.record;
+      FUZZ_CHECK(listed);
+      FUZZ_CHECK(index.Find(e.key.substr(0, 1), true).size() >= found.size());
+    }
+    // What the writer makes of the entries reads back to the same answers.
+    const NameIndex again(EncodeNameIndex(entries, index.RecordCount()), "Y.NDX");
+    if (!entries.empty()) {
+      FUZZ_CHECK(again.Find(entries[0].key, false).size() ==
+                 index.Find(entries[0].key, false).size());
+    }
+  } catch (const AtlasError& e) {
+    FUZZ_CHECK(e.file() == "X.NDX");
+  }
+}
+
+void CheckText(std::string_view input) {
+  using namespace tarv;
+  const std::string ansi = AnsiFromUtf8(input);
+  FUZZ_CHECK(IsTransliterable(input) == (ansi.find(kUnmappable) == std::string::npos));
+  // Wildcards come only from the text itself.
+  for (const char wildcard : {'*', '?', '['}) {
+    if (input.find(wildcard) == std::string_view::npos)
+      FUZZ_CHECK(ansi.find(wildcard) == std::string::npos);
+  }
+  for (const auto& key : NameKeysOf(ansi))
+    FUZZ_CHECK(!key.empty());
+  FUZZ_CHECK(Utf8Prefix(input, 3).size() <= input.size());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  CheckIndex(input);
+  if (size <= 256) CheckText(input);  // ICU's cost grows with the text, not its findings
+  return 0;
+}

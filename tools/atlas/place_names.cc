@@ -242,6 +242,7 @@ PlaceNamer::PlaceNamer(const std::vector<GeoPlace>& places) {
       trigram_totals_[p.country] += 1;
       trigram_totals_[""] += 1;
     }
+    ++name_keys_[p.country][NameKey(Ansi(p.name))];
     std::set<std::string> seen;
     for (const auto& w : Words(Ansi(p.name))) {
       if (seen.insert(w).second) ++words_[p.country][w];
@@ -356,6 +357,7 @@ std::string PlaceNamer::LocalName(const GeoPlace& place) const {
   }
   if (!JudgesLatinNames(place.country)) return main;
   const std::string main_key = NameKey(main);
+  const auto names = name_keys_.find(place.country);
   std::vector<std::string> keys;
   for (const auto& n : place.alternate_names) {
     const Script script = ScriptOf(n);
@@ -375,6 +377,14 @@ std::string PlaceNamer::LocalName(const GeoPlace& place) const {
     if (!Qualifies(n, ansi)) continue;
     const std::string key = NameKey(ansi);
     if (key.size() < kMinReplacement) continue;
+    // The name of other places of the country is mostly a former name this
+    // place shares with villages ("Akköy"), not what tells it apart; a
+    // large city may share its name with one village ("Bucuresti").
+    const auto others = names->second.find(key);
+    if (others != names->second.end() &&
+        (others->second > 1 || place.population < kFamousPopulation)) {
+      continue;
+    }
     // A shorter or longer form of GeoNames' name ("Clermont" for
     // "Clermont-Ferrand", "Sens-sur-Yonne" for "Sens") is the same name, not
     // a more local one; an ending ("Milano" for "Milan") is not a form.

@@ -73,7 +73,9 @@ Script ScriptOf(std::string_view utf8);
 // A candidate qualifies when it is written in Latin letters, transliterates
 // without loss, starts with a capital letter, has at least four letters, no
 // digits, brackets, slashes, commas or semicolons, is not written in capitals
-// throughout (codes such as "MUC") and fits 28 characters.
+// throughout (codes such as "MUC"), fits 28 characters and is not the name
+// of other places of the country (mostly a former name shared with
+// villages; a place of 100,000 or more may share it with one).
 class PlaceNamer {
  public:
   // Learns the letter sequences and words of every country's place names.
@@ -107,6 +109,8 @@ class PlaceNamer {
   std::unordered_map<std::string, double> trigram_totals_;
   // country -> lower-case word -> number of places whose name holds it.
   std::unordered_map<std::string, std::map<std::string, int>> words_;
+  // country -> NameKey of a GeoNames name -> places of that name.
+  std::unordered_map<std::string, std::unordered_map<std::string, int>> name_keys_;
   mutable std::unordered_map<std::string, std::string> ansi_;
 };
 

@@ -536,8 +536,9 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
   };
   const auto s = tarv::atlas::BuildAtlas(options);
   std::cout << "atlas written to " << options.out << "\n"
-            << "  countries " << s.countries << ", places " << s.places << " (" << s.aliases
-            << " aliases)\n"
+            << "  countries " << s.countries << ", places " << s.places << " ("
+            << s.local_names << " under a local name instead of GeoNames' name)\n"
+            << "  name-index entries " << s.index_entries << "\n"
             << "  timetables " << s.timetables << ", entries " << s.entries
             << ", summer-time rule lines " << s.rule_lines << "\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";

@@ -1,7 +1,9 @@
 #include "atlas/place_file_writer.h"
 
 #include <algorithm>
+#include <limits>
 
+#include "atlas/name_index.h"
 #include "atlas/place_search.h"
 #include "export/atomic_file.h"
 #include "platform/lz.h"
@@ -14,27 +16,36 @@ char RunLetterOf(const PlaceRecord& place) {
   return GetLetter(place.TrimmedName())[0];
 }
 
-void SortForPlaceFile(std::vector<PlaceRecord>& places, const std::vector<int>& ranks) {
+std::vector<std::size_t> SortForPlaceFile(std::vector<PlaceRecord>& places,
+                                          const std::vector<std::int64_t>& populations) {
   struct Keyed {
     char letter;
-    int rank;
-    std::string folded;
+    std::string letters;
+    std::int64_t population;
     std::string bytes;
-    PlaceRecord place;
+    std::size_t at;
   };
   std::vector<Keyed> keyed;
   keyed.reserve(places.size());
   for (std::size_t i = 0; i < places.size(); ++i) {
     std::string name = places[i].TrimmedName();
-    keyed.push_back({RunLetterOf(places[i]), i < ranks.size() ? ranks[i] : 0, UCase(name),
-                     std::move(name), places[i]});
+    keyed.push_back({RunLetterOf(places[i]), UCase(GetCleanString(name)),
+                     i < populations.size() ? populations[i] : 0, std::move(name), i});
   }
-  std::sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
-    return std::tie(a.letter, a.rank, a.folded, a.bytes) <
-           std::tie(b.letter, b.rank, b.folded, b.bytes);
+  std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
+    return std::tie(a.letter, a.letters, b.population, a.bytes) <
+           std::tie(b.letter, b.letters, a.population, b.bytes);
   });
-  for (std::size_t i = 0; i < places.size(); ++i)
-    places[i] = keyed[i].place;
+  std::vector<PlaceRecord> sorted;
+  sorted.reserve(places.size());
+  std::vector<std::size_t> order;
+  order.reserve(places.size());
+  for (const auto& k : keyed) {
+    sorted.push_back(places[k.at]);
+    order.push_back(k.at);
+  }
+  places = std::move(sorted);
+  return order;
 }
 
 std::string EncodePlaceFile(const std::vector<PlaceRecord>& places) {
@@ -58,13 +69,32 @@ std::string EncodePlaceIndex(const std::vector<PlaceRecord>& places) {
   return index;
 }
 
-void WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
-                     std::vector<PlaceRecord> places, bool compress,
-                     const std::vector<int>& ranks) {
-  SortForPlaceFile(places, ranks);
+std::size_t WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
+                            std::vector<PlaceRecord> places, bool compress,
+                            const std::vector<std::int64_t>& populations,
+                            const std::vector<std::vector<std::string>>& name_keys) {
+  const auto order = SortForPlaceFile(places, populations);
   const std::string data = EncodePlaceFile(places);
   WriteFileAtomically(folder / (code + ".dao"), compress ? CompressSzdd(data, 'o') : data);
   WriteFileAtomically(folder / (code + ".IDX"), EncodePlaceIndex(places));
+  if (name_keys.empty()) return 0;
+  std::vector<NameIndexEntry> entries;
+  // Record numbers are 16-bit; readers see no further records.
+  const std::size_t records = std::min(places.size(), kMaxPlaceRecords);
+  for (std::size_t r = 0; r < records; ++r) {
+    const std::size_t at = order[r];
+    const std::int64_t population = at < populations.size() ? populations[at] : 0;
+    const auto clamped = static_cast<std::uint32_t>(
+        std::clamp<std::int64_t>(population, 0, std::numeric_limits<std::uint32_t>::max()));
+    if (at >= name_keys.size()) continue;
+    for (const auto& key : name_keys[at])
+      entries.push_back({key, static_cast<std::int32_t>(r + 1), clamped});
+  }
+  const std::size_t count = entries.size();
+  const std::string index = EncodeNameIndex(std::move(entries), static_cast<std::int32_t>(records));
+  // SZDD keeps the last character of the file name apart, as for ".dao".
+  WriteFileAtomically(folder / (code + ".NDX"), compress ? CompressSzdd(index, 'X') : index);
+  return count;
 }
 
 }  // namespace tarv

@@ -3,6 +3,7 @@
 #ifndef TARVPLACES_ATLAS_PLACE_FILE_WRITER_H_
 #define TARVPLACES_ATLAS_PLACE_FILE_WRITER_H_
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -15,13 +16,16 @@ namespace tarv {
 // (GetLetter: accents folded, "'s-Hertogenbosch" under "S", digits under "Z").
 char RunLetterOf(const PlaceRecord& place);
 
-// Orders places for a database file: by run letter A to Z, then by `ranks`
-// (lower first; all 0 when empty), then by name without regard to case, then
-// by the name's bytes, so that every run letter forms one run and equal
-// inputs give equal files. Readers rely on the runs only; the atlas builder
-// ranks a city's further names after the main names of their run, so that a
-// tie in the nearest-place search goes to the main name.
-void SortForPlaceFile(std::vector<PlaceRecord>& places, const std::vector<int>& ranks = {});
+// Orders places for a database file: by run letter A to Z, then by the
+// letters of the name without regard to case (GetCleanString: "St. Gallen"
+// and "ST GALLEN" are one name), then by `populations` (largest first; all 0
+// when empty), then by the name's bytes; places equal in all of these keep
+// their order. Every run letter forms one run, readers rely on nothing
+// more; among places of one name the most populous comes first, so that a
+// host taking the first match takes the one people mean most often. Returns,
+// for each position of the sorted places, the position the place had before.
+std::vector<std::size_t> SortForPlaceFile(std::vector<PlaceRecord>& places,
+                                          const std::vector<std::int64_t>& populations = {});
 
 // The bytes of a place file: the records back to back.
 std::string EncodePlaceFile(const std::vector<PlaceRecord>& places);
@@ -32,10 +36,14 @@ std::string EncodePlaceFile(const std::vector<PlaceRecord>& places);
 std::string EncodePlaceIndex(const std::vector<PlaceRecord>& places);
 
 // Sorts `places` and writes "<code>.dao" (SZDD-compressed unless `compress`
-// is false) and "<code>.IDX" into `folder`, each replaced atomically.
-void WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
-                     std::vector<PlaceRecord> places, bool compress = true,
-                     const std::vector<int>& ranks = {});
+// is false) and "<code>.IDX" into `folder`, each replaced atomically. With
+// `name_keys` (one list per place, in the order of `places`) it writes the
+// name index "<code>.NDX" as well: every key with the place's record number
+// and population (clamped to 32 bits). Returns the number of index entries.
+std::size_t WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
+                            std::vector<PlaceRecord> places, bool compress = true,
+                            const std::vector<std::int64_t>& populations = {},
+                            const std::vector<std::vector<std::string>>& name_keys = {});
 
 }  // namespace tarv
 

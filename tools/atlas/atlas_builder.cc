@@ -39,9 +39,6 @@ constexpr double kSerialOf1970 = 25569.0;
 constexpr std::int32_t kHour = 3600;
 constexpr int kFirstRuleYear = 2000;
 constexpr int kLastRuleYear = 2037;
-// Cities this large get their local and other Latin-script names as aliases.
-constexpr std::int64_t kAliasPopulation = 500000;
-constexpr std::size_t kAliasCap = 4;
 
 std::string ReadText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -440,7 +437,7 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   }
 
   Progress(options, "learning place names", 0.04);
-  const AliasChooser chooser(places);
+  const PlaceNamer namer(places);
   std::vector<CountryRecord> records;
   std::vector<TimetableSection> ttx;
   std::vector<TimetableSection> ttusa;
@@ -484,34 +481,35 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     }
 
     std::vector<PlaceRecord> file;
-    std::vector<int> ranks;  // 1 for a city's further names
+    std::vector<std::int64_t> populations;
+    std::vector<std::vector<std::string>> keys;
+    // Larger places first, so that only the smallest fall beyond the last
+    // record number; among equal populations the capital before the seat of
+    // a province before the others, which the file keeps for equal names.
     std::vector<const GeoPlace*> sorted = plan.places;
     std::stable_sort(sorted.begin(), sorted.end(), [](const GeoPlace* a, const GeoPlace* b) {
-      return a->population > b->population;
+      return a->population != b->population
+                 ? a->population > b->population
+                 : FeatureRank(a->feature_code) < FeatureRank(b->feature_code);
     });
     for (const auto* p : sorted) {
       if (file.size() >= kMaxPlaceRecords) break;  // record numbers are 16-bit
-      PlaceRecord record;
-      const std::string name = AtlasName(*p);
+      const std::string name = namer.LocalName(*p);
       if (name.empty()) continue;
+      if (name != AtlasName(*p)) ++summary.local_names;
+      PlaceRecord record;
       record.SetName(name);
       record.Longitude = static_cast<float>(p->longitude);
       record.Latitude = static_cast<float>(p->latitude);
       const auto number = t.number_of_zone.find(p->timezone);
       record.Timetable = number == t.number_of_zone.end() ? std::int16_t{0} : number->second;
       file.push_back(record);
-      ranks.push_back(0);
-      if (p->population < kAliasPopulation) continue;
-      for (const auto& alias : chooser.Aliases(*p, kAliasCap)) {
-        if (file.size() >= kMaxPlaceRecords) break;
-        record.SetName(CutName(alias));
-        file.push_back(record);
-        ranks.push_back(1);
-        ++summary.aliases;
-      }
+      populations.push_back(p->population);
+      keys.push_back(namer.IndexKeys(*p, name));
     }
     summary.places += file.size();
-    WritePlaceFiles(out, plan.code, std::move(file), true, ranks);
+    summary.index_entries +=
+        WritePlaceFiles(out, plan.code, std::move(file), true, populations, keys);
   }
   for (std::size_t g = 0; g < std::size(kGroups); ++g) {
     CountryRecord r;

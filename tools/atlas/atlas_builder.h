@@ -24,22 +24,23 @@ struct BuildOptions {
 };
 
 struct BuildSummary {
-  std::size_t countries = 0;  // lines of Country.dat, groups included
-  std::size_t places = 0;     // place records, aliases included
-  std::size_t aliases = 0;
-  std::size_t timetables = 0;  // blocks written
-  std::size_t entries = 0;     // timetable entries written
-  std::size_t rule_lines = 0;  // lines of DstRules.dat
-  std::uintmax_t bytes = 0;    // size of all files written
+  std::size_t countries = 0;      // lines of Country.dat, groups included
+  std::size_t places = 0;         // place records, one per place
+  std::size_t local_names = 0;    // places named otherwise than GeoNames names them
+  std::size_t index_entries = 0;  // entries of the name indexes
+  std::size_t timetables = 0;     // blocks written
+  std::size_t entries = 0;        // timetable entries written
+  std::size_t rule_lines = 0;     // lines of DstRules.dat
+  std::uintmax_t bytes = 0;       // size of all files written
   std::size_t skipped_lines = 0;
   // "Zone year" pairs whose offset after 1999 the atlas cannot express.
   std::vector<std::string> unexpressible;
 };
 
-// Writes Country.dat, Zones13.bin, one place file and index per country and
-// US state, ttx.dao, TTUSA.dao and DstRules.dat into `options.out`. Two builds
-// from the same inputs give identical files. Throws AtlasError when an input
-// is missing or malformed.
+// Writes Country.dat, Zones13.bin, one place file with its index and name
+// index per country and US state, ttx.dao, TTUSA.dao and DstRules.dat into `options.out`. Two
+// builds from the same inputs give identical files. Throws AtlasError when an input is missing or
+// malformed.
 BuildSummary BuildAtlas(const BuildOptions& options);
 
 }  // namespace tarv::atlas

@@ -17,6 +17,7 @@ enum Column : std::size_t {
   kAlternateNames = 3,
   kLatitude = 4,
   kLongitude = 5,
+  kFeatureCode = 7,
   kCountry = 8,
   kAdmin1 = 10,
   kPopulation = 14,
@@ -68,6 +69,7 @@ bool ParseGeoNamesLine(std::string_view line, GeoPlace& place) {
   place.name = f[kName];
   place.ascii_name = f[kAsciiName];
   place.alternate_names = SplitCommas(f[kAlternateNames]);
+  place.feature_code = f[kFeatureCode];
   place.country = f[kCountry];
   place.admin1 = f[kAdmin1];
   place.timezone = f[kTimezone];

@@ -19,8 +19,9 @@ struct GeoPlace {
   std::vector<std::string> alternate_names;
   double latitude = 0;
   double longitude = 0;
-  std::string country;  // ISO 3166 alpha-2
-  std::string admin1;   // first-level division (a state of the USA)
+  std::string country;       // ISO 3166 alpha-2
+  std::string feature_code;  // "PPLC" capital, "PPLA" seat of a first-level division, ...
+  std::string admin1;        // first-level division (a state of the USA)
   std::int64_t population = 0;
   std::string timezone;  // IANA zone name
 };

@@ -1,0 +1,134 @@
+// The atlas builder on a small GeoNames extract: one record per place under
+// its local name, equal names most populous first, and a name index that
+// finds each place by its other names.
+#include "atlas/atlas_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "atlas/name_index.h"
+#include "atlas/place_file.h"
+#include "platform/codepage.h"
+#include "platform/lz.h"
+#include "support/temp_folder.h"
+
+namespace tarv::atlas {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kSource = TARV_SOURCE_DIR;
+const std::string kCountryNames = kSource + "/.cache/data/i18n-iso-countries/langs";
+
+// One line of cities500.txt.
+std::string Line(int id, const std::string& name, const std::string& alternates, double lat,
+                 double lon, const std::string& code, const std::string& country,
+                 const std::string& admin1, long population, const std::string& zone) {
+  return std::to_string(id) + "\t" + name + "\t" + name + "\t" + alternates + "\t" +
+         std::to_string(lat) + "\t" + std::to_string(lon) + "\tP\t" + code + "\t" + country +
+         "\t\t" + admin1 + "\t\t\t\t" + std::to_string(population) + "\t\t500\t" + zone +
+         "\t2024-01-01\n";
+}
+
+class AtlasBuilderTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!fs::exists(kCountryNames + "/de.json") || !fs::exists("/usr/share/zoneinfo/Europe/Berlin"))
+      GTEST_SKIP() << "the open data is not fetched (scripts/fetch-data.sh)";
+    std::string lines;
+    lines += Line(1, "Munich", "MUC,Monaco di Baviera,München,Мюнхен,ミュンヘン", 48.137, 11.575,
+                  "PPLA", "DE", "02", 1260391, "Europe/Berlin");
+    lines += Line(2, "Neustadt", "", 49.35, 8.14, "PPL", "DE", "08", 52000, "Europe/Berlin");
+    lines += Line(3, "Neustadt", "", 50.73, 11.75, "PPL", "DE", "15", 8000, "Europe/Berlin");
+    lines += Line(4, "Neustadt", "", 54.1, 10.81, "PPLA4", "DE", "10", 52000, "Europe/Berlin");
+    lines += Line(5, "Perth", "", -41.57, 147.17, "PPL", "AU", "06", 3000, "Australia/Hobart");
+    lines += Line(6, "Perth", "Boorloo,PER", -31.95, 115.86, "PPLA", "AU", "08", 2000000,
+                  "Australia/Perth");
+    const fs::path geonames = folder_.Write("cities500.txt", lines);
+    options_.out = (folder_.path() / "atlas").string();
+    options_.geonames = geonames.string();
+    options_.country_names = kCountryNames;
+    options_.data = kSource + "/data";
+    summary_ = BuildAtlas(options_);
+  }
+
+  std::vector<PlaceRecord> Records(const std::string& code) {
+    std::int32_t error = 0;
+    const auto image = ExpandedImage((fs::path(options_.out) / (code + ".dao")).string(), error);
+    EXPECT_TRUE(image) << code;
+    std::vector<PlaceRecord> records;
+    for (std::size_t at = 0; image && at + kPlaceRecordSize <= image->size();
+         at += kPlaceRecordSize) {
+      records.push_back(DecodePlaceRecord(std::string_view(*image).substr(at)));
+    }
+    return records;
+  }
+
+  NameIndex Index(const std::string& code) {
+    const std::string file = (fs::path(options_.out) / (code + ".NDX")).string();
+    std::int32_t error = 0;
+    const auto image = ExpandedImage(file, error);
+    EXPECT_EQ(error, 0) << file;
+    return NameIndex(image ? *image : std::string(), file);
+  }
+
+  testing::TempFolder folder_;
+  BuildOptions options_;
+  BuildSummary summary_;
+};
+
+TEST_F(AtlasBuilderTest, EachPlaceIsOneRecordUnderItsLocalName) {
+  const auto records = Records("D");
+  ASSERT_EQ(records.size(), 4U);
+  int munich = 0;
+  for (const auto& r : records) {
+    EXPECT_NE(r.TrimmedName(), "Munich");
+    munich += r.TrimmedName() == AnsiFromUtf8("München");
+  }
+  EXPECT_EQ(munich, 1);
+  EXPECT_EQ(summary_.places, 6U);
+  EXPECT_EQ(summary_.local_names, 1U);
+  EXPECT_GT(summary_.index_entries, 6U);
+}
+
+TEST_F(AtlasBuilderTest, EqualNamesComeMostPopulousFirst) {
+  const auto perth = Records("AUS");
+  ASSERT_EQ(perth.size(), 2U);
+  EXPECT_NEAR(perth[0].Longitude, 115.86, 1e-3);  // Western Australia's capital
+  const auto d = Records("D");
+  std::vector<float> neustadt;
+  for (const auto& r : d) {
+    if (r.TrimmedName() == "Neustadt") neustadt.push_back(r.Latitude);
+  }
+  // Two of 52,000: the seat of a division comes first.
+  ASSERT_EQ(neustadt.size(), 3U);
+  EXPECT_NEAR(neustadt[0], 54.1, 1e-3);
+  EXPECT_NEAR(neustadt[1], 49.35, 1e-3);
+  EXPECT_NEAR(neustadt[2], 50.73, 1e-3);
+}
+
+TEST_F(AtlasBuilderTest, TheNameIndexFindsPlacesByTheirOtherNames) {
+  const auto records = Records("D");
+  const NameIndex index = Index("D");
+  EXPECT_EQ(index.RecordCount(), static_cast<std::int32_t>(records.size()));
+  for (const char* key : {"munich", "monacodibaviera", "muenchen", "myunkhen", "myunhen"}) {
+    const auto found = index.Find(key, false);
+    ASSERT_EQ(found.size(), 1U) << key;
+    const auto& record = records.at(static_cast<std::size_t>(found[0].record - 1));
+    EXPECT_EQ(record.TrimmedName(), AnsiFromUtf8("München")) << key;
+    EXPECT_EQ(found[0].population, 1260391U) << key;
+  }
+  EXPECT_TRUE(index.Find("muc", false).empty());
+  // Equal keys of several places: most populous first.
+  const auto neustadt = index.Find("neustadt", false);
+  ASSERT_EQ(neustadt.size(), 3U);
+  EXPECT_EQ(neustadt[0].population, 52000U);
+  EXPECT_EQ(neustadt[2].population, 8000U);
+  const auto perth = Index("AUS").Find("boorloo", false);
+  ASSERT_EQ(perth.size(), 1U);
+  EXPECT_EQ(perth[0].record, 1);
+}
+
+}  // namespace
+}  // namespace tarv::atlas

@@ -278,7 +278,9 @@ std::size_t Get_CompressedFiles(std::string_view name, std::vector<std::string>&
   InitializeCountries("", "Country.dat", false, false);
   if (!State().countries_loaded) return 0;
   const std::string folder = AtlasFolder("");
-  const std::int16_t continent = GetContinentID(name);
+  // A group's place file has the group's name: in English "ASIA.dao", whose
+  // extension would hide the four letters of "ASIA" from the continent test.
+  const std::int16_t continent = GetContinentID(Get_Prae(name));
   if (continent == 0) {
     const std::string code = Get_Prae(name);
     if (code.empty() || !IsSafeCode(name)) return 0;

@@ -188,6 +188,22 @@ TEST_F(PlaceFileTest, GroupsReadDatabaseBeforeUserFileInTableOrder) {
   EXPECT_EQ(list.refs[4].Country, "A");
 }
 
+TEST_F(PlaceFileTest, GroupsAreFoundByTheirNameInEitherLanguageOfTheTable) {
+  WriteCountry("J", {Place("Kyoto", 135.8F, 35.0F), Place("Kobe", 135.2F, 34.7F)});
+  for (const std::int32_t language : {kLanguageGerman, kLanguageEnglish}) {
+    State().Language().SetLanguage(language);
+    InitializeCountries("", "Country.dat", false, true);  // continents in that language
+    const std::string asia = language == kLanguageGerman ? "ASIEN" : "ASIA";
+    PlaceList list;
+    Read_Cp_Indexed_City(PlaceFile(asia), "K*", list, 0);
+    EXPECT_THAT(Names(list), ElementsAre("Kobe", "Kyoto")) << asia;
+    list = PlaceList{};
+    Read_Cp_Indexed_City(PlaceFile(language == kLanguageGerman ? "EUROPA" : "EUROPE"), "K*", list,
+                         0);
+    EXPECT_THAT(Names(list), ElementsAre()) << asia;
+  }
+}
+
 TEST_F(PlaceFileTest, AbbreviationGcKeepsItsFullStop) {
   WriteCountry("CH", {Place("St. Gallen G.C.", 9.37F, 47.42F), Place("St Gallen", 9.3F, 47.4F)});
   EXPECT_THAT(Names(Search("CH", "St. Gallen G.C.")), ElementsAre("St. Gallen G.C."));

@@ -114,9 +114,10 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result);
 // the first record of the next run: every entry whose character folds to
 // that letter through GetLetter ("O" and "Ö" for "O"), each record once; a
 // letter without a run reads record 1 only. An index entry that points
-// before the first or past the last record reads nothing of its run. Returns the number of places found, or the first
-// negative LZ error code (places found before it stay in `result`); no
-// message. Records past number 32767 cannot be numbered and are not read.
+// before the first or past the last record reads nothing of its run.
+// Returns the number of places found, or the first negative LZ error code
+// (places found before it stay in `result`); no message. Records past
+// number 32767 cannot be numbered and are not read.
 std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string search,
                                   PlaceList& result, std::int16_t pattern_mode);
 

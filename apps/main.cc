@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -22,6 +24,7 @@
 #include "atlas/atlas_builder.h"
 #include "export/text_export.h"
 #include "interface/export_phrase.h"
+#include "platform/codepage.h"
 #include "tarvplaces/places.h"
 #include "util/degrees.h"
 #include "util/julian.h"
@@ -81,6 +84,68 @@ std::string TrimRight(std::string s) {
   return s;
 }
 
+bool EqualIgnoringCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return std::toupper(static_cast<unsigned char>(x)) ==
+                  std::toupper(static_cast<unsigned char>(y));
+         });
+}
+
+// `text` with blanks up to `width` characters: names are UTF-8, so a column
+// counted in bytes would lose a blank for every "ü".
+std::string PadRight(const std::string& text, std::size_t width) {
+  const std::size_t length = tarv::Utf8Length(text);
+  return length >= width ? text : text + std::string(width - length, ' ');
+}
+
+// The code point of one well-formed UTF-8 character, as "U+1F600".
+std::string CodePoint(std::string_view character) {
+  const auto lead = static_cast<unsigned char>(character[0]);
+  std::uint32_t value = character.size() == 1   ? lead
+                        : character.size() == 2 ? lead & 0x1FU
+                        : character.size() == 3 ? lead & 0x0FU
+                                                : lead & 0x07U;
+  for (std::size_t i = 1; i < character.size(); ++i)
+    value = (value << 6) | (static_cast<unsigned char>(character[i]) & 0x3FU);
+  std::ostringstream out;
+  out << "U+" << std::uppercase << std::hex << std::setw(4) << std::setfill('0') << value;
+  return out.str();
+}
+
+// Why a name or code cannot be looked up: its first character that the
+// atlas's code page can hold in no form (an emoji, a byte that is not UTF-8).
+// Empty when every character can be written, in other scripts transliterated.
+std::string Unwritable(const std::string& what, const std::string& text) {
+  if (tarv::IsTransliterable(text)) return {};
+  const std::size_t length = tarv::Utf8Length(text);
+  for (std::size_t n = 1; n <= length; ++n) {
+    // Prefixes, not single characters: an accent written as a combining mark
+    // is written together with its letter.
+    const std::string_view prefix = tarv::Utf8Prefix(text, n);
+    if (tarv::IsTransliterable(prefix)) continue;
+    const std::string_view character = prefix.substr(tarv::Utf8Prefix(text, n - 1).size());
+    const std::string position = "character " + std::to_string(n);
+    if (character.size() == 1 && static_cast<unsigned char>(character[0]) >= 0x80) {
+      return position + " of the " + what + " is not UTF-8";
+    }
+    return position + " (" + CodePoint(character) + ") of the " + what + " \"" + text +
+           "\" cannot be written in the atlas's letters";
+  }
+  return "the " + what + " \"" + text + "\" cannot be written in the atlas's letters";
+}
+
+// A lookup of a name or code the atlas's letters cannot hold finds nothing:
+// `nothing` is what --json prints then.
+void CheckWritable(const Options& o, const json& nothing,
+                   std::initializer_list<std::pair<const char*, const std::string*>> arguments) {
+  for (const auto& [what, text] : arguments) {
+    const std::string reason = Unwritable(what, *text);
+    if (reason.empty()) continue;
+    if (o.json && !nothing.is_null()) std::cout << nothing.dump(2) << '\n';
+    throw Exit{kNotFound, "nothing found: " + reason};
+  }
+}
+
 // A local date YYYY-MM-DD[THH:MM[:SS]] as a Julian day.
 double ParseDate(const std::string& text) {
   static const std::regex kDate(R"((\d{4})-(\d{2})-(\d{2})(?:[T ](\d{2}):(\d{2})(?::(\d{2}))?)?)");
@@ -138,6 +203,27 @@ class Atlas {
                  "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
     }
     return places_.GetInternalCountryAbbreviation(code);
+  }
+
+  // Searches also take a group: a continent or the USA, by its name in the
+  // language of the texts ("EUROPE" in English, also its first five letters)
+  // or, in either language, by the German name the atlas's country table and
+  // files use ("EUROPA", "asien"). A group's whole name wins over a country
+  // title it begins ("AMERIKA", "Amerikanisch-Samoa"). Country refuses
+  // groups: they have no number of their own.
+  std::string CountryOrGroup(const std::string& code) {
+    static constexpr const char* kAtlasGroups[] = {"AFRIKA", "AMERIKA",  "ASIEN",
+                                                   "EUROPA", "OCEANIEN", "USA"};
+    const std::size_t groups = std::size(kAtlasGroups);
+    std::vector<std::string> lines;
+    places_.FillCountryArray(lines);  // ends with the groups in the current language
+    for (std::size_t k = 0; k < groups && lines.size() > groups; ++k) {
+      if (!EqualIgnoringCase(code, kAtlasGroups[k])) continue;
+      const auto f = SplitTabs(lines[lines.size() - groups + k]);
+      if (f.size() > 2) return f[2];
+    }
+    if (places_.GetCountryID(code) == 0 && places_.GetContinentID(code) != 0) return code;
+    return Country(code);
   }
 
   // The zone fields of a zone identifier.
@@ -211,6 +297,7 @@ void PrintPlace(const json& p) {
 int RunPlace(const Options& o, const std::string& name, const std::string& country,
              const std::string& date) {
   Atlas atlas(o);
+  CheckWritable(o, json{{"found", 0}}, {{"name", &name}, {"country code", &country}});
   const std::string code = atlas.Country(country);
   std::optional<double> julian;
   if (!date.empty()) julian = ParseDate(date);
@@ -228,7 +315,7 @@ int RunPlace(const Options& o, const std::string& name, const std::string& count
   }
   if (found == 0)
     throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try a prefix such as \"" +
-                              name.substr(0, 3) + "*\""};
+                              std::string(tarv::Utf8Prefix(name, 3)) + "*\""};
   return kFound;
 }
 
@@ -242,7 +329,9 @@ struct Collector : tarv::PlaceListControl {
 
 int RunSearch(const Options& o, const std::string& text, const std::string& country) {
   Atlas atlas(o);
-  const std::string code = atlas.Country(country);
+  CheckWritable(o, json{{"found", 0}, {"places", json::array()}},
+                {{"text", &text}, {"country code", &country}});
+  const std::string code = atlas.CountryOrGroup(country);
   Collector list;
   std::int32_t found = 0;
   atlas.places().SearchPlacesInForm(list, text, code, &found);
@@ -253,8 +342,8 @@ int RunSearch(const Options& o, const std::string& text, const std::string& coun
     std::cout << json{{"found", found}, {"places", places}}.dump(2) << '\n';
   } else {
     for (const auto& p : places) {
-      std::cout << std::left << std::setw(30) << p["name"].get<std::string>() << std::setw(6)
-                << p["country"].get<std::string>() << std::right << std::fixed
+      std::cout << PadRight(p["name"].get<std::string>(), 30)
+                << PadRight(p["country"].get<std::string>(), 6) << std::right << std::fixed
                 << std::setprecision(5) << std::setw(11) << p["longitude"].get<double>()
                 << std::setw(10) << p["latitude"].get<double>() << "  "
                 << p["zone"].get<std::string>()
@@ -293,6 +382,7 @@ int RunNearest(const Options& o, const std::string& country, const std::string& 
 int RunZone(const Options& o, const std::string& name, const std::string& country,
             const std::string& date, bool long_name) {
   Atlas atlas(o);
+  CheckWritable(o, nullptr, {{"name", &name}, {"country code", &country}});
   const std::string code = atlas.Country(country);
   const double julian = ParseDate(date);
   double longitude = 0;
@@ -599,7 +689,7 @@ int main(int argc, char** argv) {
 
   auto* search = app.add_subcommand("search", "all places matching a text (wildcards *, ?, [..])");
   search->add_option("TEXT", text)->required();
-  search->add_option("COUNTRY", country)->required();
+  search->add_option("COUNTRY", country, "country code or group, e.g. D, EUROPA, USA")->required();
   search->callback([&] { status = RunSearch(o, text, country); });
 
   auto* nearest = app.add_subcommand("nearest", "the place nearest to coordinates");

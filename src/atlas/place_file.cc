@@ -59,27 +59,32 @@ std::int32_t ShowLzError(std::int32_t code, const std::string& file) {
   return code;
 }
 
-// The range of records to read for `letter`: the start of its run and the
-// start of the next run (or the record count after the last run); 1 to 1
-// when the letter has no run. Entries cut short by the end of the file do
-// not count.
-std::pair<std::int32_t, std::int32_t> LetterRun(const std::string& index_file, char letter,
-                                                std::int32_t record_count) {
-  std::pair<std::int32_t, std::int32_t> run{1, 1};
+// The ranges of records to read for `letter`: for every index entry whose
+// character folds to it, the start of its run and the start of the next run
+// (or the record count after the last run); 1 to 1 when the letter has no
+// run. Database indexes hold one run per letter; a user index keeps each
+// name's own first character ("Ö" beside "O", "o" apart from "O" in byte
+// order), so a letter may have several runs there. Entries cut short by the
+// end of the file do not count.
+std::vector<std::pair<std::int32_t, std::int32_t>> LetterRuns(const std::string& index_file,
+                                                              char letter,
+                                                              std::int32_t record_count) {
+  std::vector<std::pair<std::int32_t, std::int32_t>> runs;
   std::int32_t error = 0;
   const auto image = ExistingImage(index_file, error);
-  if (!image) return run;
-  const std::string_view index = *image;
-  const std::size_t whole = index.size() / kIndexEntrySize * kIndexEntrySize;
-  for (std::size_t at = 0; at < whole; at += kIndexEntrySize) {
-    if (AnsiUpper(index[at]) != AnsiUpper(letter)) continue;
-    run.first = DecodeInt32(index, at + 1);
-    const std::size_t next = at + kIndexEntrySize;
-    run.second =
-        next + kIndexEntrySize <= index.size() ? DecodeInt32(index, next + 1) : record_count;
-    break;
+  if (image) {
+    const std::string_view index = *image;
+    const std::size_t whole = index.size() / kIndexEntrySize * kIndexEntrySize;
+    for (std::size_t at = 0; at < whole; at += kIndexEntrySize) {
+      if (GetLetter(index.substr(at, 1))[0] != AnsiUpper(letter)) continue;
+      const std::size_t next = at + kIndexEntrySize;
+      runs.emplace_back(DecodeInt32(index, at + 1), next + kIndexEntrySize <= index.size()
+                                                        ? DecodeInt32(index, next + 1)
+                                                        : record_count);
+    }
   }
-  return run;
+  if (runs.empty()) runs.emplace_back(1, 1);
+  return runs;
 }
 
 // Records chained by a key: the records of one key in record order, found
@@ -310,7 +315,9 @@ std::size_t Get_CompressedFiles(std::string_view name, std::vector<std::string>&
   InitializeCountries("", "Country.dat", false, false);
   if (!State().countries_loaded) return 0;
   const std::string folder = AtlasFolder("");
-  const std::int16_t continent = GetContinentID(name);
+  // A group's place file has the group's name: in English "ASIA.dao", whose
+  // extension would hide the four letters of "ASIA" from the continent test.
+  const std::int16_t continent = GetContinentID(Get_Prae(name));
   if (continent == 0) {
     const std::string code = Get_Prae(name);
     if (code.empty() || !IsSafeCode(name)) return 0;
@@ -388,12 +395,16 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
       continue;  // a missing file has no places
     }
     const std::int32_t record_count = image->RecordCount();
-    auto [start, end] = LetterRun(IndexPathOf(file), letter, record_count);
-    end = std::min(end, record_count);
-    if (start < 1 || start > record_count) continue;  // an index that points nowhere
-    if (end < start) continue;                        // or backwards
+    // Runs of one letter may touch (one ends with the first record of the
+    // next): a record already read for an earlier run is not added again.
+    std::vector<std::pair<std::int32_t, std::int32_t>> done;
+    auto read_before = [&done](std::int32_t record) {
+      return std::any_of(done.begin(), done.end(), [record](const auto& r) {
+        return record >= r.first && record <= r.second;
+      });
+    };
     auto add = [&](std::int32_t record) {
-      if (image->NameField(record)[0] == kDeletedMark) return;
+      if (image->NameField(record)[0] == kDeletedMark || read_before(record)) return;
       PlaceRef ref = refs[f];
       ref.RecordNo = static_cast<std::int16_t>(user ? -record : record);
       result.Add(DecodePlaceRecord(std::string_view(*image->bytes())
@@ -401,25 +412,27 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
                  std::move(ref));
       ++found;
     };
-    if (test.mode() == 2) {
-      for (std::int32_t record = start; record <= end; ++record) {
-        if (test.MatchesField(image->NameField(record))) add(record);
+    for (auto [start, end] : LetterRuns(IndexPathOf(file), letter, record_count)) {
+      end = std::min(end, record_count);
+      if (start < 1 || start > record_count) continue;  // an entry that points nowhere
+      if (end < start) continue;                        // or backwards
+      if (test.mode() == 2) {
+        for (std::int32_t record = start; record <= end; ++record) {
+          if (test.MatchesField(image->NameField(record))) add(record);
+        }
+      } else if (test.mode() == 0) {
+        // A whole-name match is a match of the letters-only forms.
+        image->Run(start, end)->ForEachNamed(key, add);
+      } else if (const auto& folded = test.ClassFoldedKey()) {
+        // Without wildcards a pattern matches exactly the names of its key.
+        image->Run(start, end)->ForEachClassFolded(*folded, add);
+      } else {
+        const auto run = image->Run(start, end);
+        for (std::int32_t record = start; record <= end; ++record) {
+          if (test.MatchesLetters(run->Letters(record))) add(record);
+        }
       }
-      continue;
-    }
-    const auto run = image->Run(start, end);
-    if (test.mode() == 0) {
-      // A whole-name match is a match of the letters-only forms.
-      run->ForEachNamed(key, add);
-      continue;
-    }
-    if (const auto& folded = test.ClassFoldedKey()) {
-      // Without wildcards a pattern matches exactly the names of its key.
-      run->ForEachClassFolded(*folded, add);
-      continue;
-    }
-    for (std::int32_t record = start; record <= end; ++record) {
-      if (test.MatchesLetters(run->Letters(record))) add(record);
+      done.emplace_back(start, end);
     }
   }
   return found;

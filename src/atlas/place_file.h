@@ -110,12 +110,14 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result);
 // whose names match `search` (modes as in place_search.h: `pattern_mode`
 // non-zero for the accent-folding pattern search, else a trailing "*" asks
 // for a prefix search and anything else for the whole name). Appends to
-// `result`. Only the run of the search's index letter is read, plus the
-// first record of the next run; a letter without a run reads record 1 only.
-// An index entry that points before the first or past the last record reads
-// nothing of that file. Returns the number of places found, or the first
-// negative LZ error code (places found before it stay in `result`); no
-// message. Records past number 32767 cannot be numbered and are not read.
+// `result`. Only the runs of the search's index letter are read, each plus
+// the first record of the next run: every entry whose character folds to
+// that letter through GetLetter ("O" and "Ö" for "O"), each record once; a
+// letter without a run reads record 1 only. An index entry that points
+// before the first or past the last record reads nothing of its run.
+// Returns the number of places found, or the first negative LZ error code
+// (places found before it stay in `result`); no message. Records past
+// number 32767 cannot be numbered and are not read.
 std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string search,
                                   PlaceList& result, std::int16_t pattern_mode);
 

@@ -368,17 +368,77 @@ std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view sear
   return places_found;
 }
 
+namespace {
+
+// The closing bracket of a "[...]" set opened at `open`, or npos when the
+// "[" stands for itself.
+std::size_t SetEnd(std::string_view text, std::size_t open) {
+  return text[open] == '[' ? text.find(']', open + 1) : std::string_view::npos;
+}
+
+bool HasSet(std::string_view text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (SetEnd(text, i) != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+// The accent-folding pattern of a text with sets, as the pattern search
+// builds it (letters folded up to the first "*" or "?", blanks, brackets,
+// full stops and commas dropped), but with every set taken as typed: the
+// pattern search would fold the letters inside a set too and so break it.
+std::string PatternWithSets(std::string_view text) {
+  std::string pattern;
+  bool wildcard_seen = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (const std::size_t end = SetEnd(text, i); end != std::string_view::npos) {
+      pattern += text.substr(i, end - i + 1);
+      i = end;
+      continue;
+    }
+    if (std::string_view(" ().,").find(c) != std::string_view::npos) continue;
+    if (c == '*' || c == '?') wildcard_seen = true;
+    pattern += wildcard_seen ? std::string(1, c) : GetSearchString("]" + std::string(1, c));
+  }
+  return pattern;
+}
+
+// The places of `file` matching a pattern with sets: the pattern search for
+// what precedes the first set (it reads the same index run and finds every
+// place the whole pattern can match), narrowed by the whole pattern.
+void ReadWithSets(const std::string& file, const std::string& text, PlaceList& list) {
+  PlaceList candidates;
+  std::size_t first_set = 0;
+  while (SetEnd(text, first_set) == std::string_view::npos)
+    ++first_set;
+  Read_Cp_Indexed_City(file, text.substr(0, first_set) + '*', candidates, 1);
+  const WildcardPattern pattern(PatternWithSets(text));
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    if (pattern.Matches(GetCleanString(candidates.places[i].TrimmedName()))) {
+      list.Add(candidates.places[i], candidates.refs[i]);
+    }
+  }
+}
+
+}  // namespace
+
 std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
                                PlaceListControl& control, bool prefix) {
   const std::string mapped = GetInternalCountryAbbreviation(code);
   search = Trim(search);
   std::string text = search;
-  const bool pattern = text.find_first_of("?[") != std::string::npos;
+  // A "*" before the end is a wildcard inside the name, not "the beginning".
+  const auto star = text.find('*');
+  const bool pattern = text.find_first_of("?[") != std::string::npos ||
+                       (star != std::string::npos && star + 1 < text.size());
   if (prefix && !pattern && (text.empty() || text.back() != '*')) text += '*';
   const std::string file = GetCompressedPlaceFile(mapped);
   PlaceList list;
   if (text == "*") {
     Read_Cp_ORTE(file, list);
+  } else if (HasSet(text)) {
+    ReadWithSets(file, text, list);
   } else {
     Read_Cp_Indexed_City(file, text, list, pattern ? 1 : 0);
   }

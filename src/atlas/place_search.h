@@ -120,10 +120,12 @@ std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view sear
 
 // Fills the place manager's list with the places of `code` matching
 // `search`: the text is trimmed (and handed back trimmed) and, with
-// `prefix`, gets a "*" appended unless it already ends in one or holds a "?",
-// so that typing the beginning of a name lists every place starting with it.
-// A text holding "?" or "[" is searched as an accent-folding pattern. "*"
-// alone lists the whole file pair. Each item is the trimmed name, TAB,
+// `prefix`, gets a "*" appended unless it already ends in one or is a
+// pattern, so that typing the beginning of a name lists every place starting
+// with it. A text holding "?", "[" or a "*" before its end is a pattern and
+// searched as the accent-folding pattern of SearchandStorePlaces, except that
+// "[...]" sets are taken as typed ("M[uü]nchen", "M[!u]nster"). "*" alone
+// lists the whole file pair. Each item is the trimmed name, TAB,
 // longitude and latitude in degree notation ("011E34' 33"", "48N08' 15""),
 // and for a continent or group a TAB and the country code; its data is the
 // place's record number (negative for a user place). Returns the number of

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/codepage.h"
 #include "platform/lz.h"
 #include "support/atlas_fixture.h"
 #include "util/bytes.h"
@@ -145,6 +146,28 @@ TEST_F(PlaceFileTest, WholeNameSearchFindsEverySpellingInItsRunInRecordOrder) {
   EXPECT_THAT(Names(Search("A", "St Anton")), ElementsAre("St. Anton"));
 }
 
+TEST_F(PlaceFileTest, FoldedIndexLettersReadOneRunPerLetter) {
+  // The writer files "Ö" under O, so the index has one run per letter and
+  // each search reads that run and the first record of the next.
+  WriteCountry("A", {Place(AnsiFromUtf8("Ötztal"), 10.9F, 47.2F), Place("Obertauern", 13.6F, 47.3F),
+                     Place("Ort", 13.8F, 47.9F), Place(AnsiFromUtf8("Übelbach"), 15.2F, 47.2F),
+                     Place("Perg", 14.6F, 48.2F), Place("Ulrichsberg", 13.9F, 48.7F)});
+  EXPECT_EQ(folder_.Read("A.IDX").size(), 3 * kIndexEntrySize);
+  auto numbers = [](const PlaceList& list) {
+    std::vector<std::int16_t> records;
+    for (const auto& ref : list.refs)
+      records.push_back(ref.RecordNo);
+    return records;
+  };
+  EXPECT_THAT(numbers(Search("A", AnsiFromUtf8("Ötztal"))), ElementsAre(3));
+  EXPECT_THAT(numbers(Search("A", "Otztal", 1)), ElementsAre(3));
+  EXPECT_THAT(numbers(Search("A", "O*", 1)), ElementsAre(1, 2, 3));
+  // "?" looks for the Z run, which is absent: record 1 only, not "Übelbach".
+  EXPECT_THAT(numbers(Search("A", "?b*", 1)), ElementsAre(1));
+  EXPECT_THAT(numbers(Search("A", "U*", 1)), ElementsAre(5, 6));
+  EXPECT_THAT(numbers(Search("A", "P*", 1)), ElementsAre(4));
+}
+
 TEST_F(PlaceFileTest, LetterWithoutRunReadsOnlyTheFirstRecord) {
   WriteCountry("A", {Place("Graz", 15.4F, 47.1F), Place("Wien", 16.4F, 48.2F)});
   // Digits are looked up under Z, which this index lacks.
@@ -163,6 +186,22 @@ TEST_F(PlaceFileTest, GroupsReadDatabaseBeforeUserFileInTableOrder) {
   EXPECT_EQ(list.refs[3].Country, "D");
   EXPECT_EQ(list.refs[3].RecordNo, -1);
   EXPECT_EQ(list.refs[4].Country, "A");
+}
+
+TEST_F(PlaceFileTest, GroupsAreFoundByTheirNameInEitherLanguageOfTheTable) {
+  WriteCountry("J", {Place("Kyoto", 135.8F, 35.0F), Place("Kobe", 135.2F, 34.7F)});
+  for (const std::int32_t language : {kLanguageGerman, kLanguageEnglish}) {
+    State().Language().SetLanguage(language);
+    InitializeCountries("", "Country.dat", false, true);  // continents in that language
+    const std::string asia = language == kLanguageGerman ? "ASIEN" : "ASIA";
+    PlaceList list;
+    Read_Cp_Indexed_City(PlaceFile(asia), "K*", list, 0);
+    EXPECT_THAT(Names(list), ElementsAre("Kobe", "Kyoto")) << asia;
+    list = PlaceList{};
+    Read_Cp_Indexed_City(PlaceFile(language == kLanguageGerman ? "EUROPA" : "EUROPE"), "K*", list,
+                         0);
+    EXPECT_THAT(Names(list), ElementsAre()) << asia;
+  }
 }
 
 TEST_F(PlaceFileTest, AbbreviationGcKeepsItsFullStop) {

@@ -1,5 +1,6 @@
 #include "atlas/user_places.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,11 +11,13 @@
 #include <set>
 
 #include "atlas/place_search.h"
+#include "platform/codepage.h"
 #include "support/atlas_fixture.h"
 
 namespace tarv {
 namespace {
 
+using ::testing::ElementsAre;
 using testing::Place;
 
 class UserPlacesTest : public testing::AtlasFixture {
@@ -118,6 +121,50 @@ TEST_F(UserPlacesTest, OnlyUserPlacesCanBeDeleted) {
   const std::string before = UserFile();
   EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);
   EXPECT_EQ(UserFile(), before);
+}
+
+// The user index keeps a name's own first character as its entry letter, so
+// a place beginning with an accented capital has a run of its own ("Ö"
+// beside "O"); every run that folds to the searched letter is read.
+TEST_F(UserPlacesTest, NamesBeginningWithAnAccentedCapitalAreFoundByName) {
+  const std::vector<std::string> names = {"Ölberg", "Überlingen-Nord", "Ärmelkanal", "Éze"};
+  for (const auto& name : names)
+    ASSERT_EQ(Add(AnsiFromUtf8(name)), -1);
+  Add("Oberhausen");
+  Add("Ulm");
+  for (const auto& name : names) {
+    ASSERT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(name)), 1) << name;
+    EXPECT_EQ(FoundPlaces()[0].Place.TrimmedName(), AnsiFromUtf8(name));
+    EXPECT_LT(FoundPlaces()[0].RecordNo, 0);
+  }
+  // Typed without its accent, in small letters, or as a beginning.
+  for (const std::string text : {"Olberg", "ölberg*", "ölberg", "OLBERG", "Uberlingen Nord"}) {
+    EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(text)), 1) << text;
+  }
+  // Adding the name again in small letters is no new place.
+  EXPECT_EQ(Add(AnsiFromUtf8("ölberg")), -1);
+  EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8("Ölberg")), 1);
+}
+
+// Runs that touch (the "O" run ends with the first record of the "Ö" run)
+// give every record once, and small initials, which the byte order sorts
+// apart from the capitals, are read in their own runs.
+TEST_F(UserPlacesTest, EveryRunOfALetterIsReadAndEachRecordOnce) {
+  Add("Oberhausen");
+  Add(AnsiFromUtf8("Ölberg"));
+  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("O\x01\x00\x00\x00"
+                                                    "\xD6\x02\x00\x00\x00",
+                                                    10));
+  PlaceList list;
+  Read_Cp_Indexed_City(PlaceFile("D"), "O*", list, 1);
+  EXPECT_THAT(testing::Names(list), ElementsAre("Oberhausen", AnsiFromUtf8("Ölberg")));
+  Add("Zell");
+  Add("olpe");
+  ASSERT_EQ(SearchandStorePlaces("D", "Olpe"), 1);
+  EXPECT_EQ(FoundPlaces()[0].Place.TrimmedName(), "olpe");
+  list = PlaceList{};
+  Read_Cp_Indexed_City(PlaceFile("D"), "O*", list, 1);
+  EXPECT_THAT(testing::Names(list), ElementsAre("Oberhausen", "olpe", AnsiFromUtf8("Ölberg")));
 }
 
 // Adds "P<i>" for i in [first, last), writing each returned number to `log`.

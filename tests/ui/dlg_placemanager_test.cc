@@ -160,6 +160,62 @@ TEST_F(PlacemanagerModel, SearchWithReturnListsMatchesAndLoadsTheFirst) {
   EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
 }
 
+// The search field takes the wildcards its help line names: "*" inside a
+// text and "[...]" sets, accents folded outside the sets as in the tool.
+TEST_F(PlacemanagerModel, SearchTakesStarsInsideTheTextAndSets) {
+  WriteCountry(
+      "D", {testing::Place("Markneukirchen", 12.33F, 50.31F),
+            testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F),
+            testing::Place(AnsiFromUtf8("Münster"), 7.63F, 51.96F),
+            testing::Place("Munster", 10.09F, 52.99F), testing::Place("Berlin", 13.405F, 52.52F)});
+  auto& d = Open("Berlin", "D");
+  d.cb_Eingabe_KeyReturn(3, "M*chen");
+  EXPECT_THAT(ListedNames(), ElementsAre("Markneukirchen", "München"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Markneukirchen");
+  d.cb_Eingabe_KeyReturn(3, "M[uü]nchen");
+  EXPECT_THAT(ListedNames(), ElementsAre("München"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
+  d.cb_Eingabe_KeyReturn(3, "M[ü]nster");
+  EXPECT_THAT(ListedNames(), ElementsAre("Münster"));
+  d.cb_Eingabe_KeyReturn(3, "M[!ü]nster");
+  EXPECT_THAT(ListedNames(), ElementsAre("Munster"));
+  // Outside the set, before any "*", letters fold their accents.
+  d.cb_Eingabe_KeyReturn(3, "m[ua]nst?r");
+  EXPECT_THAT(ListedNames(), ElementsAre("Munster"));
+  d.cb_Eingabe_KeyReturn(3, "Mu[n]ster");
+  EXPECT_THAT(ListedNames(), ElementsAre("Munster", "Münster"));
+  d.cb_Eingabe_KeyReturn(3, "M[xy]*");
+  EXPECT_TRUE(ListedNames().empty());
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Munster");  // nothing found: the place stays
+}
+
+// Return on a whole name loads that place even where a longer name that
+// begins with it comes first in the list; a beginning loads the first.
+TEST_F(PlacemanagerModel, ReturnOnAWholeNameLoadsThatPlace) {
+  // The atlas files a city's further names after the main names of its run.
+  WritePlaceFiles(folder_.path(), "D",
+                  {testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F, 1),
+                   testing::Place(AnsiFromUtf8("Münchenbernsdorf"), 11.93F, 50.82F, 2),
+                   testing::Place("Berlin", 13.405F, 52.52F)},
+                  true, {1, 0, 0});
+  auto& d = Open("Berlin", "D");
+  d.cb_Eingabe_KeyReturn(3, "München");
+  EXPECT_THAT(ListedNames(), ElementsAre("Münchenbernsdorf", "München"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
+  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 1);
+  EXPECT_EQ(d.City(), "München");
+  EXPECT_EQ(d.Timetable(), 1);
+  d.cb_Eingabe_KeyReturn(3, " münchen ");  // any case, blanks around
+  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
+  d.cb_Eingabe_KeyReturn(3, "Münch");
+  EXPECT_THAT(ListedNames(), ElementsAre("Münchenbernsdorf", "München"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Münchenbernsdorf");
+  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 0);
+  d.cb_Eingabe_KeyReturn(3, "Münchenbernsdorf");
+  EXPECT_THAT(ListedNames(), ElementsAre("Münchenbernsdorf"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Münchenbernsdorf");
+}
+
 TEST_F(PlacemanagerModel, ClickInTheListLoadsThePlaceAndItsTimetable) {
   auto& d = Open("Bonn", "D");
   d.cb_ABC_Click(0);

@@ -32,7 +32,8 @@ void EnsureTablesLoaded();
 std::vector<CountryChoice> CountryChoices(bool usa);
 
 // Fills `list` with the places of `code` matching `search` (Fill_SuchOrtListe:
-// with `prefix` the text is a beginning, "*" lists all, wildcards allowed):
+// with `prefix` the text is a beginning, "*" lists all, "*", "?" and "[...]"
+// anywhere make it a pattern):
 // items "name<TAB>longitude<TAB>latitude" in degree notation, data the
 // record numbers (negative for user places). Clears the selection. Returns
 // the number of places.

@@ -560,7 +560,21 @@ void DlgPlacemanager::Search(const std::string& text) {
   }
   field.list_index = -1;
   FillPlaceList(search.empty() ? "*" : search);
-  if (!Control("li_SuchOrte").items.empty()) li_SuchOrte_Click(0);
+  const auto& items = Control("li_SuchOrte").items;
+  if (items.empty()) return;
+  // The list holds every place beginning with the text; a whole name typed
+  // means that place, even where a longer name comes first ("München" and
+  // "Münchenbernsdorf"). Otherwise the first place is loaded.
+  const std::string wanted = AnsiFromUtf8(search);
+  auto named = [&](bool letters_only) {
+    return std::find_if(items.begin(), items.end(), [&](const std::string& item) {
+      const std::string name = AnsiFromUtf8(ItemName(item));
+      return letters_only ? CitiesAreMatching(name, wanted) : TextEqual(name, wanted);
+    });
+  };
+  auto it = named(false);
+  if (it == items.end()) it = named(true);
+  li_SuchOrte_Click(it == items.end() ? 0 : static_cast<std::int32_t>(it - items.begin()));
 }
 
 // ---- Events of the lists and fields ----

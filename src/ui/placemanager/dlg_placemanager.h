@@ -148,7 +148,9 @@ class DlgPlacemanager : public FormModel {
   // A choice from the list of combo box 13, 14 or 3.
   void cb_Eingabe_Click(std::int16_t Index, std::int32_t list_index);
   // Return in combo box 13 (country name), 14 (short code) or 3 (place
-  // search) with the text typed.
+  // search) with the text typed. The place search lists the places beginning
+  // with the text (or matching it as a pattern) and loads the one of that
+  // whole name, else the first listed.
   void cb_Eingabe_KeyReturn(std::int16_t Index, const std::string& text);
   void cb_ABC_Click(std::int32_t list_index);
   void li_SuchOrte_Click(std::int32_t list_index);

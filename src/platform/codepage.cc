@@ -88,13 +88,14 @@ class Romaniser {
     // Cyrillic is what GeoNames' own names use. What the code page still
     // lacks afterwards loses its accents (Latin-ASCII, then any remaining
     // combining mark).
-    const std::string id = "NFC; [:Cf:] Remove; [:Cyrillic:] Russian-Latin/BGN; "
-                           "[:Greek:] Greek-Latin/UNGEGN; Any-Latin; " +
-                           outside + " Latin-ASCII; " + outside + " NFD; [:Mn:] Remove; NFC";
+    const std::string id =
+        "NFC; [:Cf:] Remove; [:Cyrillic:] Russian-Latin/BGN; "
+        "[:Greek:] Greek-Latin/UNGEGN; Any-Latin; " +
+        outside + " Latin-ASCII; " + outside + " NFD; [:Mn:] Remove; NFC";
     UErrorCode status = U_ZERO_ERROR;
     UParseError parse_error;
-    transliterator_.reset(icu::Transliterator::createInstance(
-        icu::UnicodeString::fromUTF8(id), UTRANS_FORWARD, parse_error, status));
+    transliterator_.reset(icu::Transliterator::createInstance(icu::UnicodeString::fromUTF8(id),
+                                                              UTRANS_FORWARD, parse_error, status));
     if (U_FAILURE(status)) transliterator_.reset();
   }
 
@@ -129,8 +130,7 @@ std::string TransliteratedAnsi(std::string_view utf8) {
   // Malformed bytes become U+FFFD here, which nothing romanises.
   icu::UnicodeString text = FromUtf8(utf8);
   UErrorCode status = U_ZERO_ERROR;
-  if (const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
-      U_SUCCESS(status)) {
+  if (const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status); U_SUCCESS(status)) {
     icu::UnicodeString composed = nfc->normalize(text, status);
     if (U_SUCCESS(status)) text = composed;
   }
@@ -235,8 +235,13 @@ std::string Utf8WithoutDiacritics(std::string_view utf8) {
   static const std::unique_ptr<icu::Transliterator> stripper = [] {
     UErrorCode status = U_ZERO_ERROR;
     UParseError parse_error;
-    std::unique_ptr<icu::Transliterator> t(icu::Transliterator::createInstance(
-        "NFD; [:Mn:] Remove; NFC", UTRANS_FORWARD, parse_error, status));
+    // Marks of other scripts are vowels and consonants (Devanagari, Thai,
+    // Hebrew points): without them the word is another word.
+    std::unique_ptr<icu::Transliterator> t(icu::Transliterator::createFromRules(
+        "strip",
+        icu::UnicodeString::fromUTF8(
+            ":: NFD; $base = [[:Latin:][:Greek:]]; $base { [:Mn:]+ > ; :: NFC;"),
+        UTRANS_FORWARD, parse_error, status));
     if (U_FAILURE(status)) t.reset();
     return t;
   }();

@@ -51,10 +51,11 @@ bool IsTransliterable(std::string_view utf8);
 // stands (nothing to transliterate).
 bool IsAnsiRepresentable(std::string_view utf8);
 
-// The text as someone types it without accents: every combining mark of
-// its decomposition dropped ("Mérida" gives "Merida", "Łódź" gives "Łodz":
-// letters such as "Ł" and "ø" have no decomposition and stay). UTF-8 in
-// and out.
+// The text as someone types it without accents: the combining marks of its
+// Latin and Greek letters dropped ("Mérida" gives "Merida", "Αθήνα" gives
+// "Αθηνα", "Łódź" gives "Łodz": letters such as "Ł" and "ø" have no
+// decomposition and stay). Other scripts keep their marks, which are vowels
+// there. UTF-8 in and out.
 std::string Utf8WithoutDiacritics(std::string_view utf8);
 
 // The first `max_chars` characters of a UTF-8 text, never cutting one in two

@@ -10,8 +10,8 @@
 #include "atlas/geonames.h"
 #include "atlas/name_check.h"
 #include "atlas/process_state.h"
-#include "tarvplaces/places.h"
 #include "tarvplaces/list_control.h"
+#include "tarvplaces/places.h"
 
 namespace tarv {
 namespace {
@@ -80,8 +80,8 @@ class Names : public ::testing::Test {
     ASSERT_GE(places.GetPlaceData(typed, code, &lon, &lat), 1)
         << typed << " in " << code << " found nothing";
     EXPECT_LT(atlas::DistanceKm(lon, lat, meant.longitude, meant.latitude), 1.0)
-        << typed << " in " << code << " gave " << places.GetPlaceDataOfId(0).at(0)
-        << ", meant " << geonames_name;
+        << typed << " in " << code << " gave " << places.GetPlaceDataOfId(0).at(0) << ", meant "
+        << geonames_name;
   }
 
   static std::vector<GeoPlace>* places_;
@@ -112,16 +112,16 @@ TEST_F(Names, LocalEnglishGermanAndTranscribedNamesAllFindThePlace) {
     const char* typed;
     const char* code;
     const char* geonames_name;
-  } kCases[] = {{"Łódź", "PL", "Łódź"},          {"Lodz", "PL", "Łódź"},
-                {"İstanbul", "TR", "Istanbul"},  {"Plzeň", "CZ", "Pilsen"},
-                {"Plzen", "CZ", "Pilsen"},       {"Pilsen", "CZ", "Pilsen"},
+  } kCases[] = {{"Łódź", "PL", "Łódź"},           {"Lodz", "PL", "Łódź"},
+                {"İstanbul", "TR", "Istanbul"},   {"Plzeň", "CZ", "Pilsen"},
+                {"Plzen", "CZ", "Pilsen"},        {"Pilsen", "CZ", "Pilsen"},
                 {"Sao Paulo", "BR", "São Paulo"}, {"Muenchen", "D", "Munich"},
-                {"Munich", "D", "Munich"},       {"Koeln", "D", "Cologne"},
-                {"Cologne", "D", "Cologne"},     {"Duesseldorf", "D", "Düsseldorf"},
-                {"Moskau", "SSR", "Moscow"},     {"Mailand", "I", "Milan"},
-                {"Warschau", "PL", "Warsaw"},    {"Genf", "CH", "Geneva"},
-                {"Geneva", "CH", "Geneva"},      {"Bruxelles", "B", "Brussels"},
-                {"Vienne", "A", "Vienna"},       {"Nueva York", "USNY", "New York City"},
+                {"Munich", "D", "Munich"},        {"Koeln", "D", "Köln"},
+                {"Cologne", "D", "Köln"},         {"Duesseldorf", "D", "Düsseldorf"},
+                {"Moskau", "SSR", "Moscow"},      {"Mailand", "I", "Milan"},
+                {"Warschau", "PL", "Warsaw"},     {"Genf", "CH", "Genève"},
+                {"Geneva", "CH", "Genève"},       {"Bruxelles", "B", "Brussels"},
+                {"Vienne", "A", "Vienna"},        {"Nueva York", "USNY", "New York City"},
                 {"Prag", "CZ", "Prague"}};
   for (const auto& c : kCases)
     ExpectFirst(c.typed, c.code, c.geonames_name);
@@ -149,9 +149,11 @@ TEST_F(Names, PlacesAreListedOnceUnderTheirLocalName) {
   for (const char* other : {"New York borg", "New Yorke", "New Orange"})
     EXPECT_EQ(std::count(items.items.begin(), items.items.end(), other), 0) << other;
   for (const auto& [typed, code, local] :
-       std::vector<std::tuple<std::string, std::string, std::string>>{
-           {"Munich", "D", "München"}, {"Vienna", "A", "Wien"}, {"Prague", "CZ", "Praha"},
-           {"Pilsen", "CZ", "Plzen"}, {"Prag", "CZ", "Praha"}}) {
+       std::vector<std::tuple<std::string, std::string, std::string>>{{"Munich", "D", "München"},
+                                                                      {"Vienna", "A", "Wien"},
+                                                                      {"Prague", "CZ", "Praha"},
+                                                                      {"Pilsen", "CZ", "Plzen"},
+                                                                      {"Prag", "CZ", "Praha"}}) {
     ASSERT_GE(places.GetPlaceData(typed, code), 1) << typed;
     EXPECT_EQ(places.GetPlaceDataOfId(0).at(0), local) << typed;
   }
@@ -176,7 +178,8 @@ TEST_F(Names, TheMostPopulousPlacesAreFoundByEveryNameTheyHave) {
   std::cout << r.places << " places, " << r.typed << " names typed, " << r.RightPercent()
             << "% right first; shared names " << r.shared_right << " of " << r.shared
             << "; unique names over 50 km off: " << r.far << "\n";
-  for (const auto& miss : r.misses) std::cout << "  miss: " << miss << "\n";
+  for (const auto& miss : r.misses)
+    std::cout << "  miss: " << miss << "\n";
   EXPECT_GE(r.RightPercent(), 99.0);
   EXPECT_EQ(r.far, 0U);
 }

@@ -22,7 +22,9 @@ TEST(CodePage, EveryByteRoundTripsThroughUtf8) {
 }
 
 TEST(CodePage, LettersOutsideTheCodePageAreTransliterated) {
-  EXPECT_EQ(AnsiFromUtf8("Łódź"), "L\xF3" "dz");  // ó stays, Ł and ź lose their marks
+  EXPECT_EQ(AnsiFromUtf8("Łódź"),
+            "L\xF3"
+            "dz");  // ó stays, Ł and ź lose their marks
   EXPECT_EQ(AnsiFromUtf8("İstanbul"), "Istanbul");
   EXPECT_EQ(AnsiFromUtf8("Plzeň"), "Plzen");
   EXPECT_EQ(AnsiFromUtf8("Timișoara"), "Timisoara");
@@ -39,14 +41,15 @@ TEST(CodePage, OtherScriptsAreRomanised) {
     const std::string ansi = AnsiFromUtf8(text);
     EXPECT_FALSE(ansi.empty()) << text;
     EXPECT_TRUE(IsTransliterable(text)) << text;
-    for (const char c : ansi) EXPECT_LT(static_cast<unsigned char>(c), 0x80) << text;
+    for (const char c : ansi)
+      EXPECT_LT(static_cast<unsigned char>(c), 0x80) << text;
   }
 }
 
 TEST(CodePage, WhatNothingCanBeMadeOfNeverBecomesAWildcard) {
   EXPECT_EQ(AnsiFromUtf8("😀"), std::string(1, kUnmappable));
   EXPECT_EQ(AnsiFromUtf8("a\xC3"), std::string("a") + kUnmappable);  // truncated sequence
-  const std::string surrogate = AnsiFromUtf8("\xED\xA0\x80x");  // a lone surrogate
+  const std::string surrogate = AnsiFromUtf8("\xED\xA0\x80x");       // a lone surrogate
   EXPECT_EQ(surrogate.find_first_not_of(kUnmappable), surrogate.size() - 1);
   EXPECT_EQ(surrogate.back(), 'x');
   EXPECT_FALSE(IsTransliterable("Berlin😀"));
@@ -68,7 +71,16 @@ TEST(CodePage, RomanisationNeverYieldsAWildcard) {
 
 TEST(CodePage, FormatCharactersAreDropped) {
   EXPECT_EQ(AnsiFromUtf8("\u200FWien\u200E"), "Wien");  // right-to-left and left-to-right marks
-  EXPECT_EQ(AnsiFromUtf8("\uFEFFGraz"), "Graz");          // byte-order mark
+  EXPECT_EQ(AnsiFromUtf8("\uFEFFGraz"), "Graz");        // byte-order mark
+}
+
+TEST(CodePage, AccentsAreDroppedOnlyWhereTheyAreAccents) {
+  EXPECT_EQ(Utf8WithoutDiacritics("Mérida"), "Merida");
+  EXPECT_EQ(Utf8WithoutDiacritics("Łódź"), "Łodz");
+  EXPECT_EQ(Utf8WithoutDiacritics("Hà Nội"), "Ha Noi");
+  EXPECT_EQ(Utf8WithoutDiacritics("Αθήνα"), "Αθηνα");
+  // Devanagari vowel signs are letters of the word, not accents.
+  EXPECT_EQ(Utf8WithoutDiacritics("बीजिंग"), "बीजिंग");
 }
 
 TEST(CodePage, Utf8PrefixNeverCutsACharacter) {
@@ -76,7 +88,9 @@ TEST(CodePage, Utf8PrefixNeverCutsACharacter) {
   EXPECT_EQ(Utf8Prefix("Łódź", 3), "Łód");
   EXPECT_EQ(Utf8Prefix("ab", 5), "ab");
   EXPECT_EQ(Utf8Length("Łódź"), 4U);
-  EXPECT_EQ(Utf8Length("a\xFF" "b"), 3U);
+  EXPECT_EQ(Utf8Length("a\xFF"
+                       "b"),
+            3U);
 }
 
 TEST(CodePage, CaseMappingCoversWindows1252Letters) {

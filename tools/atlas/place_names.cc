@@ -12,6 +12,8 @@ namespace tarv::atlas {
 namespace {
 
 constexpr std::size_t kMinCut = 16;
+// Characters of abbreviations and notes ("zh/m", "Praha 1"), not of names.
+constexpr const char* kNotInNames = "0123456789()[]/,;\"";
 // How much more local an alternate name must look than GeoNames' name (in
 // the units of Score: mean log-probability per letter triple) to replace it.
 constexpr double kMargin = 0.75;
@@ -29,9 +31,17 @@ constexpr std::size_t kWordEnding = 3;
 // abbreviations and clipped forms ("Nis" for Nice).
 constexpr std::size_t kMinReplacement = 4;
 // Places smaller than this seldom have an exonym; an alternate name of theirs
-// is mostly a former name or a variant, and must win by more.
+// is mostly a former name, a dialect name or a variant.
 constexpr std::int64_t kFamousPopulation = 100000;
-constexpr double kSmallPlaceMargin = 2.0;
+// GeoNames' name is kept when its letter triples are at least this typical
+// of the country: exonyms ("Munich", "Prague", "Lisbon") look foreign.
+constexpr double kAtHome = 0.5;
+// How much more typical a replacement must be than GeoNames' name.
+constexpr double kMoreAtHome = 1.0;
+// A replacement's least likeness to the names in other scripts: some
+// language borrowed it ("Wien" in Βιέννη). A state's name ("Ceará" for
+// Fortaleza) or a dialect name has none.
+constexpr double kMinSupport = 0.02;
 
 bool IsLetter(char c) {
   const auto b = static_cast<unsigned char>(c);
@@ -160,15 +170,12 @@ bool JudgesLatinNames(const std::string& country) {
       // South, South-East and East Asia, Ethiopia and Eritrea
       "IN", "NP", "BD", "LK", "BT", "MV", "TH", "LA", "KH", "MM", "CN", "TW", "HK", "MO", "JP",
       "KR", "KP", "ET", "ER",
-      // English-speaking
-      "US", "GB", "AU", "NZ", "IE"};
+      // English the own or an official language (Canada's French names are
+      // GeoNames' names already)
+      "US", "GB", "AU", "NZ", "IE", "CA", "NG", "GH", "KE", "UG", "TZ", "ZA", "ZM", "ZW", "MW",
+      "BW", "NA", "LS", "SZ", "SL", "LR", "GM", "CM", "JM", "TT", "BB", "BS", "BZ", "GY", "PH",
+      "SG", "MY", "FJ", "PG", "SB", "VU", "MT"};
   return kOthers.count(country) == 0;
-}
-
-// An airport or other code: up to four capitals and nothing else.
-bool IsCode(const std::string& ansi) {
-  return !ansi.empty() && ansi.size() <= 4 &&
-         std::all_of(ansi.begin(), ansi.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
 // How much the place's names in other scripts, romanised, look like `key`
@@ -185,6 +192,11 @@ double Support(const std::string& key, const std::vector<std::string>& keys) {
 }
 
 }  // namespace
+
+bool IsCodeName(std::string_view ansi) {
+  return !ansi.empty() && ansi.size() <= 4 &&
+         std::all_of(ansi.begin(), ansi.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+}
 
 std::string CutName(std::string name) {
   if (name.size() > kNameWidth) {
@@ -276,30 +288,36 @@ double PlaceNamer::Typicality(const std::string& country, const std::string& utf
   return sum / static_cast<double>(grams.size());
 }
 
-double PlaceNamer::Score(const GeoPlace& place, const std::string& utf8, const std::string& ansi,
-                         bool is_main) const {
-  double score = Typicality(place.country, utf8);
+PlaceNamer::Evidence PlaceNamer::Weigh(const GeoPlace& place, const std::string& utf8,
+                                       const std::string& ansi, bool is_main,
+                                       const std::vector<std::string>& script_keys) const {
+  Evidence e;
+  e.typicality = Typicality(place.country, utf8);
+  e.support = Support(NameKey(ansi), script_keys);
   const auto words = words_.find(place.country);
   if (words != words_.end() && ansi.find(' ') == std::string::npos) {
     // Other place names built on it: "Wiener Neustadt" on "Wien".
     const std::string lower = LCase(ansi);
-    int uses = 0;
     for (auto w = words->second.lower_bound(lower);
          w != words->second.end() && w->first.compare(0, lower.size(), lower) == 0; ++w) {
-      if (w->first.size() <= lower.size() + kWordEnding) uses += w->second;
+      if (w->first.size() <= lower.size() + kWordEnding) e.uses += w->second;
     }
     // GeoNames' name counts its own place once; only other places vouch.
-    if (is_main) --uses;
-    score += kWordWeight * std::log1p(std::max(uses, 0));
+    if (is_main) --e.uses;
+    e.uses = std::max(e.uses, 0);
   }
-  return score;
+  return e;
+}
+
+double PlaceNamer::Evidence::Score() const {
+  return typicality + kWordWeight * std::log1p(uses) + kSupport * support;
 }
 
 bool PlaceNamer::Qualifies(const std::string& utf8, const std::string& ansi) const {
   if (ansi.empty() || ansi.size() > kNameWidth || ScriptOf(utf8) != Script::kLatin) return false;
   if (ansi.find(kUnmappable) != std::string::npos) return false;
   if (!IsLetter(ansi[0]) || AnsiUpper(ansi[0]) != ansi[0]) return false;
-  if (ansi.find_first_of("0123456789()[]/,;\"") != std::string::npos) return false;
+  if (ansi.find_first_of(kNotInNames) != std::string::npos) return false;
   const auto letters = std::count_if(ansi.begin(), ansi.end(), IsLetter);
   return letters >= 3 && UCase(ansi) != ansi;
 }
@@ -335,7 +353,10 @@ std::string PlaceNamer::NativeName(const GeoPlace& place, Script script,
     if (EditDistance(key, main_key) * 6 <= std::max<std::size_t>(key.size(), 6)) return "";
   }
   const std::string romanised = Trim(Ansi(*own));
-  if (romanised.find(kUnmappable) != std::string::npos || !HasLetter(romanised)) return "";
+  if (romanised.find(kUnmappable) != std::string::npos || !HasLetter(romanised) ||
+      romanised.find_first_of(kNotInNames) != std::string::npos) {
+    return "";
+  }
   const std::string key = NameKey(romanised);
   std::string spelled;
   for (const auto& n : place.alternate_names) {
@@ -353,9 +374,20 @@ std::string PlaceNamer::LocalName(const GeoPlace& place) const {
   const Script native = NativeScriptOf(place.country);
   if (native != Script::kNone) {
     const std::string own = NativeName(place, native, main);
-    return own.empty() ? main : CutName(own);
+    if (own.empty()) return main;
+    // A small place's name in its script that is not a respelling of
+    // GeoNames' name is mostly another place's merged in ("Ursk" beside
+    // "Барит"): keep GeoNames' name.
+    const std::string own_key = NameKey(own);
+    const std::string main_key = NameKey(main);
+    if (place.population < kFamousPopulation &&
+        EditDistance(own_key, main_key) * 3 > std::max(own_key.size(), main_key.size())) {
+      return main;
+    }
+    return CutName(own);
   }
   if (!JudgesLatinNames(place.country)) return main;
+  if (place.population < kFamousPopulation) return main;
   const std::string main_key = NameKey(main);
   const auto names = name_keys_.find(place.country);
   std::vector<std::string> keys;
@@ -367,10 +399,10 @@ std::string PlaceNamer::LocalName(const GeoPlace& place) const {
   }
   std::sort(keys.begin(), keys.end());
   keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
-  const double main_score =
-      Score(place, place.name, main, true) + kSupport * Support(main_key, keys);
-  double best_score =
-      main_score + kMargin + (place.population < kFamousPopulation ? kSmallPlaceMargin : 0.0);
+  const Evidence main_evidence = Weigh(place, place.name, main, true, keys);
+  // A name that looks at home in its country is the local one already.
+  if (main_evidence.typicality >= kAtHome) return main;
+  double best_score = main_evidence.Score() + kMargin;
   std::string best;
   for (const auto& n : place.alternate_names) {
     const std::string ansi = Trim(Ansi(n));
@@ -381,10 +413,7 @@ std::string PlaceNamer::LocalName(const GeoPlace& place) const {
     // place shares with villages ("Akköy"), not what tells it apart; a
     // large city may share its name with one village ("Bucuresti").
     const auto others = names->second.find(key);
-    if (others != names->second.end() &&
-        (others->second > 1 || place.population < kFamousPopulation)) {
-      continue;
-    }
+    if (others != names->second.end() && others->second > 1) continue;
     // A shorter or longer form of GeoNames' name ("Clermont" for
     // "Clermont-Ferrand", "Sens-sur-Yonne" for "Sens") is the same name, not
     // a more local one; an ending ("Milano" for "Milan") is not a form.
@@ -392,7 +421,12 @@ std::string PlaceNamer::LocalName(const GeoPlace& place) const {
         (key.find(main_key) != std::string::npos && key.size() > main_key.size() + 2)) {
       continue;
     }
-    const double score = Score(place, n, ansi, false) + kSupport * Support(key, keys);
+    const Evidence e = Weigh(place, n, ansi, false, keys);
+    // Clearly more at home than GeoNames' name, and borrowed by some
+    // language of another script: a regional or dialect name ("Nissa",
+    // "Sciorenza") is neither.
+    if (e.typicality < main_evidence.typicality + kMoreAtHome || e.support < kMinSupport) continue;
+    const double score = e.Score();
     if (score > best_score || (score == best_score && !best.empty() && ansi < best)) {
       best_score = score;
       best = ansi;
@@ -409,7 +443,7 @@ std::vector<std::string> PlaceNamer::IndexKeys(const GeoPlace& place,
   std::vector<std::string> keys;
   for (const auto& raw : names) {
     const std::string name = Trim(raw);
-    if (name.find(kUnmappable) != std::string::npos || IsCode(name)) continue;
+    if (name.find(kUnmappable) != std::string::npos || IsCodeName(name)) continue;
     for (auto& key : NameKeysOf(name)) {
       if (key.size() <= kMaxKey) keys.push_back(std::move(key));
     }

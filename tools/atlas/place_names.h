@@ -34,6 +34,11 @@ std::string AtlasName(const GeoPlace& place);
 // PPLA5), 6 for every other place.
 int FeatureRank(std::string_view feature_code);
 
+// An airport or other code among GeoNames' names ("MUC", "BJS"): up to four
+// capitals and nothing else. Nobody means a birth place by it, and as a key
+// it would only shadow real names, so the name index leaves it out.
+bool IsCodeName(std::string_view ansi);
+
 enum class Script { kNone, kLatin, kCyrillic, kGreek, kOther };
 
 // The script of a UTF-8 name: that of its first letter outside the Latin
@@ -99,8 +104,15 @@ class PlaceNamer {
 
  private:
   double Typicality(const std::string& country, const std::string& utf8) const;
-  double Score(const GeoPlace& place, const std::string& utf8, const std::string& ansi,
-               bool is_main) const;
+  // What speaks for a name being the one the country uses.
+  struct Evidence {
+    double typicality = 0;  // mean log ratio of its letter triples, country to world
+    double support = 0;     // likeness to the place's names in other scripts (0 to 1)
+    int uses = 0;           // other place names of the country built on it
+    double Score() const;
+  };
+  Evidence Weigh(const GeoPlace& place, const std::string& utf8, const std::string& ansi,
+                 bool is_main, const std::vector<std::string>& script_keys) const;
   bool Qualifies(const std::string& utf8, const std::string& ansi) const;
   std::string NativeName(const GeoPlace& place, Script script, const std::string& main) const;
 

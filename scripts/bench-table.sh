@@ -39,6 +39,7 @@ awk '
     title["ExactCold"] = "GetPlaceData, exact name (cold: first call)"
     title["Prefix"] = "GetPlaceData, prefix (\"Xxxx*\")"
     title["PatternAccents"] = "GetPlaceData, name typed without accents"
+    title["OtherName"] = "GetPlaceData, a name found through the name index"
     title["Nearest"] = "GetNearestPlace"
     title["ZoneBefore2000"] = "GetTimezoneOfCity, date before 2000"
     title["ZoneAfter2000"] = "GetTimezoneOfCity, date after 2000"

@@ -4,7 +4,7 @@
 // Place files hold each place once, under its local name ("München"); the
 // name index beside a place file ("D.dao" has "D.NDX") files each place also
 // under its other names (English "Munich", German "Muenchen", other scripts
-// transliterated: "Мюнхен" as "Mjunkhen"), under folded keys (name_key.h).
+// transliterated: "Мюнхен" as "Myunkhen"), under folded keys (name_key.h).
 // Searches ask it only after the searches by the place file's own names found
 // nothing. It is SZDD-compressed like the place files; expanded, it reads
 // (little-endian throughout):

@@ -162,43 +162,7 @@ std::string TransliteratedAnsi(std::string_view utf8) {
   return out;
 }
 
-struct CaseTables {
-  std::array<char, 256> upper{};
-  std::array<char, 256> lower{};
-};
-
-constexpr CaseTables MakeCaseTables() {
-  CaseTables t;
-  for (int i = 0; i < 256; ++i) {
-    t.upper[i] = static_cast<char>(i);
-    t.lower[i] = static_cast<char>(i);
-  }
-  auto pair = [&t](int lower, int upper) {
-    t.upper[lower] = static_cast<char>(upper);
-    t.lower[upper] = static_cast<char>(lower);
-  };
-  for (int c = 'a'; c <= 'z'; ++c)
-    pair(c, c - 32);
-  for (int c = 0xE0; c <= 0xFE; ++c) {
-    if (c != 0xF7) pair(c, c - 32);
-  }
-  pair(0x9A, 0x8A);  // š Š
-  pair(0x9C, 0x8C);  // œ Œ
-  pair(0x9E, 0x8E);  // ž Ž
-  pair(0xFF, 0x9F);  // ÿ Ÿ
-  return t;
-}
-
-constexpr CaseTables kCase = MakeCaseTables();
-
 }  // namespace
-
-char AnsiUpper(char c) noexcept {
-  return kCase.upper[static_cast<unsigned char>(c)];
-}
-char AnsiLower(char c) noexcept {
-  return kCase.lower[static_cast<unsigned char>(c)];
-}
 
 std::string Utf8FromAnsi(std::string_view ansi) {
   std::string out;

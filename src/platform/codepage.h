@@ -68,8 +68,42 @@ std::size_t Utf8Length(std::string_view utf8);
 // Case mapping of single Windows-1252 bytes: a-z, the accented letters
 // 0xE0-0xFE (except the division sign 0xF7) and the pairs š/Š, œ/Œ, ž/Ž, ÿ/Ÿ.
 // ß (0xDF) and µ (0xB5) have no single-byte capital and stay as they are.
-char AnsiUpper(char c) noexcept;
-char AnsiLower(char c) noexcept;
+// Inline: the searches fold every byte they compare.
+namespace codepage_internal {
+struct CaseTables {
+  char upper[256];
+  char lower[256];
+};
+constexpr CaseTables MakeCaseTables() {
+  CaseTables t{};
+  for (int i = 0; i < 256; ++i) {
+    t.upper[i] = static_cast<char>(i);
+    t.lower[i] = static_cast<char>(i);
+  }
+  auto pair = [&t](int lower, int upper) {
+    t.upper[lower] = static_cast<char>(upper);
+    t.lower[upper] = static_cast<char>(lower);
+  };
+  for (int c = 'a'; c <= 'z'; ++c)
+    pair(c, c - 32);
+  for (int c = 0xE0; c <= 0xFE; ++c) {
+    if (c != 0xF7) pair(c, c - 32);
+  }
+  pair(0x9A, 0x8A);  // š Š
+  pair(0x9C, 0x8C);  // œ Œ
+  pair(0x9E, 0x8E);  // ž Ž
+  pair(0xFF, 0x9F);  // ÿ Ÿ
+  return t;
+}
+inline constexpr CaseTables kCase = MakeCaseTables();
+}  // namespace codepage_internal
+
+inline char AnsiUpper(char c) noexcept {
+  return codepage_internal::kCase.upper[static_cast<unsigned char>(c)];
+}
+inline char AnsiLower(char c) noexcept {
+  return codepage_internal::kCase.lower[static_cast<unsigned char>(c)];
+}
 
 }  // namespace tarv
 

@@ -120,9 +120,12 @@ WildcardPattern::WildcardPattern(std::string_view pattern, bool sets) {
           hi = static_cast<unsigned char>(AnsiUpper(body[k + 2]));
           k += 2;
         }
-        for (int b = 0; b < 256; ++b) {
-          const auto folded = static_cast<unsigned char>(AnsiUpper(static_cast<char>(b)));
-          if ((folded >= lo && folded <= hi)) member[b] = true;
+        // Every byte whose capital lies in the range: the capital itself
+        // and its small letter.
+        for (unsigned u = lo; u <= hi; ++u) {
+          if (AnsiUpper(static_cast<char>(u)) != static_cast<char>(u)) continue;
+          member[u] = true;
+          member[static_cast<unsigned char>(AnsiLower(static_cast<char>(u)))] = true;
         }
       }
       if (negate) {

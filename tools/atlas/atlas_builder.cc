@@ -351,6 +351,27 @@ void Progress(const BuildOptions& options, const std::string& what, double fract
 
 }  // namespace
 
+AtlasCodes::AtlasCodes(const std::string& data_folder) {
+  for (const auto& row : ReadTsv((fs::path(data_folder) / "atlas_codes.tsv").string())) {
+    codes_[row.at(0)] = {row.size() > 1 ? row[1] : "",
+                         row.size() > 2 && !row[2].empty() ? std::stoi(row[2]) : 0};
+  }
+  for (const auto& row : ReadTsv((fs::path(data_folder) / "us_states.tsv").string()))
+    states_.insert(row.at(0));
+}
+
+std::string AtlasCodes::Of(const GeoPlace& place) const {
+  if (place.country == "US") return states_.count(place.admin1) ? "US" + place.admin1 : "";
+  const auto known = codes_.find(place.country);
+  return known != codes_.end() && !known->second.first.empty() ? known->second.first
+                                                               : place.country;
+}
+
+int AtlasCodes::ContinentOf(const std::string& iso) const {
+  const auto known = codes_.find(iso);
+  return known != codes_.end() ? known->second.second : 0;
+}
+
 BuildSummary BuildAtlas(const BuildOptions& options) {
   BuildSummary summary;
   const fs::path out = options.out;
@@ -366,11 +387,7 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   const auto german = ReadCountryNames((fs::path(options.country_names) / "de.json").string());
   const auto english = ReadCountryNames((fs::path(options.country_names) / "en.json").string());
 
-  std::map<std::string, std::pair<std::string, int>> codes;  // iso -> atlas code, continent
-  for (const auto& row : ReadTsv((fs::path(options.data) / "atlas_codes.tsv").string())) {
-    codes[row.at(0)] = {row.size() > 1 ? row[1] : "",
-                        row.size() > 2 && !row[2].empty() ? std::stoi(row[2]) : 0};
-  }
+  const AtlasCodes codes(options.data);
   std::map<std::string, std::pair<std::string, std::string>> states;  // code -> German, English
   for (const auto& row : ReadTsv((fs::path(options.data) / "us_states.tsv").string())) {
     states[row.at(0)] = {row.at(1), row.at(2)};
@@ -391,9 +408,7 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
       plan.places.push_back(&p);
       continue;
     }
-    const auto known = codes.find(p.country);
-    std::string code =
-        known != codes.end() && !known->second.first.empty() ? known->second.first : p.country;
+    const std::string code = codes.Of(p);
     auto& plan = plans[code];
     plan.code = code;
     plan.iso = plan.iso.empty() ? p.country : plan.iso;
@@ -408,10 +423,8 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
       plan.title = german.count(plan.iso) ? german.at(plan.iso) : plan.iso;
       plan.english = english.count(plan.iso) ? english.at(plan.iso) : plan.iso;
     }
-    const auto known = codes.find(plan.iso);
-    plan.continent = known != codes.end() && known->second.second != 0
-                         ? known->second.second
-                         : ContinentOfZone(MainZone(plan.places));
+    const int continent = codes.ContinentOf(plan.iso);
+    plan.continent = continent != 0 ? continent : ContinentOfZone(MainZone(plan.places));
   }
 
   // File order: countries and states by German title, then the five groups.

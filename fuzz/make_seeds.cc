@@ -197,7 +197,7 @@ void NameIndexSeeds() {
                        3));
   Save("name_index_fuzzer", "empty", EncodeNameIndex({}, 0));
   Save("name_index_fuzzer", "scripts", "\xD0\x9C\xD0\xBE\xD1\x81\xD0\xBA\xD0\xB2\xD0\xB0 "
-                                       "\xE6\x9D\xB1\xE4\xBA\xAC \xC5\x81\xC3\xB3d\xC5\xBA");
+                                       "\xE6\x9D\xB1\xE4\xBA\xAC \xC5\x81\xC3\xB3" "d\xC5\xBA");
 }
 
 int main(int argc, char** argv) {

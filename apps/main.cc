@@ -532,6 +532,8 @@ int RunAdd(const Options& o, const std::string& country, const std::string& name
            const std::string& lon, const std::string& lat, int timetable) {
   Atlas atlas(o);
   const std::string code = atlas.Country(country);
+  if (const std::string reason = Unwritable("name", name); !reason.empty())
+    throw Exit{kUsage, "cannot add \"" + name + "\": " + reason};
   std::int32_t record = 0;
   if (atlas.places().AddUserPlace(code, name, ParseCoordinate(lon, "longitude"),
                                   ParseCoordinate(lat, "latitude"),

@@ -628,11 +628,12 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
   };
   const auto s = tarv::atlas::BuildAtlas(options);
   std::cout << "atlas written to " << options.out << "\n"
-            << "  countries " << s.countries << ", places " << s.places << " ("
-            << s.local_names << " under a local name instead of GeoNames' name)\n"
+            << "  countries " << s.countries << ", places " << s.places << " (" << s.local_names
+            << " under a local name instead of GeoNames' name)\n"
             << "  name-index entries " << s.index_entries << "\n"
             << "  timetables " << s.timetables << ", entries " << s.entries
-            << ", summer-time rule lines " << s.rule_lines << "\n"
+            << ", summer-time rule lines " << s.rule_lines << ", changes after 1999 "
+            << s.change_lines << "\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";
   if (!s.unexpressible.empty()) {
     // "Zone year" pairs, shown as year ranges per zone.
@@ -641,8 +642,8 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
       const auto space = pair.rfind(' ');
       years[pair.substr(0, space)].push_back(std::stoi(pair.substr(space + 1)));
     }
-    std::cout
-        << "  offsets after 1999 the atlas cannot express (the zone changed its standard time):\n";
+    std::cout << "  years after 1999 whose offsets no summer-time rule expresses (the change "
+                 "lines hold them; rules serve only after 2037):\n";
     for (auto& [zone, list] : years) {
       std::sort(list.begin(), list.end());
       std::cout << "    " << zone;
@@ -656,6 +657,16 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
       }
       std::cout << '\n';
     }
+  }
+  if (!s.merged.empty()) {
+    std::cout << "  histories beyond a country's timetable count, merged:\n";
+    for (const auto& line : s.merged)
+      std::cout << "    " << line << '\n';
+  }
+  if (!s.approximated.empty()) {
+    std::cout << "  periods the zone table has no entry of their offset and kind for:\n";
+    for (const auto& line : s.approximated)
+      std::cout << "    " << line << '\n';
   }
   return kFound;
 }

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "atlas/zone_table.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/serial_date.h"
 #include "util/text.h"
@@ -34,6 +35,28 @@ bool ParseClock(std::string_view text, int& minutes) {
     return false;
   }
   minutes = h * 60 + m;
+  return true;
+}
+
+// "2011-12-29T23:59:59"
+bool ParseLocalSecond(std::string_view text, double& serial) {
+  const auto t = Split(text, 'T');
+  if (t.size() != 2) return false;
+  const auto d = Split(t[0], '-');
+  const auto c = Split(t[1], ':');
+  int y = 0;
+  int m = 0;
+  int day = 0;
+  int h = 0;
+  int min = 0;
+  int sec = 0;
+  if (d.size() != 3 || c.size() != 3 || !ParseInt(d[0], y) || !ParseInt(d[1], m) ||
+      !ParseInt(d[2], day) || !ParseInt(c[0], h) || !ParseInt(c[1], min) || !ParseInt(c[2], sec) ||
+      y < 1900 || y > 9999 || m < 1 || m > 12 || day < 1 || day > 31 || h < 0 || h > 24 ||
+      min < 0 || min > 59 || sec < 0 || sec > 59) {
+    return false;
+  }
+  serial = SerialOfDate(y, m, day) + (h * 3600.0 + min * 60.0 + sec) / 86400.0;
   return true;
 }
 
@@ -78,6 +101,14 @@ std::string FormatLocalTime(double serial) {
   char text[32];
   std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d", t.year, t.month, t.day, t.hour,
                 t.minute);
+  return text;
+}
+
+std::string FormatLocalSecond(double serial) {
+  const CalendarTime t = CalendarOfSerial(serial);
+  char text[40];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", t.year, t.month, t.day, t.hour,
+                t.minute, t.second);
   return text;
 }
 
@@ -142,6 +173,7 @@ DstRules DstRules::Parse(std::string_view text, const std::string& file) {
   DstRules rules;
   std::size_t line_no = 0;
   bool header = false;
+  bool changes_allowed = false;
   for (std::string_view line : Split(text, '\n')) {
     ++line_no;
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
@@ -152,14 +184,38 @@ DstRules DstRules::Parse(std::string_view text, const std::string& file) {
       if (f.size() != 2 || f[0] != "TarvPlaces DST rules" || !ParseInt(f[1], version)) {
         throw AtlasError(file, where + "not a summer-time rules file");
       }
-      if (version != kDstRulesVersion) {
-        throw AtlasError(file, where + "format version " + std::string(f[1]) + " is not 1");
+      if (version != 1 && version != kDstRulesVersion) {
+        throw AtlasError(file, where + "format version " + std::string(f[1]) +
+                                   " is neither 1 nor " + std::to_string(kDstRulesVersion));
       }
+      changes_allowed = version >= 2;
       header = true;
       continue;
     }
     if (line.empty() || line.front() == '#') continue;
     const auto f = Split(line, '\t');
+    if (f.size() >= 3 && f[2] == "change") {
+      int country = 0;
+      int timetable = 0;
+      int zone = 0;
+      double at = 0;
+      if (!changes_allowed || f.size() != 5 || !ParseInt(f[0], country) ||
+          !ParseInt(f[1], timetable) || !ParseLocalSecond(f[3], at) || !ParseInt(f[4], zone) ||
+          country < 0 || country > 32767 || timetable < 0 || timetable > 32767) {
+        throw AtlasError(file, where + "malformed change");
+      }
+      if (zone < 0 || static_cast<std::size_t>(zone) >= kZoneCount) {
+        throw AtlasError(file, where + "zone " + std::string(f[4]) + " is not in the zone table");
+      }
+      auto& list =
+          rules
+              .changes_[{static_cast<std::int16_t>(country), static_cast<std::int16_t>(timetable)}];
+      if (!list.empty() && at <= list.back().first) {
+        throw AtlasError(file, where + "change out of time order");
+      }
+      list.emplace_back(at, static_cast<std::int16_t>(zone));
+      continue;
+    }
     DstRuleRange r;
     int country = 0;
     int timetable = 0;
@@ -190,7 +246,8 @@ DstRules DstRules::Parse(std::string_view text, const std::string& file) {
   return rules;
 }
 
-std::string DstRules::Format(const std::vector<DstRuleRange>& ranges) {
+std::string DstRules::Format(const std::vector<DstRuleRange>& ranges,
+                             const std::vector<ZoneChange>& changes) {
   std::string text = "TarvPlaces DST rules\t" + std::to_string(kDstRulesVersion) + "\n";
   text += "# country\ttimetable\tfrom\tto\tkind\tstart\tend\n";
   for (const auto& r : ranges) {
@@ -213,7 +270,17 @@ std::string DstRules::Format(const std::vector<DstRuleRange>& ranges) {
     }
     text += '\n';
   }
+  if (!changes.empty()) text += "# country\ttimetable\tchange\tfrom (local)\tzone\n";
+  for (const auto& c : changes) {
+    text += std::to_string(c.country) + '\t' + std::to_string(c.timetable) + "\tchange\t" +
+            FormatLocalSecond(c.at) + '\t' + std::to_string(c.zone) + '\n';
+  }
   return text;
+}
+
+const DstRules::Changes* DstRules::ChangesFor(std::int16_t country, std::int16_t timetable) const {
+  const auto it = changes_.find({country, timetable});
+  return it == changes_.end() || it->second.empty() ? nullptr : &it->second;
 }
 
 std::optional<DstRule> DstRules::RuleFor(std::int16_t country, std::int16_t timetable,

@@ -18,6 +18,16 @@
 // A start later in the year than the end means summer time across the turn
 // of the year (southern hemisphere). Years outside every range of a
 // timetable take the rule of the nearest year that has one.
+//
+// Version 2 adds the whole history after 1999, one line per change:
+//   country<TAB>timetable<TAB>change<TAB>yyyy-mm-ddThh:mm:ss<TAB>zone
+// from that local wall-clock time (the clock before the change) the zone of
+// the zone table with that index (0 = local mean time) holds. A timetable
+// with change lines has every change of standard time and every summer
+// period from 2000 through kLastChangeYear in them, in time order; before
+// its first change the zone its timetable holds at the end of 1999 goes on.
+// Its rule lines then serve the years after kLastChangeYear. Version 1 files
+// (rule lines only) are read as before.
 #ifndef TARVPLACES_ATLAS_DST_RULES_H_
 #define TARVPLACES_ATLAS_DST_RULES_H_
 
@@ -32,7 +42,8 @@
 namespace tarv {
 
 inline constexpr const char* kDstRulesFile = "DstRules.dat";
-inline constexpr int kDstRulesVersion = 1;
+inline constexpr int kDstRulesVersion = 2;
+inline constexpr int kLastChangeYear = 2037;
 
 // "The w-th weekday d of month m at `minutes` after local midnight".
 struct DayRule {
@@ -94,23 +105,39 @@ struct DstRuleRange {
   DstRule rule;
 };
 
+// One change line: from local serial date `at` on, zone `zone` holds.
+struct ZoneChange {
+  std::int16_t country = 0;
+  std::int16_t timetable = 0;
+  double at = 0;
+  std::int16_t zone = 0;
+};
+
 // The parsed rules file.
 class DstRules {
  public:
+  using Changes = std::vector<std::pair<double, std::int16_t>>;  // (local serial, zone)
+
   // Parses the file's text; throws AtlasError naming `file` and the line for
-  // a wrong header or version, a malformed line, or a range whose years run
-  // backwards.
+  // a wrong header or version, a malformed line, a range whose years run
+  // backwards, a zone outside the zone table, or changes out of time order.
   static DstRules Parse(std::string_view text, const std::string& file);
-  // The file's text for `ranges`, in the order given.
-  static std::string Format(const std::vector<DstRuleRange>& ranges);
+  // The file's text (version 2) for `ranges` and `changes`, in the order
+  // given.
+  static std::string Format(const std::vector<DstRuleRange>& ranges,
+                            const std::vector<ZoneChange>& changes = {});
 
   // The rule of a country's timetable in `year`, or nullopt when the file
   // says nothing about that timetable.
   std::optional<DstRule> RuleFor(std::int16_t country, std::int16_t timetable, int year) const;
-  bool empty() const { return ranges_.empty(); }
+  // The changes after 1999 of a country's timetable, or nullptr when the file
+  // has none for it.
+  const Changes* ChangesFor(std::int16_t country, std::int16_t timetable) const;
+  bool empty() const { return ranges_.empty() && changes_.empty(); }
 
  private:
   std::map<std::pair<std::int16_t, std::int16_t>, std::vector<DstRuleRange>> ranges_;
+  std::map<std::pair<std::int16_t, std::int16_t>, Changes> changes_;
 };
 
 // The summer-time rule a timetable's entries imply for the years after 1999:

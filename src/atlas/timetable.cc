@@ -303,6 +303,29 @@ DstRule RuleOf(const CountryRecord& country, std::int16_t timetable,
   return InferDstRule(summer);
 }
 
+// The changes after 1999 the rules file records for the timetable, or
+// nullptr (an atlas without them, or a date after the last year they cover).
+const DstRules::Changes* ChangesOf(const CountryRecord& country, std::int16_t timetable,
+                                   double date) {
+  if (date >= SerialOfDate(kLastChangeYear + 1, 1, 1)) return nullptr;
+  const DstRules* rules = RulesFile();
+  if (rules == nullptr) return nullptr;
+  return rules->ChangesFor(country.CountryId, timetable == 0 ? std::int16_t{1} : timetable);
+}
+
+// The zone the changes after 1999 give at `date`: the history's zone at the
+// end of 1999 until the first change.
+std::int16_t ZoneInChanges(const std::vector<TimetableEntry>& history,
+                           const DstRules::Changes& changes, double date) {
+  std::int16_t zone = ZoneInHistory(history, kSerial2000);
+  const double at = LinearSerial(date);
+  for (const auto& [from, id] : changes) {
+    if (LinearSerial(from) > at) break;
+    zone = id;
+  }
+  return zone;
+}
+
 bool InSummerTime(const DstRule& rule, int year, double date) {
   if (rule.kind == DstRule::Kind::kNone) return false;
   if (rule.kind == DstRule::Kind::kAll) return true;
@@ -396,8 +419,24 @@ std::optional<ZoneAtDate> ZoneAt(std::string_view code, std::int16_t timetable, 
     return ZoneAtDate{id, base};
   }
   if (date <= kSerial2000) return ZoneOfId(ZoneInHistory(history, date));
+  if (const auto* changes = ChangesOf(*country, timetable, date))
+    return ZoneOfId(ZoneInChanges(history, *changes, date));
 
-  const std::int16_t standard = StandardZoneOf1999(history);
+  // After the years the changes cover (or without them): the standard time
+  // of the end of the history and the year's summer-time rule.
+  std::int16_t standard = StandardZoneOf1999(history);
+  const DstRules* rules = RulesFile();
+  if (const auto* changes = rules == nullptr
+                                ? nullptr
+                                : rules->ChangesFor(country->CountryId,
+                                                    timetable == 0 ? std::int16_t{1} : timetable)) {
+    for (auto it = changes->rbegin(); it != changes->rend(); ++it) {
+      if (it->second != 0 && !IsSummerZone(ZoneRecordOf(it->second))) {
+        standard = it->second;
+        break;
+      }
+    }
+  }
   const int year = CalendarOfSerial(std::min(date, 2958465.0)).year;
   const DstRule rule = RuleOf(*country, timetable, history, year);
   return ZoneOfId(InSummerTime(rule, year, date) ? SummerVariantOf(standard) : standard);
@@ -461,6 +500,15 @@ LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, dou
       if (history[i - 1].Zone == 0 || history[i].Zone == 0) continue;
       changes.emplace_back(LinearSerial(history[i].Datum),
                            static_cast<double>(after.TZDif - before.TZDif));
+    }
+  } else if (const auto* later = ChangesOf(*country, timetable, date)) {
+    std::int16_t zone = ZoneInHistory(history, kSerial2000);
+    for (const auto& [from, id] : *later) {
+      if (zone != 0 && id != 0) {
+        changes.emplace_back(LinearSerial(from), static_cast<double>(ZoneRecordOf(id).TZDif -
+                                                                     ZoneRecordOf(zone).TZDif));
+      }
+      zone = id;
     }
   } else if (HasHistory(history) || timetable != 0) {
     const int year = CalendarOfSerial(std::min(date, 2958465.0)).year;

@@ -59,7 +59,7 @@ TEST(DstRules, MalformedFilesAreRefusedWithTheirLine) {
   };
   const std::string header = "TarvPlaces DST rules\t1\n";
   EXPECT_NE(error("hello\n").find("line 1: not a summer-time rules file"), std::string::npos);
-  EXPECT_NE(error("TarvPlaces DST rules\t2\n").find("version 2"), std::string::npos);
+  EXPECT_NE(error("TarvPlaces DST rules\t3\n").find("version 3"), std::string::npos);
   EXPECT_NE(error(header + "58\t1\t2000\n").find("line 2"), std::string::npos);
   EXPECT_NE(error(header + "58\t1\t2010\t2000\tnone\n").find("backwards"), std::string::npos);
   EXPECT_NE(
@@ -69,6 +69,46 @@ TEST(DstRules, MalformedFilesAreRefusedWithTheirLine) {
                 .find("malformed"),
             std::string::npos);
   EXPECT_EQ(error(header + "# only a comment\r\n"), "");
+}
+
+TEST(DstRules, ChangesAfter1999RoundTripAndAreChecked) {
+  const std::vector<ZoneChange> changes = {{212, 1, At(2007, 12, 9, 3), 17},
+                                           {212, 1, At(2016, 5, 1, 2, 30), 16},
+                                           {58, 2, At(2011, 12, 29, 23, 59, 59), 0}};
+  const auto rules = DstRules::Parse(
+      DstRules::Format({{212, 1, 2000, 2037, DstRule::None()}}, changes), "DstRules.dat");
+  const auto* venezuela = rules.ChangesFor(212, 1);
+  ASSERT_NE(venezuela, nullptr);
+  ASSERT_EQ(venezuela->size(), 2U);
+  EXPECT_EQ((*venezuela)[1], std::make_pair(At(2016, 5, 1, 2, 30), std::int16_t{16}));
+  EXPECT_NEAR(rules.ChangesFor(58, 2)->front().first, At(2011, 12, 29, 23, 59, 59), 1e-9);
+  EXPECT_EQ(rules.ChangesFor(212, 2), nullptr);
+  EXPECT_EQ(rules.RuleFor(212, 1, 2040)->kind, DstRule::Kind::kNone);
+
+  auto error = [](const std::string& text) {
+    try {
+      DstRules::Parse(text, "DstRules.dat");
+    } catch (const AtlasError& e) {
+      return std::string(e.what());
+    }
+    return std::string();
+  };
+  const std::string v2 = "TarvPlaces DST rules\t2\n";
+  EXPECT_EQ(error(v2 + "1\t1\tchange\t2007-12-09T03:00:00\t286\n"), "");
+  EXPECT_NE(error(v2 + "1\t1\tchange\t2007-12-09T03:00:00\t287\n").find("not in the zone table"),
+            std::string::npos);
+  EXPECT_NE(error(v2 + "1\t1\tchange\t2007-12-09T03:00:00\t-1\n").find("line 2"),
+            std::string::npos);
+  EXPECT_NE(error(v2 + "1\t1\tchange\t2007-12-09T03:00\t5\n").find("malformed change"),
+            std::string::npos);
+  EXPECT_NE(error(v2 + "1\t1\tchange\t2008-01-01T00:00:00\t5\n" +
+                  "1\t1\tchange\t2007-12-09T03:00:00\t6\n")
+                .find("line 3: change out of time order"),
+            std::string::npos);
+  // Version 1 files know no changes.
+  EXPECT_NE(error("TarvPlaces DST rules\t1\n1\t1\tchange\t2007-12-09T03:00:00\t5\n")
+                .find("malformed change"),
+            std::string::npos);
 }
 
 std::vector<std::pair<double, bool>> Summers(

@@ -171,6 +171,41 @@ TEST_F(TimetableTest, RulesFileDecidesLaterYears) {
   EXPECT_EQ(GetDaylightSavingDate("D", 1, 2020, 0), 0.0);
 }
 
+TEST_F(TimetableTest, ChangesAfter1999DecideUntil2037ThenTheRules) {
+  const std::int16_t gmt = Zone("GMT");
+  const std::int16_t wet_s = Zone("WET/S");
+  folder_.Write(
+      kDstRulesFile,
+      DstRules::Format({{58, 2, 2000, 2037, DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180})}},
+                       {{58, 2, At(2007, 12, 9, 3), gmt},
+                        {58, 2, At(2008, 3, 30, 1), wet_s},
+                        {58, 2, At(2008, 10, 26, 2), gmt},
+                        {58, 2, At(2016, 5, 1, 2, 30), met_}}));
+  EXPECT_EQ(ZoneName("D", 2, At(2005, 7, 1)), "MET");  // the zone of the end of 1999 goes on
+  EXPECT_EQ(ZoneName("D", 2, At(2007, 12, 9, 2, 59)), "MET");
+  EXPECT_EQ(ZoneName("D", 2, At(2007, 12, 9, 3)), "GMT");  // a change of standard time
+  EXPECT_EQ(ZoneName("D", 2, At(2008, 7, 1)), "WET/S");
+  EXPECT_EQ(ZoneName("D", 2, At(2010, 7, 1)), "GMT");  // no summer period recorded then
+  EXPECT_EQ(ZoneName("D", 2, At(2020, 7, 1)), "MET");
+  // After 2037: the last standard zone and the rule of the nearest year.
+  EXPECT_EQ(ZoneName("D", 2, At(2040, 7, 1)), "MET/S");
+  EXPECT_EQ(ZoneName("D", 2, At(2040, 1, 15)), "MET");
+  EXPECT_EQ(LocalTimeStatus("D", 2, At(2008, 3, 30, 1, 30)), LocalTimeKind::kSkipped);
+  EXPECT_EQ(LocalTimeStatus("D", 2, At(2008, 10, 26, 1, 30)), LocalTimeKind::kRepeated);
+  EXPECT_EQ(LocalTimeStatus("D", 2, At(2010, 3, 28, 1, 30)), LocalTimeKind::kNormal);
+  // Timetable 1 has no changes: its rule from the history, as before.
+  EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "MET/S");
+}
+
+TEST_F(TimetableTest, ALaterReturnToLocalMeanTimeIsLocalMeanTime) {
+  WriteTimetables(
+      "ttx.dao",
+      {{58, {{{At(1905, 1, 1), Zone("GMT")}, {At(1908, 7, 1), 0}, {At(1914, 1, 1), met_}}}}});
+  EXPECT_EQ(ZoneName("D", 1, At(1906, 1, 1)), "GMT");
+  EXPECT_EQ(ZoneName("D", 1, At(1910, 1, 1)), "LMT");
+  EXPECT_EQ(ZoneName("D", 1, At(1915, 1, 1)), "MET");
+}
+
 TEST_F(TimetableTest, DefaultHistoryOfACountryWithoutTimetables) {
   EXPECT_EQ(ZoneName("DZ", 0, At(1950, 1, 1)), "GMT");  // block 1 of its section
   EXPECT_EQ(ZoneName("DZ", 0, At(1900, 1, 1)), "LMT");

@@ -67,8 +67,8 @@ class AtlasFixture : public AtlasTest {
 };
 
 // A local serial date.
-inline double At(int year, int month, int day, int hour = 0, int minute = 0) {
-  return SerialOf({year, month, day, hour, minute, 0});
+inline double At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
+  return SerialOf({year, month, day, hour, minute, second});
 }
 
 // Central European history: standard time from 1893, summer time from the

@@ -6,12 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 
 #include "atlas/name_index.h"
 #include "atlas/place_file.h"
+#include "atlas/process_state.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "support/temp_folder.h"
+#include "tarvplaces/places.h"
+#include "util/serial_date.h"
 
 namespace tarv::atlas {
 namespace {
@@ -42,6 +46,13 @@ class AtlasBuilderTest : public ::testing::Test {
     lines += Line(2, "Neustadt", "", 49.35, 8.14, "PPL", "DE", "08", 52000, "Europe/Berlin");
     lines += Line(3, "Neustadt", "", 50.73, 11.75, "PPL", "DE", "15", 8000, "Europe/Berlin");
     lines += Line(4, "Neustadt", "", 54.1, 10.81, "PPLA4", "DE", "10", 52000, "Europe/Berlin");
+    // Uzbekistan counts 2 timetables; one of three histories must join another.
+    lines += Line(10, "Tashkent", "", 41.26, 69.22, "PPLC", "UZ", "13", 2500000, "Asia/Tashkent");
+    lines += Line(11, "Samarkand", "", 39.65, 66.96, "PPLA", "UZ", "10", 550000, "Asia/Samarkand");
+    lines += Line(12, "Testkent", "", 41.0, 69.0, "PPL", "UZ", "13", 1000, "Europe/Berlin");
+    lines += Line(13, "Lagos", "", 6.45, 3.39, "PPLA", "NG", "05", 9000000, "Africa/Lagos");
+    lines += Line(14, "Indianapolis", "", 39.77, -86.16, "PPLA", "US", "IN", 870000,
+                  "America/Indiana/Indianapolis");
     lines += Line(5, "Perth", "", -41.57, 147.17, "PPL", "AU", "06", 3000, "Australia/Hobart");
     lines += Line(6, "Perth", "Boorloo,PER", -31.95, 115.86, "PPLA", "AU", "08", 2000000,
                   "Australia/Perth");
@@ -82,7 +93,7 @@ TEST_F(AtlasBuilderTest, EachPlaceIsOneRecordUnderItsLocalName) {
   const auto records = Records("SSR");
   ASSERT_EQ(records.size(), 1U);
   EXPECT_EQ(records[0].TrimmedName(), "Moskva");
-  EXPECT_EQ(summary_.places, 6U);
+  EXPECT_EQ(summary_.places, 11U);
   EXPECT_EQ(summary_.local_names, 1U);
   EXPECT_GT(summary_.index_entries, 6U);
 }
@@ -123,6 +134,60 @@ TEST_F(AtlasBuilderTest, TheNameIndexFindsPlacesByTheirOtherNames) {
   const auto perth = Index("AUS").Find("boorloo", false);
   ASSERT_EQ(perth.size(), 1U);
   EXPECT_EQ(perth[0].record, 1);
+}
+
+// Every number a country's fixed count offers is a non-empty timetable, no
+// place carries one beyond it, and no history is lost without a word.
+TEST_F(AtlasBuilderTest, TimetablesMatchTheirCountsAndMergedHistoriesAreListed) {
+  ResetProcessState();
+  classPlaces places;
+  places.PlacePath(options_.out);
+  for (const char* code : {"D", "UZB", "USIN"}) {
+    const std::int32_t count = places.HaveTimetables(code);
+    ASSERT_GT(count, 0) << code;
+    for (std::int32_t t = 1; t <= count; ++t) {
+      EXPECT_GT(places.GetTimeTableArray(code, static_cast<std::int16_t>(t)).size(), 1U)
+          << code << " " << t;
+    }
+    EXPECT_EQ(places.GetTimeTableArray(code, static_cast<std::int16_t>(count + 1)).size(), 1U)
+        << code;
+    for (const auto& r : Records(code)) {
+      EXPECT_GE(r.Timetable, 1) << code << " " << r.TrimmedName();
+      EXPECT_LE(r.Timetable, count) << code << " " << r.TrimmedName();
+    }
+  }
+  // Indiana's 345 numbers repeat its one history.
+  EXPECT_EQ(places.GetTimeTableArray("USIN", 345).size(),
+            places.GetTimeTableArray("USIN", 1).size());
+  ASSERT_EQ(summary_.merged.size(), 1U);
+  // Samarkand's history is Tashkent's but for a few years; Berlin's (a place
+  // misfiled in GeoNames) differs in every one, so it keeps a number.
+  EXPECT_EQ(summary_.merged[0].rfind(
+                "UZB: Asia/Samarkand, 1 places, into timetable 1 (Asia/Tashkent)", 0),
+            0U)
+      << summary_.merged[0];
+  std::set<std::int16_t> numbers;
+  for (const auto& r : Records("UZB"))
+    numbers.insert(r.Timetable);
+  EXPECT_EQ(numbers, (std::set<std::int16_t>{1, 2}));
+}
+
+TEST_F(AtlasBuilderTest, HistoryAfter1999AndReturnsToMeanTimeFollowTzdata) {
+  ResetProcessState();
+  classPlaces places;
+  places.PlacePath(options_.out);
+  std::string zone;
+  // Lagos: GMT 1905-1908, its own mean time again until 1914, then +0030.
+  places.Get_TZData("WAN", 0, SerialOf({1906, 6, 1, 12, 0, 0}), &zone);
+  EXPECT_EQ(zone, "GMT");
+  places.Get_TZData("WAN", 0, SerialOf({1910, 6, 1, 12, 0, 0}), &zone);
+  EXPECT_EQ(zone, "LMT");
+  EXPECT_FLOAT_EQ(places.Get_TZData("WAN", 0, SerialOf({1916, 6, 1, 12, 0, 0})), 0.5F);
+  // Indiana: no summer time until 2006, then the US rules.
+  EXPECT_FLOAT_EQ(places.Get_TZData("USIN", 1, SerialOf({2005, 7, 1, 12, 0, 0})), -5.0F);
+  EXPECT_FLOAT_EQ(places.Get_TZData("USIN", 1, SerialOf({2006, 7, 1, 12, 0, 0})), -4.0F);
+  EXPECT_FLOAT_EQ(places.Get_TZData("USIN", 1, SerialOf({2036, 1, 1, 12, 0, 0})), -5.0F);
+  EXPECT_GT(summary_.change_lines, 0U);
 }
 
 }  // namespace

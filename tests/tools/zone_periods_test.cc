@@ -63,11 +63,33 @@ TEST(ZonePeriods, OrdinarySummerTimeEndsABackwardsSpell) {
   EXPECT_EQ(periods[4].kind, ZoneKind::kStandard);
 }
 
-TEST(ZonePeriods, LocalMeanTimeAndLaterPeriodsAreLeftOut) {
+TEST(ZonePeriods, DaylightTimeAfterAJumpAcrossTheDateLineIsSummerTime) {
+  // Apia: -11:00 with summer time, then +14:00 summer time, +13:00 standard.
+  const auto periods = HistoricPeriods(Zone({{10, {-39600, false, "-11"}},
+                                             {20, {-36000, true, "-10"}},
+                                             {30, {50400, true, "+14"}},
+                                             {40, {46800, false, "+13"}}}),
+                                       kYear2000 * 2);
+  ASSERT_EQ(periods.size(), 4U);
+  EXPECT_EQ(periods[2].kind, ZoneKind::kSummer);
+  EXPECT_EQ(periods[2].standard_offset, 46800);
+  EXPECT_EQ(periods[3].kind, ZoneKind::kStandard);
+}
+
+TEST(ZonePeriods, InitialMeanTimeAndLaterPeriodsAreLeftOutAReturnToMeanTimeIsNot) {
   const auto periods = HistoricPeriods(
       Zone({{10, {3600, false, "CET"}}, {kYear2000, {7200, true, "CEST"}}}), kYear2000);
   ASSERT_EQ(periods.size(), 1U);
   EXPECT_EQ(periods[0].abbreviation, "CET");
+  // Lagos: GMT from 1905, its own mean time again from 1908, then +0030.
+  const auto lagos = HistoricPeriods(
+      Zone({{5, {0, false, "GMT"}}, {10, {815, false, "LMT"}}, {20, {1800, false, "+0030"}}}),
+      kYear2000);
+  ASSERT_EQ(lagos.size(), 3U);
+  EXPECT_FALSE(lagos[0].local_mean_time);
+  EXPECT_TRUE(lagos[1].local_mean_time);
+  EXPECT_EQ(lagos[1].from, 10);
+  EXPECT_FALSE(lagos[2].local_mean_time);
 }
 
 TEST(ZonePeriods, FindsTheEntryByOffsetToTheSecondAndKind) {
@@ -107,6 +129,7 @@ TEST(ZonePeriods, TheZoneTableExpressesEveryPeriodBefore2000) {
     }
     ++zones;
     for (const auto& p : HistoricPeriods(zone, kYear2000)) {
+      if (p.local_mean_time) continue;  // zone 0
       pairs.insert({p.utc_offset, static_cast<char>(p.kind)});
       const auto entry = FindZoneEntry(table, p.utc_offset, p.kind);
       EXPECT_TRUE(entry) << it->path() << ": " << p.abbreviation << " " << p.utc_offset << " "

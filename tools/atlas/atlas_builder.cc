@@ -35,6 +35,7 @@ namespace tarv::atlas {
 namespace {
 
 constexpr std::int64_t kUnix2000 = 946684800;
+constexpr std::int64_t kUnix2038 = 2145916800;
 constexpr double kSerialOf1970 = 25569.0;
 constexpr std::int32_t kHour = 3600;
 constexpr int kFirstRuleYear = 2000;
@@ -120,8 +121,20 @@ double LocalSerial(std::int64_t unix_seconds, std::int32_t offset) {
 struct ZoneInfo {
   TzifZone tzif;
   std::vector<TimetableEntry> history;  // from the end of local mean time to 1999
+  std::vector<TimetableEntry> later;    // its changes from 2000 through 2037
   std::int32_t standard_1999 = 0;       // standard offset at the end of 1999
   int zones_since = 0;                  // year local mean time ended
+
+  // The whole history as one list, later changes included: what timetables
+  // are told apart by.
+  std::vector<std::pair<double, std::int16_t>> Key() const {
+    std::vector<std::pair<double, std::int16_t>> key;
+    for (const auto* list : {&history, &later}) {
+      for (const auto& e : *list)
+        key.emplace_back(e.Datum, e.Zone);
+    }
+    return key;
+  }
 };
 
 class ZoneLibrary {
@@ -134,27 +147,31 @@ class ZoneLibrary {
     if (it != zones_.end()) return it->second;
     ZoneInfo info;
     info.tzif = ReadTzif((fs::path(root_) / name).string());
-    const auto periods = HistoricPeriods(info.tzif, kUnix2000);
+    const auto periods = HistoricPeriods(info.tzif, kUnix2038);
     std::int32_t previous = info.tzif.initial.utc_offset;
+    std::optional<std::int16_t> last;
     if (info.tzif.initial.abbreviation != "LMT") {
       // A zone without local mean time holds its first zone from 1700 on.
-      info.history.push_back(
-          {kSerial1700, Entry(info.tzif.initial.utc_offset,
-                              info.tzif.initial.is_dst ? ZoneKind::kSummer : ZoneKind::kStandard,
-                              info.tzif.initial.utc_offset, info.tzif.initial.abbreviation)});
+      last = Entry(name, kSerial1700, info.tzif.initial.utc_offset,
+                   info.tzif.initial.is_dst ? ZoneKind::kSummer : ZoneKind::kStandard,
+                   info.tzif.initial.utc_offset, info.tzif.initial.abbreviation);
+      info.history.push_back({kSerial1700, *last});
     }
+    info.standard_1999 = TypeAt(info.tzif, kUnix2000 - 1).utc_offset;
     for (const auto& p : periods) {
-      const std::int16_t zone = Entry(p.utc_offset, p.kind, p.standard_offset, p.abbreviation);
-      if (info.history.empty() || info.history.back().Zone != zone) {
-        info.history.push_back({LocalSerial(p.from, previous), zone});
-      }
+      const double from = LocalSerial(p.from, previous);
       previous = p.utc_offset;
-      if (info.zones_since == 0)
-        info.zones_since = CalendarOfSerial(info.history.back().Datum).year;
+      const std::int16_t zone = p.local_mean_time ? std::int16_t{0}
+                                                  : Entry(name, from, p.utc_offset, p.kind,
+                                                          p.standard_offset, p.abbreviation);
+      if (last == zone) continue;
+      last = zone;
+      auto& list = p.from < kUnix2000 ? info.history : info.later;
+      list.push_back({from, zone});
+      if (info.zones_since == 0) info.zones_since = CalendarOfSerial(from).year;
       // The standard time the history ends on, in force at the end of 1999.
-      info.standard_1999 = p.standard_offset;
+      if (p.from < kUnix2000 && !p.local_mean_time) info.standard_1999 = p.standard_offset;
     }
-    if (periods.empty()) info.standard_1999 = TypeAt(info.tzif, kUnix2000 - 1).utc_offset;
     return zones_.emplace(name, std::move(info)).first->second;
   }
 
@@ -166,10 +183,12 @@ class ZoneLibrary {
   std::string NameOf(std::int16_t id) const {
     return Trim(table_[static_cast<std::size_t>(id)].TZShort);
   }
+  // Periods expressed by an entry of their offset but another kind.
+  const std::vector<std::string>& approximated() const { return approximated_; }
 
  private:
-  std::int16_t Entry(std::int32_t offset, ZoneKind kind, std::int32_t standard,
-                     const std::string& abbreviation) {
+  std::int16_t Entry(const std::string& zone, double from, std::int32_t offset, ZoneKind kind,
+                     std::int32_t standard, const std::string& abbreviation) {
     std::vector<std::string> preferred;
     if (kind != ZoneKind::kStandard) {
       const std::string base = NameOf(StandardEntry(standard));
@@ -178,15 +197,26 @@ class ZoneLibrary {
     preferred.push_back(TableNameOf(abbreviation));
     preferred.push_back(abbreviation);
     if (const auto found = FindZoneEntry(table_, offset, kind, preferred)) return *found;
-    // Every period before 2000 has an entry (a test checks the table); a
-    // newer tzdata could bring one more, which then keeps its offset.
-    if (const auto any = FindZoneEntry(table_, offset, ZoneKind::kStandard)) return *any;
+    // Every period before 2000 has an entry (a test checks the table); one
+    // after it may lack its kind ("+14" summer time in Apia), and then keeps
+    // its offset through an entry of another kind.
+    for (const ZoneKind other : {ZoneKind::kStandard, ZoneKind::kSummer, ZoneKind::kDoubleSummer}) {
+      if (const auto any = FindZoneEntry(table_, offset, other)) {
+        const CalendarTime t = CalendarOfSerial(from);
+        approximated_.push_back(zone + " " + std::to_string(t.year) + "-" +
+                                std::to_string(t.month) + "-" + std::to_string(t.day) + " " +
+                                abbreviation + " " + std::to_string(offset) + " s " +
+                                static_cast<char>(kind) + " as " + NameOf(*any));
+        return *any;
+      }
+    }
     throw AtlasError(root_, abbreviation + ": no zone entry for offset " + std::to_string(offset));
   }
 
   std::string root_;
   const std::vector<ZoneRecord>& table_;
   std::map<std::string, ZoneInfo> zones_;
+  std::vector<std::string> approximated_;
 };
 
 struct CountryPlan {
@@ -223,57 +253,152 @@ std::string MainZone(const std::vector<const GeoPlace*>& places) {
 }
 
 struct Timetabling {
-  std::vector<std::vector<TimetableEntry>> blocks;  // blocks[0] is timetable 1
+  std::vector<std::vector<TimetableEntry>> blocks;  // blocks[0] is timetable 1, to 1999
+  std::vector<std::vector<TimetableEntry>> later;   // their changes from 2000 through 2037
   std::vector<std::string> block_zone;              // the zone each block follows
   std::map<std::string, std::int16_t> number_of_zone;
 };
 
-Timetabling NumberHistories(const CountryPlan& country, ZoneLibrary& zones) {
-  // Places per distinct history; zones with the same history share it.
+using HistoryKey = std::vector<std::pair<double, std::int16_t>>;
+
+// How long two histories give different offsets (local mean time counting as
+// an offset of its own) between 1700 and the end of 2037, in days.
+double DaysApart(const HistoryKey& a, const HistoryKey& b, const std::vector<ZoneRecord>& table) {
+  auto offset = [&table](std::int16_t zone) {
+    return zone == 0 ? 1e9 : static_cast<double>(table[static_cast<std::size_t>(zone)].TZDif);
+  };
+  const double end = SerialOfDate(2038, 1, 1);
+  std::size_t i = 0;
+  std::size_t j = 0;
+  std::int16_t za = 0;
+  std::int16_t zb = 0;
+  double at = LinearSerial(kSerial1700);
+  double apart = 0;
+  while (at < end) {
+    const double next_a = i < a.size() ? LinearSerial(a[i].first) : end;
+    const double next_b = j < b.size() ? LinearSerial(b[j].first) : end;
+    const double next = std::min({next_a, next_b, end});
+    if (next > at && offset(za) != offset(zb)) apart += next - at;
+    at = std::max(at, next);
+    if (next_a <= at && i < a.size()) za = a[i++].second;
+    if (next_b <= at && j < b.size()) zb = b[j++].second;
+  }
+  return apart;
+}
+
+// The country's timetables: exactly its fixed count of them, numbered from 1
+// in the order of their inhabitants, the main history first. Where tzdata
+// has more histories than the count, those kept are chosen to spare the most
+// place-days of wrong offsets, and each other one joins the kept timetable
+// that agrees with it longest (listed in the summary); numbers beyond the
+// histories repeat the main one, so that every number the timetable chooser
+// offers is a real history. A country without timetables has one block, its
+// main zone's.
+Timetabling NumberHistories(const CountryPlan& country, ZoneLibrary& zones,
+                            const std::vector<ZoneRecord>& table, BuildSummary& summary) {
   struct Use {
     std::size_t places = 0;
     double population = 0;
     std::map<std::string, std::size_t> zones;
   };
-  std::map<std::vector<std::pair<double, std::int16_t>>, Use> uses;
+  std::map<HistoryKey, Use> uses;
   for (const auto* p : country.places) {
-    std::vector<std::pair<double, std::int16_t>> key;
-    for (const auto& e : zones.Get(p->timezone).history)
-      key.emplace_back(e.Datum, e.Zone);
-    auto& use = uses[key];
+    auto& use = uses[zones.Get(p->timezone).Key()];
     ++use.places;
     use.population += static_cast<double>(p->population);
     ++use.zones[p->timezone];
   }
-  std::vector<const decltype(uses)::value_type*> order;
+  std::vector<const std::map<HistoryKey, Use>::value_type*> order;
   for (const auto& u : uses)
     order.push_back(&u);
   std::stable_sort(order.begin(), order.end(), [](const auto* a, const auto* b) {
-    return std::tie(a->second.places, a->second.population) >
-           std::tie(b->second.places, b->second.population);
+    return std::tie(a->second.population, a->second.places) >
+           std::tie(b->second.population, b->second.places);
   });
+  auto main_zone_of = [](const Use& use) {
+    return std::max_element(use.zones.begin(), use.zones.end(),
+                            [](const auto& a, const auto& b) { return a.second < b.second; })
+        ->first;
+  };
   Timetabling t;
+  auto add_block = [&t, &zones](const std::string& zone) {
+    const ZoneInfo& info = zones.Get(zone);
+    t.blocks.push_back(info.history);
+    t.later.push_back(info.later);
+    t.block_zone.push_back(zone);
+  };
   const std::int16_t fixed = HaveTimetables(country.code);
-  const std::size_t blocks = fixed == 0 ? 1 : order.size();
-  for (std::size_t i = 0; i < blocks && i < order.size(); ++i) {
-    std::vector<TimetableEntry> entries;
-    for (const auto& [datum, zone] : order[i]->first)
-      entries.push_back({datum, zone});
-    t.blocks.push_back(std::move(entries));
-    const auto main =
-        std::max_element(order[i]->second.zones.begin(), order[i]->second.zones.end(),
-                         [](const auto& a, const auto& b) { return a.second < b.second; });
-    t.block_zone.push_back(main->first);
-    for (const auto& z : order[i]->second.zones) {
-      t.number_of_zone[z.first] = fixed == 0 ? std::int16_t{0} : static_cast<std::int16_t>(i + 1);
+  if (fixed == 0) {
+    add_block(MainZone(country.places));
+    for (const auto& u : uses) {
+      for (const auto& z : u.second.zones)
+        t.number_of_zone[z.first] = 0;
+    }
+    return t;
+  }
+  // Which histories keep a number of their own: the main one, then, one at a
+  // time, the one whose own number spares the most place-days of wrong
+  // offsets (Manaus's -4:00 rather than a third -3:00 history of the
+  // north-east). With numbers for all, every history is kept.
+  const std::size_t kept = std::min<std::size_t>(static_cast<std::size_t>(fixed), order.size());
+  std::vector<std::vector<double>> apart(order.size(), std::vector<double>(order.size(), 0.0));
+  if (kept < order.size()) {
+    for (std::size_t i = 0; i < order.size(); ++i) {
+      for (std::size_t k = i + 1; k < order.size(); ++k)
+        apart[i][k] = apart[k][i] = DaysApart(order[i]->first, order[k]->first, table);
     }
   }
-  if (fixed == 0) {
-    // One block, the country's default history: that of its main zone.
-    const std::string main = MainZone(country.places);
-    t.blocks.assign(1, zones.Get(main).history);
-    t.block_zone.assign(1, main);
+  std::vector<std::size_t> chosen = {0};
+  std::vector<double> cost(order.size());  // days apart from the nearest chosen history
+  for (std::size_t i = 0; i < order.size(); ++i)
+    cost[i] = apart[i][0];
+  while (chosen.size() < kept) {
+    std::size_t best = 0;
+    double best_gain = -1;
+    for (std::size_t c = 0; c < order.size(); ++c) {
+      if (std::find(chosen.begin(), chosen.end(), c) != chosen.end()) continue;
+      double gain = 0;
+      for (std::size_t i = 0; i < order.size(); ++i) {
+        gain += static_cast<double>(order[i]->second.places) *
+                std::max(0.0, cost[i] - (i == c ? 0.0 : apart[i][c]));
+      }
+      if (gain > best_gain) {
+        best = c;
+        best_gain = gain;
+      }
+    }
+    chosen.push_back(best);
+    for (std::size_t i = 0; i < order.size(); ++i)
+      cost[i] = std::min(cost[i], i == best ? 0.0 : apart[i][best]);
   }
+  // Numbered by inhabitants, the main history first.
+  std::sort(chosen.begin(), chosen.end());
+  std::vector<std::int16_t> number(order.size(), 0);
+  for (std::size_t n = 0; n < chosen.size(); ++n) {
+    add_block(main_zone_of(order[chosen[n]]->second));
+    number[chosen[n]] = static_cast<std::int16_t>(n + 1);
+  }
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    if (number[i] == 0) {
+      // The kept history that agrees with it longest.
+      std::size_t best = chosen.front();
+      for (const std::size_t c : chosen) {
+        if (apart[i][c] < apart[i][best]) best = c;
+      }
+      number[i] = number[best];
+      char years[32];
+      std::snprintf(years, sizeof years, "%.1f", apart[i][best] / 365.2425);
+      summary.merged.push_back(country.code + ": " + main_zone_of(order[i]->second) + ", " +
+                               std::to_string(order[i]->second.places) +
+                               " places, into timetable " + std::to_string(number[i]) + " (" +
+                               main_zone_of(order[best]->second) + "), offsets differ " + years +
+                               " years");
+    }
+    for (const auto& z : order[i]->second.zones)
+      t.number_of_zone[z.first] = number[i];
+  }
+  while (t.blocks.size() < static_cast<std::size_t>(fixed))
+    add_block(t.block_zone.front());
   return t;
 }
 
@@ -455,6 +580,7 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   std::vector<TimetableSection> ttx;
   std::vector<TimetableSection> ttusa;
   std::vector<DstRuleRange> rules;
+  std::vector<ZoneChange> changes;
   for (std::size_t i = 0; i < order.size(); ++i) {
     CountryPlan& plan = *order[i];
     plan.id = static_cast<std::int16_t>(i + 1);
@@ -475,7 +601,7 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     r.ContinentID = static_cast<std::int16_t>(plan.continent);
     records.push_back(r);
 
-    const Timetabling t = NumberHistories(plan, zones);
+    const Timetabling t = NumberHistories(plan, zones, table, summary);
     TimetableSection section{plan.id, t.blocks};
     // The last three zones are written as the codes 138-140 that stand for them.
     for (auto& block : section.timetables) {
@@ -489,8 +615,10 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     summary.timetables += t.blocks.size();
     (plan.usa ? ttusa : ttx).push_back(std::move(section));
     for (std::size_t b = 0; b < t.blocks.size(); ++b) {
-      AddRules(plan.id, static_cast<std::int16_t>(b + 1), zones.Get(t.block_zone[b]),
-               t.block_zone[b], rules, summary);
+      const auto number = static_cast<std::int16_t>(b + 1);
+      AddRules(plan.id, number, zones.Get(t.block_zone[b]), t.block_zone[b], rules, summary);
+      for (const auto& e : t.later[b])
+        changes.push_back({plan.id, number, e.Datum, e.Zone});
     }
 
     std::vector<PlaceRecord> file;
@@ -542,8 +670,15 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   WriteFileAtomically(out / "Zones13.bin", EncodeZoneFile(table));
   WriteFileAtomically(out / "ttx.dao", CompressSzdd(EncodeTimetableFile(ttx), 'o'));
   WriteFileAtomically(out / "TTUSA.dao", CompressSzdd(EncodeTimetableFile(ttusa), 'o'));
-  WriteFileAtomically(out / kDstRulesFile, DstRules::Format(rules));
+  WriteFileAtomically(out / kDstRulesFile, DstRules::Format(rules, changes));
   summary.rule_lines = rules.size();
+  summary.change_lines = changes.size();
+  // Repeated timetables repeat their zone's years.
+  std::sort(summary.unexpressible.begin(), summary.unexpressible.end());
+  summary.unexpressible.erase(
+      std::unique(summary.unexpressible.begin(), summary.unexpressible.end()),
+      summary.unexpressible.end());
+  summary.approximated = zones.approximated();
   for (const auto& entry : fs::directory_iterator(out)) {
     if (entry.is_regular_file()) summary.bytes += entry.file_size();
   }

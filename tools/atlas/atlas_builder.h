@@ -35,11 +35,21 @@ struct BuildSummary {
   std::size_t index_entries = 0;  // entries of the name indexes
   std::size_t timetables = 0;     // blocks written
   std::size_t entries = 0;        // timetable entries written
-  std::size_t rule_lines = 0;     // lines of DstRules.dat
+  std::size_t rule_lines = 0;     // rule lines of DstRules.dat
+  std::size_t change_lines = 0;   // change lines of DstRules.dat (history after 1999)
   std::uintmax_t bytes = 0;       // size of all files written
   std::size_t skipped_lines = 0;
-  // "Zone year" pairs whose offset after 1999 the atlas cannot express.
+  // "Zone year" pairs whose summer time after 1999 no weekday rule of the
+  // rules file expresses (the change lines hold them; the rules serve only
+  // the years after 2037).
   std::vector<std::string> unexpressible;
+  // Histories merged into another timetable because the country's fixed
+  // count has no number left for them: "CODE: zone, N places, into
+  // timetable K, differing H hours in Y years".
+  std::vector<std::string> merged;
+  // Periods the zone table has no entry of their offset and kind for: "zone
+  // from-date offset kind", expressed by another entry of the same offset.
+  std::vector<std::string> approximated;
 };
 
 // Writes Country.dat, Zones13.bin, one place file with its index and name

@@ -25,7 +25,16 @@ std::vector<ZonePeriod> HistoricPeriods(const TzifZone& zone, std::int64_t until
   std::int32_t negative_base = 0;
   for (const auto& t : zone.transitions) {
     if (t.at >= until) break;
-    if (IsLocalMeanTime(t.type)) continue;
+    if (IsLocalMeanTime(t.type)) {
+      // Only a return to it counts: the zone's start is its initial type.
+      if (!periods.empty() && !periods.back().local_mean_time) {
+        ZonePeriod p{t.at, t.type.utc_offset, ZoneKind::kStandard, t.type.utc_offset,
+                     t.type.abbreviation};
+        p.local_mean_time = true;
+        periods.push_back(std::move(p));
+      }
+      continue;
+    }
     ZonePeriod p{t.at, t.type.utc_offset, ZoneKind::kStandard, t.type.utc_offset,
                  t.type.abbreviation};
     // Daylight time above the winter time again ends a backwards spell
@@ -41,7 +50,11 @@ std::vector<ZonePeriod> HistoricPeriods(const TzifZone& zone, std::int64_t until
           periods.back().standard_offset = p.utc_offset;
         }
       } else {
-        const std::int32_t base = standard.value_or(p.utc_offset - kHour);
+        std::int32_t base = standard.value_or(p.utc_offset - kHour);
+        // Daylight time more than three hours above the standard time before
+        // it follows a jump across the date line (Apia's -11:00 to +14:00 in
+        // 2011): it is summer time of a new standard time an hour below it.
+        if (p.utc_offset - base > 3 * kHour) base = p.utc_offset - kHour;
         p.kind = p.utc_offset - base >= 2 * kHour ? ZoneKind::kDoubleSummer : ZoneKind::kSummer;
         p.standard_offset = base;
       }

@@ -22,10 +22,13 @@ struct ZonePeriod {
   ZoneKind kind = ZoneKind::kStandard;
   std::int32_t standard_offset = 0;  // the standard time this period belongs to
   std::string abbreviation;          // the IANA abbreviation ("CEST")
+  bool local_mean_time = false;      // a return to local mean time (Lagos 1909-1914)
 };
 
 // The periods of `zone` that begin before `until` (seconds since the epoch),
-// after its local mean time. Kinds follow the conventional view: a period
+// after its initial local mean time; a later return to local mean time is a
+// period of its own, flagged local_mean_time. Kinds follow the conventional
+// view: a period
 // flagged daylight is summer time (double summer when it is two hours or more
 // above the standard time before it); a "negative" daylight period, below
 // the standard time around it (Ireland's winter GMT, Namibia's winter time),

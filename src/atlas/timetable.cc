@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <tuple>
 
 #include "atlas/country_table.h"
@@ -46,10 +47,16 @@ std::optional<std::int16_t> SectionCountry(double datum) {
   return static_cast<std::int16_t>(number);
 }
 
-// Where each country's section starts in one expanded timetable image.
+// Where each block of each country's section starts in one expanded
+// timetable image, so that a reader seeks to its block instead of reading
+// the blocks before it (the export reads every block of a country).
 class SectionIndex {
  public:
-  std::optional<std::int32_t> Find(const std::string& path, std::int16_t country) {
+  // The position of the marker of timetable `number` in the country's
+  // section: its first such marker, as a reader walking the section meets
+  // it. Nothing when the section or the block is missing.
+  std::optional<std::int32_t> FindBlock(const std::string& path, std::int16_t country,
+                                        std::int32_t number) {
     std::int32_t error = 0;
     auto image = ExpandedImage(path, error);
     if (!image) return std::nullopt;
@@ -57,28 +64,36 @@ class SectionIndex {
     auto& entry = files_[path];
     if (entry.image != image) {
       entry.image = image;
-      entry.sections = Scan(*image);
+      entry.blocks = Scan(*image);
     }
-    const auto it = entry.sections.find(country);
-    if (it == entry.sections.end()) return std::nullopt;
+    const auto it = entry.blocks.find({country, number});
+    if (it == entry.blocks.end()) return std::nullopt;
     return it->second;
   }
 
  private:
+  using Blocks = std::map<std::pair<std::int16_t, std::int32_t>, std::int32_t>;
   struct File {
     std::shared_ptr<const std::string> image;
-    std::map<std::int16_t, std::int32_t> sections;
+    Blocks blocks;
   };
-  static std::map<std::int16_t, std::int32_t> Scan(std::string_view image) {
-    std::map<std::int16_t, std::int32_t> sections;
+  static Blocks Scan(std::string_view image) {
+    Blocks blocks;
+    std::set<std::int16_t> seen;  // a country's first section counts
+    std::optional<std::int16_t> country;
     for (std::size_t at = 0; at + kTimetableRecordSize <= image.size();
          at += kTimetableRecordSize) {
       const double datum = DecodeFloat64(image, at);
-      if (!IsSectionMarker(datum)) continue;
-      if (const auto country = SectionCountry(datum))
-        sections.emplace(*country, static_cast<std::int32_t>(at));
+      if (IsSectionMarker(datum)) {
+        country = SectionCountry(datum);
+        if (country && !seen.insert(*country).second) country.reset();
+      } else if (country && IsBlockMarker(datum) &&
+                 -datum / kBlockMarkerStep <= std::numeric_limits<std::int32_t>::max()) {
+        const auto number = static_cast<std::int32_t>(-datum / kBlockMarkerStep);
+        blocks.emplace(std::make_pair(*country, number), static_cast<std::int32_t>(at));
+      }
     }
-    return sections;
+    return blocks;
   }
   std::mutex mutex_;
   std::map<std::string, File> files_;
@@ -375,26 +390,18 @@ std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_i
   if (!Exist(file)) return 0;
 
   result.assign(1, TimetableEntry{kSerial1700, 0});
-  const auto section = Sections().Find(file, country_id);
-  if (!section) return static_cast<std::int16_t>(result.size());
+  const auto block = Sections().FindBlock(file, country_id, number);
+  if (!block) return static_cast<std::int16_t>(result.size());
   const LzFile lz(file);
   if (lz.get() < 0) return ShowTimetableError(lz.get(), file, result);
-  if (const std::int32_t at = LZSeek(lz.get(), *section + kRecordSize, kLzSeekSet); at < 0) {
+  if (const std::int32_t at = LZSeek(lz.get(), *block + kRecordSize, kLzSeekSet); at < 0) {
     return ShowTimetableError(at, file, result);
   }
-  const double wanted = -kBlockMarkerStep * number;
-  bool in_block = false;
   RawRecord r;
   for (;;) {
     const std::int32_t read = ReadRecord(lz.get(), r);
     if (read < 0) return ShowTimetableError(read, file, result);
-    if (read == 0 || IsSectionMarker(r.datum)) break;
-    if (IsBlockMarker(r.datum)) {
-      if (in_block) break;
-      in_block = r.datum == wanted;
-      continue;
-    }
-    if (!in_block) continue;
+    if (read == 0 || IsSectionMarker(r.datum) || IsBlockMarker(r.datum)) break;
     if (result.size() >= 32767) break;  // the count is 16-bit
     const double datum = france && std::isfinite(r.datum) && std::fabs(r.datum) < 3e6
                              ? FranceCorrected(r.datum)

@@ -174,6 +174,14 @@ DstRules DstRules::Parse(std::string_view text, const std::string& file) {
   std::size_t line_no = 0;
   bool header = false;
   bool changes_allowed = false;
+  using Key = std::pair<std::int16_t, std::int16_t>;
+  std::map<Key, Changes> own;
+  struct Same {
+    std::size_t line;
+    Key timetable;
+    Key as;
+  };
+  std::vector<Same> same;
   for (std::string_view line : Split(text, '\n')) {
     ++line_no;
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
@@ -207,13 +215,23 @@ DstRules DstRules::Parse(std::string_view text, const std::string& file) {
       if (zone < 0 || static_cast<std::size_t>(zone) >= kZoneCount) {
         throw AtlasError(file, where + "zone " + std::string(f[4]) + " is not in the zone table");
       }
-      auto& list =
-          rules
-              .changes_[{static_cast<std::int16_t>(country), static_cast<std::int16_t>(timetable)}];
+      auto& list = own[{static_cast<std::int16_t>(country), static_cast<std::int16_t>(timetable)}];
       if (!list.empty() && at <= list.back().first) {
         throw AtlasError(file, where + "change out of time order");
       }
       list.emplace_back(at, static_cast<std::int16_t>(zone));
+      continue;
+    }
+    if (f.size() >= 3 && f[2] == "same") {
+      int v[4] = {};
+      if (!changes_allowed || f.size() != 5 || !ParseInt(f[0], v[0]) || !ParseInt(f[1], v[1]) ||
+          !ParseInt(f[3], v[2]) || !ParseInt(f[4], v[3]) ||
+          std::any_of(std::begin(v), std::end(v), [](int x) { return x < 0 || x > 32767; })) {
+        throw AtlasError(file, where + "malformed same line");
+      }
+      same.push_back({line_no,
+                      {static_cast<std::int16_t>(v[0]), static_cast<std::int16_t>(v[1])},
+                      {static_cast<std::int16_t>(v[2]), static_cast<std::int16_t>(v[3])}});
       continue;
     }
     DstRuleRange r;
@@ -243,11 +261,22 @@ DstRules DstRules::Parse(std::string_view text, const std::string& file) {
     rules.ranges_[{r.country, r.timetable}].push_back(r);
   }
   if (!header) throw AtlasError(file, "line 1: not a summer-time rules file");
+  for (auto& [key, list] : own)
+    rules.changes_[key] = std::make_shared<const Changes>(std::move(list));
+  for (const auto& s : same) {
+    if (own.find(s.as) == own.end()) {
+      throw AtlasError(file, "line " + std::to_string(s.line) + ": same as country " +
+                                 std::to_string(s.as.first) + ", timetable " +
+                                 std::to_string(s.as.second) + ", which has no changes");
+    }
+    rules.changes_[s.timetable] = rules.changes_.at(s.as);
+  }
   return rules;
 }
 
 std::string DstRules::Format(const std::vector<DstRuleRange>& ranges,
-                             const std::vector<ZoneChange>& changes) {
+                             const std::vector<ZoneChange>& changes,
+                             const std::vector<SameChanges>& same) {
   std::string text = "TarvPlaces DST rules\t" + std::to_string(kDstRulesVersion) + "\n";
   text += "# country\ttimetable\tfrom\tto\tkind\tstart\tend\n";
   for (const auto& r : ranges) {
@@ -275,12 +304,16 @@ std::string DstRules::Format(const std::vector<DstRuleRange>& ranges,
     text += std::to_string(c.country) + '\t' + std::to_string(c.timetable) + "\tchange\t" +
             FormatLocalSecond(c.at) + '\t' + std::to_string(c.zone) + '\n';
   }
+  for (const auto& s : same) {
+    text += std::to_string(s.country) + '\t' + std::to_string(s.timetable) + "\tsame\t" +
+            std::to_string(s.as_country) + '\t' + std::to_string(s.as_timetable) + '\n';
+  }
   return text;
 }
 
 const DstRules::Changes* DstRules::ChangesFor(std::int16_t country, std::int16_t timetable) const {
   const auto it = changes_.find({country, timetable});
-  return it == changes_.end() || it->second.empty() ? nullptr : &it->second;
+  return it == changes_.end() || it->second->empty() ? nullptr : it->second.get();
 }
 
 std::optional<DstRule> DstRules::RuleFor(std::int16_t country, std::int16_t timetable,

@@ -26,13 +26,18 @@
 // with change lines has every change of standard time and every summer
 // period from 2000 through kLastChangeYear in them, in time order; before
 // its first change the zone its timetable holds at the end of 1999 goes on.
-// Its rule lines then serve the years after kLastChangeYear. Version 1 files
-// (rule lines only) are read as before.
+// Its rule lines then serve the years after kLastChangeYear. A timetable
+// whose changes are another's (most timetables of a time zone share them)
+// says so in one line instead:
+//   country<TAB>timetable<TAB>same<TAB>country<TAB>timetable
+// naming a timetable with change lines of its own. Version 1 files (rule
+// lines only) are read as before.
 #ifndef TARVPLACES_ATLAS_DST_RULES_H_
 #define TARVPLACES_ATLAS_DST_RULES_H_
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -113,6 +118,14 @@ struct ZoneChange {
   std::int16_t zone = 0;
 };
 
+// One "same" line: the timetable has the changes of another.
+struct SameChanges {
+  std::int16_t country = 0;
+  std::int16_t timetable = 0;
+  std::int16_t as_country = 0;
+  std::int16_t as_timetable = 0;
+};
+
 // The parsed rules file.
 class DstRules {
  public:
@@ -120,12 +133,14 @@ class DstRules {
 
   // Parses the file's text; throws AtlasError naming `file` and the line for
   // a wrong header or version, a malformed line, a range whose years run
-  // backwards, a zone outside the zone table, or changes out of time order.
+  // backwards, a zone outside the zone table, changes out of time order, or
+  // a "same" line naming a timetable without change lines of its own.
   static DstRules Parse(std::string_view text, const std::string& file);
-  // The file's text (version 2) for `ranges` and `changes`, in the order
-  // given.
+  // The file's text (version 2) for `ranges`, `changes` and `same`, in the
+  // order given.
   static std::string Format(const std::vector<DstRuleRange>& ranges,
-                            const std::vector<ZoneChange>& changes = {});
+                            const std::vector<ZoneChange>& changes = {},
+                            const std::vector<SameChanges>& same = {});
 
   // The rule of a country's timetable in `year`, or nullopt when the file
   // says nothing about that timetable.
@@ -137,7 +152,7 @@ class DstRules {
 
  private:
   std::map<std::pair<std::int16_t, std::int16_t>, std::vector<DstRuleRange>> ranges_;
-  std::map<std::pair<std::int16_t, std::int16_t>, Changes> changes_;
+  std::map<std::pair<std::int16_t, std::int16_t>, std::shared_ptr<const Changes>> changes_;
 };
 
 // The summer-time rule a timetable's entries imply for the years after 1999:

@@ -76,13 +76,15 @@ TEST(DstRules, ChangesAfter1999RoundTripAndAreChecked) {
                                            {212, 1, At(2016, 5, 1, 2, 30), 16},
                                            {58, 2, At(2011, 12, 29, 23, 59, 59), 0}};
   const auto rules = DstRules::Parse(
-      DstRules::Format({{212, 1, 2000, 2037, DstRule::None()}}, changes), "DstRules.dat");
+      DstRules::Format({{212, 1, 2000, 2037, DstRule::None()}}, changes, {{212, 3, 212, 1}}),
+      "DstRules.dat");
   const auto* venezuela = rules.ChangesFor(212, 1);
   ASSERT_NE(venezuela, nullptr);
   ASSERT_EQ(venezuela->size(), 2U);
   EXPECT_EQ((*venezuela)[1], std::make_pair(At(2016, 5, 1, 2, 30), std::int16_t{16}));
   EXPECT_NEAR(rules.ChangesFor(58, 2)->front().first, At(2011, 12, 29, 23, 59, 59), 1e-9);
   EXPECT_EQ(rules.ChangesFor(212, 2), nullptr);
+  EXPECT_EQ(rules.ChangesFor(212, 3), venezuela);  // shared, not copied
   EXPECT_EQ(rules.RuleFor(212, 1, 2040)->kind, DstRule::Kind::kNone);
 
   auto error = [](const std::string& text) {
@@ -105,6 +107,10 @@ TEST(DstRules, ChangesAfter1999RoundTripAndAreChecked) {
                   "1\t1\tchange\t2007-12-09T03:00:00\t6\n")
                 .find("line 3: change out of time order"),
             std::string::npos);
+  EXPECT_NE(error(v2 + "1\t2\tsame\t1\t1\n")
+                .find("line 2: same as country 1, timetable 1, which has no changes"),
+            std::string::npos);
+  EXPECT_NE(error(v2 + "1\t2\tsame\t1\n").find("malformed same line"), std::string::npos);
   // Version 1 files know no changes.
   EXPECT_NE(error("TarvPlaces DST rules\t1\n1\t1\tchange\t2007-12-09T03:00:00\t5\n")
                 .find("malformed change"),

@@ -581,6 +581,8 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   std::vector<TimetableSection> ttusa;
   std::vector<DstRuleRange> rules;
   std::vector<ZoneChange> changes;
+  std::vector<SameChanges> same;
+  std::map<HistoryKey, std::pair<std::int16_t, std::int16_t>> change_owner;
   for (std::size_t i = 0; i < order.size(); ++i) {
     CountryPlan& plan = *order[i];
     plan.id = static_cast<std::int16_t>(i + 1);
@@ -617,6 +619,16 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     for (std::size_t b = 0; b < t.blocks.size(); ++b) {
       const auto number = static_cast<std::int16_t>(b + 1);
       AddRules(plan.id, number, zones.Get(t.block_zone[b]), t.block_zone[b], rules, summary);
+      if (t.later[b].empty()) continue;
+      // Timetables of one zone share their changes: written once.
+      HistoryKey key;
+      for (const auto& e : t.later[b])
+        key.emplace_back(e.Datum, e.Zone);
+      const auto [first, fresh] = change_owner.try_emplace(std::move(key), plan.id, number);
+      if (!fresh) {
+        same.push_back({plan.id, number, first->second.first, first->second.second});
+        continue;
+      }
       for (const auto& e : t.later[b])
         changes.push_back({plan.id, number, e.Datum, e.Zone});
     }
@@ -670,9 +682,10 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   WriteFileAtomically(out / "Zones13.bin", EncodeZoneFile(table));
   WriteFileAtomically(out / "ttx.dao", CompressSzdd(EncodeTimetableFile(ttx), 'o'));
   WriteFileAtomically(out / "TTUSA.dao", CompressSzdd(EncodeTimetableFile(ttusa), 'o'));
-  WriteFileAtomically(out / kDstRulesFile, DstRules::Format(rules, changes));
+  WriteFileAtomically(out / kDstRulesFile,
+                      CompressSzdd(DstRules::Format(rules, changes, same), 't'));
   summary.rule_lines = rules.size();
-  summary.change_lines = changes.size();
+  summary.change_lines = changes.size() + same.size();
   // Repeated timetables repeat their zone's years.
   std::sort(summary.unexpressible.begin(), summary.unexpressible.end());
   summary.unexpressible.erase(

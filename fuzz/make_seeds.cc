@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "atlas/dst_rules.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file_writer.h"
 #include "atlas/process_state.h"
@@ -145,6 +146,18 @@ void TimetableSeeds() {
            {Option(0), CompressSzdd(ttx, 'o'),
             Doubles({At(1997, 7, 1), At(1997, 3, 30, 2, 30), At(2020, 7, 1), At(1976, 5, 30)})}));
   Save("timetable_fuzzer", "usa", JoinParts({Option(3), usa, Doubles({At(1950, 1, 1)})}));
+  // History after 1999: a change of standard time, summer periods, a
+  // timetable sharing them, and a rule for the years after 2037.
+  const std::string rules =
+      DstRules::Format({{58, 1, 2000, 2037, DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180})}},
+                       {{58, 1, At(2007, 12, 9, 3), zone("GMT")},
+                        {58, 1, At(2008, 3, 30, 1), zone("WET/S")},
+                        {58, 1, At(2008, 10, 26, 2), zone("GMT")},
+                        {58, 1, At(2016, 5, 1, 2, 30), met}},
+                       {{58, 2, 58, 1}});
+  Save("timetable_fuzzer", "changes_after_1999",
+       JoinParts({Option(4), ttx, Doubles({At(2008, 7, 1), At(2040, 7, 1), At(2008, 3, 30, 1, 30)}),
+                  rules}));
   ResetProcessState();
 }
 
@@ -192,12 +205,14 @@ void UserPlaceSeeds() {
 }  // namespace
 
 void NameIndexSeeds() {
-  Save("name_index_fuzzer", "three_names",
-       EncodeNameIndex({{"munich", 1, 1500000}, {"muenchen", 1, 1500000}, {"wien", 2, 1900000}},
-                       3));
+  Save(
+      "name_index_fuzzer", "three_names",
+      EncodeNameIndex({{"munich", 1, 1500000}, {"muenchen", 1, 1500000}, {"wien", 2, 1900000}}, 3));
   Save("name_index_fuzzer", "empty", EncodeNameIndex({}, 0));
-  Save("name_index_fuzzer", "scripts", "\xD0\x9C\xD0\xBE\xD1\x81\xD0\xBA\xD0\xB2\xD0\xB0 "
-                                       "\xE6\x9D\xB1\xE4\xBA\xAC \xC5\x81\xC3\xB3" "d\xC5\xBA");
+  Save("name_index_fuzzer", "scripts",
+       "\xD0\x9C\xD0\xBE\xD1\x81\xD0\xBA\xD0\xB2\xD0\xB0 "
+       "\xE6\x9D\xB1\xE4\xBA\xAC \xC5\x81\xC3\xB3"
+       "d\xC5\xBA");
 }
 
 int main(int argc, char** argv) {

@@ -4,8 +4,10 @@
 //
 // Input parts (see fuzz_support.h): options (byte 0, bit 0: compress the
 // timetable bytes before writing them; bit 1: write them as "TTUSA.dao"
-// too), timetable bytes, dates (8-byte little-endian serial dates, up to
-// four; a fixed set when there are none).
+// too; bit 2: compress the rules text), timetable bytes, dates (8-byte
+// little-endian serial dates, up to four; a fixed set when there are none),
+// and the text of the rules file "DstRules.dat" (none when empty), whose
+// change lines decide the dates after 1999.
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -13,6 +15,7 @@
 #include <vector>
 
 #include "atlas/country_table.h"
+#include "atlas/dst_rules.h"
 #include "atlas/timetable.h"
 #include "fuzz_support.h"
 #include "platform/lz.h"
@@ -48,7 +51,7 @@ void LookUp(const char* code, std::int16_t timetable, const std::vector<double>&
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto parts =
-      fuzz::SplitParts(std::string_view(reinterpret_cast<const char*>(data), size), 3);
+      fuzz::SplitParts(std::string_view(reinterpret_cast<const char*>(data), size), 4);
   const std::uint8_t options = parts[0].empty() ? 0 : static_cast<std::uint8_t>(parts[0][0]);
   const std::string bytes =
       (options & 1) != 0 ? CompressSzdd(parts[1], 'o') : std::string(parts[1]);
@@ -56,11 +59,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::PrepareAtlas(true);
   fuzz::Scratch().Write("ttx.dao", bytes);
   if ((options & 2) != 0) fuzz::Scratch().Write("TTUSA.dao", bytes);
+  if (!parts[3].empty()) {
+    fuzz::Scratch().Write(kDstRulesFile,
+                          (options & 4) != 0 ? CompressSzdd(parts[3], 't') : std::string(parts[3]));
+  }
 
   std::vector<double> dates;
   for (std::size_t at = 0; at + 8 <= parts[2].size() && dates.size() < 4; at += 8)
     dates.push_back(DecodeFloat64(parts[2], at));
-  if (dates.empty()) dates = {SerialOfDate(1950, 6, 1), kSerial2000, SerialOfDate(2015, 7, 1)};
+  if (dates.empty()) {
+    dates = {SerialOfDate(1950, 6, 1), kSerial2000, SerialOfDate(2015, 7, 1),
+             SerialOfDate(2040, 7, 1)};
+  }
 
   for (const char* code : kCodes) {
     const std::int16_t country = GetCountryID(code);

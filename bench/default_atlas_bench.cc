@@ -29,6 +29,7 @@ namespace tarv::bench {
 namespace {
 
 const std::string kAtlas = TARV_DEFAULT_ATLAS;
+const std::string kSqliteFile = TARV_BENCH_SQLITE_FILE;
 constexpr std::size_t kSamples = 256;
 
 bool HaveAtlas(benchmark::State& state) {
@@ -62,6 +63,12 @@ SqliteAtlas& Sqlite() {
   return *db;
 }
 
+// The same places in a database file in the build folder.
+SqliteAtlas& SqliteFile() {
+  static const auto db = std::make_unique<SqliteAtlas>(LoadAtlasSample(kAtlas), kSqliteFile);
+  return *db;
+}
+
 // Reports how many places a call found on average, so that both sides can be
 // seen to answer the same question.
 void ReportFound(benchmark::State& state, double found) {
@@ -89,11 +96,12 @@ void ExactWarmOurs(benchmark::State& state) {
 }
 BENCHMARK(ExactWarmOurs)->Name("Default/ExactWarm/ours");
 
+template <SqliteAtlas& (*Db)()>
 void ExactWarmSqlite(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
   const auto names = SampleNames(Largest(), kSamples, 7);
   const std::string code = LargestCode();
-  auto& db = Sqlite();
+  auto& db = Db();
   std::vector<SqliteAtlas::Row> rows;
   std::size_t i = 0;
   double found = 0;
@@ -103,7 +111,8 @@ void ExactWarmSqlite(benchmark::State& state) {
   }
   ReportFound(state, found);
 }
-BENCHMARK(ExactWarmSqlite)->Name("Default/ExactWarm/sqlite");
+BENCHMARK(ExactWarmSqlite<Sqlite>)->Name("Default/ExactWarm/sqlite");
+BENCHMARK(ExactWarmSqlite<SqliteFile>)->Name("Default/ExactWarm/sqlite_file");
 
 // The first lookup of a process: no table loaded, no file image cached.
 void ExactColdOurs(benchmark::State& state) {
@@ -149,11 +158,12 @@ void PrefixOurs(benchmark::State& state) {
 }
 BENCHMARK(PrefixOurs)->Name("Default/Prefix/ours");
 
+template <SqliteAtlas& (*Db)()>
 void PrefixSqlite(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
   const auto prefixes = SampleNames(Largest(), kSamples, 13, false, 4);
   const std::string code = LargestCode();
-  auto& db = Sqlite();
+  auto& db = Db();
   std::vector<SqliteAtlas::Row> rows;
   std::size_t i = 0;
   double found = 0;
@@ -162,7 +172,8 @@ void PrefixSqlite(benchmark::State& state) {
   }
   ReportFound(state, found);
 }
-BENCHMARK(PrefixSqlite)->Name("Default/Prefix/sqlite");
+BENCHMARK(PrefixSqlite<Sqlite>)->Name("Default/Prefix/sqlite");
+BENCHMARK(PrefixSqlite<SqliteFile>)->Name("Default/Prefix/sqlite_file");
 
 // ---- Accent-folding pattern: names typed without their accents ----
 
@@ -185,7 +196,8 @@ std::vector<std::string> OtherNames(std::size_t n, unsigned seed) {
   if (!bytes) return {};
   std::set<std::string> own;
   for (const auto& p : country.places) {
-    for (auto& key : NameKeysOf(p.TrimmedName())) own.insert(std::move(key));
+    for (auto& key : NameKeysOf(p.TrimmedName()))
+      own.insert(std::move(key));
   }
   std::set<std::string> keys;
   const NameIndex index(*bytes, file);
@@ -226,11 +238,12 @@ void NearestOurs(benchmark::State& state) {
 }
 BENCHMARK(NearestOurs)->Name("Default/Nearest/ours");
 
+template <SqliteAtlas& (*Db)()>
 void NearestSqlite(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
   const auto points = SamplePoints(Largest(), kSamples, 11);
   const std::string code = LargestCode();
-  auto& db = Sqlite();
+  auto& db = Db();
   // The baseline must answer as the atlas does, or the comparison means nothing.
   auto& places = Warm();
   for (const auto& [lon, lat] : points) {
@@ -250,7 +263,8 @@ void NearestSqlite(benchmark::State& state) {
     benchmark::DoNotOptimize(db.Nearest(code, lon, lat));
   }
 }
-BENCHMARK(NearestSqlite)->Name("Default/Nearest/sqlite");
+BENCHMARK(NearestSqlite<Sqlite>)->Name("Default/Nearest/sqlite");
+BENCHMARK(NearestSqlite<SqliteFile>)->Name("Default/Nearest/sqlite_file");
 
 // ---- Zone at a date ----
 

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <cstdio>
 #include <stdexcept>
 
 #include "platform/codepage.h"
@@ -46,8 +47,10 @@ constexpr double kNoDistance = 1000.0;
 
 }  // namespace
 
-SqliteAtlas::SqliteAtlas(const AtlasSample& sample) {
-  if (sqlite3_open(":memory:", &db_) != SQLITE_OK) throw std::runtime_error("sqlite3_open");
+SqliteAtlas::SqliteAtlas(const AtlasSample& sample, const std::string& path) {
+  if (path != ":memory:") std::remove(path.c_str());
+  if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK)
+    throw std::runtime_error("sqlite3_open " + path);
   Execute(db_,
           "CREATE TABLE places(id INTEGER PRIMARY KEY, country TEXT NOT NULL, name TEXT NOT NULL,"
           " folded TEXT NOT NULL, longitude REAL NOT NULL, latitude REAL NOT NULL,"

@@ -1,6 +1,6 @@
-// The baseline the place lookups are measured against: the same places in an
-// in-memory SQLite database, asked the same questions through prepared
-// statements.
+// The baseline the place lookups are measured against: the same places in a
+// SQLite database, in memory or in a file, asked the same questions through
+// prepared statements.
 #ifndef TARVPLACES_BENCH_SQLITE_ATLAS_H_
 #define TARVPLACES_BENCH_SQLITE_ATLAS_H_
 
@@ -28,7 +28,10 @@ class SqliteAtlas {
   // an index on (country, folded), folded being the name in capitals as the
   // atlas folds it; an R*Tree over the coordinates for the nearest place.
   // Rows go in in the atlas's reading order, so rowid order is that order.
-  explicit SqliteAtlas(const AtlasSample& sample);
+  // `path` is ":memory:" or a database file, which is written afresh; a
+  // host keeping its atlas in SQLite reads such a file, each query one
+  // statement that locks and checks the file as SQLite does.
+  explicit SqliteAtlas(const AtlasSample& sample, const std::string& path = ":memory:");
   ~SqliteAtlas();
   SqliteAtlas(const SqliteAtlas&) = delete;
   SqliteAtlas& operator=(const SqliteAtlas&) = delete;

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs the default-atlas benchmarks with repetitions and prints one Markdown
-# table: case, our median, SQLite's median and the ratio ours / SQLite, in CPU
-# time per call (other load on the machine stretches wall time, not CPU time).
+# table: case, our median, the medians of SQLite in memory and of SQLite on a
+# database file, and the ratios ours / SQLite, in CPU time per call (other load
+# on the machine stretches wall time, not CPU time).
 #
 #   bash scripts/bench-table.sh [BENCH_BINARY] [REPETITIONS]
 set -euo pipefail
@@ -58,13 +59,15 @@ awk '
     aggregate = ""
   }
   END {
-    print "| case | ours (median) | SQLite (median) | ours / SQLite |"
-    print "|---|---:|---:|---:|"
+    print "| case | ours (median) | SQLite in memory | ours / memory | SQLite file | ours / file |"
+    print "|---|---:|---:|---:|---:|---:|"
     for (i = 1; i <= cases; ++i) {
       c = order[i]
-      ours = median[c, "ours"]; lite = median[c, "sqlite"]
+      ours = median[c, "ours"]; lite = median[c, "sqlite"]; file = median[c, "sqlite_file"]
       ratio = (ours != "" && lite != "") ? sprintf("%.2f", ours / lite) : "-"
-      printf "| %s | %s | %s | %s |\n", (c in title ? title[c] : c), show(ours), show(lite), ratio
+      file_ratio = (ours != "" && file != "") ? sprintf("%.2f", ours / file) : "-"
+      printf "| %s | %s | %s | %s | %s | %s |\n", (c in title ? title[c] : c), show(ours), \
+        show(lite), ratio, show(file), file_ratio
     }
   }
 ' "$json"

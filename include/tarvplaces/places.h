@@ -175,11 +175,14 @@ class classPlaces {
                                             bool* rIsLmt = nullptr, double* ZoneTime = nullptr);
 
   // The zone of a place: with `Julian` (a Julian day, local time at the
-  // place) the zone in force then, else the standard zone its timetable ends
-  // on. Returns the abbreviation ("MET/S"; cut at a NUL, trailing blanks
-  // dropped) or with `LongString` the 45-character name, and sets
-  // `*GetTimezoneId`. Julian days of years before 100 are looked up at
-  // 1 January 100 (local mean time).
+  // place) the zone in force then: its abbreviation ("MET/S"; cut at a NUL,
+  // trailing blanks dropped). With `Julian` 0 the text GetRightTimeZone
+  // gives for the place's timetable, as it stands ("MEZ" for a country whose
+  // base zone the country table writes so; "" for an unknown country). With
+  // `LongString` the zone's 45-character name instead ("" where no zone is
+  // named). `*GetTimezoneId` receives the zone's identifier (0 when none).
+  // Julian days of years before 100 are looked up at 1 January 100 (local
+  // mean time).
   std::string GetTimezoneOfCity(const std::string& SearchPlace, const std::string& CountryShort,
                                 double Julian = 0.0, bool LongString = false,
                                 std::int16_t* GetTimezoneId = nullptr);

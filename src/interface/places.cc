@@ -267,16 +267,19 @@ std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   ZoneRecord zone;
   std::int16_t id = 0;
-  if (Julian != 0.0) {
-    if (const auto at = ZoneAt(code, timetable, LookupSerialOfJulian(Julian))) {
-      zone = at->zone;
-      id = at->zone_id;
-    }
-  } else {
-    id = tarv::GetTimezoneId(tarv::GetRightTimeZone(code, timetable));
-    if (static_cast<std::size_t>(id) < State().zones.size()) {
-      zone = State().zones[static_cast<std::size_t>(id)];
-    }
+  if (Julian == 0.0) {
+    // The text as GetRightTimeZone gives it ("MEZ" stays "MEZ"), "" when it
+    // names no zone; the identifier is the zone it names.
+    const std::string text = tarv::GetRightTimeZone(code, timetable);
+    id = tarv::GetTimezoneId(text);
+    if (GetTimezoneId != nullptr) *GetTimezoneId = id;
+    if (!LongString) return Host(text);
+    if (text.empty() || static_cast<std::size_t>(id) >= State().zones.size()) return {};
+    return Host(State().zones[static_cast<std::size_t>(id)].TZName);
+  }
+  if (const auto at = ZoneAt(code, timetable, LookupSerialOfJulian(Julian))) {
+    zone = at->zone;
+    id = at->zone_id;
   }
   if (GetTimezoneId != nullptr) *GetTimezoneId = id;
   if (LongString) return Host(zone.TZName);

@@ -254,6 +254,23 @@ TEST_F(PlaceLookupTest, TimezoneOfCityWithAndWithoutDate) {
   EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(50, 7, 1, 12)), "LMT");
 }
 
+TEST_F(PlaceLookupTest, TimezoneOfCityWithoutDateIsTheTextOfGetRightTimeZone) {
+  // Austria has no history: its base zone as the country table writes it.
+  WriteCountry("A", {testing::Place("Wien", 16.37F, 48.21F, 0)});
+  std::int16_t id = -1;
+  EXPECT_EQ(places_.GetTimezoneOfCity("Wien", "A", 0, false, &id), "MEZ");
+  EXPECT_EQ(places_.GetRightTimeZone("A", 0), "MEZ");
+  EXPECT_EQ(id, places_.GetTimezoneId("MET"));
+  EXPECT_EQ(places_.GetTimezoneOfCity("Wien", "A", 0, true).substr(0, 20), "Middle European Time");
+  EXPECT_EQ(places_.GetTimezoneOfCity("Berlin", "D", 0, false, &id), "EET");
+  EXPECT_EQ(id, places_.GetTimezoneId("EET"));
+  // An unknown country has no zone, not local mean time.
+  id = -1;
+  EXPECT_EQ(places_.GetTimezoneOfCity("Atlantis", "Xanadu", 0, false, &id), "");
+  EXPECT_EQ(id, 0);
+  EXPECT_EQ(places_.GetTimezoneOfCity("Atlantis", "Xanadu", 0, true), "");
+}
+
 TEST_F(PlaceLookupTest, TimetableOfAPlaceOrOneWhenUnknown) {
   std::int16_t timetable = 0;
   EXPECT_EQ(places_.HaveTimetables("D", "Berlin", &timetable), 3);

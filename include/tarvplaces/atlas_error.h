@@ -1,7 +1,9 @@
-// The one exception type of the component: broken atlas data.
+// What goes wrong with atlas files: the exceptions of the component, and the
+// record of a file a lookup could not read.
 #ifndef TARVPLACES_ATLAS_ERROR_H_
 #define TARVPLACES_ATLAS_ERROR_H_
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -25,6 +27,19 @@ class AtlasError : public std::runtime_error {
  private:
   std::string file_;
   std::string problem_;
+};
+
+// A file a lookup could not read: damaged compressed data, an unknown
+// compression mode, a file that cannot be opened. Lookups do not throw for
+// it; they answer as if the file held nothing (0 places, "", no zone) after
+// showing the LZ error message where the classic interface shows one. The
+// host learns of it through classPlaces::LastAtlasFault.
+struct AtlasFault {
+  std::string File;       // the path as the component opened it (UTF-8)
+  std::int32_t Code = 0;  // the LZ error code (negative); 0: no fault
+  std::string Reason;     // the code's text, e.g. "corrupt compressed file format"
+
+  explicit operator bool() const noexcept { return Code != 0; }
 };
 
 }  // namespace tarv

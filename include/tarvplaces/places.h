@@ -10,8 +10,10 @@
 // classic automation types the hosts were written against: Integer is
 // std::int16_t, Long is std::int32_t. Frequent lookups never throw; they
 // return 0 or an empty result. A present but malformed atlas file throws
-// tarv::AtlasError. The object is meant for one thread (the host's UI
-// thread), like the hosts it serves.
+// tarv::AtlasError. A place or timetable file that cannot be read at all
+// (damaged compressed data) does not throw from a lookup: the lookup answers
+// as if it found nothing, and LastAtlasFault names the file. The object is
+// meant for one thread (the host's UI thread), like the hosts it serves.
 #ifndef TARVPLACES_PLACES_H_
 #define TARVPLACES_PLACES_H_
 
@@ -182,7 +184,8 @@ class classPlaces {
   // `LongString` the zone's 45-character name instead ("" where no zone is
   // named). `*GetTimezoneId` receives the zone's identifier (0 when none).
   // Julian days of years before 100 are looked up at 1 January 100 (local
-  // mean time).
+  // mean time). "" when a file the lookup needs cannot be read
+  // (LastAtlasFault).
   std::string GetTimezoneOfCity(const std::string& SearchPlace, const std::string& CountryShort,
                                 double Julian = 0.0, bool LongString = false,
                                 std::int16_t* GetTimezoneId = nullptr);
@@ -288,6 +291,25 @@ class classPlaces {
   // gefüllt" and writes nothing. Throws AtlasError when the folder cannot be
   // written; the files already there stay as they were.
   void Export(const std::string& Password, const std::string* CountryFile = nullptr);
+
+  // ---- Faults ----
+
+  // The first atlas file the last call of a member that reads place, index
+  // or timetable files could not read (the place, zone, timetable and
+  // user-place members, Export, ShowPlacemanager), with the LZ error code
+  // and its text; Code 0 when that call read everything it needed. Lookups
+  // do not throw for such a file: they show the LZ message where the classic
+  // interface shows one and then answer as if the file held nothing (0
+  // places, "", no zone). So a host that gets an empty answer asks here
+  // whether the atlas is damaged rather than the place unknown, and tells
+  // the user to reinstall or rebuild the atlas:
+  //   if (places.GetPlaceData(name, code) == 0) {
+  //     if (const auto fault = places.LastAtlasFault())
+  //       ShowError(fault.File + ": " + fault.Reason);
+  //   }
+  // Each such member starts afresh, so the answer always belongs to the
+  // last call.
+  AtlasFault LastAtlasFault() const;
 
   // ---- Language ----
 

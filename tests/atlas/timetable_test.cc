@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <limits>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/dst_rules.h"
+#include "platform/file_status.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/bytes.h"
@@ -194,6 +196,81 @@ TEST_F(TimetableTest, ZonesFollowATimetableFileRewrittenOnDisk) {
   install();
   EXPECT_EQ(GetRightTimeZone("D", 2), "GMT");
   EXPECT_EQ(ZoneName("D", 2, At(1997, 7, 1)), "GMT");
+}
+
+// ---------------------------------------------------------------------------
+// A timetable file that cannot be read is never a history of local mean time.
+
+class DamagedTimetableTest : public TimetableTest {
+ protected:
+  // Expects the timetable file to fail every reader with `code`.
+  void ExpectUnreadable(std::int32_t code) {
+    std::vector<TimetableEntry> entries;
+    std::int32_t error = 0;
+    EXPECT_EQ(Read_Cp_TimeTable("", 58, kSerial2000, 1, entries, false, "", &error), 1);
+    EXPECT_EQ(error, code);
+    ASSERT_EQ(messages_.size(), 1U);
+    EXPECT_EQ(messages_[0].title, "Read_Cp_TimeTable");
+    EXPECT_EQ(messages_[0].style, kMsgCritical);
+    EXPECT_EQ(messages_[0].text, LZERROR_Msg(code, ""));
+    EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\ttx.dao");
+    EXPECT_EQ(LastAtlasFault().Code, code);
+    EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "none");
+    EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "none");
+    // A country without timetables reads block 1 of its section, else takes
+    // its base zone: with the file unreadable it has neither.
+    EXPECT_EQ(ZoneName("A", 0, At(1997, 7, 1)), "none");
+    EXPECT_EQ(GetRightTimeZone("D", 1), "");
+    EXPECT_EQ(GetDaylightSavingDate("D", 1, 2005, 0), 0.0);
+    // The USA's file is another file.
+    EXPECT_EQ(ZoneName("USCA", 1, At(1950, 1, 1)), "PST");
+  }
+  std::string Compressed() {
+    return CompressSzdd(EncodeTimetableFile(
+        {{3, {{{At(1911, 3, 11), Zone("GMT")}}}}, {58, {CentralEuropeanHistory(met_, met_s_)}}}));
+  }
+};
+
+TEST_F(DamagedTimetableTest, TruncatedFile) {
+  const std::string whole = Compressed();
+  folder_.Write("ttx.dao", whole.substr(0, whole.size() - 3));
+  ExpectUnreadable(LZERROR_READ);
+}
+
+TEST_F(DamagedTimetableTest, LengthFieldBeyondTheData) {
+  std::string lying = Compressed();
+  lying[12] = '\x01';  // 65,536 bytes more than the data holds
+  folder_.Write("ttx.dao", lying);
+  ExpectUnreadable(LZERROR_READ);
+}
+
+TEST_F(DamagedTimetableTest, UnknownCompressionMode) {
+  std::string other = Compressed();
+  other[8] = 'B';
+  folder_.Write("ttx.dao", other);
+  ExpectUnreadable(LZERROR_UNKNOWNALG);
+}
+
+TEST_F(DamagedTimetableTest, OneMessagePerCallAndTheNextCallTriesAgain) {
+  const std::string whole = Compressed();
+  folder_.Write("ttx.dao", whole.substr(0, 20));
+  {
+    const StatScope one_call;
+    for (int i = 0; i < 3; ++i)
+      EXPECT_EQ(ZoneName("D", static_cast<std::int16_t>(i + 1), At(1997, 7, 1)), "none");
+  }
+  EXPECT_EQ(messages_.size(), 1U);
+  folder_.Write("ttx.dao", whole);
+  ForgetExpandedImage(folder_.str() + "\\ttx.dao");
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");
+}
+
+TEST_F(DamagedTimetableTest, UnreadableRulesFileIsAnError) {
+  folder_.Write(
+      kDstRulesFile,
+      CompressSzdd(DstRules::Format({{58, 1, 2000, 2037, DstRule::None()}})).substr(0, 20));
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");  // the history does not need it
+  EXPECT_THROW(ZoneAt("D", 1, At(2005, 7, 1)), AtlasError);
 }
 
 TEST_F(TimetableTest, UnknownCountriesGroupsAndOddDatesHaveNoZone) {

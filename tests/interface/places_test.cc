@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "atlas/process_state.h"
+#include "platform/lz.h"
 #include "support/atlas_fixture.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
@@ -269,6 +270,46 @@ TEST_F(PlaceLookupTest, TimezoneOfCityWithoutDateIsTheTextOfGetRightTimeZone) {
   EXPECT_EQ(places_.GetTimezoneOfCity("Atlantis", "Xanadu", 0, false, &id), "");
   EXPECT_EQ(id, 0);
   EXPECT_EQ(places_.GetTimezoneOfCity("Atlantis", "Xanadu", 0, true), "");
+}
+
+// Lookups in a damaged atlas answer as if they found nothing; the host learns
+// why from LastAtlasFault, and the next call starts afresh.
+TEST_F(PlaceLookupTest, DamagedFilesAreTheLastCallsFault) {
+  EXPECT_FALSE(places_.LastAtlasFault());
+  const std::string places = folder_.Read("D.dao");
+  folder_.Write("D.dao", places.substr(0, places.size() / 2));
+  double lon = 5;
+  EXPECT_EQ(places_.GetPlaceData("Berlin", "D", &lon), 0);
+  EXPECT_EQ(lon, 0);
+  auto fault = places_.LastAtlasFault();
+  EXPECT_EQ(fault.File, folder_.str() + "\\D.dao");
+  EXPECT_EQ(fault.Code, LZERROR_READ);
+  EXPECT_EQ(fault.Reason, "corrupt compressed file format");
+  EXPECT_EQ(places_.GetTimezoneOfCity("Berlin", "D", Julian(1997, 7, 1, 12)), "");
+  EXPECT_TRUE(places_.LastAtlasFault());
+  EXPECT_EQ(places_.GetCountryTimeZone("D"), "MEZ");  // reads no place file
+  folder_.Write("D.dao", places);
+  EXPECT_EQ(places_.GetPlaceData("Berlin", "D"), 1);
+  EXPECT_FALSE(places_.LastAtlasFault());
+
+  const std::string timetables = folder_.Read("ttx.dao");
+  folder_.Write("ttx.dao", timetables.substr(0, timetables.size() - 1));
+  std::int16_t zone = 5;
+  EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone, Julian(1997, 7, 1, 12)),
+            1);
+  EXPECT_EQ(zone, 0);
+  EXPECT_EQ(places_.LastAtlasFault().File, folder_.str() + "\\ttx.dao");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(1997, 7, 1, 12)), "");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D"), "");
+  float dif = 7;
+  EXPECT_EQ(places_.Get_TZData("D", 1, testing::At(1997, 7, 1), nullptr, nullptr, &dif), 0.0F);
+  EXPECT_EQ(dif, 7);
+  EXPECT_EQ(places_.LastAtlasFault().Code, LZERROR_READ);
+  // One message per call, under the reader's title.
+  const std::size_t before = messages_.size();
+  places_.GetTimezoneOfCity("München", "D", Julian(1997, 7, 1, 12));
+  ASSERT_EQ(messages_.size(), before + 1);
+  EXPECT_EQ(messages_.back().title, "Read_Cp_TimeTable");
 }
 
 TEST_F(PlaceLookupTest, TimetableOfAPlaceOrOneWhenUnknown) {

@@ -138,6 +138,11 @@ std::int16_t ShowTimetableError(std::int32_t code, const std::string& file,
   return static_cast<std::int16_t>(result.size());
 }
 
+// The dates the host's date type holds: 1 January 100 to 31 December 9999.
+bool IsDate(double datum) {
+  return std::isfinite(datum) && datum >= kSmallestSerial && datum < kLargestSerial;
+}
+
 std::optional<std::size_t> CountryPosition(std::string_view code) {
   const std::int16_t id = GetCountryID(code);
   if (id == 0) return std::nullopt;
@@ -399,9 +404,14 @@ std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_i
     }
     if (!in_block) continue;
     if (result.size() >= 32767) break;  // the count is 16-bit
-    const double datum = france && std::isfinite(r.datum) && std::fabs(r.datum) < 3e6
-                             ? FranceCorrected(r.datum)
-                             : r.datum;
+    if (!IsDate(r.datum)) {
+      // Numbered as the text export numbers the entries, 1700 being 1.
+      throw AtlasError(file, "country " + std::to_string(country_id) + ", timetable " +
+                                 std::to_string(number) + ", entry " +
+                                 std::to_string(result.size() + 1) + ": " +
+                                 std::to_string(r.datum) + " is not a date");
+    }
+    const double datum = france ? FranceCorrected(r.datum) : r.datum;
     result.push_back({datum, MapZoneCode(r.zone, file, country_id, number)});
   }
   return static_cast<std::int16_t>(result.size());

@@ -25,12 +25,14 @@ namespace tarv {
 inline constexpr std::size_t kTimetableRecordSize = 10;
 inline constexpr double kBlockMarkerStep = 100000.0;
 inline constexpr double kSectionMarkerStep = 100000000.0;
-// Serial dates: 1 January 1700, 1 January 1999, 1 January 2000, and the
-// smallest the host's date type holds (1 January 100).
+// Serial dates: 1 January 1700, 1 January 1999, 1 January 2000, the
+// smallest the host's date type holds (1 January 100), and the first it
+// cannot hold (1 January 10000).
 inline constexpr double kSerial1700 = -73046.0;
 inline constexpr double kSerial1999 = 36161.0;
 inline constexpr double kSerial2000 = 36526.0;
 inline constexpr double kSmallestSerial = -657434.0;
+inline constexpr double kLargestSerial = 2958466.0;
 
 struct TimetableEntry {
   double Datum = 0.0;     // serial date (local) from which the zone holds
@@ -71,7 +73,9 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections);
 // block, an unknown compression mode) is an LZ error: its text is shown under
 // the title "Read_Cp_TimeTable", the file is noted as the call's atlas fault,
 // `*lz_error` (when given) receives the code, and what was read so far is
-// returned. Zone numbers outside the zone table throw AtlasError.
+// returned. Zone numbers outside the zone table and entries whose date the
+// host's date type cannot hold (NaN, infinite, before the year 100 or after
+// 9999) throw AtlasError naming the file, country, timetable and entry.
 std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, double reference,
                                std::int32_t number, std::vector<TimetableEntry>& result, bool usa,
                                const std::string& folder = "", std::int32_t* lz_error = nullptr);

@@ -114,9 +114,15 @@ TEST_F(TimetableTest, HostileFilesDoNotCrash) {
     AppendFloat64(section_only, i % 2 ? std::numeric_limits<double>::quiet_NaN() : 1e300);
     AppendInt16(section_only, static_cast<std::int16_t>(met_));
   }
-  folder_.Write("ttx.dao", section_only);  // a section that never ends
-  EXPECT_EQ(Read(58, 1).size(), 51U);
-  ZoneAt("D", 1, At(1950, 1, 1));
+  folder_.Write("ttx.dao", section_only);  // a section that never ends, of no dates
+  try {
+    Read(58, 1);
+    ADD_FAILURE() << "a history of no dates was read";
+  } catch (const AtlasError& e) {
+    EXPECT_EQ(e.problem(),
+              "country 58, timetable 1, entry 2: " + std::to_string(1e300) + " is not a date");
+  }
+  EXPECT_THROW(ZoneAt("D", 1, At(1950, 1, 1)), AtlasError);
 }
 
 TEST_F(TimetableTest, SectionMarkerBeyondTheCountryNumbersOpensNoSection) {
@@ -130,12 +136,25 @@ TEST_F(TimetableTest, SectionMarkerBeyondTheCountryNumbersOpensNoSection) {
   EXPECT_EQ(Read(58, 1).size(), 2U);
 }
 
-TEST_F(TimetableTest, HistoryDateBeyondTheCalendarDoesNotThrow) {
-  // Later dates take their rule from the history, which reads every date.
-  WriteTimetables("ttx.dao", {{58, {{{At(1893, 4, 1), met_}, {1.7e13, met_s_}}}}});
-  EXPECT_NO_THROW(EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "MET"));
-  EXPECT_NO_THROW(LocalTimeStatus("D", 1, At(2005, 7, 1)));
-  EXPECT_NO_THROW(GetDaylightSavingDate("D", 1, 2005, 0));
+TEST_F(TimetableTest, EntriesTheHostsDateTypeCannotHoldAreAnError) {
+  // Such an entry would be compared as a date and quietly decide the zone.
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const double bad : {nan, 1.7e13, kLargestSerial, kSmallestSerial - 1}) {
+    WriteTimetables("ttx.dao",
+                    {{58, {{}, {{At(1893, 4, 1), met_}, {At(1950, 1, 1), met_}, {bad, met_s_}}}}});
+    EXPECT_THROW(ZoneName("D", 2, At(1997, 7, 1)), AtlasError) << bad;
+    EXPECT_THROW(GetDaylightSavingDate("D", 2, 2005, 0), AtlasError) << bad;
+    try {
+      Read(58, 2);
+      ADD_FAILURE() << bad;
+    } catch (const AtlasError& e) {
+      EXPECT_EQ(e.file(), folder_.str() + "\\ttx.dao");
+      EXPECT_EQ(e.problem().substr(0, 34), "country 58, timetable 2, entry 4: ") << bad;
+    }
+  }
+  // The ends of the range are dates; so is a date of 1700 or before.
+  WriteTimetables("ttx.dao", {{58, {{{kSmallestSerial, met_}, {kLargestSerial - 0.5, met_}}}}});
+  EXPECT_EQ(Read(58, 1).size(), 3U);
 }
 
 TEST_F(TimetableTest, ZoneBefore2000ComesFromTheHistory) {

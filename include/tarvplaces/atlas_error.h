@@ -29,6 +29,16 @@ class AtlasError : public std::runtime_error {
   std::string problem_;
 };
 
+// Thrown when the component cannot write a file: the user's places, the text
+// export. The atlas data is not at fault but the folder (read-only, full,
+// gone); file() names the file that was to be written, which is unchanged.
+// A host that catches AtlasError catches this too; one that catches it first
+// can tell the user to check the folder rather than to rebuild the atlas.
+class AtlasWriteError : public AtlasError {
+ public:
+  using AtlasError::AtlasError;
+};
+
 // A file a lookup could not read: damaged compressed data, an unknown
 // compression mode, a file that cannot be opened. Lookups do not throw for
 // it; they answer as if the file held nothing (0 places, "", no zone) after

@@ -219,7 +219,7 @@ class classPlaces {
   // atlas's places in every search). Returns -1 when it was stored or a user
   // place of that name exists already, 0 for an unknown country or an empty
   // name; `*RecordNo` receives the new record's number (negative). Throws
-  // AtlasError when the atlas folder cannot be written.
+  // AtlasWriteError when the atlas folder cannot be written.
   std::int16_t AddUserPlace(const std::string& CountryShort, const std::string& Name,
                             double Longitude, double Latitude, std::int16_t Timetable = 0,
                             std::int32_t* RecordNo = nullptr);
@@ -288,8 +288,12 @@ class classPlaces {
   // null or empty). Guarded by a 9-character pass phrase: any other
   // `Password` does nothing at all. With an empty place folder that the
   // FillPlacePath handler does not fill, shows "g_PlacesPath ist nicht
-  // gefüllt" and writes nothing. Throws AtlasError when the folder cannot be
-  // written; the files already there stay as they were.
+  // gefüllt" and writes nothing. The four files are written in full under
+  // temporary names ("Cities.~~~") and replace the old ones only when all
+  // are complete. Throws AtlasError naming the file (and the entry) for a
+  // place or timetable file that is present but cannot be read, or a
+  // timetable entry that is not a date; AtlasWriteError when the folder
+  // cannot be written. Either way the files already there stay as they were.
   void Export(const std::string& Password, const std::string* CountryFile = nullptr);
 
   // ---- Faults ----

@@ -36,8 +36,10 @@ class FolderLock {
  public:
   explicit FolderLock(const fs::path& folder)
       : fd_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    if (fd_ < 0)
-      throw AtlasError(folder.string(), std::string("cannot lock: ") + std::strerror(errno));
+    if (fd_ < 0) {
+      throw AtlasWriteError(folder.string(),
+                            std::string("locking the folder: ") + std::strerror(errno));
+    }
     while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
     }
   }
@@ -121,7 +123,7 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   // made up again.
   std::error_code ec;
   fs::create_directory(file->native.parent_path(), ec);
-  if (ec) throw AtlasError(file->path, "cannot create the USER folder: " + ec.message());
+  if (ec) throw AtlasWriteError(file->path, "creating the USER folder: " + ec.message());
   const FolderLock lock(file->native.parent_path());
 
   std::vector<std::string> records = ReadRecords(file->native);

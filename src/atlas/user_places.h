@@ -34,7 +34,7 @@ struct UserPlace {
 // (each keeps its place), and the index gets an entry wherever the
 // upper-cased first character changes.
 // `record_no` receives the new record's number (negative). The USER folder
-// is created when needed. Throws AtlasError when the folder cannot be
+// is created when needed. Throws AtlasWriteError when the folder cannot be
 // written; the user file is then unchanged.
 std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no);
 

@@ -206,6 +206,17 @@ TEST_F(UserPlacesTest, KilledWriterLeavesAValidFileWithEveryReturnedPlace) {
       EXPECT_TRUE(names.count("P" + line)) << "P" << line << " was reported added but is missing";
     }
   }
+  // The writers killed left at most their one temporary file, which the
+  // next writer takes over and puts in place.
+  auto listing = [this] {
+    std::set<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path() / "USER"))
+      files.insert(entry.path().filename().string());
+    return files;
+  };
+  EXPECT_LE(listing().size(), 3U);
+  EXPECT_EQ(Add("Final"), -1);
+  EXPECT_EQ(listing(), (std::set<std::string>{"D.IDX", "D.dao"}));
 }
 
 TEST_F(UserPlacesTest, ConcurrentWritersLoseNoPlace) {

@@ -216,17 +216,21 @@ class classPlaces {
   // ---- The user's own places ----
 
   // Adds a place to the user's places of a country (they come before the
-  // atlas's places in every search). Returns -1 when it was stored or a user
-  // place of that name exists already, 0 for an unknown country or an empty
+  // atlas's places in every search). The name is cleaned first: control
+  // characters become blanks, outer blanks go, then it is cut to 28
+  // characters. Returns -1 when it was stored or a user place of that name
+  // exists already; 0 for an unknown country, a continent or group
+  // ("EUROPA", "USA": their places would be read by no search), or an empty
   // name; `*RecordNo` receives the new record's number (negative). Throws
   // AtlasWriteError when the atlas folder cannot be written.
   std::int16_t AddUserPlace(const std::string& CountryShort, const std::string& Name,
                             double Longitude, double Latitude, std::int16_t Timetable = 0,
                             std::int32_t* RecordNo = nullptr);
 
-  // Deletes the user's place of that name in a country; places of the atlas
-  // itself cannot be deleted. Returns -1 when the country exists (whether or
-  // not such a user place was found), else 0.
+  // Deletes the user's place of that name in a country, the name cleaned as
+  // AddUserPlace cleans it; places of the atlas itself cannot be deleted.
+  // Returns -1 when the country exists (whether or not such a user place was
+  // found), else 0.
   std::int16_t DeleteUserPlace(const std::string& CountryShort, const std::string& Name);
 
   // Whether a local wall-clock time (a Julian day) at a place exists once

@@ -33,10 +33,12 @@ bool IsGroupName(std::string_view code) {
   return false;
 }
 
-// A code that could leave the place folder is no country at all.
+// A code that could leave the place folder, or whose control characters (a
+// NUL above all) would cut its path short on the way to the system, is no
+// country at all.
 bool IsSafeCode(std::string_view code) {
   return code.find_first_of("\\/:") == std::string_view::npos &&
-         code.find("..") == std::string_view::npos;
+         code.find("..") == std::string_view::npos && !HasControlCharacter(code);
 }
 
 // Country codes are ASCII in practice; the conversion keeps a path in one

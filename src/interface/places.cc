@@ -345,7 +345,7 @@ std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const st
   LoadTables();
   UserPlace place;
   place.CountryId = tarv::GetCountryID(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)));
-  place.Place.SetName(Ansi(Name));
+  place.Place.SetName(CleanPlaceName(Ansi(Name)));
   place.Place.Longitude = static_cast<float>(Longitude);
   place.Place.Latitude = static_cast<float>(Latitude);
   place.Place.Timetable = Timetable;
@@ -363,7 +363,7 @@ std::int16_t classPlaces::DeleteUserPlace(const std::string& CountryShort,
   UserPlace place;
   place.CountryId = tarv::GetCountryID(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)));
   if (place.CountryId == 0) return 0;
-  place.Place.SetName(Trim(Ansi(Name)));
+  place.Place.SetName(CleanPlaceName(Ansi(Name)));
   return Delete_City(place);
 }
 

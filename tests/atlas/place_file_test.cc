@@ -62,7 +62,10 @@ TEST_F(PlaceFileTest, PlaceFileNamesFollowTheInternalCode) {
 
 TEST_F(PlaceFileTest, CodesThatLeaveThePlaceFolderAreUnknownCountries) {
   const std::string folder = folder_.str() + "\\";
-  for (const char* code : {"..\\D", "../D", "a\\b", "C:D", ".."}) {
+  // A control character (a NUL above all) would cut the path short.
+  const std::string codes[] = {"..\\D", "../D", "a\\b", "C:D", "..", std::string("D.dao\0X", 7),
+                               "D\x01", "D\n"};
+  for (const std::string& code : codes) {
     EXPECT_EQ(GetCompressedPlaceFile(code), folder) << code;
     std::vector<std::string> files;
     std::vector<PlaceRef> refs;

@@ -386,6 +386,41 @@ TEST_F(HostileInputTest, CodesWithNulOrUnmappableCharactersAreNoCountry) {
   EXPECT_EQ(places_.GetCountryID(std::string("\0", 1)), 0);
 }
 
+TEST_F(HostileInputTest, CodesThatCanNameNoFileStoreNothing) {
+  const std::string before = folder_.Read("D.dao");
+  EXPECT_EQ(places_.AddUserPlace(std::string("D.dao\0X", 7), "Ort", 10.0, 50.0), 0);
+  EXPECT_EQ(places_.AddUserPlace(std::string("EUROPA\0", 7), "Ort", 10.0, 50.0), 0);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
+  EXPECT_EQ(folder_.Read("D.dao"), before);
+  // A Country.dat whose code holds one is broken, and says which line.
+  folder_.Write(
+      "Country.dat",
+      testing::JoinCrLf(
+          {testing::CountryDatLine(58, "Deutschland", "D", "MEZ", "EUROPA", 4),
+           testing::CountryDatLine(59, "Falle", std::string("D.dao\0X", 7), "MEZ", "EUROPA", 4)}));
+  std::vector<std::string> countries;
+  EXPECT_THROW(places_.FillCountryArray(countries), AtlasError);
+}
+
+TEST_F(HostileInputTest, ContinentsAndGroupsTakeNoUserPlaces) {
+  places_.Language(kLanguageGerman);
+  std::vector<std::string> countries;
+  places_.FillCountryArray(countries);           // continents by their German names
+  EXPECT_NE(places_.GetCountryID("EUROPA"), 0);  // the continent record
+  EXPECT_EQ(places_.AddUserPlace("EUROPA", "Kontinentort", 10.0, 50.0), 0);
+  EXPECT_EQ(places_.AddUserPlace("USA", "Kontinentort", -100.0, 40.0), 0);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
+}
+
+TEST_F(HostileInputTest, DeleteCleansTheNameAsAddDoes) {
+  // Leading blanks are no part of the 28 characters kept.
+  const std::string name = "   Ober\tunterhausen an der Mulde";
+  ASSERT_EQ(places_.AddUserPlace("D", name, 10.0, 50.0), -1);
+  ASSERT_EQ(places_.GetPlaceData("Ober unterhausen an der Muld", "D"), 1);
+  EXPECT_EQ(places_.DeleteUserPlace("D", name), -1);
+  EXPECT_EQ(places_.GetPlaceData("Ober unterhausen an der Muld", "D"), 0);
+}
+
 TEST_F(HostileInputTest, UserPlacesWithUnmappableNamesAreRefused) {
   EXPECT_EQ(places_.AddUserPlace("D", "Neustadt😀", 10.0, 50.0, 1), 0);
   EXPECT_EQ(places_.AddUserPlace("D", "\xFF", 10.0, 50.0, 1), 0);

@@ -25,6 +25,8 @@
 #include "export/text_export.h"
 #include "interface/export_phrase.h"
 #include "platform/codepage.h"
+#include "platform/lz.h"
+#include "platform/paths.h"
 #include "tarvplaces/places.h"
 #include "util/degrees.h"
 #include "util/julian.h"
@@ -179,6 +181,24 @@ double ParseCoordinate(const std::string& text, const char* what) {
   return tarv::SignedDecOfString(text);
 }
 
+// A file the last call could not read, as the tool reports it: the file,
+// what is wrong with it, and what to do.
+Exit FaultExit(const tarv::AtlasFault& fault) {
+  const std::string advice = fault.Code == tarv::LZERROR_BADINHANDLE
+                                 ? "check that it can be read"
+                                 : "restore it or build the atlas again with \"tarvplaces "
+                                   "build-atlas --out DIR\"";
+  return Exit{kUsage, "cannot read the atlas file \"" + tarv::NativePath(fault.File).string() +
+                          "\": " + fault.Reason + ": " + advice};
+}
+
+void CheckAtlasFault() {
+  if (const auto fault = tarv::classPlaces().LastAtlasFault()) throw FaultExit(fault);
+}
+
+// The continents and groups at the end of the country table.
+constexpr std::size_t kGroups = 6;
+
 class Atlas {
  public:
   explicit Atlas(const Options& options) {
@@ -194,15 +214,34 @@ class Atlas {
     places_.GetCountryID("");  // loads the tables: the loading call answers 0
   }
 
-  tarv::classPlaces& places() { return places_; }
+  // The component, once the previous call is known to have read every atlas
+  // file it needed: a lookup answers a damaged file as if it held nothing,
+  // which the tool must not report as "not found".
+  tarv::classPlaces& places() {
+    CheckAtlasFault();
+    return places_;
+  }
+
+  // True when `code` names one of the continents and groups the country
+  // table ends with ("EUROPA", "USA"), which hold no places of their own.
+  bool IsGroup(const std::string& code) {
+    const std::int32_t id = places().GetCountryID(code);
+    std::vector<std::string> lines;
+    places().FillCountryArray(lines);
+    for (std::size_t k = lines.size() > kGroups ? lines.size() - kGroups : 0; k < lines.size();
+         ++k) {
+      if (std::stoi(SplitTabs(lines[k])[0]) == id) return true;
+    }
+    return false;
+  }
 
   // The internal code of a known country, else a usage error.
   std::string Country(const std::string& code) {
-    if (places_.GetCountryID(code) == 0) {
+    if (places().GetCountryID(code) == 0) {
       throw Exit{kUsage,
                  "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
     }
-    return places_.GetInternalCountryAbbreviation(code);
+    return places().GetInternalCountryAbbreviation(code);
   }
 
   // Searches also take a group: a continent or the USA, by its name in the
@@ -212,23 +251,23 @@ class Atlas {
   // title it begins ("AMERIKA", "Amerikanisch-Samoa"). Country refuses
   // groups: they have no number of their own.
   std::string CountryOrGroup(const std::string& code) {
-    static constexpr const char* kAtlasGroups[] = {"AFRIKA", "AMERIKA",  "ASIEN",
-                                                   "EUROPA", "OCEANIEN", "USA"};
-    const std::size_t groups = std::size(kAtlasGroups);
+    static constexpr const char* kAtlasGroups[kGroups] = {"AFRIKA", "AMERIKA",  "ASIEN",
+                                                          "EUROPA", "OCEANIEN", "USA"};
+    const std::size_t groups = kGroups;
     std::vector<std::string> lines;
-    places_.FillCountryArray(lines);  // ends with the groups in the current language
+    places().FillCountryArray(lines);  // ends with the groups in the current language
     for (std::size_t k = 0; k < groups && lines.size() > groups; ++k) {
       if (!EqualIgnoringCase(code, kAtlasGroups[k])) continue;
       const auto f = SplitTabs(lines[lines.size() - groups + k]);
       if (f.size() > 2) return f[2];
     }
-    if (places_.GetCountryID(code) == 0 && places_.GetContinentID(code) != 0) return code;
+    if (places().GetCountryID(code) == 0 && places().GetContinentID(code) != 0) return code;
     return Country(code);
   }
 
   // The zone fields of a zone identifier.
   json Zone(std::int16_t id, double longitude) {
-    const auto f = SplitTabs(places_.GetTimeZoneListString(id, id == 0 ? longitude / 15.0 : 0.0));
+    const auto f = SplitTabs(places().GetTimeZoneListString(id, id == 0 ? longitude / 15.0 : 0.0));
     json z;
     z["zone_id"] = id;
     z["zone"] = f.size() > 0 ? TrimRight(f[0]) : "";
@@ -244,7 +283,7 @@ class Atlas {
   json Place(std::int32_t id, std::optional<double> julian) {
     bool lmt = false;
     double zone_time = 0;
-    const auto f = places_.GetPlaceDataOfId(id, julian.value_or(0.0), &lmt, &zone_time);
+    const auto f = places().GetPlaceDataOfId(id, julian.value_or(0.0), &lmt, &zone_time);
     if (f.size() < 7) return nullptr;
     json p;
     p["name"] = f[0];
@@ -256,7 +295,7 @@ class Atlas {
     p.update(Zone(static_cast<std::int16_t>(std::stoi(f[5])), p["longitude"].get<double>()));
     if (julian) {
       static const char* const kKinds[] = {"normal", "skipped", "repeated"};
-      p["local_time"] = kKinds[places_.GetLocalTimeKind(f[0], f[1], *julian)];
+      p["local_time"] = kKinds[places().GetLocalTimeKind(f[0], f[1], *julian)];
     }
     return p;
   }
@@ -538,7 +577,13 @@ int RunAdd(const Options& o, const std::string& country, const std::string& name
   if (atlas.places().AddUserPlace(code, name, ParseCoordinate(lon, "longitude"),
                                   ParseCoordinate(lat, "latitude"),
                                   static_cast<std::int16_t>(timetable), &record) == 0) {
-    throw Exit{kUsage, "cannot add \"" + name + "\": the name is empty"};
+    const auto first = name.find_first_not_of(" \t\r\n");
+    const std::string reason =
+        atlas.IsGroup(code)          ? code + " is a group of countries: add it to one of them"
+        : first == std::string::npos ? "the name is empty"
+        : name[first] == '@'         ? "a name cannot begin with \"@\", the mark of a deleted place"
+                                     : "the name cannot be stored";
+    throw Exit{kUsage, "cannot add \"" + name + "\": " + reason};
   }
   std::cout << (o.json ? json{{"added", name}, {"country", code}}.dump()
                        : "added " + name + " to " + code)
@@ -566,7 +611,9 @@ int RunExport(const Options& o, const std::string& to) {
     atlas.places().Export(tarv::ExportPassPhrase());
   } else {
     // The atlas folder is read and the files go to `to`.
-    std::filesystem::create_directories(to);
+    std::error_code ec;
+    std::filesystem::create_directories(to, ec);
+    if (ec) throw tarv::AtlasWriteError(to, "creating the folder: " + ec.message());
     const bool terminal = ::isatty(2) != 0;
     tarv::ExportPlaces("", to, [terminal](const std::string& what, double fraction) {
       if (!terminal) return;
@@ -775,20 +822,40 @@ int main(int argc, char** argv) {
                           "folder with de.json and en.json");
   build_atlas->callback([&] { status = RunBuildAtlas(build); });
 
+  // The tool names the file of an LZ error itself, once, when the command
+  // ends; the component's message box would say the same without the file.
+  const tarv::MessageSink standard = tarv::SetMessageSink({});
+  tarv::SetMessageSink([standard](const tarv::Message& message) {
+    if ((message.style & tarv::kMsgCritical) != 0 && tarv::classPlaces().LastAtlasFault()) {
+      return tarv::MsgAnswer::kOk;
+    }
+    return standard(message);
+  });
+
+  std::optional<Exit> failure;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
     const int code = app.exit(e);
     return code == 0 ? 0 : kUsage;
   } catch (const Exit& e) {
-    std::cerr << "tarvplaces: " << e.message << '\n';
-    return e.status;
+    failure = e;
+  } catch (const tarv::AtlasWriteError& e) {
+    failure = Exit{kUsage, "cannot write \"" + tarv::NativePath(e.file()).string() +
+                               "\": " + e.problem() +
+                               ": check that the folder exists, is writable and has room"};
   } catch (const tarv::AtlasError& e) {
-    std::cerr << "tarvplaces: unreadable atlas data: " << e.what() << '\n';
-    return kUsage;
+    failure = Exit{kUsage, "unreadable atlas data: " + tarv::NativePath(e.file()).string() + ": " +
+                               e.problem()};
   } catch (const std::exception& e) {
-    std::cerr << "tarvplaces: " << e.what() << '\n';
-    return kUsage;
+    failure = Exit{kUsage, e.what()};
+  }
+  // A file the last call could not read explains its empty answer better
+  // than "not found" does.
+  if (const auto fault = tarv::classPlaces().LastAtlasFault()) failure = FaultExit(fault);
+  if (failure) {
+    std::cerr << "tarvplaces: " << failure->message << '\n';
+    return failure->status;
   }
   return status;
 }

@@ -1,7 +1,9 @@
-// The one exception type of the component: broken atlas data.
+// What goes wrong with atlas files: the exceptions of the component, and the
+// record of a file a lookup could not read.
 #ifndef TARVPLACES_ATLAS_ERROR_H_
 #define TARVPLACES_ATLAS_ERROR_H_
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -25,6 +27,29 @@ class AtlasError : public std::runtime_error {
  private:
   std::string file_;
   std::string problem_;
+};
+
+// Thrown when the component cannot write a file: the user's places, the text
+// export. The atlas data is not at fault but the folder (read-only, full,
+// gone); file() names the file that was to be written, which is unchanged.
+// A host that catches AtlasError catches this too; one that catches it first
+// can tell the user to check the folder rather than to rebuild the atlas.
+class AtlasWriteError : public AtlasError {
+ public:
+  using AtlasError::AtlasError;
+};
+
+// A file a lookup could not read: damaged compressed data, an unknown
+// compression mode, a file that cannot be opened. Lookups do not throw for
+// it; they answer as if the file held nothing (0 places, "", no zone) after
+// showing the LZ error message where the classic interface shows one. The
+// host learns of it through classPlaces::LastAtlasFault.
+struct AtlasFault {
+  std::string File;       // the path as the component opened it (UTF-8)
+  std::int32_t Code = 0;  // the LZ error code (negative); 0: no fault
+  std::string Reason;     // the code's text, e.g. "corrupt compressed file format"
+
+  explicit operator bool() const noexcept { return Code != 0; }
 };
 
 }  // namespace tarv

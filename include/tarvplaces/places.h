@@ -10,8 +10,10 @@
 // classic automation types the hosts were written against: Integer is
 // std::int16_t, Long is std::int32_t. Frequent lookups never throw; they
 // return 0 or an empty result. A present but malformed atlas file throws
-// tarv::AtlasError. The object is meant for one thread (the host's UI
-// thread), like the hosts it serves.
+// tarv::AtlasError. A place or timetable file that cannot be read at all
+// (damaged compressed data) does not throw from a lookup: the lookup answers
+// as if it found nothing, and LastAtlasFault names the file. The object is
+// meant for one thread (the host's UI thread), like the hosts it serves.
 #ifndef TARVPLACES_PLACES_H_
 #define TARVPLACES_PLACES_H_
 
@@ -175,11 +177,15 @@ class classPlaces {
                                             bool* rIsLmt = nullptr, double* ZoneTime = nullptr);
 
   // The zone of a place: with `Julian` (a Julian day, local time at the
-  // place) the zone in force then, else the standard zone its timetable ends
-  // on. Returns the abbreviation ("MET/S"; cut at a NUL, trailing blanks
-  // dropped) or with `LongString` the 45-character name, and sets
-  // `*GetTimezoneId`. Julian days of years before 100 are looked up at
-  // 1 January 100 (local mean time).
+  // place) the zone in force then: its abbreviation ("MET/S"; cut at a NUL,
+  // trailing blanks dropped). With `Julian` 0 the text GetRightTimeZone
+  // gives for the place's timetable, as it stands ("MEZ" for a country whose
+  // base zone the country table writes so; "" for an unknown country). With
+  // `LongString` the zone's 45-character name instead ("" where no zone is
+  // named). `*GetTimezoneId` receives the zone's identifier (0 when none).
+  // Julian days of years before 100 are looked up at 1 January 100 (local
+  // mean time). "" when a file the lookup needs cannot be read
+  // (LastAtlasFault).
   std::string GetTimezoneOfCity(const std::string& SearchPlace, const std::string& CountryShort,
                                 double Julian = 0.0, bool LongString = false,
                                 std::int16_t* GetTimezoneId = nullptr);
@@ -210,17 +216,21 @@ class classPlaces {
   // ---- The user's own places ----
 
   // Adds a place to the user's places of a country (they come before the
-  // atlas's places in every search). Returns -1 when it was stored or a user
-  // place of that name exists already, 0 for an unknown country or an empty
+  // atlas's places in every search). The name is cleaned first: control
+  // characters become blanks, outer blanks go, then it is cut to 28
+  // characters. Returns -1 when it was stored or a user place of that name
+  // exists already; 0 for an unknown country, a continent or group
+  // ("EUROPA", "USA": their places would be read by no search), or an empty
   // name; `*RecordNo` receives the new record's number (negative). Throws
-  // AtlasError when the atlas folder cannot be written.
+  // AtlasWriteError when the atlas folder cannot be written.
   std::int16_t AddUserPlace(const std::string& CountryShort, const std::string& Name,
                             double Longitude, double Latitude, std::int16_t Timetable = 0,
                             std::int32_t* RecordNo = nullptr);
 
-  // Deletes the user's place of that name in a country; places of the atlas
-  // itself cannot be deleted. Returns -1 when the country exists (whether or
-  // not such a user place was found), else 0.
+  // Deletes the user's place of that name in a country, the name cleaned as
+  // AddUserPlace cleans it; places of the atlas itself cannot be deleted.
+  // Returns -1 when the country exists (whether or not such a user place was
+  // found), else 0.
   std::int16_t DeleteUserPlace(const std::string& CountryShort, const std::string& Name);
 
   // Whether a local wall-clock time (a Julian day) at a place exists once
@@ -282,9 +292,32 @@ class classPlaces {
   // null or empty). Guarded by a 9-character pass phrase: any other
   // `Password` does nothing at all. With an empty place folder that the
   // FillPlacePath handler does not fill, shows "g_PlacesPath ist nicht
-  // gefüllt" and writes nothing. Throws AtlasError when the folder cannot be
-  // written; the files already there stay as they were.
+  // gefüllt" and writes nothing. The four files are written in full under
+  // temporary names ("Cities.~~~") and replace the old ones only when all
+  // are complete. Throws AtlasError naming the file (and the entry) for a
+  // place or timetable file that is present but cannot be read, or a
+  // timetable entry that is not a date; AtlasWriteError when the folder
+  // cannot be written. Either way the files already there stay as they were.
   void Export(const std::string& Password, const std::string* CountryFile = nullptr);
+
+  // ---- Faults ----
+
+  // The first atlas file the last call of a member that reads place, index
+  // or timetable files could not read (the place, zone, timetable and
+  // user-place members, Export, ShowPlacemanager), with the LZ error code
+  // and its text; Code 0 when that call read everything it needed. Lookups
+  // do not throw for such a file: they show the LZ message where the classic
+  // interface shows one and then answer as if the file held nothing (0
+  // places, "", no zone). So a host that gets an empty answer asks here
+  // whether the atlas is damaged rather than the place unknown, and tells
+  // the user to reinstall or rebuild the atlas:
+  //   if (places.GetPlaceData(name, code) == 0) {
+  //     if (const auto fault = places.LastAtlasFault())
+  //       ShowError(fault.File + ": " + fault.Reason);
+  //   }
+  // Each such member starts afresh, so the answer always belongs to the
+  // last call.
+  AtlasFault LastAtlasFault() const;
 
   // ---- Language ----
 

@@ -1,6 +1,7 @@
 #include "atlas/country_table.h"
 
 #include <array>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -91,6 +92,16 @@ std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::st
     if (f.size() < kFieldCount) {
       throw AtlasError(file, "line " + std::to_string(line_no) + ": " + std::to_string(f.size()) +
                                  " TAB-separated fields where 11 are needed");
+    }
+    // A code names the country's files: a control character in it (a NUL
+    // above all) would name another file or none.
+    for (std::size_t k = 0; k < f[2].size(); ++k) {
+      if (!HasControlCharacter(f[2].substr(k, 1))) continue;
+      char byte[8];
+      std::snprintf(byte, sizeof byte, "0x%02X", static_cast<unsigned char>(f[2][k]));
+      throw AtlasError(file, "line " + std::to_string(line_no) +
+                                 ": the country code holds the control character " + byte +
+                                 " at position " + std::to_string(k + 1));
     }
     CountryRecord r;
     r.CountryId = NumberField(f[0], file, line_no, "CountryId");
@@ -237,7 +248,8 @@ std::int16_t GetCountryID(std::string_view code) {
   const std::string key(code);
   if (const auto it = known.find(key); it != known.end()) return it->second;
   const std::string mapped = GetInternalCountryAbbreviation(code);
-  const std::int16_t id = mapped.empty() || mapped == "*" || mapped == std::string(1, '\0')
+  // No code holds a control character (the file's codes are checked).
+  const std::int16_t id = mapped.empty() || mapped == "*" || HasControlCharacter(mapped)
                               ? std::int16_t{0}
                               : ScanForCountryID(*table, mapped);
   if (known.size() >= kMaxRememberedCodes) known.clear();
@@ -286,7 +298,8 @@ std::int16_t GetContinentID(std::string_view code) {
   auto& known = State().continent_ids;
   const std::string key(code);
   if (const auto it = known.find(key); it != known.end()) return it->second;
-  const std::int16_t id = ScanForContinentID(*table, code);
+  const std::int16_t id =
+      HasControlCharacter(code) ? std::int16_t{0} : ScanForContinentID(*table, code);
   if (known.size() >= kMaxRememberedCodes) known.clear();
   known.emplace(key, id);
   return id;

@@ -40,7 +40,8 @@ inline constexpr std::size_t kNonCountryTail = 11;
 // continents). Lines end in CR LF (LF or CR alone are accepted too); a final
 // line break does not start another line. Throws AtlasError naming `file`
 // and the line for fewer than eleven TAB-separated fields, a number outside
-// the 16-bit range, or more than 300 lines.
+// the 16-bit range, a country code holding a control character, or more than
+// 300 lines.
 std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::string& file);
 
 // The fallback record "unbekannt" of position 0.
@@ -74,7 +75,8 @@ std::string GetInternalCountryAbbreviation(std::string_view code);
 
 // The country number of a code or title: exact code, exact title, title
 // prefix, code prefix, in that order, over positions 1 to the end. Returns 0
-// for "*", "", an unknown text, and on the call that first loads the table.
+// for "*", "", a text holding a control character, an unknown text, and on
+// the call that first loads the table.
 std::int16_t GetCountryID(std::string_view code);
 
 // The position of the first record with this number; 0 when none (also when
@@ -82,8 +84,8 @@ std::int16_t GetCountryID(std::string_view code);
 std::int16_t GetCountryIndexOfID(std::int32_t id);
 
 // The continent number of a continent name or its first five letters
-// ("europ" finds EUROPA / EUROPE); 0 for anything else, country codes
-// included, and on the loading call.
+// ("europ" finds EUROPA / EUROPE); 0 for anything else, country codes and
+// texts holding a control character included, and on the loading call.
 std::int16_t GetContinentID(std::string_view code);
 
 // True when the first two characters are "US" (any case).

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
@@ -32,10 +33,12 @@ bool IsGroupName(std::string_view code) {
   return false;
 }
 
-// A code that could leave the place folder is no country at all.
+// A code that could leave the place folder, or whose control characters (a
+// NUL above all) would cut its path short on the way to the system, is no
+// country at all.
 bool IsSafeCode(std::string_view code) {
   return code.find_first_of("\\/:") == std::string_view::npos &&
-         code.find("..") == std::string_view::npos;
+         code.find("..") == std::string_view::npos && !HasControlCharacter(code);
 }
 
 // Country codes are ASCII in practice; the conversion keeps a path in one
@@ -55,6 +58,7 @@ std::string RemoveTrailingStops(std::string text) {
 }
 
 std::int32_t ShowLzError(std::int32_t code, const std::string& file) {
+  NoteAtlasFault(file, code);
   MsgBox(Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file))), kMsgCritical, "Read_Cp_Orte");
   return code;
 }
@@ -65,13 +69,14 @@ std::int32_t ShowLzError(std::int32_t code, const std::string& file) {
 // run. Database indexes hold one run per letter; a user index keeps each
 // name's own first character ("Ö" beside "O", "o" apart from "O" in byte
 // order), so a letter may have several runs there. Entries cut short by the
-// end of the file do not count.
+// end of the file do not count. An index that cannot be read sets `error`.
 std::vector<std::pair<std::int32_t, std::int32_t>> LetterRuns(const std::string& index_file,
                                                               char letter,
-                                                              std::int32_t record_count) {
+                                                              std::int32_t record_count,
+                                                              std::int32_t& error) {
   std::vector<std::pair<std::int32_t, std::int32_t>> runs;
-  std::int32_t error = 0;
   const auto image = ExistingImage(index_file, error);
+  if (error != 0) return runs;
   if (image) {
     const std::string_view index = *image;
     const std::size_t whole = index.size() / kIndexEntrySize * kIndexEntrySize;
@@ -357,6 +362,16 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
     if (lz.get() < 0) return ShowLzError(lz.get(), file);
     const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);
     if (length < 0) return ShowLzError(length, file);
+    // Its last byte first: data that ends early is damage also where it ends
+    // after the last record this reads (past record 32767, or in a partial
+    // record), and no place of a damaged file is read.
+    if (length > 0) {
+      char last = 0;
+      LZSeek(lz.get(), length - 1, kLzSeekSet);
+      if (const std::int32_t read = LZRead(lz.get(), &last, 1); read < 0) {
+        return ShowLzError(read, file);
+      }
+    }
     if (const std::int32_t start = LZSeek(lz.get(), 0, kLzSeekSet); start < 0) {
       return ShowLzError(start, file);
     }
@@ -391,7 +406,10 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
     std::int32_t error = 0;
     const auto image = Images().Get(file, error);
     if (!image) {
-      if (error != 0) return error;
+      if (error != 0) {
+        NoteAtlasFault(file, error);
+        return error;
+      }
       continue;  // a missing file has no places
     }
     const std::int32_t record_count = image->RecordCount();
@@ -412,7 +430,13 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
                  std::move(ref));
       ++found;
     };
-    for (auto [start, end] : LetterRuns(IndexPathOf(file), letter, record_count)) {
+    const std::string index_file = IndexPathOf(file);
+    const auto runs = LetterRuns(index_file, letter, record_count, error);
+    if (error != 0) {
+      NoteAtlasFault(index_file, error);
+      return error;
+    }
+    for (auto [start, end] : runs) {
       end = std::min(end, record_count);
       if (start < 1 || start > record_count) continue;  // an entry that points nowhere
       if (end < start) continue;                        // or backwards

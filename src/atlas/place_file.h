@@ -103,7 +103,9 @@ std::int32_t ReadPlaceStructure(std::int32_t handle, PlaceRecord& place,
 // Reads every place of a database file and of its user file, user places
 // first (record numbers -1, -2, ...), deleted records left out but counted.
 // `Country` stays empty. Returns the number of places, or a negative LZ error
-// code after showing its text under the title "Read_Cp_Orte".
+// code after showing its text under the title "Read_Cp_Orte" and noting the
+// file as the call's atlas fault: a file that cannot be opened, or whose
+// compressed data ends before its length field (wherever it ends).
 std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result);
 
 // Reads through the first-letter index the places of a country or group
@@ -115,9 +117,11 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result);
 // that letter through GetLetter ("O" and "Ö" for "O"), each record once; a
 // letter without a run reads record 1 only. An index entry that points
 // before the first or past the last record reads nothing of its run.
-// Returns the number of places found, or the first negative LZ error code
-// (places found before it stay in `result`); no message. Records past
-// number 32767 cannot be numbered and are not read.
+// Returns the number of places found, or the first negative LZ error code of
+// a place or index file (places found before it stay in `result`), noted as
+// the call's atlas fault; no message. A damaged file is an error whichever
+// run the search reads. Records past number 32767 cannot be numbered and are
+// not read.
 std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string search,
                                   PlaceList& result, std::int16_t pattern_mode);
 

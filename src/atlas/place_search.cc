@@ -322,8 +322,15 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   const std::string file = GetCompressedPlaceFile(mapped);
   const std::string text = Trim(search);
   PlaceList list;
+  // A file that cannot be read makes the search find nothing rather than
+  // what the other files hold: the reader noted it as the call's fault.
+  auto failed = [&mapped](std::int32_t result) {
+    if (result >= 0) return false;
+    StoreFound(PlaceList{}, mapped);
+    return true;
+  };
   if (text == "*") {
-    Read_Cp_ORTE(file, list);
+    if (failed(Read_Cp_ORTE(file, list))) return 0;
     StoreFound(list, mapped);
     return static_cast<std::int32_t>(list.size());
   }
@@ -332,8 +339,8 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   while (!first.empty() && first.back() == '?')
     first.pop_back();
   if (first.size() != text.size()) first += '*';
-  Read_Cp_Indexed_City(file, first, list, 0);
-  if (list.size() == 0) Read_Cp_Indexed_City(file, text, list, 1);
+  if (failed(Read_Cp_Indexed_City(file, first, list, 0))) return 0;
+  if (list.size() == 0 && failed(Read_Cp_Indexed_City(file, text, list, 1))) return 0;
   // Other names (exonyms, transcriptions, other scripts) only when the
   // place files' own names found nothing.
   if (list.size() == 0) SearchNameIndex(mapped, first, list);
@@ -407,18 +414,22 @@ std::string PatternWithSets(std::string_view text) {
 // The places of `file` matching a pattern with sets: the pattern search for
 // what precedes the first set (it reads the same index run and finds every
 // place the whole pattern can match), narrowed by the whole pattern.
-void ReadWithSets(const std::string& file, const std::string& text, PlaceList& list) {
+// Returns the reader's negative LZ error code, else 0.
+std::int32_t ReadWithSets(const std::string& file, const std::string& text, PlaceList& list) {
   PlaceList candidates;
   std::size_t first_set = 0;
   while (SetEnd(text, first_set) == std::string_view::npos)
     ++first_set;
-  Read_Cp_Indexed_City(file, text.substr(0, first_set) + '*', candidates, 1);
+  const std::int32_t read =
+      Read_Cp_Indexed_City(file, text.substr(0, first_set) + '*', candidates, 1);
+  if (read < 0) return read;
   const WildcardPattern pattern(PatternWithSets(text));
   for (std::size_t i = 0; i < candidates.size(); ++i) {
     if (pattern.Matches(GetCleanString(candidates.places[i].TrimmedName()))) {
       list.Add(candidates.places[i], candidates.refs[i]);
     }
   }
+  return 0;
 }
 
 }  // namespace
@@ -435,13 +446,15 @@ std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
   if (prefix && !pattern && (text.empty() || text.back() != '*')) text += '*';
   const std::string file = GetCompressedPlaceFile(mapped);
   PlaceList list;
+  std::int32_t result = 0;
   if (text == "*") {
-    Read_Cp_ORTE(file, list);
+    result = Read_Cp_ORTE(file, list);
   } else if (HasSet(text)) {
-    ReadWithSets(file, text, list);
+    result = ReadWithSets(file, text, list);
   } else {
-    Read_Cp_Indexed_City(file, text, list, pattern ? 1 : 0);
+    result = Read_Cp_Indexed_City(file, text, list, pattern ? 1 : 0);
   }
+  if (result < 0) list = PlaceList{};  // noted as the call's fault
   control.Clear();
   const bool group = GetContinentID(mapped) != 0;
   for (std::size_t i = 0; i < list.size(); ++i) {

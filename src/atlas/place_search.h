@@ -101,7 +101,9 @@ struct FoundPlace {
 // anywhere: "Munchen" finds "München" then. When that finds nothing either
 // and the text reads as two coordinates ("48N08 11E34", "48.14; 11.58",
 // latitude first unless the letters say otherwise), the place nearest to
-// them is stored. A lookup never writes the user's places.
+// them is stored. A lookup never writes the user's places. A place or index
+// file that cannot be read makes the search store and return nothing; the
+// reader notes it as the call's atlas fault.
 std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search);
 
 // The found-place list of the last search.
@@ -129,7 +131,7 @@ std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view sear
 // longitude and latitude in degree notation ("011E34' 33"", "48N08' 15""),
 // and for a continent or group a TAB and the country code; its data is the
 // place's record number (negative for a user place). Returns the number of
-// items.
+// items; none when a file cannot be read (noted as the call's atlas fault).
 std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
                                PlaceListControl& control, bool prefix);
 

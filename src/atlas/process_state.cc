@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "atlas/atlas_fault.h"
+
 namespace tarv {
 
 void ProcessState::TablesChanged() {
@@ -20,6 +22,7 @@ ProcessState& State() {
 
 void ResetProcessState() {
   State() = ProcessState();
+  ClearAtlasFault();
 }
 
 std::string AtlasFolder(std::string path) {

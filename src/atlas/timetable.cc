@@ -9,11 +9,13 @@
 #include <set>
 #include <tuple>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/country_table.h"
 #include "atlas/dst_rules.h"
 #include "atlas/place_file.h"
 #include "atlas/process_state.h"
 #include "platform/codepage.h"
+#include "platform/file_status.h"
 #include "platform/lz.h"
 #include "platform/message_box.h"
 #include "tarvplaces/atlas_error.h"
@@ -54,10 +56,10 @@ class SectionIndex {
  public:
   // The position of the marker of timetable `number` in the country's
   // section: its first such marker, as a reader walking the section meets
-  // it. Nothing when the section or the block is missing.
+  // it. Nothing when the section or the block is missing, or the file cannot
+  // be read (`error` then holds the LZ error code).
   std::optional<std::int32_t> FindBlock(const std::string& path, std::int16_t country,
-                                        std::int32_t number) {
-    std::int32_t error = 0;
+                                        std::int32_t number, std::int32_t& error) {
     auto image = ExpandedImage(path, error);
     if (!image) return std::nullopt;
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -142,9 +144,16 @@ double FranceCorrected(double datum) {
 }
 
 std::int16_t ShowTimetableError(std::int32_t code, const std::string& file,
-                                const std::vector<TimetableEntry>& result) {
+                                const std::vector<TimetableEntry>& result, std::int32_t* lz_error) {
+  NoteAtlasFault(file, code);
+  if (lz_error != nullptr) *lz_error = code;
   MsgBox(Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file))), kMsgCritical, "Read_Cp_TimeTable");
   return static_cast<std::int16_t>(result.size());
+}
+
+// The dates the host's date type holds: 1 January 100 to 31 December 9999.
+bool IsDate(double datum) {
+  return std::isfinite(datum) && datum >= kSmallestSerial && datum < kLargestSerial;
 }
 
 std::optional<std::size_t> CountryPosition(std::string_view code) {
@@ -183,6 +192,7 @@ using Entries = std::vector<TimetableEntry>;
 // found through the country table).
 class HistoryCache {
  public:
+  // nullptr when the timetable file cannot be read.
   std::shared_ptr<const Entries> Get(const CountryRecord& country, std::int32_t number) {
     const bool usa = IsUSA(country.CountryShort);
     const ProcessState& state = State();
@@ -195,6 +205,10 @@ class HistoryCache {
       entries_.clear();
     }
     const std::string file = files_[usa ? 1 : 0];
+    // A file that failed once in this call fails again: its message is not
+    // shown once per place of a search.
+    const std::uint64_t call = CallNumber();
+    if (call != 0 && failed_call_ == call && failed_file_ == file) return nullptr;
     lock.unlock();
     std::int32_t error = 0;
     // The version the entries belong to; a missing file has none.
@@ -212,7 +226,15 @@ class HistoryCache {
     // Read without the lock: a damaged file shows a message, and the host's
     // message sink may call back.
     auto entries = std::make_shared<Entries>();
-    Read_Cp_TimeTable(country.CountryShort, country.CountryId, kSerial2000, number, *entries, usa);
+    std::int32_t lz_error = 0;
+    Read_Cp_TimeTable(country.CountryShort, country.CountryId, kSerial2000, number, *entries, usa,
+                      "", &lz_error);
+    if (lz_error != 0) {
+      lock.lock();
+      failed_call_ = call;
+      failed_file_ = file;
+      return nullptr;
+    }
     if (cacheable) {
       lock.lock();
       if (entries_.size() >= kMaxEntries) entries_.clear();
@@ -233,10 +255,13 @@ class HistoryCache {
   std::string folder_ = std::string(1, '\0');  // no place folder is this
   std::array<std::string, 2> files_;
   std::map<Key, Entry> entries_;
+  std::uint64_t failed_call_ = 0;
+  std::string failed_file_;
 };
 
 // The entries of a timetable as the zone lookups use them; timetable 0 reads
-// block 1. Fewer than two entries means the file has no such history.
+// block 1. Fewer than two entries means the file has no such history;
+// nullptr that the file cannot be read, and then no zone is known.
 std::shared_ptr<const Entries> History(const CountryRecord& country, std::int16_t timetable) {
   static HistoryCache cache;
   return cache.Get(country, timetable == 0 ? 1 : timetable);
@@ -296,7 +321,8 @@ const DstRules* RulesFile() {
   if (!Exist(path)) return nullptr;
   std::int32_t error = 0;
   auto current = ExpandedImage(path, error);
-  if (!current) return nullptr;
+  // Falling back to the rule of the 1990s would be a quiet wrong answer.
+  if (!current) throw AtlasError(path, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(path))));
   const std::lock_guard<std::mutex> lock(mutex);
   if (current != image) {
     rules = DstRules::Parse(*current, path);
@@ -371,7 +397,8 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections) {
 
 std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_id, double reference,
                                std::int32_t number, std::vector<TimetableEntry>& result, bool usa,
-                               const std::string& folder) {
+                               const std::string& folder, std::int32_t* lz_error) {
+  if (lz_error != nullptr) *lz_error = 0;
   if (!InitializeCountries("", "Country.dat", false, false) ||
       !InitializeTimeZones("", "Zones13.bin")) {
     return 0;
@@ -390,22 +417,29 @@ std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_i
   if (!Exist(file)) return 0;
 
   result.assign(1, TimetableEntry{kSerial1700, 0});
-  const auto block = Sections().FindBlock(file, country_id, number);
+  std::int32_t error = 0;
+  const auto block = Sections().FindBlock(file, country_id, number, error);
+  if (error != 0) return ShowTimetableError(error, file, result, lz_error);
   if (!block) return static_cast<std::int16_t>(result.size());
   const LzFile lz(file);
-  if (lz.get() < 0) return ShowTimetableError(lz.get(), file, result);
+  if (lz.get() < 0) return ShowTimetableError(lz.get(), file, result, lz_error);
   if (const std::int32_t at = LZSeek(lz.get(), *block + kRecordSize, kLzSeekSet); at < 0) {
-    return ShowTimetableError(at, file, result);
+    return ShowTimetableError(at, file, result, lz_error);
   }
   RawRecord r;
   for (;;) {
     const std::int32_t read = ReadRecord(lz.get(), r);
-    if (read < 0) return ShowTimetableError(read, file, result);
+    if (read < 0) return ShowTimetableError(read, file, result, lz_error);
     if (read == 0 || IsSectionMarker(r.datum) || IsBlockMarker(r.datum)) break;
     if (result.size() >= 32767) break;  // the count is 16-bit
-    const double datum = france && std::isfinite(r.datum) && std::fabs(r.datum) < 3e6
-                             ? FranceCorrected(r.datum)
-                             : r.datum;
+    if (!IsDate(r.datum)) {
+      // Numbered as the text export numbers the entries, 1700 being 1.
+      throw AtlasError(file, "country " + std::to_string(country_id) + ", timetable " +
+                                 std::to_string(number) + ", entry " +
+                                 std::to_string(result.size() + 1) + ": " +
+                                 std::to_string(r.datum) + " is not a date");
+    }
+    const double datum = france ? FranceCorrected(r.datum) : r.datum;
     result.push_back({datum, MapZoneCode(r.zone, file, country_id, number)});
   }
   return static_cast<std::int16_t>(result.size());
@@ -419,6 +453,7 @@ std::optional<ZoneAtDate> ZoneAt(std::string_view code, std::int16_t timetable, 
   const CountryRecord* country = CountryOf(mapped);
   if (country == nullptr) return std::nullopt;
   const auto entries = History(*country, timetable);
+  if (!entries) return std::nullopt;
   const Entries& history = *entries;
   if (!HasHistory(history) && timetable == 0) {
     ZoneRecord base;
@@ -462,7 +497,9 @@ double GetDaylightSavingDate(std::string_view code, std::int16_t timetable, int 
   InitializeTimeZones("", "Zones13.bin");
   const CountryRecord* country = CountryOf(GetInternalCountryAbbreviation(code));
   if (country == nullptr) return 0.0;
-  const DstRule rule = RuleOf(*country, timetable, *History(*country, timetable), year);
+  const auto history = History(*country, timetable);
+  if (!history) return 0.0;
+  const DstRule rule = RuleOf(*country, timetable, *history, year);
   const auto [start, end] = rule.PeriodIn(year);
   return end_flag == 0 ? start : end;
 }
@@ -485,6 +522,7 @@ std::string GetRightTimeZone(std::string_view code, std::int16_t timetable) {
   const CountryRecord* country = CountryOf(mapped);
   if (country == nullptr) return {};
   const auto history = History(*country, timetable);
+  if (!history) return {};
   if (!HasHistory(*history)) return Get_BaseTimeZone(mapped);
   return Trim(ZoneRecordOf(StandardZoneOf1999(*history)).TZShort);
 }
@@ -499,6 +537,7 @@ LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, dou
   // clocks moved.
   std::vector<std::pair<double, double>> changes;
   const auto entries = History(*country, timetable);
+  if (!entries) return LocalTimeKind::kNormal;
   const Entries& history = *entries;
   if (date <= kSerial2000 + 1) {
     for (std::size_t i = 1; i < history.size(); ++i) {

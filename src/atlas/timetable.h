@@ -25,12 +25,14 @@ namespace tarv {
 inline constexpr std::size_t kTimetableRecordSize = 10;
 inline constexpr double kBlockMarkerStep = 100000.0;
 inline constexpr double kSectionMarkerStep = 100000000.0;
-// Serial dates: 1 January 1700, 1 January 1999, 1 January 2000, and the
-// smallest the host's date type holds (1 January 100).
+// Serial dates: 1 January 1700, 1 January 1999, 1 January 2000, the
+// smallest the host's date type holds (1 January 100), and the first it
+// cannot hold (1 January 10000).
 inline constexpr double kSerial1700 = -73046.0;
 inline constexpr double kSerial1999 = 36161.0;
 inline constexpr double kSerial2000 = 36526.0;
 inline constexpr double kSmallestSerial = -657434.0;
+inline constexpr double kLargestSerial = 2958466.0;
 
 struct TimetableEntry {
   double Datum = 0.0;     // serial date (local) from which the zone holds
@@ -66,12 +68,17 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections);
 //    a correction of that country's data.
 // Reading stops at the next block marker or country marker. Section
 // positions are remembered per file image, so asking the same file again
-// jumps straight to the section. A missing file gives 0 entries silently; an
-// LZ error shows its text under the title "Read_Cp_TimeTable" and returns
-// what was read so far. Zone numbers outside the zone table throw AtlasError.
+// jumps straight to the section. A missing file gives 0 entries silently. A
+// file that cannot be read (damaged compressed data, even past the wanted
+// block, an unknown compression mode) is an LZ error: its text is shown under
+// the title "Read_Cp_TimeTable", the file is noted as the call's atlas fault,
+// `*lz_error` (when given) receives the code, and what was read so far is
+// returned. Zone numbers outside the zone table and entries whose date the
+// host's date type cannot hold (NaN, infinite, before the year 100 or after
+// 9999) throw AtlasError naming the file, country, timetable and entry.
 std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, double reference,
                                std::int32_t number, std::vector<TimetableEntry>& result, bool usa,
-                               const std::string& folder = "");
+                               const std::string& folder = "", std::int32_t* lz_error = nullptr);
 
 // The zone in force for a country's timetable at a local serial date.
 struct ZoneAtDate {
@@ -89,8 +96,10 @@ struct ZoneAtDate {
 //    summer-time period
 //    of the date's own year (GetDaylightSavingDate), inside which the zone's
 //    summer variant holds ("MET" becomes "MET/S", "GMT" becomes "WET/S").
-// nullopt for groups and continents, unknown countries, and dates that are
-// not finite.
+// nullopt for groups and continents, unknown countries, dates that are not
+// finite, and a timetable file that cannot be read (after its LZ error was
+// shown and noted): an unreadable history is no history of local mean time.
+// A rules file that cannot be read throws AtlasError.
 std::optional<ZoneAtDate> ZoneAt(std::string_view code, std::int16_t timetable, double date);
 
 // The classic form: fills `record` with the zone of ZoneAt and returns its
@@ -115,7 +124,8 @@ std::int16_t Fill_BaseTimeZoneData(std::string_view code, ZoneRecord& record);
 
 // The abbreviation (trimmed) of the standard zone a country's timetable ends
 // on in 1999 (the last zone before 2000 that is no summer variant), or the
-// base zone when the country has no such history.
+// base zone when the country has no such history; "" for an unknown country
+// and when the timetable file cannot be read.
 std::string GetRightTimeZone(std::string_view code, std::int16_t timetable);
 
 // Whether a local wall-clock time exists once, not at all (clocks were set

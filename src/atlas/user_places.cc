@@ -36,8 +36,10 @@ class FolderLock {
  public:
   explicit FolderLock(const fs::path& folder)
       : fd_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    if (fd_ < 0)
-      throw AtlasError(folder.string(), std::string("cannot lock: ") + std::strerror(errno));
+    if (fd_ < 0) {
+      throw AtlasWriteError(folder.string(),
+                            std::string("locking the folder: ") + std::strerror(errno));
+    }
     while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
     }
   }
@@ -63,7 +65,9 @@ std::optional<UserFile> UserFileOf(std::int32_t country_id) {
   if (!State().countries_loaded) return std::nullopt;
   const auto index = static_cast<std::size_t>(GetCountryIndexOfID(country_id));
   const auto& table = State().countries;
-  if (index == 0 || index >= table.size()) return std::nullopt;
+  // The six continents and groups at the end have no file of their own:
+  // places stored under one would be read by no search.
+  if (index == 0 || index + kContinentRecords >= table.size()) return std::nullopt;
   const std::string place_file = GetCompressedPlaceFile(table[index].CountryShort);
   if (place_file.empty() || place_file.back() == '\\') return std::nullopt;
   UserFile file;
@@ -87,13 +91,6 @@ std::vector<std::string> ReadRecords(const fs::path& file) {
   return records;
 }
 
-std::string CleanName(const PlaceRecord& place) {
-  std::string name(place.NameField());
-  std::replace_if(
-      name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
-  return Trim(name);
-}
-
 // The record's name field as stored.
 std::string_view NameOf(const std::string& record) {
   return std::string_view(record).substr(0, kPlaceNameWidth);
@@ -101,10 +98,17 @@ std::string_view NameOf(const std::string& record) {
 
 }  // namespace
 
+std::string CleanPlaceName(std::string_view name) {
+  std::string clean(name);
+  std::replace_if(
+      clean.begin(), clean.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+  return Trim(clean);
+}
+
 std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   const auto file = UserFileOf(place.CountryId);
   if (!file) return 0;
-  const std::string name = CleanName(place.Place);
+  const std::string name = CleanPlaceName(place.Place.NameField());
   // The user file is read through the LZ service: a first record that
   // begins with the SZDD magic would make the whole file read as damaged
   // compressed data.
@@ -121,7 +125,7 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   // made up again.
   std::error_code ec;
   fs::create_directory(file->native.parent_path(), ec);
-  if (ec) throw AtlasError(file->path, "cannot create the USER folder: " + ec.message());
+  if (ec) throw AtlasWriteError(file->path, "creating the USER folder: " + ec.message());
   const FolderLock lock(file->native.parent_path());
 
   std::vector<std::string> records = ReadRecords(file->native);
@@ -157,10 +161,13 @@ std::int16_t Delete_City(const UserPlace& place) {
   if (!State().countries_loaded) return 0;
   const auto file = UserFileOf(place.CountryId);
   if (!file || !fs::exists(file->native)) return -1;
+  // The name as AddCity stored it.
+  PlaceRecord wanted;
+  wanted.SetName(CleanPlaceName(place.Place.NameField()));
   const FolderLock lock(file->native.parent_path());
   const std::string old = ReadBytes(file->native);
   for (std::size_t at = 0; at + kPlaceRecordSize <= old.size(); at += kPlaceRecordSize) {
-    if (!TextEqual(std::string_view(old).substr(at, kPlaceNameWidth), place.Place.NameField())) {
+    if (!TextEqual(std::string_view(old).substr(at, kPlaceNameWidth), wanted.NameField())) {
       continue;
     }
     std::string data = old;

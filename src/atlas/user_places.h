@@ -11,6 +11,8 @@
 #define TARVPLACES_ATLAS_USER_PLACES_H_
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "atlas/place_file.h"
 
@@ -22,28 +24,34 @@ struct UserPlace {
   PlaceRecord Place;
 };
 
+// A name as the user file keeps it: control characters (TAB, CR, LF, NUL...)
+// become blanks, and blanks around it go. Hosts clean a name with it before
+// they cut it to the 28-character field, so that adding and deleting agree.
+std::string CleanPlaceName(std::string_view name);
+
 // Adds `place` to its country's user file and returns -1 (true), also when
 // the user file already holds a place of that name (any case; nothing is
-// written then). Returns 0 when the country table is not loaded, the country
-// is unknown, or the name is empty after trimming, begins with "@" (the mark
-// of a deleted record) or with the eight bytes of the SZDD magic (which
-// would make the plain user file read as compressed), or holds kUnmappable
-// (a character the host's text had that the code page cannot take). Control characters in
-// the name (TAB, CR, LF...) become blanks and the name is cut to 28
+// written then). Returns 0 when the country table is not loaded; when the
+// country is unknown, or is one of the six continents and groups at the end
+// of the table (no search reads places stored under them); when the name,
+// cleaned by CleanPlaceName, is empty, begins with "@" (the mark of a deleted
+// record) or with the eight bytes of the SZDD magic (which would make the
+// plain user file read as compressed), or holds kUnmappable (a character the
+// host's text had that the code page cannot take). The name is cut to 28
 // characters. Records are kept sorted by their bytes, deleted ones included
 // (each keeps its place), and the index gets an entry wherever the
-// upper-cased first character changes.
-// `record_no` receives the new record's number (negative). The USER folder
-// is created when needed. Throws AtlasError when the folder cannot be
-// written; the user file is then unchanged.
+// upper-cased first character changes. `record_no` receives the new record's
+// number (negative). The USER folder is created when needed. Throws
+// AtlasWriteError when the folder cannot be written; the user file is then
+// unchanged.
 std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no);
 
 // Marks the first record of the user file whose 28-character name equals the
-// place's name (any case) as deleted: "@" is put before the name, which loses
-// its last character when it is 28 characters long. The file keeps its
-// length and its index is not rewritten. Returns -1 whenever the country
-// table is loaded (found or not), 0 otherwise. A place only in the database
-// cannot be deleted.
+// place's name, cleaned as AddCity cleans it (any case), as deleted: "@" is
+// put before the name, which loses its last character when it is 28
+// characters long. The file keeps its length and its index is not rewritten.
+// Returns -1 whenever the country table is loaded (found or not), 0
+// otherwise. A place only in the database cannot be deleted.
 std::int16_t Delete_City(const UserPlace& place);
 
 }  // namespace tarv

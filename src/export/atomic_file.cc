@@ -1,12 +1,13 @@
 #include "export/atomic_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <string>
-#include <system_error>
 
 #include "tarvplaces/atlas_error.h"
 
@@ -16,7 +17,7 @@ namespace tarv {
 namespace {
 
 [[noreturn]] void Fail(const fs::path& target, const std::string& step, int error) {
-  throw AtlasError(target.string(), step + ": " + std::strerror(error));
+  throw AtlasWriteError(target.string(), step + ": " + std::strerror(error));
 }
 
 // Makes the rename itself durable.
@@ -28,36 +29,82 @@ void SyncFolder(const fs::path& folder) {
   }
 }
 
+// Opens and locks the temporary file. A writer that waited for the lock may
+// find the file it locked renamed into place or removed by the writer before
+// it; then it opens the name afresh.
+int OpenLocked(const fs::path& target, const fs::path& temp) {
+  for (;;) {
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0) Fail(target, "creating its temporary file " + temp.filename().string(), errno);
+    while (::flock(fd, LOCK_EX) != 0) {
+      if (errno == EINTR) continue;
+      const int error = errno;
+      ::close(fd);
+      Fail(target, "locking its temporary file", error);
+    }
+    struct stat held {};
+    struct stat named {};
+    if (::fstat(fd, &held) == 0 && ::stat(temp.c_str(), &named) == 0 &&
+        held.st_dev == named.st_dev && held.st_ino == named.st_ino) {
+      return fd;
+    }
+    ::close(fd);
+  }
+}
+
 }  // namespace
 
-void WriteFileAtomically(const fs::path& target, std::string_view bytes) {
+fs::path TemporaryPathOf(const fs::path& target) {
   fs::path temp = target;
-  temp += ".tmp-" + std::to_string(::getpid());
-  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) Fail(target, "cannot create temporary file", errno);
+  return temp.replace_extension("~~~");
+}
+
+StagedFile::StagedFile(fs::path target, std::string_view bytes)
+    : target_(std::move(target)), temp_(TemporaryPathOf(target_)) {
+  // The system would take a path holding a NUL for the shorter one before it.
+  if (target_.native().find('\0') != std::string::npos) Fail(target_, "naming it", EINVAL);
+  fd_ = OpenLocked(target_, temp_);
+  auto fail = [this](const std::string& step, int error) {
+    ::unlink(temp_.c_str());
+    ::close(fd_);
+    fd_ = -1;
+    Fail(target_, step, error);
+  };
+  // What an interrupted writer left behind goes.
+  if (::ftruncate(fd_, 0) != 0) fail("emptying its temporary file", errno);
   std::size_t written = 0;
   while (written < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
+    const ssize_t n = ::write(fd_, bytes.data() + written, bytes.size() - written);
     if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      const int error = n < 0 ? errno : ENOSPC;
-      ::close(fd);
-      ::unlink(temp.c_str());
-      Fail(target, "cannot write", error);
-    }
+    if (n <= 0) fail("writing", n < 0 ? errno : ENOSPC);
     written += static_cast<std::size_t>(n);
   }
-  if (::fsync(fd) != 0 || ::close(fd) != 0) {
+  if (::fsync(fd_) != 0) fail("flushing", errno);
+}
+
+StagedFile::~StagedFile() {
+  if (fd_ < 0) return;
+  ::unlink(temp_.c_str());
+  ::close(fd_);
+}
+
+void StagedFile::Commit() {
+  if (fd_ < 0) return;
+  // Renamed while still locked: a waiting writer then finds the name free.
+  if (::rename(temp_.c_str(), target_.c_str()) != 0) {
     const int error = errno;
-    ::unlink(temp.c_str());
-    Fail(target, "cannot flush", error);
+    ::unlink(temp_.c_str());
+    ::close(fd_);
+    fd_ = -1;
+    Fail(target_, "putting it in place", error);
   }
-  if (::rename(temp.c_str(), target.c_str()) != 0) {
-    const int error = errno;
-    ::unlink(temp.c_str());
-    Fail(target, "cannot replace", error);
-  }
-  SyncFolder(target.parent_path());
+  ::close(fd_);  // the data was flushed before the rename
+  fd_ = -1;
+  SyncFolder(target_.parent_path());
+}
+
+void WriteFileAtomically(const fs::path& target, std::string_view bytes) {
+  StagedFile(target, bytes).Commit();
 }
 
 }  // namespace tarv

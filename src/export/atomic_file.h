@@ -1,5 +1,5 @@
 // Writing files so that a crash leaves the old or the new file, never a torn
-// one.
+// one, and no temporary files pile up.
 #ifndef TARVPLACES_EXPORT_ATOMIC_FILE_H_
 #define TARVPLACES_EXPORT_ATOMIC_FILE_H_
 
@@ -8,9 +8,38 @@
 
 namespace tarv {
 
-// Writes `bytes` to a temporary file beside `target`, flushes it to disk,
-// and renames it over `target`. Throws AtlasError naming `target` when any
-// step fails; `target` is then unchanged and the temporary file removed.
+// The temporary file a new version of `target` is written to: the target's
+// path up to the last "." of its name, with the extension "~~~"
+// ("USER/D.dao" becomes "USER/D.~~~", "Cities.txt" "Cities.~~~"). One fixed
+// name per target: what an interrupted write left there is the next writer's
+// to overwrite, so such files never pile up. A place file, its index and its
+// name index share one ("D.~~~"); they are written one after the other.
+std::filesystem::path TemporaryPathOf(const std::filesystem::path& target);
+
+// A new version of `target`, written in full to its temporary file and put in
+// its place by Commit. The temporary file is locked from its creation to its
+// rename, so a second writer of the same target (another thread or process)
+// waits instead of writing into it; it is flushed to disk before the rename.
+// Without Commit the temporary file is removed and `target` stays as it was.
+// Throws AtlasWriteError naming `target` when a step fails; the target is
+// then unchanged and the temporary file removed.
+class StagedFile {
+ public:
+  StagedFile(std::filesystem::path target, std::string_view bytes);
+  ~StagedFile();
+  StagedFile(const StagedFile&) = delete;
+  StagedFile& operator=(const StagedFile&) = delete;
+
+  // Renames the temporary file over the target and makes the rename durable.
+  void Commit();
+
+ private:
+  std::filesystem::path target_;
+  std::filesystem::path temp_;
+  int fd_ = -1;  // the locked temporary file until Commit
+};
+
+// StagedFile(target, bytes).Commit().
 void WriteFileAtomically(const std::filesystem::path& target, std::string_view bytes);
 
 }  // namespace tarv

@@ -7,8 +7,10 @@
 #include "atlas/zone_table.h"
 #include "export/atomic_file.h"
 #include "export/file_helpers.h"
+#include "platform/codepage.h"
 #include "platform/lz.h"
 #include "platform/paths.h"
+#include "tarvplaces/atlas_error.h"
 #include "util/number_text.h"
 #include "util/serial_date.h"
 
@@ -38,6 +40,10 @@ std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& cou
                            std::string& text) {
   std::int32_t error = 0;
   const auto image = ExistingImage(place_file, error);
+  // Leaving the places of a damaged file out would export a smaller atlas.
+  if (error != 0) {
+    throw AtlasError(place_file, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(place_file))));
+  }
   if (!image) return 0;
   std::size_t count = 0;
   for (std::size_t at = 0; at + kPlaceRecordSize <= image->size(); at += kPlaceRecordSize) {
@@ -77,8 +83,14 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
     const std::int16_t number = HaveTimetables(c.CountryShort);
     for (std::int16_t t = 1; t <= number; ++t) {
       std::vector<TimetableEntry> entries;
-      Read_Cp_TimeTable(c.CountryShort, c.CountryId, kSerial2000, t, entries,
-                        IsUSA(c.CountryShort));
+      std::int32_t error = 0;
+      Read_Cp_TimeTable(c.CountryShort, c.CountryId, kSerial2000, t, entries, IsUSA(c.CountryShort),
+                        "", &error);
+      if (error != 0) {
+        const std::string file =
+            AtlasFolder("") + (IsUSA(c.CountryShort) ? "TTUSA.dao" : "ttx.dao");
+        throw AtlasError(file, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(file))));
+      }
       for (std::size_t e = 0; e < entries.size(); ++e) {
         Line(timetables, std::to_string(c.CountryId), std::to_string(t), std::to_string(e + 1),
              std::to_string(entries[e].Zone), DateTimeText(entries[e].Datum));
@@ -96,11 +108,14 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
     ++counts.zones;
   }
 
-  DeleteFile(out + "Cities.txt", true);
-  WriteFileAtomically(NativePath(out + "Cities.txt"), cities);
-  WriteFileAtomically(NativePath(out + "Countries.txt"), countries);
-  WriteFileAtomically(NativePath(out + "Zones.txt"), zones);
-  WriteFileAtomically(NativePath(out + "Timetable.txt"), timetables);
+  // All four are written in full before any of them replaces an old one. The
+  // old Cities.txt is replaced whole, not appended to.
+  StagedFile staged[] = {{NativePath(out + "Cities.txt"), cities},
+                         {NativePath(out + "Countries.txt"), countries},
+                         {NativePath(out + "Zones.txt"), zones},
+                         {NativePath(out + "Timetable.txt"), timetables}};
+  for (auto& file : staged)
+    file.Commit();
   if (progress) progress("", 1.0);
   return counts;
 }

@@ -25,18 +25,23 @@ struct ExportCounts {
 
 // Appends a line for every place of one place file (deleted records left
 // out) to `text`, `user` marking the places as the user's. Returns their
-// number; a missing file adds nothing.
+// number; a missing file adds nothing. A file that is present but cannot be
+// read (damaged compressed data, an unknown compression mode) throws
+// AtlasError naming it.
 std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& country, bool user,
                            std::string& text);
 
 // Reloads the country table from `country_file` ("Country.dat" when empty),
 // loads the zone table and writes the four files into `out_folder` (the
-// place folder when empty). Cities.txt is deleted first, so two exports give
-// the same files; each file is written under a temporary name and renamed
-// into place, so an interrupted export never leaves a half file. Throws
-// AtlasError naming the file when the folder cannot be written; files
-// already in place stay as they were. `progress` hears the country being
-// exported and the fraction done.
+// place folder when empty). Each file is written in full under its temporary
+// name ("Cities.~~~", see StagedFile) and the four replace the old ones only
+// when all are complete: the old Cities.txt is replaced whole (no line of it
+// survives, so two exports give the same files), and a failed export leaves
+// the old files as they were and no temporary file behind. Throws AtlasError
+// naming the file and the entry for a place or timetable file that is
+// present but cannot be read, or a timetable entry that is not a date;
+// AtlasWriteError naming the file when the folder cannot be written.
+// `progress` hears the country being exported and the fraction done.
 ExportCounts ExportPlaces(const std::string& country_file, const std::string& out_folder = "",
                           const std::function<void(const std::string&, double)>& progress = {});
 

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <utility>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/process_state.h"
 #include "platform/message_box.h"
 #include "tarvplaces/places.h"
@@ -65,6 +66,7 @@ PlaceManagerFactory SetPlaceManagerFactory(PlaceManagerFactory factory) {
 bool classPlaces::ShowPlacemanager(std::string* City, std::string* CountryShort, float* Longitude,
                                    float* Latitude, std::int16_t* Timetable, std::int16_t* Index,
                                    bool NewMode, std::int32_t Modal, OwnerWindow OwnerForm) {
+  const FaultScope fault;
   // A fresh dialog per call, so every call starts with Canceled false.
   const std::unique_ptr<PlaceManagerDialog> dialog = NewPlaceManager();
   if (!dialog) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
 #include "atlas/nearest_place.h"
@@ -44,7 +45,9 @@ class HostListControl final : public PlaceListControl {
 };
 
 // Members that only read open a StatScope: within one call each atlas file is
-// checked once, and the next call checks it again.
+// checked once, and the next call checks it again. Members that read place,
+// index or timetable files open a FaultScope: LastAtlasFault then tells the
+// host what this call could not read.
 
 // Members that read the atlas make sure its tables are loaded first; the
 // loaders' deliberate results do not matter here.
@@ -113,6 +116,7 @@ std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
                                        const std::string& CountryShort, double* Longitude,
                                        double* Latitude, std::int16_t* TimeZoneId) {
   const StatScope one_look;
+  const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
@@ -129,6 +133,7 @@ std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
                                              const std::string& CountryShort,
                                              std::int32_t* PlacesFound, std::int32_t* PlacesAdded) {
   const StatScope one_look;
+  const FaultScope fault;
   LoadTables();
   HostListControl control(PlaceListControl);
   std::int32_t found = 0;
@@ -144,6 +149,7 @@ std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
 std::string classPlaces::GetNearestPlace(const std::string& CountryShort, double Longitude,
                                          double Latitude, double RangeDegrees) {
   const StatScope one_look;
+  const FaultScope fault;
   LoadTables();
   std::string line;
   SearchNearestPlace(line, tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), Longitude,
@@ -183,6 +189,7 @@ std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneT
 std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
                                          const std::string& SearchPlace, std::int16_t* Timetable) {
   const StatScope one_look;
+  const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int16_t count = tarv::HaveTimetables(code);
@@ -210,6 +217,7 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
                                         double* Latitude, std::int16_t* TimeZoneId, double Julian,
                                         std::int32_t PlaceId) {
   const StatScope one_look;
+  const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
@@ -232,6 +240,7 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
 std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double Julian, bool* rIsLmt,
                                                        double* ZoneTime) {
   const StatScope one_look;
+  const FaultScope fault;
   LoadTables();
   const auto& list = FoundPlaces();
   if (Id < 0 || static_cast<std::size_t>(Id) >= list.size()) return {};
@@ -262,21 +271,28 @@ std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
                                            const std::string& CountryShort, double Julian,
                                            bool LongString, std::int16_t* GetTimezoneId) {
   const StatScope one_look;
+  const FaultScope fault;
   std::int16_t timetable = 0;
   HaveTimetables(CountryShort, SearchPlace, &timetable);
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
+  if (GetTimezoneId != nullptr) *GetTimezoneId = 0;
+  // Without the place's own timetable any zone would be a guess.
+  if (tarv::LastAtlasFault()) return {};
   ZoneRecord zone;
   std::int16_t id = 0;
-  if (Julian != 0.0) {
-    if (const auto at = ZoneAt(code, timetable, LookupSerialOfJulian(Julian))) {
-      zone = at->zone;
-      id = at->zone_id;
-    }
-  } else {
-    id = tarv::GetTimezoneId(tarv::GetRightTimeZone(code, timetable));
-    if (static_cast<std::size_t>(id) < State().zones.size()) {
-      zone = State().zones[static_cast<std::size_t>(id)];
-    }
+  if (Julian == 0.0) {
+    // The text as GetRightTimeZone gives it ("MEZ" stays "MEZ"), "" when it
+    // names no zone; the identifier is the zone it names.
+    const std::string text = tarv::GetRightTimeZone(code, timetable);
+    id = tarv::GetTimezoneId(text);
+    if (GetTimezoneId != nullptr) *GetTimezoneId = id;
+    if (!LongString) return Host(text);
+    if (text.empty() || static_cast<std::size_t>(id) >= State().zones.size()) return {};
+    return Host(State().zones[static_cast<std::size_t>(id)].TZName);
+  }
+  if (const auto at = ZoneAt(code, timetable, LookupSerialOfJulian(Julian))) {
+    zone = at->zone;
+    id = at->zone_id;
   }
   if (GetTimezoneId != nullptr) *GetTimezoneId = id;
   if (LongString) return Host(zone.TZName);
@@ -290,6 +306,7 @@ float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Time
                               std::string* TZType, std::int16_t* TZSortIndex,
                               std::uint8_t* TZShow) {
   const StatScope one_look;
+  const FaultScope fault;
   LoadTables();
   ZoneRecord zone;
   const auto at = ZoneAt(Ansi(CountryShort), Timetable, Datum);
@@ -308,6 +325,7 @@ std::vector<TimetableRow> classPlaces::GetTimeTableArray(const std::string& Land
                                                          std::int16_t TimeTableId,
                                                          bool GetJulianNotSerial) {
   const StatScope one_look;
+  const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(Land));
   const std::int16_t id = tarv::GetCountryID(code);
@@ -323,10 +341,11 @@ std::vector<TimetableRow> classPlaces::GetTimeTableArray(const std::string& Land
 std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const std::string& Name,
                                        double Longitude, double Latitude, std::int16_t Timetable,
                                        std::int32_t* RecordNo) {
+  const FaultScope fault;
   LoadTables();
   UserPlace place;
   place.CountryId = tarv::GetCountryID(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)));
-  place.Place.SetName(Ansi(Name));
+  place.Place.SetName(CleanPlaceName(Ansi(Name)));
   place.Place.Longitude = static_cast<float>(Longitude);
   place.Place.Latitude = static_cast<float>(Latitude);
   place.Place.Timetable = Timetable;
@@ -339,19 +358,22 @@ std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const st
 
 std::int16_t classPlaces::DeleteUserPlace(const std::string& CountryShort,
                                           const std::string& Name) {
+  const FaultScope fault;
   LoadTables();
   UserPlace place;
   place.CountryId = tarv::GetCountryID(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)));
   if (place.CountryId == 0) return 0;
-  place.Place.SetName(Trim(Ansi(Name)));
+  place.Place.SetName(CleanPlaceName(Ansi(Name)));
   return Delete_City(place);
 }
 
 int classPlaces::GetLocalTimeKind(const std::string& SearchPlace, const std::string& CountryShort,
                                   double Julian) {
   const StatScope one_look;
+  const FaultScope fault;
   std::int16_t timetable = 0;
   HaveTimetables(CountryShort, SearchPlace, &timetable);
+  if (tarv::LastAtlasFault()) return 0;
   const auto kind = LocalTimeStatus(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)),
                                     timetable, LookupSerialOfJulian(Julian));
   return kind == LocalTimeKind::kSkipped ? 1 : kind == LocalTimeKind::kRepeated ? 2 : 0;
@@ -365,6 +387,7 @@ std::string classPlaces::GetCountryTimeZone(const std::string& CountryShort) {
 
 std::string classPlaces::GetRightTimeZone(const std::string& CountryShort, std::int16_t Timetable) {
   const StatScope one_look;
+  const FaultScope fault;
   CheckPlacePath();
   LoadTables();
   return Host(tarv::GetRightTimeZone(Ansi(CountryShort), Timetable));
@@ -372,12 +395,17 @@ std::string classPlaces::GetRightTimeZone(const std::string& CountryShort, std::
 
 void classPlaces::Export(const std::string& Password, const std::string* CountryFile) {
   if (Password != ExportPassPhrase()) return;
+  const FaultScope fault;
   CheckPlacePath();
   if (State().places_path.empty()) {
     MsgBox("g_PlacesPath ist nicht gefüllt", kMsgInformation);
     return;
   }
   ExportPlaces(CountryFile == nullptr ? std::string() : *CountryFile);
+}
+
+AtlasFault classPlaces::LastAtlasFault() const {
+  return tarv::LastAtlasFault();
 }
 
 TarvLanguage& classPlaces::LanguageComponent() {

@@ -30,6 +30,15 @@ bool HasSzddMagic(std::string_view bytes) {
   return bytes.substr(0, kSzddMagic.size()) == kSzddMagic;
 }
 
+// A file as the LZ service sees it: the bytes its data decodes to, and the
+// length its header announces (the bytes' own length for a plain file).
+struct Expansion {
+  std::string bytes;
+  std::size_t length = 0;
+  // The data ended before the length its header announced.
+  bool Damaged() const { return bytes.size() < length; }
+};
+
 // ---------------------------------------------------------------------------
 // libmspack reads and writes through an mspack_system; this one works on
 // buffers in memory. The "file name" handed to the decompressor is the address
@@ -161,7 +170,7 @@ std::int32_t Decode(std::string_view file_bytes, std::size_t limit, std::string&
 // Open handles: small numbers into a table of images and positions.
 
 struct OpenImage {
-  std::shared_ptr<const std::string> image;
+  std::shared_ptr<const Expansion> image;
   std::size_t position = 0;
 };
 
@@ -169,7 +178,7 @@ constexpr std::size_t kMaxHandles = 1024;
 
 class HandleTable {
  public:
-  std::int32_t Open(std::shared_ptr<const std::string> image) {
+  std::int32_t Open(std::shared_ptr<const Expansion> image) {
     const std::lock_guard<std::mutex> lock(mutex_);
     auto slot =
         std::find_if(slots_.begin(), slots_.end(), [](const auto& s) { return !s.has_value(); });
@@ -186,9 +195,11 @@ class HandleTable {
     OpenImage* open = Find(handle);
     if (open == nullptr) return LZERROR_BADINHANDLE;
     if (count < 0 || (count > 0 && buffer == nullptr)) return LZERROR_BADVALUE;
-    const std::string& image = *open->image;
-    const std::size_t n = std::min(static_cast<std::size_t>(count), image.size() - open->position);
-    std::memcpy(buffer, image.data() + open->position, n);
+    const Expansion& image = *open->image;
+    const std::size_t n = std::min(static_cast<std::size_t>(count), image.length - open->position);
+    // Windows expands while it reads and fails where the data runs out.
+    if (open->position + n > image.bytes.size()) return LZERROR_READ;
+    std::memcpy(buffer, image.bytes.data() + open->position, n);
     open->position += n;
     return static_cast<std::int32_t>(n);
   }
@@ -197,7 +208,7 @@ class HandleTable {
     const std::lock_guard<std::mutex> lock(mutex_);
     OpenImage* open = Find(handle);
     if (open == nullptr) return LZERROR_BADINHANDLE;
-    const auto size = static_cast<std::int64_t>(open->image->size());
+    const auto size = static_cast<std::int64_t>(open->image->length);
     std::int64_t base = 0;
     switch (origin) {
       case kLzSeekSet:
@@ -263,7 +274,7 @@ std::optional<FileStamp> Stamp(const std::string& file) {
 
 class ImageCache {
  public:
-  std::shared_ptr<const std::string> Find(const std::string& key, const FileStamp& stamp) {
+  std::shared_ptr<const Expansion> Find(const std::string& key, const FileStamp& stamp) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto it = entries_.find(key);
     if (it == entries_.end() || !it->second.settled || !(it->second.stamp == stamp)) {
@@ -274,11 +285,11 @@ class ImageCache {
   }
 
   void Store(const std::string& key, const FileStamp& stamp, bool settled,
-             std::shared_ptr<const std::string> image) {
+             std::shared_ptr<const Expansion> image) {
     const std::lock_guard<std::mutex> lock(mutex_);
     DropLocked(key);
-    if (image->size() > kMaxBytes) return;
-    bytes_ += image->size();
+    if (image->bytes.size() > kMaxBytes) return;
+    bytes_ += image->bytes.size();
     entries_[key] = Entry{stamp, settled, ++clock_, std::move(image)};
     while (bytes_ > kMaxBytes || entries_.size() > kMaxEntries) {
       const auto oldest = std::min_element(
@@ -307,13 +318,13 @@ class ImageCache {
     FileStamp stamp;
     bool settled = false;
     std::uint64_t last_use = 0;
-    std::shared_ptr<const std::string> image;
+    std::shared_ptr<const Expansion> image;
   };
 
   void DropLocked(const std::string& key) {
     const auto it = entries_.find(key);
     if (it == entries_.end()) return;
-    bytes_ -= it->second.image->size();
+    bytes_ -= it->second.image->bytes.size();
     entries_.erase(it);
   }
 
@@ -345,9 +356,15 @@ bool StartsWithSzddMagic(std::string_view bytes) noexcept {
   return HasSzddMagic(bytes);
 }
 
-std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
+namespace {
+
+// The expansion of a file's bytes: as they stand without the SZDD magic, else
+// decoded up to the header's length. `error` is set only for what makes the
+// file unreadable as a whole (a short header, an absurd length, an unknown
+// mode); data that ends early comes back as a damaged expansion.
+Expansion Expand(std::string_view file_bytes, std::int32_t& error) {
   error = 0;
-  if (!HasSzddMagic(file_bytes)) return std::string(file_bytes);
+  if (!HasSzddMagic(file_bytes)) return {std::string(file_bytes), file_bytes.size()};
   if (file_bytes.size() < kHeaderSize) {
     error = LZERROR_READ;
     return {};
@@ -364,11 +381,21 @@ std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
   // Eight matches of 18 bytes behind one control byte is the most 17 bytes
   // can give, so the field need not be trusted for the reservation.
   const std::size_t most = (file_bytes.size() - kHeaderSize) / 17 * 144 + 144;
-  std::string out;
-  out.reserve(std::min<std::size_t>(length, most));
-  error = Decode(file_bytes, length, out);
+  Expansion out;
+  out.length = length;
+  out.bytes.reserve(std::min<std::size_t>(length, most));
+  error = Decode(file_bytes, length, out.bytes);
   if (error != 0) return {};
   return out;
+}
+
+}  // namespace
+
+std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
+  Expansion expansion = Expand(file_bytes, error);
+  if (error == 0 && expansion.Damaged()) error = LZERROR_READ;
+  if (error != 0) return {};
+  return std::move(expansion.bytes);
 }
 
 std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error) {
@@ -379,13 +406,13 @@ std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::i
 
 namespace {
 
-// The images one call has asked for: within a call a path's status is looked
-// at once, so its image cannot change either.
+// The expansions one call has asked for: within a call a path's status is
+// looked at once, so its expansion cannot change either.
 struct CallImages {
   struct Seen {
     std::string path;
     std::int32_t error = 0;
-    std::shared_ptr<const std::string> image;
+    std::shared_ptr<const Expansion> image;
   };
   std::uint64_t call = 0;
   std::vector<Seen> seen;
@@ -394,32 +421,10 @@ struct CallImages {
 thread_local CallImages call_images;
 constexpr std::size_t kMaxCallImages = 16;
 
-std::shared_ptr<const std::string> LookUpImage(const std::string& path, std::int32_t& error);
-
-}  // namespace
-
-std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error) {
-  const std::uint64_t call = CallNumber();
-  if (call == 0) return LookUpImage(path, error);
-  if (call_images.call != call) {
-    call_images.call = call;
-    call_images.seen.clear();
-  }
-  for (const auto& seen : call_images.seen) {
-    if (seen.path == path) {
-      error = seen.error;
-      return seen.image;
-    }
-  }
-  auto image = LookUpImage(path, error);
-  if (call_images.seen.size() < kMaxCallImages) call_images.seen.push_back({path, error, image});
-  return image;
-}
-
-namespace {
-
-std::shared_ptr<const std::string> LookUpImage(const std::string& path, std::int32_t& error) {
+std::shared_ptr<const Expansion> LookUpExpansion(const std::string& path, std::int32_t& error) {
   error = 0;
+  // A path holding a NUL would name another file once it reaches the system.
+  if (path.find('\0') != std::string::npos) return nullptr;
   // A user file that was missing is usually still missing; one look at its
   // folder settles that.
   const std::string slashed = SlashedString(path);
@@ -445,19 +450,48 @@ std::shared_ptr<const std::string> LookUpImage(const std::string& path, std::int
     error = LZERROR_BADINHANDLE;
     return nullptr;
   }
-  if (HasSzddMagic(bytes)) {
-    bytes = ExpandSzdd(bytes, error);
-    if (error != 0) return nullptr;
-  } else if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+  if (!HasSzddMagic(bytes) &&
+      bytes.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
     error = LZERROR_GLOBALLOC;  // grew since it was measured
     return nullptr;
   }
-  auto image = std::make_shared<const std::string>(std::move(bytes));
+  auto image = std::make_shared<const Expansion>(Expand(bytes, error));
+  if (error != 0) return nullptr;
   Cache().Store(key, *stamp, settled, image);
   return image;
 }
 
+// LookUpExpansion, asked once per path within a call.
+std::shared_ptr<const Expansion> ExistingExpansion(const std::string& path, std::int32_t& error) {
+  const std::uint64_t call = CallNumber();
+  if (call == 0) return LookUpExpansion(path, error);
+  if (call_images.call != call) {
+    call_images.call = call;
+    call_images.seen.clear();
+  }
+  for (const auto& seen : call_images.seen) {
+    if (seen.path == path) {
+      error = seen.error;
+      return seen.image;
+    }
+  }
+  auto image = LookUpExpansion(path, error);
+  if (call_images.seen.size() < kMaxCallImages) call_images.seen.push_back({path, error, image});
+  return image;
+}
+
 }  // namespace
+
+std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error) {
+  auto expansion = ExistingExpansion(path, error);
+  if (!expansion) return nullptr;
+  if (expansion->Damaged()) {
+    error = LZERROR_READ;
+    return nullptr;
+  }
+  // Shares the expansion's ownership: the same file version is the same pointer.
+  return {expansion, &expansion->bytes};
+}
 
 void ForgetExpandedImage(const std::string& path) {
   ForgetStatsOfThisCall();
@@ -470,8 +504,8 @@ void ClearExpandedImages() {
 
 std::int32_t LZOpenFile(const std::string& path) {
   std::int32_t error = 0;
-  auto image = ExpandedImage(path, error);
-  if (!image) return error;
+  auto image = ExistingExpansion(path, error);
+  if (!image) return error != 0 ? error : LZERROR_BADINHANDLE;
   return Handles().Open(std::move(image));
 }
 

@@ -10,15 +10,17 @@
 // by another call or process is seen at once.
 //
 // Expanded length. The header's length field and the compressed data do not
-// always agree: Microsoft's COMPRESS has written files whose field claims far
-// more than the data holds (20 bytes of text under a field of 5237), and whose
-// data simply ends in the middle of a control byte. The expanded image is
-// therefore the bytes the data decodes to, cut at the header's length when the
-// data holds more. Reading stops cleanly at the end of that image (Windows
-// would answer LZERROR_READ past the decoded bytes of such a file); a file
-// truncated in transit looks the same and is not detected. A length field
-// above 64 MiB, or above 100 times the file's size plus 64 KiB, is taken as
-// damage (LZERROR_READ) before anything is decoded.
+// always agree. Data that decodes to more bytes than the field announces is
+// cut at the field. Data that ends before it (a file cut short in transit, or
+// the one COMPRESS sample whose field claims 5237 bytes over 20 bytes of
+// text) is damaged, and answered as Windows' LZ expansion answers it: the
+// handle opens, LZSeek to the end gives the field's length, reads within the
+// decoded bytes succeed, and a read that needs a byte past them gives
+// LZERROR_READ. Readers that take the whole image (ExpandedImage,
+// ExistingImage, ExpandSzdd) get LZERROR_READ for such a file at once: a
+// damaged file is never read as a shorter one. A length field above 64 MiB,
+// or above 100 times the file's size plus 64 KiB, is taken as damage
+// (LZERROR_READ) before anything is decoded.
 #ifndef TARVPLACES_PLATFORM_LZ_H_
 #define TARVPLACES_PLATFORM_LZ_H_
 
@@ -56,7 +58,9 @@ std::int32_t LZOpenFile(const std::string& path);
 // Copies up to `count` expanded bytes from the handle's position into
 // `buffer` and advances the position. Returns the number of bytes copied (0
 // at the end), LZERROR_BADINHANDLE for an unknown handle, LZERROR_BADVALUE
-// for a negative count (or a null buffer with a positive count).
+// for a negative count (or a null buffer with a positive count), and
+// LZERROR_READ, with the position unchanged, when the bytes asked for reach
+// past the data of a damaged file.
 std::int32_t LZRead(std::int32_t handle, char* buffer, std::int32_t count);
 
 // Moves the position to `offset` from the start (origin 0), the current
@@ -86,8 +90,9 @@ class LzFile {
 };
 
 // The expanded bytes of the file at `path` (cached) with 0 in `error`, or
-// nullptr and a negative LZERROR code as LZOpenFile gives it. For readers that
-// want the whole image. The cache holds up to 64 MiB of images of at most 256
+// nullptr and a negative LZERROR code as LZOpenFile gives it, and LZERROR_READ
+// for a file whose data ends before its length field. For readers that want
+// the whole image. The cache holds up to 64 MiB of images of at most 256
 // files and drops the least recently used first; an entry is trusted only while the file's path,
 // size, modification time and inode are unchanged, and not at all while its
 // modification time lies within two seconds of when it was read (file times
@@ -110,8 +115,9 @@ bool StartsWithSzddMagic(std::string_view bytes) noexcept;
 
 // Expands SZDD data held in memory: the expanded bytes with 0 in `error`, or
 // "" and a negative LZERROR code. Data without the SZDD magic comes back as it
-// stands; with the magic, a header shorter than 14 bytes or an absurd length
-// field gives LZERROR_READ, a mode other than 'A' LZERROR_UNKNOWNALG.
+// stands; with the magic, a header shorter than 14 bytes, an absurd length
+// field or data that ends before the length field gives LZERROR_READ, a mode
+// other than 'A' LZERROR_UNKNOWNALG.
 std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error);
 
 // Compresses `data` into an SZDD file image (mode 'A', LZSS with a 4096-byte

@@ -58,6 +58,14 @@ bool TextContains(std::string_view s, std::string_view part) noexcept {
   return it != s.end() || part.empty();
 }
 
+bool HasControlCharacter(std::string_view s) noexcept {
+  for (const char c : s) {
+    const auto b = static_cast<unsigned char>(c);
+    if (b < 0x20 || b == 0x7F) return true;
+  }
+  return false;
+}
+
 double Val(std::string_view s) noexcept {
   std::size_t i = 0;
   while (i < s.size() && (s[i] == ' ' || s[i] == '\t' || s[i] == '\n'))

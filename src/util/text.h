@@ -38,6 +38,10 @@ bool TextEqual(std::string_view a, std::string_view b) noexcept;
 // True when `s` contains `part` without regard to case.
 bool TextContains(std::string_view s, std::string_view part) noexcept;
 
+// True when `s` holds a control character (bytes 0 to 31 and 127: NUL, TAB,
+// CR, LF, ...), which no code or file name may hold.
+bool HasControlCharacter(std::string_view s) noexcept;
+
 // The classic Val: the number at the start of `s` after leading blanks, tabs
 // and line feeds (sign, digits, one decimal point, an exponent with E or D);
 // 0 when there is none. Val("12.5abc") is 12.5, Val("x1") is 0.

@@ -125,6 +125,14 @@ TEST_F(CountryTableTest, StarEmptyAndUnknownGiveZero) {
   EXPECT_EQ(GetCountryID("Xanadu"), 0);
 }
 
+TEST_F(CountryTableTest, TextsWithControlCharactersAreNoContinent) {
+  // Their first five letters would name EUROPA.
+  Load();
+  EXPECT_EQ(GetContinentID(std::string("EUROPA\0X", 8)), 0);
+  EXPECT_EQ(GetContinentID("EUROP\t"), 0);
+  EXPECT_EQ(GetContinentID("EUROPA"), 4);
+}
+
 TEST_F(CountryTableTest, IndexOfIdFindsPositionsWithoutLoading) {
   EXPECT_EQ(GetCountryIndexOfID(58), 0);  // never loaded: nothing to find
   EXPECT_FALSE(State().countries_loaded);
@@ -213,6 +221,20 @@ TEST_F(CountryFileErrorTest, ShortLineNamesFileAndLine) {
 TEST_F(CountryFileErrorTest, NumberOutsideSixteenBitsIsRefused) {
   const auto error = LoadError(CountryDatLine(40000, "A", "A", "MEZ", "EUROPA", 4));
   EXPECT_NE(error.find("line 1: CountryId \"40000\""), std::string::npos) << error;
+}
+
+TEST_F(CountryFileErrorTest, CodeWithAControlCharacterNamesTheLine) {
+  // Such a code would name another file once its path reached the system.
+  const auto error =
+      LoadError(CountryDatLine(1, "A", "A", "MEZ", "EUROPA", 4) + "\r\n" +
+                CountryDatLine(2, "B", std::string("D.dao\0X", 7), "MEZ", "EUROPA", 4));
+  EXPECT_NE(error.find("Country.dat: line 2: the country code holds the control character 0x00 "
+                       "at position 6"),
+            std::string::npos)
+      << error;
+  EXPECT_FALSE(State().countries_loaded);
+  EXPECT_NE(LoadError(CountryDatLine(1, "A", "A\x1A", "MEZ", "EUROPA", 4)).find("0x1A"),
+            std::string::npos);
 }
 
 TEST_F(CountryFileErrorTest, MoreThanThreeHundredLinesAreRefused) {

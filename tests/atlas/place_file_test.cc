@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "atlas/atlas_fault.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "support/atlas_fixture.h"
@@ -61,7 +62,10 @@ TEST_F(PlaceFileTest, PlaceFileNamesFollowTheInternalCode) {
 
 TEST_F(PlaceFileTest, CodesThatLeaveThePlaceFolderAreUnknownCountries) {
   const std::string folder = folder_.str() + "\\";
-  for (const char* code : {"..\\D", "../D", "a\\b", "C:D", ".."}) {
+  // A control character (a NUL above all) would cut the path short.
+  const std::string codes[] = {"..\\D", "../D", "a\\b", "C:D", "..", std::string("D.dao\0X", 7),
+                               "D\x01", "D\n"};
+  for (const std::string& code : codes) {
     EXPECT_EQ(GetCompressedPlaceFile(code), folder) << code;
     std::vector<std::string> files;
     std::vector<PlaceRef> refs;
@@ -244,18 +248,66 @@ TEST(LzErrorMessages, TableTextsAndTheFallback) {
 
 class HostilePlaceFileTest : public PlaceFileTest {};
 
-TEST_F(HostilePlaceFileTest, TruncatedCompressedFileGivesAnErrorCodeAndAMessage) {
-  const std::string good =
-      CompressSzdd(EncodePlaceFile({Place("Graz", 1, 1), Place("Wien", 2, 2)}));
-  folder_.Write("A.dao", good.substr(0, 16));
-  PlaceList list;
-  const auto result = Read_Cp_ORTE(PlaceFile("A"), list);
-  EXPECT_LE(result, 2);  // what expanded before the cut, or a negative code
-  if (result < 0) {
+// A damaged place file is an error for every reader, never a shorter file:
+// Read_Cp_ORTE shows the LZ message and returns the code, the indexed reader
+// returns it silently, and both note the file as the call's fault.
+class DamagedPlaceFileTest : public PlaceFileTest {
+ protected:
+  void ExpectUnreadable(const std::string& damaged, std::int32_t code) {
+    ClearAtlasFault();
+    PlaceList list;
+    EXPECT_EQ(Read_Cp_ORTE(PlaceFile("D"), list), code);
     ASSERT_EQ(messages_.size(), 1U);
     EXPECT_EQ(messages_[0].title, "Read_Cp_Orte");
     EXPECT_EQ(messages_[0].style, kMsgCritical);
+    EXPECT_EQ(messages_[0].text, LZERROR_Msg(code, ""));
+    EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\" + damaged);
+    ClearAtlasFault();
+    for (const char* text : {"Zwickau", "Aachen", "Z*"}) {
+      PlaceList found;
+      EXPECT_EQ(Read_Cp_Indexed_City(PlaceFile("D"), text, found, 0), code) << text;
+      EXPECT_EQ(Read_Cp_Indexed_City(PlaceFile("EUROPA"), text, found, 1), code) << text;
+    }
+    EXPECT_EQ(messages_.size(), 1U);
+    EXPECT_EQ(LastAtlasFault().Code, code);
+    PlaceRecord place;
+    EXPECT_FALSE(Get_City_Data(PlaceFile("D"), "Aachen", place));
   }
+  std::string Compressed() { return folder_.Read("D.dao"); }
+};
+
+TEST_F(DamagedPlaceFileTest, TruncatedFile) {
+  const std::string whole = Compressed();
+  folder_.Write("D.dao", whole.substr(0, whole.size() / 2));
+  ExpectUnreadable("D.dao", LZERROR_READ);
+}
+
+TEST_F(DamagedPlaceFileTest, LengthFieldBeyondTheData) {
+  std::string lying = Compressed();
+  lying[11] = static_cast<char>(lying[11] + 1);  // 256 bytes more than the data holds
+  folder_.Write("D.dao", lying);
+  ExpectUnreadable("D.dao", LZERROR_READ);
+}
+
+TEST_F(DamagedPlaceFileTest, UnknownCompressionMode) {
+  std::string other = Compressed();
+  other[8] = 'Q';
+  folder_.Write("D.dao", other);
+  ExpectUnreadable("D.dao", LZERROR_UNKNOWNALG);
+}
+
+TEST_F(DamagedPlaceFileTest, DamagedUserFileOrIndex) {
+  WriteUserFile("D", {Place("Zeitz", 12.1F, 51.05F)});
+  const std::string user = folder_.Read("USER/D.dao");
+  folder_.Write("USER/D.dao", CompressSzdd(user).substr(0, 20));
+  PlaceList list;
+  EXPECT_EQ(Read_Cp_ORTE(PlaceFile("D"), list), LZERROR_READ);
+  EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\USER\\D.dao");
+  folder_.Write("USER/D.dao", user);
+  folder_.Write("D.IDX", CompressSzdd(folder_.Read("D.IDX")).substr(0, 16));
+  ClearAtlasFault();
+  EXPECT_EQ(Read_Cp_Indexed_City(PlaceFile("D"), "Zwickau", list, 0), LZERROR_READ);
+  EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\D.IDX");
 }
 
 TEST_F(HostilePlaceFileTest, LengthNotAMultipleOfTheRecordIgnoresThePartialRecord) {

@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "atlas/atlas_fault.h"
 #include "support/atlas_fixture.h"
 
 namespace tarv {
@@ -138,6 +139,30 @@ TEST_F(SearchAndStoreTest, PlaceManagerListShowsDegreesAndRecordNumbers) {
   text = "M?nchen";
   EXPECT_EQ(Fill_SuchOrtListe("D", text, list, true), 1);
   EXPECT_EQ(list.items[0].substr(0, 8), "M\xFCnchen\t");
+}
+
+TEST_F(SearchAndStoreTest, SearchesInADamagedFileFindNothingAndSayWhy) {
+  WriteCountry("A", {Place("Wien", 16.37F, 48.21F), Place("Bregenz", 9.75F, 47.5F)});
+  EXPECT_EQ(SearchandStorePlaces("EUROPA", "B*"), 3);
+  const std::string whole = folder_.Read("D.dao");
+  folder_.Write("D.dao", whole.substr(0, whole.size() - 2));
+  // Every kind of search, also of a group whose other files are whole: what
+  // the whole files hold would be taken for all there is.
+  const std::pair<const char*, const char*> searches[] = {
+      {"D", "Berlin"}, {"D", "Bern?"},   {"D", "B\xE9rlin"},     {"D", "*"},
+      {"D", "B*"},     {"EUROPA", "B*"}, {"EUROPA", "52.5 13.4"}};
+  for (const auto& [code, text] : searches) {
+    ClearAtlasFault();
+    EXPECT_EQ(SearchandStorePlaces(code, text), 0) << code << " " << text;
+    EXPECT_TRUE(FoundPlaces().empty()) << text;
+    EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\D.dao") << code << " " << text;
+  }
+  RecordingList list;
+  for (std::string text : {"B", "B[eo]*", "*"}) {
+    EXPECT_EQ(Fill_SuchOrtListe("D", text, list, true), 0) << text;
+    EXPECT_TRUE(list.items.empty()) << text;
+  }
+  EXPECT_EQ(SearchandStorePlaces("A", "Wien"), 1);  // another country's file is whole
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <limits>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/dst_rules.h"
+#include "platform/file_status.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/bytes.h"
@@ -112,9 +114,15 @@ TEST_F(TimetableTest, HostileFilesDoNotCrash) {
     AppendFloat64(section_only, i % 2 ? std::numeric_limits<double>::quiet_NaN() : 1e300);
     AppendInt16(section_only, static_cast<std::int16_t>(met_));
   }
-  folder_.Write("ttx.dao", section_only);  // a section that never ends
-  EXPECT_EQ(Read(58, 1).size(), 51U);
-  ZoneAt("D", 1, At(1950, 1, 1));
+  folder_.Write("ttx.dao", section_only);  // a section that never ends, of no dates
+  try {
+    Read(58, 1);
+    ADD_FAILURE() << "a history of no dates was read";
+  } catch (const AtlasError& e) {
+    EXPECT_EQ(e.problem(),
+              "country 58, timetable 1, entry 2: " + std::to_string(1e300) + " is not a date");
+  }
+  EXPECT_THROW(ZoneAt("D", 1, At(1950, 1, 1)), AtlasError);
 }
 
 TEST_F(TimetableTest, SectionMarkerBeyondTheCountryNumbersOpensNoSection) {
@@ -128,12 +136,25 @@ TEST_F(TimetableTest, SectionMarkerBeyondTheCountryNumbersOpensNoSection) {
   EXPECT_EQ(Read(58, 1).size(), 2U);
 }
 
-TEST_F(TimetableTest, HistoryDateBeyondTheCalendarDoesNotThrow) {
-  // Later dates take their rule from the history, which reads every date.
-  WriteTimetables("ttx.dao", {{58, {{{At(1893, 4, 1), met_}, {1.7e13, met_s_}}}}});
-  EXPECT_NO_THROW(EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "MET"));
-  EXPECT_NO_THROW(LocalTimeStatus("D", 1, At(2005, 7, 1)));
-  EXPECT_NO_THROW(GetDaylightSavingDate("D", 1, 2005, 0));
+TEST_F(TimetableTest, EntriesTheHostsDateTypeCannotHoldAreAnError) {
+  // Such an entry would be compared as a date and quietly decide the zone.
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const double bad : {nan, 1.7e13, kLargestSerial, kSmallestSerial - 1}) {
+    WriteTimetables("ttx.dao",
+                    {{58, {{}, {{At(1893, 4, 1), met_}, {At(1950, 1, 1), met_}, {bad, met_s_}}}}});
+    EXPECT_THROW(ZoneName("D", 2, At(1997, 7, 1)), AtlasError) << bad;
+    EXPECT_THROW(GetDaylightSavingDate("D", 2, 2005, 0), AtlasError) << bad;
+    try {
+      Read(58, 2);
+      ADD_FAILURE() << bad;
+    } catch (const AtlasError& e) {
+      EXPECT_EQ(e.file(), folder_.str() + "\\ttx.dao");
+      EXPECT_EQ(e.problem().substr(0, 34), "country 58, timetable 2, entry 4: ") << bad;
+    }
+  }
+  // The ends of the range are dates; so is a date of 1700 or before.
+  WriteTimetables("ttx.dao", {{58, {{{kSmallestSerial, met_}, {kLargestSerial - 0.5, met_}}}}});
+  EXPECT_EQ(Read(58, 1).size(), 3U);
 }
 
 TEST_F(TimetableTest, ZoneBefore2000ComesFromTheHistory) {
@@ -229,6 +250,81 @@ TEST_F(TimetableTest, ZonesFollowATimetableFileRewrittenOnDisk) {
   install();
   EXPECT_EQ(GetRightTimeZone("D", 2), "GMT");
   EXPECT_EQ(ZoneName("D", 2, At(1997, 7, 1)), "GMT");
+}
+
+// ---------------------------------------------------------------------------
+// A timetable file that cannot be read is never a history of local mean time.
+
+class DamagedTimetableTest : public TimetableTest {
+ protected:
+  // Expects the timetable file to fail every reader with `code`.
+  void ExpectUnreadable(std::int32_t code) {
+    std::vector<TimetableEntry> entries;
+    std::int32_t error = 0;
+    EXPECT_EQ(Read_Cp_TimeTable("", 58, kSerial2000, 1, entries, false, "", &error), 1);
+    EXPECT_EQ(error, code);
+    ASSERT_EQ(messages_.size(), 1U);
+    EXPECT_EQ(messages_[0].title, "Read_Cp_TimeTable");
+    EXPECT_EQ(messages_[0].style, kMsgCritical);
+    EXPECT_EQ(messages_[0].text, LZERROR_Msg(code, ""));
+    EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\ttx.dao");
+    EXPECT_EQ(LastAtlasFault().Code, code);
+    EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "none");
+    EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "none");
+    // A country without timetables reads block 1 of its section, else takes
+    // its base zone: with the file unreadable it has neither.
+    EXPECT_EQ(ZoneName("A", 0, At(1997, 7, 1)), "none");
+    EXPECT_EQ(GetRightTimeZone("D", 1), "");
+    EXPECT_EQ(GetDaylightSavingDate("D", 1, 2005, 0), 0.0);
+    // The USA's file is another file.
+    EXPECT_EQ(ZoneName("USCA", 1, At(1950, 1, 1)), "PST");
+  }
+  std::string Compressed() {
+    return CompressSzdd(EncodeTimetableFile(
+        {{3, {{{At(1911, 3, 11), Zone("GMT")}}}}, {58, {CentralEuropeanHistory(met_, met_s_)}}}));
+  }
+};
+
+TEST_F(DamagedTimetableTest, TruncatedFile) {
+  const std::string whole = Compressed();
+  folder_.Write("ttx.dao", whole.substr(0, whole.size() - 3));
+  ExpectUnreadable(LZERROR_READ);
+}
+
+TEST_F(DamagedTimetableTest, LengthFieldBeyondTheData) {
+  std::string lying = Compressed();
+  lying[12] = '\x01';  // 65,536 bytes more than the data holds
+  folder_.Write("ttx.dao", lying);
+  ExpectUnreadable(LZERROR_READ);
+}
+
+TEST_F(DamagedTimetableTest, UnknownCompressionMode) {
+  std::string other = Compressed();
+  other[8] = 'B';
+  folder_.Write("ttx.dao", other);
+  ExpectUnreadable(LZERROR_UNKNOWNALG);
+}
+
+TEST_F(DamagedTimetableTest, OneMessagePerCallAndTheNextCallTriesAgain) {
+  const std::string whole = Compressed();
+  folder_.Write("ttx.dao", whole.substr(0, 20));
+  {
+    const StatScope one_call;
+    for (int i = 0; i < 3; ++i)
+      EXPECT_EQ(ZoneName("D", static_cast<std::int16_t>(i + 1), At(1997, 7, 1)), "none");
+  }
+  EXPECT_EQ(messages_.size(), 1U);
+  folder_.Write("ttx.dao", whole);
+  ForgetExpandedImage(folder_.str() + "\\ttx.dao");
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");
+}
+
+TEST_F(DamagedTimetableTest, UnreadableRulesFileIsAnError) {
+  folder_.Write(
+      kDstRulesFile,
+      CompressSzdd(DstRules::Format({{58, 1, 2000, 2037, DstRule::None()}})).substr(0, 20));
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");  // the history does not need it
+  EXPECT_THROW(ZoneAt("D", 1, At(2005, 7, 1)), AtlasError);
 }
 
 TEST_F(TimetableTest, UnknownCountriesGroupsAndOddDatesHaveNoZone) {

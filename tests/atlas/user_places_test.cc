@@ -82,6 +82,30 @@ TEST_F(UserPlacesTest, BadNamesAreRefusedOrCleaned) {
   EXPECT_NE(file.find(std::string(28, 'x')), std::string::npos);
 }
 
+TEST_F(UserPlacesTest, ContinentsAndGroupsTakeNoPlaces) {
+  // The six records closing the table have no file that any search reads.
+  const auto& table = State().countries;
+  for (std::size_t k = table.size() - kContinentRecords; k < table.size(); ++k) {
+    std::int32_t unused = 0;
+    EXPECT_EQ(AddCity(UserPlace{table[k].CountryId, Place("Kontinentort", 10, 50)}, unused), 0)
+        << table[k].CountryShort;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
+  // The group lines before them are read like countries ("ATL").
+  std::int32_t number = 0;
+  EXPECT_EQ(AddCity(UserPlace{904, Place("Inselort", -20, 40)}, number), -1);
+  EXPECT_EQ(SearchandStorePlaces("ATL", "Inselort"), 1);
+}
+
+TEST_F(UserPlacesTest, DeleteCleansTheNameAsAddDoes) {
+  Add("Bonn");
+  Add("Tab\tName");  // stored as "Tab Name"
+  EXPECT_EQ(Delete_City(UserPlace{58, Place("Tab\tName\r\n", 0, 0)}), -1);
+  EXPECT_EQ(UserFile().substr(38, 9), "@Tab Name");
+  EXPECT_EQ(Delete_City(UserPlace{58, Place("  bonn", 0, 0)}), -1);
+  EXPECT_EQ(UserFile().substr(0, 5), "@Bonn");
+}
+
 TEST_F(UserPlacesTest, NameStartingLikeACompressedFileIsRefused) {
   // Sorted first, it would make the plain user file read as SZDD data and
   // hide every user place of the country.
@@ -206,6 +230,17 @@ TEST_F(UserPlacesTest, KilledWriterLeavesAValidFileWithEveryReturnedPlace) {
       EXPECT_TRUE(names.count("P" + line)) << "P" << line << " was reported added but is missing";
     }
   }
+  // The writers killed left at most their one temporary file, which the
+  // next writer takes over and puts in place.
+  auto listing = [this] {
+    std::set<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path() / "USER"))
+      files.insert(entry.path().filename().string());
+    return files;
+  };
+  EXPECT_LE(listing().size(), 3U);
+  EXPECT_EQ(Add("Final"), -1);
+  EXPECT_EQ(listing(), (std::set<std::string>{"D.IDX", "D.dao"}));
 }
 
 TEST_F(UserPlacesTest, ConcurrentWritersLoseNoPlace) {

@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <limits>
 
 #include "interface/export_phrase.h"
 #include "support/atlas_fixture.h"
@@ -32,6 +33,14 @@ class TextExportTest : public testing::AtlasFixture {
         {{58, {{{At(1893, 4, 1), Zone("MET")}}, {}, {{At(1900, 1, 1, 12, 30), Zone("EET")}}}}});
   }
   std::string File(const std::string& name) { return folder_.Read(name); }
+  std::string AllFiles() {
+    return File("Cities.txt") + File("Countries.txt") + File("Zones.txt") + File("Timetable.txt");
+  }
+  void ExpectNoTemporaryFiles() {
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
+      EXPECT_NE(entry.path().extension(), ".~~~") << "temporary file left behind";
+    }
+  }
 };
 
 TEST_F(TextExportTest, CitiesListAtlasThenUserPlacesPerCountry) {
@@ -48,7 +57,9 @@ TEST_F(TextExportTest, CitiesListAtlasThenUserPlacesPerCountry) {
 }
 
 TEST_F(TextExportTest, TwoExportsGiveTheSameFiles) {
+  folder_.Write("Cities.txt", "X\tLine of an old export\r\n");
   ExportPlaces("");
+  EXPECT_EQ(File("Cities.txt").find("old export"), std::string::npos);
   const std::string first =
       File("Cities.txt") + File("Countries.txt") + File("Zones.txt") + File("Timetable.txt");
   ExportPlaces("");
@@ -111,19 +122,72 @@ TEST_F(TextExportTest, FullDiskFailsClearlyAndKeepsTheOldFiles) {
     try {
       ExportPlaces("");
     } catch (const AtlasError& e) {
-      _exit(std::string(e.what()).find("Zones.txt: cannot write") != std::string::npos ? 3 : 4);
+      _exit(e.file().ends_with("Zones.txt") && dynamic_cast<const AtlasWriteError*>(&e) ? 3 : 4);
     }
     _exit(0);
   }
   int status = 0;
   waitpid(child, &status, 0);
   ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 3);  // an AtlasError naming the file
+  EXPECT_EQ(WEXITSTATUS(status), 3);  // an AtlasWriteError naming the file
   EXPECT_EQ(File("Cities.txt") + File("Zones.txt"), before);
-  for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
-    EXPECT_EQ(entry.path().string().find(".tmp-"), std::string::npos)
-        << "temporary file left behind";
+  ExpectNoTemporaryFiles();
+}
+
+// A place or timetable file the export cannot read stops it: leaving its
+// places or entries out would export a smaller atlas as if it were whole.
+TEST_F(TextExportTest, UnreadablePlaceFileStopsTheExportAndKeepsTheOldFiles) {
+  ExportPlaces("");
+  const std::string before = AllFiles();
+  const std::string whole = folder_.Read("D.dao");
+  for (const std::string& damaged :
+       {whole.substr(0, whole.size() - 1), whole.substr(0, 8) + "B" + whole.substr(9)}) {
+    folder_.Write("D.dao", damaged);
+    try {
+      ExportPlaces("");
+      ADD_FAILURE() << "exported without D.dao";
+    } catch (const AtlasError& e) {
+      EXPECT_EQ(e.file(), folder_.str() + "\\D.dao");
+    }
+    EXPECT_EQ(AllFiles(), before);
+    ExpectNoTemporaryFiles();
   }
+  folder_.Write("D.dao", whole);
+  folder_.Write("USER/D.dao", CompressSzdd(folder_.Read("USER/D.dao")).substr(0, 20));
+  EXPECT_THROW(ExportPlaces(""), AtlasError);
+  EXPECT_EQ(AllFiles(), before);
+}
+
+TEST_F(TextExportTest, UnreadableTimetableFileStopsTheExport) {
+  ExportPlaces("");
+  const std::string before = AllFiles();
+  const std::string whole = folder_.Read("ttx.dao");
+  folder_.Write("ttx.dao", whole.substr(0, whole.size() - 2));
+  try {
+    ExportPlaces("");
+    ADD_FAILURE() << "exported without the timetables";
+  } catch (const AtlasError& e) {
+    EXPECT_EQ(e.file(), folder_.str() + "\\ttx.dao");
+    EXPECT_EQ(e.problem(), "corrupt compressed file format");
+  }
+  EXPECT_EQ(AllFiles(), before);
+}
+
+TEST_F(TextExportTest, TimetableEntryThatIsNoDateStopsTheExport) {
+  ExportPlaces("");
+  const std::string before = AllFiles();
+  WriteTimetables("ttx.dao", {{58,
+                               {{{At(1893, 4, 1), Zone("MET")}},
+                                {{At(1900, 1, 1), Zone("MET")},
+                                 {std::numeric_limits<double>::quiet_NaN(), Zone("MET")}}}}});
+  try {
+    ExportPlaces("");
+    ADD_FAILURE() << "exported a date that is none";
+  } catch (const AtlasError& e) {
+    EXPECT_EQ(e.file(), folder_.str() + "\\ttx.dao");
+    EXPECT_EQ(e.problem().substr(0, 34), "country 58, timetable 2, entry 3: ");
+  }
+  EXPECT_EQ(AllFiles(), before);
 }
 
 }  // namespace

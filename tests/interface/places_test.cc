@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "atlas/process_state.h"
+#include "platform/lz.h"
 #include "support/atlas_fixture.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
@@ -254,6 +255,63 @@ TEST_F(PlaceLookupTest, TimezoneOfCityWithAndWithoutDate) {
   EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(50, 7, 1, 12)), "LMT");
 }
 
+TEST_F(PlaceLookupTest, TimezoneOfCityWithoutDateIsTheTextOfGetRightTimeZone) {
+  // Austria has no history: its base zone as the country table writes it.
+  WriteCountry("A", {testing::Place("Wien", 16.37F, 48.21F, 0)});
+  std::int16_t id = -1;
+  EXPECT_EQ(places_.GetTimezoneOfCity("Wien", "A", 0, false, &id), "MEZ");
+  EXPECT_EQ(places_.GetRightTimeZone("A", 0), "MEZ");
+  EXPECT_EQ(id, places_.GetTimezoneId("MET"));
+  EXPECT_EQ(places_.GetTimezoneOfCity("Wien", "A", 0, true).substr(0, 20), "Middle European Time");
+  EXPECT_EQ(places_.GetTimezoneOfCity("Berlin", "D", 0, false, &id), "EET");
+  EXPECT_EQ(id, places_.GetTimezoneId("EET"));
+  // An unknown country has no zone, not local mean time.
+  id = -1;
+  EXPECT_EQ(places_.GetTimezoneOfCity("Atlantis", "Xanadu", 0, false, &id), "");
+  EXPECT_EQ(id, 0);
+  EXPECT_EQ(places_.GetTimezoneOfCity("Atlantis", "Xanadu", 0, true), "");
+}
+
+// Lookups in a damaged atlas answer as if they found nothing; the host learns
+// why from LastAtlasFault, and the next call starts afresh.
+TEST_F(PlaceLookupTest, DamagedFilesAreTheLastCallsFault) {
+  EXPECT_FALSE(places_.LastAtlasFault());
+  const std::string places = folder_.Read("D.dao");
+  folder_.Write("D.dao", places.substr(0, places.size() / 2));
+  double lon = 5;
+  EXPECT_EQ(places_.GetPlaceData("Berlin", "D", &lon), 0);
+  EXPECT_EQ(lon, 0);
+  auto fault = places_.LastAtlasFault();
+  EXPECT_EQ(fault.File, folder_.str() + "\\D.dao");
+  EXPECT_EQ(fault.Code, LZERROR_READ);
+  EXPECT_EQ(fault.Reason, "corrupt compressed file format");
+  EXPECT_EQ(places_.GetTimezoneOfCity("Berlin", "D", Julian(1997, 7, 1, 12)), "");
+  EXPECT_TRUE(places_.LastAtlasFault());
+  EXPECT_EQ(places_.GetCountryTimeZone("D"), "MEZ");  // reads no place file
+  folder_.Write("D.dao", places);
+  EXPECT_EQ(places_.GetPlaceData("Berlin", "D"), 1);
+  EXPECT_FALSE(places_.LastAtlasFault());
+
+  const std::string timetables = folder_.Read("ttx.dao");
+  folder_.Write("ttx.dao", timetables.substr(0, timetables.size() - 1));
+  std::int16_t zone = 5;
+  EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone, Julian(1997, 7, 1, 12)),
+            1);
+  EXPECT_EQ(zone, 0);
+  EXPECT_EQ(places_.LastAtlasFault().File, folder_.str() + "\\ttx.dao");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(1997, 7, 1, 12)), "");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D"), "");
+  float dif = 7;
+  EXPECT_EQ(places_.Get_TZData("D", 1, testing::At(1997, 7, 1), nullptr, nullptr, &dif), 0.0F);
+  EXPECT_EQ(dif, 7);
+  EXPECT_EQ(places_.LastAtlasFault().Code, LZERROR_READ);
+  // One message per call, under the reader's title.
+  const std::size_t before = messages_.size();
+  places_.GetTimezoneOfCity("München", "D", Julian(1997, 7, 1, 12));
+  ASSERT_EQ(messages_.size(), before + 1);
+  EXPECT_EQ(messages_.back().title, "Read_Cp_TimeTable");
+}
+
 TEST_F(PlaceLookupTest, TimetableOfAPlaceOrOneWhenUnknown) {
   std::int16_t timetable = 0;
   EXPECT_EQ(places_.HaveTimetables("D", "Berlin", &timetable), 3);
@@ -326,6 +384,41 @@ TEST_F(HostileInputTest, CodesWithNulOrUnmappableCharactersAreNoCountry) {
   EXPECT_EQ(places_.GetCountryID("😀"), 0);
   EXPECT_EQ(places_.GetCountryID("\xFF"), 0);
   EXPECT_EQ(places_.GetCountryID(std::string("\0", 1)), 0);
+}
+
+TEST_F(HostileInputTest, CodesThatCanNameNoFileStoreNothing) {
+  const std::string before = folder_.Read("D.dao");
+  EXPECT_EQ(places_.AddUserPlace(std::string("D.dao\0X", 7), "Ort", 10.0, 50.0), 0);
+  EXPECT_EQ(places_.AddUserPlace(std::string("EUROPA\0", 7), "Ort", 10.0, 50.0), 0);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
+  EXPECT_EQ(folder_.Read("D.dao"), before);
+  // A Country.dat whose code holds one is broken, and says which line.
+  folder_.Write(
+      "Country.dat",
+      testing::JoinCrLf(
+          {testing::CountryDatLine(58, "Deutschland", "D", "MEZ", "EUROPA", 4),
+           testing::CountryDatLine(59, "Falle", std::string("D.dao\0X", 7), "MEZ", "EUROPA", 4)}));
+  std::vector<std::string> countries;
+  EXPECT_THROW(places_.FillCountryArray(countries), AtlasError);
+}
+
+TEST_F(HostileInputTest, ContinentsAndGroupsTakeNoUserPlaces) {
+  places_.Language(kLanguageGerman);
+  std::vector<std::string> countries;
+  places_.FillCountryArray(countries);           // continents by their German names
+  EXPECT_NE(places_.GetCountryID("EUROPA"), 0);  // the continent record
+  EXPECT_EQ(places_.AddUserPlace("EUROPA", "Kontinentort", 10.0, 50.0), 0);
+  EXPECT_EQ(places_.AddUserPlace("USA", "Kontinentort", -100.0, 40.0), 0);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
+}
+
+TEST_F(HostileInputTest, DeleteCleansTheNameAsAddDoes) {
+  // Leading blanks are no part of the 28 characters kept.
+  const std::string name = "   Ober\tunterhausen an der Mulde";
+  ASSERT_EQ(places_.AddUserPlace("D", name, 10.0, 50.0), -1);
+  ASSERT_EQ(places_.GetPlaceData("Ober unterhausen an der Muld", "D"), 1);
+  EXPECT_EQ(places_.DeleteUserPlace("D", name), -1);
+  EXPECT_EQ(places_.GetPlaceData("Ober unterhausen an der Muld", "D"), 0);
 }
 
 TEST_F(HostileInputTest, UserPlacesWithUnmappableNamesAreRefused) {

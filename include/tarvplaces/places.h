@@ -220,8 +220,11 @@ class classPlaces {
   // characters become blanks, outer blanks go, then it is cut to 28
   // characters. Returns -1 when it was stored or a user place of that name
   // exists already; 0 for an unknown country, a continent or group
-  // ("EUROPA", "USA": their places would be read by no search), or an empty
-  // name; `*RecordNo` receives the new record's number (negative). Throws
+  // ("EUROPA", "USA": their places would be read by no search), an empty
+  // name, or a timetable the country does not have (allowed: 0 to
+  // HaveTimetables, or 0 and 1 where it has none, 0 and 1 both meaning its
+  // default history); `*RecordNo` receives the new record's number
+  // (negative). Throws
   // AtlasWriteError when the atlas folder cannot be written.
   std::int16_t AddUserPlace(const std::string& CountryShort, const std::string& Name,
                             double Longitude, double Latitude, std::int16_t Timetable = 0,

@@ -350,6 +350,11 @@ std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const st
   place.Place.Latitude = static_cast<float>(Latitude);
   place.Place.Timetable = Timetable;
   if (place.CountryId == 0) return 0;
+  // A number the timetable chooser does not offer names no history: the
+  // place would answer local mean time in every year.
+  const std::int16_t count =
+      tarv::HaveTimetables(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)));
+  if (Timetable < 0 || Timetable > std::max<std::int16_t>(count, 1)) return 0;
   std::int32_t number = 0;
   const std::int16_t result = AddCity(place, number);
   if (RecordNo != nullptr) *RecordNo = number;

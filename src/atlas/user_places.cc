@@ -16,6 +16,7 @@
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
 #include "export/atomic_file.h"
+#include "platform/change_counter.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "platform/paths.h"
@@ -153,6 +154,8 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   WriteFileAtomically(file->native_index, index);
   ForgetExpandedImage(file->path);
   ForgetExpandedImage(IndexPathOf(file->path));
+  // After the files are in place: a reader that sees the new number finds them.
+  BumpChangeCounter(file->native.parent_path());
   return -1;
 }
 
@@ -174,6 +177,7 @@ std::int16_t Delete_City(const UserPlace& place) {
     data.replace(at, kPlaceNameWidth, kDeletedMark + old.substr(at, kPlaceNameWidth - 1));
     WriteFileAtomically(file->native, data);
     ForgetExpandedImage(file->path);
+    BumpChangeCounter(file->native.parent_path());
     break;
   }
   return -1;

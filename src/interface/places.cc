@@ -44,10 +44,20 @@ class HostListControl final : public PlaceListControl {
   PlaceListControl& host_;
 };
 
-// Members that only read open a StatScope: within one call each atlas file is
-// checked once, and the next call checks it again. Members that read place,
+// Members that only read open a StatScope on the atlas's USER folder: its
+// change counter tells them when to check the atlas files again. Members that read place,
 // index or timetable files open a FaultScope: LastAtlasFault then tells the
 // host what this call could not read.
+
+const std::string& UserFolder() {
+  thread_local std::string places_path;
+  thread_local std::string folder = AtlasFolder("") + "USER";
+  if (places_path != State().places_path) {
+    places_path = State().places_path;
+    folder = AtlasFolder("") + "USER";
+  }
+  return folder;
+}
 
 // Members that read the atlas make sure its tables are loaded first; the
 // loaders' deliberate results do not matter here.
@@ -115,7 +125,7 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort) {
 std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
                                        const std::string& CountryShort, double* Longitude,
                                        double* Latitude, std::int16_t* TimeZoneId) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
@@ -132,7 +142,7 @@ std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
                                              const std::string& SearchPlace,
                                              const std::string& CountryShort,
                                              std::int32_t* PlacesFound, std::int32_t* PlacesAdded) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   LoadTables();
   HostListControl control(PlaceListControl);
@@ -148,7 +158,7 @@ std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
 
 std::string classPlaces::GetNearestPlace(const std::string& CountryShort, double Longitude,
                                          double Latitude, double RangeDegrees) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   LoadTables();
   std::string line;
@@ -188,7 +198,7 @@ std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneT
 
 std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
                                          const std::string& SearchPlace, std::int16_t* Timetable) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
@@ -216,7 +226,7 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
                                         const std::string& CountryShort, double* Longitude,
                                         double* Latitude, std::int16_t* TimeZoneId, double Julian,
                                         std::int32_t PlaceId) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
@@ -239,7 +249,7 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
 
 std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double Julian, bool* rIsLmt,
                                                        double* ZoneTime) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   LoadTables();
   const auto& list = FoundPlaces();
@@ -270,7 +280,7 @@ std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double J
 std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
                                            const std::string& CountryShort, double Julian,
                                            bool LongString, std::int16_t* GetTimezoneId) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   std::int16_t timetable = 0;
   HaveTimetables(CountryShort, SearchPlace, &timetable);
@@ -305,7 +315,7 @@ float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Time
                               std::string* TZShort, std::string* TZName, float* TZDif,
                               std::string* TZType, std::int16_t* TZSortIndex,
                               std::uint8_t* TZShow) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   LoadTables();
   ZoneRecord zone;
@@ -324,7 +334,7 @@ float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Time
 std::vector<TimetableRow> classPlaces::GetTimeTableArray(const std::string& Land,
                                                          std::int16_t TimeTableId,
                                                          bool GetJulianNotSerial) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(Land));
@@ -374,7 +384,7 @@ std::int16_t classPlaces::DeleteUserPlace(const std::string& CountryShort,
 
 int classPlaces::GetLocalTimeKind(const std::string& SearchPlace, const std::string& CountryShort,
                                   double Julian) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   std::int16_t timetable = 0;
   HaveTimetables(CountryShort, SearchPlace, &timetable);
@@ -391,7 +401,7 @@ std::string classPlaces::GetCountryTimeZone(const std::string& CountryShort) {
 }
 
 std::string classPlaces::GetRightTimeZone(const std::string& CountryShort, std::int16_t Timetable) {
-  const StatScope one_look;
+  const StatScope one_look(UserFolder());
   const FaultScope fault;
   CheckPlacePath();
   LoadTables();

@@ -5,16 +5,30 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <ctime>
+#include <memory>
 #include <string_view>
 #include <vector>
+
+#include "platform/change_counter.h"
+#include "platform/message_box.h"
+#include "platform/paths.h"
 
 namespace tarv {
 namespace {
 
-// What the open scope has looked at. A lookup in one country looks at a
-// handful of paths, so a short list searched in order beats a hash table; its
-// strings keep their buffers from call to call. A search over a continent
-// looks at hundreds; past the list's length paths are looked at every time.
+// The change counter of one watched folder, mapped once per thread.
+struct Watch {
+  std::string folder;  // Windows-style, as the scopes name it
+  std::unique_ptr<ChangeCounter> counter;
+  std::int64_t next_try_ns = 0;  // when a missing counter is looked for again
+  bool told = false;             // the host was told the counter is unusable
+};
+
+// What the scopes have looked at. A lookup in one country looks at a handful
+// of paths, so a short list searched in order beats a hash table; its strings
+// keep their buffers from call to call. A search over a continent looks at
+// hundreds; past the list's length paths are looked at every time.
 struct CallMemo {
   struct Seen {
     std::string path;
@@ -26,6 +40,14 @@ struct CallMemo {
   std::vector<Seen> seen;
   std::size_t used = 0;
 
+  // While `shared` holds, what was seen stays valid across calls: until the
+  // watched folder's counter moves from `counter_seen` or kRecheckNs pass
+  // from `since_ns`.
+  Watch* watch = nullptr;
+  bool shared = false;
+  std::uint64_t counter_seen = 0;
+  std::int64_t since_ns = 0;
+
   void Clear() {
     used = 0;
     ++call;
@@ -34,6 +56,42 @@ struct CallMemo {
 
 thread_local CallMemo memo;
 constexpr std::size_t kMaxRemembered = 32;
+
+constexpr std::int64_t kRecheckNs = 1'000'000'000;
+
+// A clock read from the vDSO page, without a system call; coarse (a few
+// milliseconds) is fine for a one-second rule.
+std::int64_t MonotonicNs() {
+  struct timespec now {};
+#ifdef CLOCK_MONOTONIC_COARSE
+  ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+#else
+  ::clock_gettime(CLOCK_MONOTONIC, &now);
+#endif
+  return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
+
+// The watched folders of this thread; a host uses one atlas, rarely a few.
+class Watches {
+ public:
+  Watch& For(std::string_view folder) {
+    for (auto& w : watches_) {
+      if (w->folder == folder) return *w;
+    }
+    if (watches_.size() == kMaxWatches) watches_.erase(watches_.begin());
+    watches_.push_back(std::make_unique<Watch>());
+    watches_.back()->folder.assign(folder);
+    return *watches_.back();
+  }
+
+  void Clear() { watches_.clear(); }
+
+ private:
+  static constexpr std::size_t kMaxWatches = 4;
+  std::vector<std::unique_ptr<Watch>> watches_;
+};
+
+thread_local Watches watches;
 
 FileStatus StatusOf(const struct stat& info) {
   FileStatus status;
@@ -168,12 +226,57 @@ void ForgetStatsOfThisCall() {
   memo.Clear();
 }
 
-StatScope::StatScope() {
-  if (memo.depth++ == 0) memo.Clear();
+void ForgetFileStatuses() {
+  memo.Clear();
+  memo.shared = false;
+  memo.watch = nullptr;
+  watches.Clear();
+}
+
+namespace {
+
+// Maps the watched folder's counter when it is time to look for one. An
+// unusable file is worth one message: the host can remove it.
+void LookForCounter(Watch& watch, std::int64_t now) {
+  if (watch.counter || now < watch.next_try_ns) return;
+  watch.next_try_ns = now + kRecheckNs;
+  std::string why;
+  watch.counter = ChangeCounter::Map(NativePath(watch.folder), /*create=*/true, &why);
+  if (!watch.counter && !why.empty() && !watch.told) {
+    watch.told = true;
+    MsgBox("The file \"" + (NativePath(watch.folder) / kChangeCounterFile).string() + "\" " + why +
+               ".\nLookups check the atlas files on every call until it is removed.",
+           kMsgExclamation);
+  }
+}
+
+}  // namespace
+
+StatScope::StatScope(std::string_view watched_folder) {
+  if (memo.depth++ != 0) return;
+  const std::int64_t now = MonotonicNs();
+  Watch& watch = watches.For(watched_folder);
+  if (memo.shared && memo.watch == &watch && now - memo.since_ns < kRecheckNs &&
+      watch.counter->Value() == memo.counter_seen) {
+    return;  // nothing changed that a writer told of, and the time is not up
+  }
+  memo.Clear();
+  memo.watch = &watch;
+  if (watch.counter && !watch.counter->StillValid()) {
+    watch.counter.reset();
+    watch.next_try_ns = 0;
+  }
+  LookForCounter(watch, now);
+  memo.shared = watch.counter != nullptr;
+  memo.counter_seen = memo.shared ? watch.counter->Value() : 0;
+  memo.since_ns = now;
+  // Looking for the counter may have looked at paths before the number was
+  // read; start from nothing so that every status is younger than it.
+  memo.Clear();
 }
 
 StatScope::~StatScope() {
-  if (--memo.depth == 0) memo.Clear();
+  if (--memo.depth == 0 && !memo.shared) memo.Clear();
 }
 
 std::int64_t NowNs() {

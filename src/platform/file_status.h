@@ -2,18 +2,28 @@
 // file changes (expanded images, path resolutions, folder listings).
 //
 // Every cache entry is checked against the file's status before it is used,
-// so a file rewritten by another process is seen by the next call. A single
-// call of the public interface, though, would otherwise look at the same file
-// many times over (a lookup checks the user file, the place file, its index
-// and the timetable file in several places). While a StatScope is open, a
-// path is looked at once and the answer is kept until the scope closes: each
-// public call sees every file as it was when the call first needed it.
+// and a call of the public interface would otherwise look at the same files
+// many times over. While a StatScope is open, a path is looked at once and
+// the answer is kept.
+//
+// How long it is kept is the freshness rule of the component:
+//  - A scope names the folder whose change counter (change_counter.h) tells
+//    of changes to user places. While that counter can be mapped, what was
+//    seen is kept across calls until the counter moves, so a place another
+//    process added or deleted is seen by the next call, or until one second
+//    has passed, so atlas files replaced by other means (a new atlas copied
+//    or renamed into place) are seen within a second. A call that finds
+//    neither makes no system call for file status at all.
+//  - Without a usable counter (the folder missing or read-only, the file
+//    damaged) what was seen is kept for one call only, and every call looks
+//    at the files again.
 #ifndef TARVPLACES_PLATFORM_FILE_STATUS_H_
 #define TARVPLACES_PLATFORM_FILE_STATUS_H_
 
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace tarv {
 
@@ -43,19 +53,25 @@ inline FileStatus StatFile(const std::filesystem::path& path, bool follow = true
   return StatFile(path.native(), follow);
 }
 
-// Forgets what the open scope remembered. For the component's own writes.
+// Forgets what the scopes remembered. For the component's own writes.
 void ForgetStatsOfThisCall();
 
-// A number for what the open scope has seen, 0 outside any scope. Memos of
+// Forgets everything, counters included, as in a fresh thread. For hosts and
+// tests that change atlas files behind the component's back and cannot wait a
+// second.
+void ForgetFileStatuses();
+
+// A number for what the scopes have seen, 0 outside any scope. Memos of
 // things derived from file status (the expanded image of a path) hold for
 // one number and start afresh when it changes.
 std::uint64_t CallNumber();
 
-// Opened by the public members that only read. Scopes nest; the outermost
-// one forgets when it closes. One per thread.
+// Opened by the public members that only read, naming the folder whose
+// counter to follow (Windows-style, the atlas's USER folder). Scopes nest;
+// the outermost one decides what is still valid. One per thread.
 class StatScope {
  public:
-  StatScope();
+  explicit StatScope(std::string_view watched_folder);
   ~StatScope();
   StatScope(const StatScope&) = delete;
   StatScope& operator=(const StatScope&) = delete;

@@ -309,7 +309,7 @@ TEST_F(DamagedTimetableTest, OneMessagePerCallAndTheNextCallTriesAgain) {
   const std::string whole = Compressed();
   folder_.Write("ttx.dao", whole.substr(0, 20));
   {
-    const StatScope one_call;
+    const StatScope one_call(folder_.str() + "\\USER");
     for (int i = 0; i < 3; ++i)
       EXPECT_EQ(ZoneName("D", static_cast<std::int16_t>(i + 1), At(1997, 7, 1)), "none");
   }

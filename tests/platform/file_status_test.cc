@@ -1,9 +1,13 @@
 #include "platform/file_status.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
+#include "platform/change_counter.h"
 #include "support/temp_folder.h"
 
 namespace tarv {
@@ -11,23 +15,60 @@ namespace {
 
 using testing::TempFolder;
 
-TEST(StatScope, EachPathIsLookedAtOncePerCall) {
+// A watched folder without a counter: each call looks at the files again.
+std::string NoCounter(const TempFolder& dir) {
+  return (dir.path() / "no-such-folder").string();
+}
+
+TEST(StatScope, WithoutACounterEachPathIsLookedAtOncePerCall) {
   TempFolder dir;
   const auto file = dir.Write("a.dat", "1");
   {
-    const StatScope call;
+    const StatScope call(NoCounter(dir));
     EXPECT_EQ(StatFile(file).size, 1U);
     dir.Write("a.dat", "12345");
     EXPECT_EQ(StatFile(file).size, 1U);  // as the call first saw it
-    { const StatScope member_called_by_a_member; }
+    { const StatScope member_called_by_a_member(NoCounter(dir)); }
     EXPECT_EQ(StatFile(file).size, 1U);  // only the outermost scope forgets
     ForgetStatsOfThisCall();             // as after the component's own write
     EXPECT_EQ(StatFile(file).size, 5U);
   }
   dir.Write("a.dat", "12");
   EXPECT_EQ(StatFile(file).size, 2U);  // without a scope every look is new
-  const StatScope next_call;
+  const StatScope next_call(NoCounter(dir));
   EXPECT_EQ(StatFile(file).size, 2U);
+}
+
+TEST(StatScope, WithACounterStatusesLastUntilItMovesOrASecondPasses) {
+  ForgetFileStatuses();
+  TempFolder dir;
+  const auto file = dir.Write("a.dat", "1");
+  std::filesystem::create_directory(dir.path() / "USER");
+  const std::string user = (dir.path() / "USER").string();
+  const auto size_in_a_call = [&] {
+    const StatScope call(user);
+    return StatFile(file).size;
+  };
+  EXPECT_EQ(size_in_a_call(), 1U);
+  EXPECT_TRUE(std::filesystem::exists(dir.path() / "USER" / kChangeCounterFile));
+  dir.Write("a.dat", "12");
+  EXPECT_EQ(size_in_a_call(), 1U);  // no writer told of it
+  ASSERT_TRUE(BumpChangeCounter(dir.path() / "USER"));
+  EXPECT_EQ(size_in_a_call(), 2U);
+  dir.Write("a.dat", "123");
+  EXPECT_EQ(size_in_a_call(), 2U);
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  EXPECT_EQ(size_in_a_call(), 3U);  // files replaced without a bump, a second on
+
+  // A counter removed, or replaced by one that does not count, is noticed at
+  // the next check and the calls look at the files every time again.
+  std::filesystem::remove(dir.path() / "USER" / kChangeCounterFile);
+  dir.Write(std::string("USER/") + kChangeCounterFile, "garbage of any kind");
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  EXPECT_EQ(size_in_a_call(), 3U);
+  dir.Write("a.dat", "1234");
+  EXPECT_EQ(size_in_a_call(), 4U);
+  ForgetFileStatuses();
 }
 
 // Within a call, files are looked at through a handle on their folder once
@@ -38,8 +79,8 @@ TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
   dir.Write("atlas/x.dat", "1");
   dir.Write("other/x.dat", "22");
   std::filesystem::create_directory_symlink(dir.path() / "atlas", dir.path() / "link");
-  const auto size_in_a_call = [](const std::filesystem::path& folder) {
-    const StatScope call;
+  const auto size_in_a_call = [&dir](const std::filesystem::path& folder) {
+    const StatScope call(NoCounter(dir));
     EXPECT_TRUE(StatFile(folder).directory);
     return StatFile(folder / "x.dat").size;
   };
@@ -52,7 +93,7 @@ TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
   std::filesystem::create_directory_symlink(dir.path() / "other", dir.path() / "link");
   EXPECT_EQ(size_in_a_call(dir.path() / "link"), 2U);
   std::filesystem::remove_all(dir.path() / "other");
-  const StatScope call;
+  const StatScope call(NoCounter(dir));
   EXPECT_FALSE(StatFile(dir.path() / "link").exists);
   EXPECT_FALSE(StatFile(dir.path() / "link" / "x.dat").exists);
 }

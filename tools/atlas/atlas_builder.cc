@@ -23,6 +23,7 @@
 #include "atlas/zone_table.h"
 #include "atlas/zone_table_source.h"
 #include "export/atomic_file.h"
+#include "platform/change_counter.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "tarvplaces/atlas_error.h"
@@ -684,6 +685,12 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   WriteFileAtomically(out / "TTUSA.dao", CompressSzdd(EncodeTimetableFile(ttusa), 'o'));
   WriteFileAtomically(out / kDstRulesFile,
                       CompressSzdd(DstRules::Format(rules, changes, same), 't'));
+  // A USER folder with its change counter lets readers follow other
+  // processes' user places without looking at the files on every call; the
+  // bump tells readers of an atlas rebuilt in place at once. User places
+  // already there are kept.
+  fs::create_directory(out / "USER");
+  BumpChangeCounter(out / "USER");
   summary.rule_lines = rules.size();
   summary.change_lines = changes.size() + same.size();
   // Repeated timetables repeat their zone's years.

@@ -1,0 +1,113 @@
+// What other processes change is seen: user places at the next call, atlas
+// files replaced behind the component's back within a second, and neither
+// depends on the change counter being usable.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "platform/change_counter.h"
+#include "support/atlas_fixture.h"
+#include "tarvplaces/places.h"
+
+namespace tarv {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Place;
+
+class FreshnessTest : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    WriteCountry("D", {Place("M\xFCnchen", 11.57549F, 48.13743F), Place("Berlin", 13.41F, 52.52F)});
+    fs::create_directory(folder_.path() / "USER");
+  }
+
+  // Runs `change` in a child process, as another program using the atlas.
+  static void InAnotherProcess(const std::function<bool()>& change) {
+    const pid_t child = fork();
+    if (child == 0) _exit(change() ? 0 : 1);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+
+  std::int16_t Found(const std::string& name) { return places_.GetPlaceData(name, "D"); }
+
+  fs::path Counter() const { return folder_.path() / "USER" / kChangeCounterFile; }
+
+  classPlaces places_;
+};
+
+TEST_F(FreshnessTest, UserPlacesOfAnotherProcessAreSeenByTheNextCall) {
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(Found("Neustadt"), 0);  // warm: nothing looked at again
+  EXPECT_TRUE(fs::exists(Counter()));
+  InAnotherProcess([] { return classPlaces().AddUserPlace("D", "Neustadt", 10.0, 50.0) == -1; });
+  EXPECT_EQ(Found("Neustadt"), 1);
+  EXPECT_EQ(Found("München"), 1);
+  InAnotherProcess([] { return classPlaces().DeleteUserPlace("D", "Neustadt") == -1; });
+  EXPECT_EQ(Found("Neustadt"), 0);
+  EXPECT_TRUE(messages_.empty());
+}
+
+TEST_F(FreshnessTest, AtlasReplacedBehindTheBackIsSeenWithinASecond) {
+  EXPECT_EQ(Found("Berlin"), 1);
+  // A new build renamed into place, without a word to the counter.
+  testing::TempFolder build;
+  WritePlaceFiles(build.path(), "D", {Place("Hamburg", 9.99F, 53.55F)});
+  for (const char* file : {"D.dao", "D.IDX"})
+    fs::rename(build.path() / file, folder_.path() / file);
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  EXPECT_EQ(Found("Hamburg"), 1);
+  EXPECT_EQ(Found("Berlin"), 0);
+}
+
+// However the counter is unusable, lookups go on and look at the files on
+// every call, so a change nobody announced is seen at once.
+TEST_F(FreshnessTest, UnusableCounterFallsBackToLookingEveryCall) {
+  const std::vector<std::string> damages = {"TPCH", "garbage, not a counter"};
+  for (const auto& damage : damages) {
+    SCOPED_TRACE(damage);
+    ResetProcessState();
+    State().places_path = folder_.str();
+    messages_.clear();
+    folder_.Write(std::string("USER/") + kChangeCounterFile, damage);
+    EXPECT_EQ(Found("Neustadt"), 0);
+    WriteUserFile("D", {Place("Neustadt", 10.0F, 50.0F)});
+    EXPECT_EQ(Found("Neustadt"), 1);
+    WriteUserFile("D", {});
+    EXPECT_EQ(Found("Neustadt"), 0);
+    // Said once, naming the file: the host can remove it.
+    ASSERT_EQ(messages_.size(), 1U);
+    EXPECT_NE(messages_[0].text.find(kChangeCounterFile), std::string::npos);
+    EXPECT_EQ(folder_.Read(std::string("USER/") + kChangeCounterFile), damage);
+  }
+}
+
+TEST_F(FreshnessTest, WithoutAUserFolderNothingIsCreatedAndNothingSaid) {
+  fs::remove(folder_.path() / "USER");
+  EXPECT_EQ(Found("München"), 1);
+  WritePlaceFiles(folder_.path(), "D", {Place("Hamburg", 9.99F, 53.55F)});
+  EXPECT_EQ(Found("Hamburg"), 1);
+  EXPECT_FALSE(fs::exists(folder_.path() / "USER"));
+  EXPECT_TRUE(messages_.empty());
+}
+
+TEST_F(FreshnessTest, ReadOnlyAtlasIsReadAndChecked) {
+  if (::geteuid() == 0) GTEST_SKIP() << "root may write a read-only folder";
+  fs::permissions(folder_.path() / "USER", fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_EQ(Found("München"), 1);
+  EXPECT_FALSE(fs::exists(Counter()));
+  fs::permissions(folder_.path() / "USER", fs::perms::owner_all);
+  WriteUserFile("D", {Place("Neustadt", 10.0F, 50.0F)});
+  EXPECT_EQ(Found("Neustadt"), 1);
+  EXPECT_TRUE(messages_.empty());
+}
+
+}  // namespace
+}  // namespace tarv

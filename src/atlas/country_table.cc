@@ -193,7 +193,7 @@ bool InitializeCountries(std::string path, const std::string& file_name, bool so
 }
 
 std::string GetInternalCountryAbbreviation(std::string_view code) {
-  static constexpr std::array<std::pair<const char*, const char*>, 8> kMapped = {{
+  static constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kMapped = {{
       {"RUS", "SSR"},
       {"UK", "GBE"},
       {"MNE", "YU"},
@@ -204,7 +204,7 @@ std::string GetInternalCountryAbbreviation(std::string_view code) {
       {"MK", "YU"},
   }};
   for (const auto& [from, to] : kMapped) {
-    if (TextEqual(code, from)) return to;
+    if (TextEqual(code, from)) return std::string(to);
   }
   return Trim(code);
 }

@@ -1,6 +1,7 @@
 #include "atlas/place_file.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <map>
 #include <memory>
@@ -11,6 +12,7 @@
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
 #include "platform/codepage.h"
+#include "platform/file_status.h"
 #include "platform/lz.h"
 #include "platform/message_box.h"
 #include "util/bytes.h"
@@ -81,7 +83,7 @@ std::vector<std::pair<std::int32_t, std::int32_t>> LetterRuns(const std::string&
     const std::string_view index = *image;
     const std::size_t whole = index.size() / kIndexEntrySize * kIndexEntrySize;
     for (std::size_t at = 0; at < whole; at += kIndexEntrySize) {
-      if (GetLetter(index.substr(at, 1))[0] != AnsiUpper(letter)) continue;
+      if (IndexLetter(index.substr(at, 1)) != AnsiUpper(letter)) continue;
       const std::size_t next = at + kIndexEntrySize;
       runs.emplace_back(DecodeInt32(index, at + 1), next + kIndexEntrySize <= index.size()
                                                         ? DecodeInt32(index, next + 1)
@@ -388,75 +390,170 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
   return static_cast<std::int32_t>(result.size());
 }
 
+namespace {
+
+// What searches need of the files behind one place file: each file with its
+// image and, per index letter, its runs. Found once per version of the
+// files (a call number of the file statuses) and of the country table, so
+// that a warm search goes straight to the runs it reads.
+struct SearchFile {
+  std::string path;
+  PlaceRef ref;
+  bool user = false;
+  std::shared_ptr<const PlaceImage> image;  // null for a file that does not exist
+  std::vector<std::pair<char, std::vector<std::pair<std::int32_t, std::int32_t>>>> runs;
+};
+
+struct SearchFiles {
+  std::string place_file;
+  std::uint64_t call = 0;
+  std::uint64_t tables = 0;
+  std::vector<SearchFile> files;
+};
+
+// Holds the file sets of the last few place files asked for; a call number of
+// 0 (outside any call) keeps nothing.
+class SearchFileSets {
+ public:
+  SearchFiles* Find(const std::string& place_file) {
+    const std::uint64_t call = CallNumber();
+    if (call == 0) return nullptr;
+    for (auto& set : sets_) {
+      if (set.call == call && set.tables == State().tables_version &&
+          set.place_file == place_file) {
+        return &set;
+      }
+    }
+    return nullptr;
+  }
+
+  // A set to fill for `place_file`: the oldest one, emptied.
+  SearchFiles& Fresh(const std::string& place_file) {
+    SearchFiles& set = sets_[next_++ % sets_.size()];
+    set.place_file = place_file;
+    set.call = CallNumber();
+    set.tables = State().tables_version;
+    set.files.clear();
+    return set;
+  }
+
+ private:
+  std::array<SearchFiles, 8> sets_;
+  std::size_t next_ = 0;
+};
+
+thread_local SearchFileSets search_file_sets;
+
+// The files of `place_file` with their images; an error of reading one is
+// noted as the call's fault and returned.
+std::int32_t FilesOf(const std::string& place_file, SearchFiles*& out) {
+  out = search_file_sets.Find(place_file);
+  if (out != nullptr) return 0;
+  std::vector<std::string> paths;
+  std::vector<PlaceRef> refs;
+  Get_CompressedFiles(Get_PraePost(place_file), paths, refs);
+  std::vector<SearchFile> files(paths.size());
+  for (std::size_t f = 0; f < paths.size(); ++f) {
+    auto& file = files[f];
+    std::int32_t error = 0;
+    file.image = Images().Get(paths[f], error);
+    if (error != 0) {
+      NoteAtlasFault(paths[f], error);
+      return error;
+    }
+    file.user = TextContains(paths[f], "\\USER\\");
+    file.path = std::move(paths[f]);
+    file.ref = std::move(refs[f]);
+  }
+  // Outside a call the set is only borrowed for this search.
+  thread_local SearchFiles borrowed;
+  out = CallNumber() == 0 ? &borrowed : &search_file_sets.Fresh(place_file);
+  out->files = std::move(files);
+  return 0;
+}
+
+// The runs of `letter` in the file's index, found once per set.
+std::int32_t RunsOf(SearchFile& file, char letter,
+                    const std::vector<std::pair<std::int32_t, std::int32_t>>*& out) {
+  for (const auto& [l, runs] : file.runs) {
+    if (l == letter) {
+      out = &runs;
+      return 0;
+    }
+  }
+  std::int32_t error = 0;
+  const std::string index_file = IndexPathOf(file.path);
+  auto runs = LetterRuns(index_file, letter, file.image->RecordCount(), error);
+  if (error != 0) {
+    NoteAtlasFault(index_file, error);
+    return error;
+  }
+  file.runs.emplace_back(letter, std::move(runs));
+  out = &file.runs.back().second;
+  return 0;
+}
+
+}  // namespace
+
 std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string search,
                                   PlaceList& result, std::int16_t pattern_mode) {
   search = RemoveTrailingStops(Trim(search));
   const NameTest test(search, pattern_mode != 0);
   if (test.FindsNothing()) return 0;
 
-  std::vector<std::string> files;
-  std::vector<PlaceRef> refs;
-  Get_CompressedFiles(Get_PraePost(place_file), files, refs);
-  const char letter = GetLetter(test.LetterText())[0];
+  SearchFiles* set = nullptr;
+  if (const std::int32_t error = FilesOf(place_file, set); error != 0) return error;
+  const char letter = IndexLetter(test.LetterText());
   const std::string key = test.mode() == 0 ? FoldedLetters(test.LetterText()) : std::string();
   std::int32_t found = 0;
-  for (std::size_t f = 0; f < files.size(); ++f) {
-    const std::string& file = files[f];
-    const bool user = TextContains(file, "\\USER\\");
-    std::int32_t error = 0;
-    const auto image = Images().Get(file, error);
-    if (!image) {
-      if (error != 0) {
-        NoteAtlasFault(file, error);
-        return error;
-      }
-      continue;  // a missing file has no places
-    }
-    const std::int32_t record_count = image->RecordCount();
+  for (auto& file : set->files) {
+    if (!file.image) continue;  // a missing file has no places
+    const PlaceImage& image = *file.image;
+    const std::int32_t record_count = image.RecordCount();
+    const std::vector<std::pair<std::int32_t, std::int32_t>>* runs = nullptr;
+    if (const std::int32_t error = RunsOf(file, letter, runs); error != 0) return error;
     // Runs of one letter may touch (one ends with the first record of the
     // next): a record already read for an earlier run is not added again.
-    std::vector<std::pair<std::int32_t, std::int32_t>> done;
-    auto read_before = [&done](std::int32_t record) {
-      return std::any_of(done.begin(), done.end(), [record](const auto& r) {
-        return record >= r.first && record <= r.second;
-      });
+    std::size_t done = 0;
+    auto read_before = [&](std::int32_t record) {
+      for (std::size_t r = 0; r < done; ++r) {
+        const auto [start, end] = (*runs)[r];
+        if (start >= 1 && record >= start && record <= std::min(end, record_count)) {
+          return true;
+        }
+      }
+      return false;
     };
     auto add = [&](std::int32_t record) {
-      if (image->NameField(record)[0] == kDeletedMark || read_before(record)) return;
-      PlaceRef ref = refs[f];
-      ref.RecordNo = static_cast<std::int16_t>(user ? -record : record);
-      result.Add(DecodePlaceRecord(std::string_view(*image->bytes())
+      if (image.NameField(record)[0] == kDeletedMark || read_before(record)) return;
+      PlaceRef ref = file.ref;
+      ref.RecordNo = static_cast<std::int16_t>(file.user ? -record : record);
+      result.Add(DecodePlaceRecord(std::string_view(*image.bytes())
                                        .substr((record - 1) * kPlaceRecordSize, kPlaceRecordSize)),
                  std::move(ref));
       ++found;
     };
-    const std::string index_file = IndexPathOf(file);
-    const auto runs = LetterRuns(index_file, letter, record_count, error);
-    if (error != 0) {
-      NoteAtlasFault(index_file, error);
-      return error;
-    }
-    for (auto [start, end] : runs) {
-      end = std::min(end, record_count);
-      if (start < 1 || start > record_count) continue;  // an entry that points nowhere
-      if (end < start) continue;                        // or backwards
+    for (; done < runs->size(); ++done) {
+      const std::int32_t start = (*runs)[done].first;
+      const std::int32_t end = std::min((*runs)[done].second, record_count);
+      // An entry that points nowhere or backwards is read as no run.
+      if (start < 1 || start > record_count || end < start) continue;
       if (test.mode() == 2) {
         for (std::int32_t record = start; record <= end; ++record) {
-          if (test.MatchesField(image->NameField(record))) add(record);
+          if (test.MatchesField(image.NameField(record))) add(record);
         }
       } else if (test.mode() == 0) {
         // A whole-name match is a match of the letters-only forms.
-        image->Run(start, end)->ForEachNamed(key, add);
+        image.Run(start, end)->ForEachNamed(key, add);
       } else if (const auto& folded = test.ClassFoldedKey()) {
         // Without wildcards a pattern matches exactly the names of its key.
-        image->Run(start, end)->ForEachClassFolded(*folded, add);
+        image.Run(start, end)->ForEachClassFolded(*folded, add);
       } else {
-        const auto run = image->Run(start, end);
+        const auto run = image.Run(start, end);
         for (std::int32_t record = start; record <= end; ++record) {
           if (test.MatchesLetters(run->Letters(record))) add(record);
         }
       }
-      done.emplace_back(start, end);
     }
   }
   return found;

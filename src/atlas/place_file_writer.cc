@@ -13,7 +13,7 @@
 namespace tarv {
 
 char RunLetterOf(const PlaceRecord& place) {
-  return GetLetter(place.TrimmedName())[0];
+  return IndexLetter(place.TrimmedName());
 }
 
 std::vector<std::size_t> SortForPlaceFile(std::vector<PlaceRecord>& places,

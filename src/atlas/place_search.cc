@@ -13,6 +13,7 @@
 #include "atlas/timetable.h"
 #include "atlas/zone_table.h"
 #include "platform/codepage.h"
+#include "platform/file_status.h"
 #include "util/degrees.h"
 
 namespace tarv {
@@ -40,12 +41,20 @@ constexpr std::array<AccentClass, 9> kAccentClasses = {{
     {'y', "y\xFF\xFD", "[y\xFF\xFD", 'Y'},
 }};
 
+// The class of every byte, looked up once: searches ask for it per letter.
 const AccentClass* ClassOf(char c) {
-  const char lower = AnsiLower(c);
-  for (const auto& k : kAccentClasses) {
-    if (k.members.find(lower) != std::string_view::npos) return &k;
-  }
-  return nullptr;
+  static const std::array<const AccentClass*, 256> classes = [] {
+    std::array<const AccentClass*, 256> table{};
+    for (int b = 0; b < 256; ++b) {
+      const char lower = AnsiLower(static_cast<char>(b));
+      for (const auto& k : kAccentClasses) {
+        if (k.members.find(lower) != std::string_view::npos)
+          table[static_cast<std::size_t>(b)] = &k;
+      }
+    }
+    return table;
+  }();
+  return classes[static_cast<unsigned char>(c)];
 }
 
 bool IsAsciiLetter(char c) {
@@ -58,8 +67,8 @@ bool IsAccentedLetter(char c) {
   const auto b = static_cast<unsigned char>(c);
   // kUnmappable counts too, so that a character the code page could not
   // take never drops out of a comparison.
-  return b == 0x81 || b == 0x8A || b == 0x8C || b == 0x8E || b == 0x9A || b == 0x9C || b == 0x9E || b == 0x9F ||
-         (b >= 0xC0 && b != 0xD7 && b != 0xF7);
+  return b == 0x81 || b == 0x8A || b == 0x8C || b == 0x8E || b == 0x9A || b == 0x9C || b == 0x9E ||
+         b == 0x9F || (b >= 0xC0 && b != 0xD7 && b != 0xF7);
 }
 
 bool IsNameLetter(char c) {
@@ -88,40 +97,45 @@ std::string RemoveChars(std::string text, std::string_view chars) {
 }
 
 // The zone a host gets with a found place: the standard zone its timetable
-// ends on (the country's base zone where it has no history).
-std::int32_t ZoneOfPlace(const std::string& code, std::int16_t timetable) {
-  return GetTimezoneId(GetRightTimeZone(code, timetable));
+// ends on (the country's base zone where it has no history). Kept per
+// country and timetable for as long as the files and tables are the same.
+std::int32_t ZoneOfPlace(std::string_view code, std::int16_t timetable) {
+  struct Known {
+    std::string code;
+    std::int16_t timetable;
+    std::int32_t id;
+  };
+  thread_local std::vector<Known> known;
+  thread_local std::uint64_t known_call = 0;
+  thread_local std::uint64_t known_tables = 0;
+  const std::uint64_t call = CallNumber();
+  if (call == 0 || call != known_call || State().tables_version != known_tables) {
+    known.clear();
+    known_call = call;
+    known_tables = State().tables_version;
+  }
+  for (const auto& k : known) {
+    if (k.timetable == timetable && k.code == code) return k.id;
+  }
+  const std::string country(code);
+  const std::int32_t id = GetTimezoneId(GetRightTimeZone(country, timetable));
+  if (call != 0 && known.size() < 4096) known.push_back({country, timetable, id});
+  return id;
 }
 
 void StoreFound(const PlaceList& list, std::string_view default_code) {
   auto& found = State().found_places;
-  found.clear();
-  found.reserve(list.size());
-  // Places found together mostly share a few timetables of one country.
-  struct Zone {
-    std::string_view country;
-    std::int16_t timetable;
-    std::int32_t id;
-  };
-  std::vector<Zone> zones;
+  found.resize(list.size());
   for (std::size_t i = 0; i < list.size(); ++i) {
-    FoundPlace f;
-    f.Country = list.refs[i].Country.empty() ? std::string(default_code) : list.refs[i].Country;
+    FoundPlace& f = found[i];
+    const std::string_view country =
+        list.refs[i].Country.empty() ? default_code : std::string_view(list.refs[i].Country);
+    f.Country.assign(country);
     f.Place = list.places[i];
     f.RecordNo = list.refs[i].RecordNo;
     f.Longitude = f.Place.Longitude;
     f.Latitude = f.Place.Latitude;
-    const std::string_view country =
-        list.refs[i].Country.empty() ? default_code : std::string_view(list.refs[i].Country);
-    auto zone = std::find_if(zones.begin(), zones.end(), [&](const Zone& z) {
-      return z.timetable == f.Place.Timetable && z.country == country;
-    });
-    if (zone == zones.end()) {
-      zones.push_back({country, f.Place.Timetable, ZoneOfPlace(f.Country, f.Place.Timetable)});
-      zone = std::prev(zones.end());
-    }
-    f.ZoneId = zone->id;
-    found.push_back(std::move(f));
+    f.ZoneId = ZoneOfPlace(country, f.Place.Timetable);
   }
 }
 
@@ -253,16 +267,20 @@ char FoldAccentClass(char c) noexcept {
   return AnsiUpper(c);
 }
 
-std::string GetLetter(std::string_view text) {
-  if (text.empty()) return "z";
+char IndexLetter(std::string_view text) noexcept {
+  if (text.empty()) return 'z';
   std::size_t at = 0;
   if (text[0] == '\'') at = (text.size() > 1 && text[1] == '[') ? 2 : 1;
-  if (at >= text.size()) return "Z";
+  if (at >= text.size()) return 'Z';
   const char c = AnsiLower(text[at]);
-  if (const AccentClass* k = ClassOf(c)) return std::string(1, k->index_letter);
-  if (c >= 'a' && c <= 'z') return std::string(1, AnsiUpper(c));
-  if (c == '_') return "A";
-  return "Z";
+  if (const AccentClass* k = ClassOf(c)) return k->index_letter;
+  if (c >= 'a' && c <= 'z') return AnsiUpper(c);
+  if (c == '_') return 'A';
+  return 'Z';
+}
+
+std::string GetLetter(std::string_view text) {
+  return std::string(1, IndexLetter(text));
 }
 
 std::string GetCleanString(std::string_view text) {

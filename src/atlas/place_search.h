@@ -39,6 +39,8 @@ char FoldAccentClass(char c) noexcept;
 // mapped through the accent classes ("ü" gives "U"); "_" gives "A", a digit
 // or any other sign "Z", and an empty text "z".
 std::string GetLetter(std::string_view text);
+// The same letter as a character, for the hot paths.
+char IndexLetter(std::string_view text) noexcept;
 
 // The letters of `text` in their order, accented ones included; blanks,
 // digits, hyphens, apostrophes, full stops and other signs dropped:

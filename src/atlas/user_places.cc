@@ -120,7 +120,7 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   PlaceRecord added = place.Place;
   added.SetName(name);
   const std::string wanted(added.NameField());
-  const char letter = GetLetter(name)[0];
+  const char letter = IndexLetter(name);
 
   // Only the USER folder is created: an atlas folder that vanished is not
   // made up again.
@@ -131,7 +131,7 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
 
   std::vector<std::string> records = ReadRecords(file->native);
   for (const auto& r : records) {
-    if (GetLetter(Trim(NameOf(r)))[0] == letter && TextEqual(NameOf(r), wanted)) return -1;
+    if (IndexLetter(Trim(NameOf(r))) == letter && TextEqual(NameOf(r), wanted)) return -1;
   }
   const std::string new_record = EncodePlaceRecord(added);
   records.push_back(new_record);

@@ -5,6 +5,7 @@
 #include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <mutex>
@@ -52,6 +53,10 @@ UChar32 NextCodePoint(std::string_view s, std::size_t& pos) {
 
 // Windows-1252 of a text that needs no transliteration, or nullopt.
 std::optional<std::string> DirectAnsi(std::string_view utf8) {
+  // ASCII is the same in both.
+  if (std::all_of(utf8.begin(), utf8.end(), [](char c) { return (c & 0x80) == 0; })) {
+    return std::string(utf8);
+  }
   std::string out;
   out.reserve(utf8.size());
   std::size_t pos = 0;

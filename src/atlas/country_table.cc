@@ -310,12 +310,12 @@ bool IsUSA(std::string_view code) {
 }
 
 bool HaveSeveralTimeZones(std::string_view code) {
-  static constexpr std::array<const char*, 31> kSeveral = {
+  static constexpr std::array<std::string_view, 31> kSeveral = {
       "AUS",  "BR",   "CDN",  "E",    "EC",   "FSP",  "GRO",  "RI",   "J",    "KSP",  "MA",
       "MEX",  "MOG",  "MSH",  "P",    "RCH",  "SSR",  "ZR",   "USAK", "USFL", "USID", "USIN",
       "USKS", "USKY", "USMI", "USNE", "USND", "USOR", "USSD", "USTN", "USTX"};
   const std::string mapped = GetInternalCountryAbbreviation(code);
-  for (const char* several : kSeveral) {
+  for (const std::string_view several : kSeveral) {
     if (TextEqual(mapped, several)) return true;
   }
   return false;
@@ -323,7 +323,7 @@ bool HaveSeveralTimeZones(std::string_view code) {
 
 std::int16_t HaveTimetables(std::string_view code) {
   struct Entry {
-    const char* code;
+    std::string_view code;
     std::int16_t count;
   };
   // US states first, then the other codes; every code once.

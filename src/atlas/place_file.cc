@@ -300,13 +300,31 @@ std::string IndexPathOf(const std::string& place_file) {
   return (dot == std::string::npos ? place_file + "." : place_file.substr(0, dot + 1)) + "IDX";
 }
 
-std::string GetCompressedPlaceFile(std::string_view code) {
+namespace {
+
+std::string PlaceFileOf(std::string_view code) {
   std::string abbreviation = Trim(GetInternalCountryAbbreviation(code));
   if (!IsSafeCode(abbreviation)) abbreviation.clear();
   const std::string folder = AtlasFolder("");
   if (abbreviation.empty()) return folder;
   if (IsGroupName(abbreviation)) return folder + PathPart(abbreviation);
   return folder + PathPart(abbreviation) + ".dao";
+}
+
+}  // namespace
+
+std::string GetCompressedPlaceFile(std::string_view code) {
+  // Hosts ask for one country many times over.
+  thread_local std::string last_code;
+  thread_local std::string last_folder;
+  thread_local std::string last_file;
+  if (code == last_code && State().places_path == last_folder && !last_file.empty()) {
+    return last_file;
+  }
+  last_code.assign(code);
+  last_folder = State().places_path;
+  last_file = PlaceFileOf(code);
+  return last_file;
 }
 
 std::string Get_UserFile(const std::string& place_file) {

@@ -317,8 +317,17 @@ const DstRules* RulesFile() {
   static std::mutex mutex;
   static std::shared_ptr<const std::string> image;
   static DstRules rules;
+  // The same file version within one number of the file statuses.
+  thread_local std::uint64_t known_call = 0;
+  thread_local const DstRules* known = nullptr;
+  const std::uint64_t call = CallNumber();
+  if (call != 0 && call == known_call) return known;
   const std::string path = AtlasFolder("") + kDstRulesFile;
-  if (!Exist(path)) return nullptr;
+  if (!Exist(path)) {
+    known_call = call;
+    known = nullptr;
+    return nullptr;
+  }
   std::int32_t error = 0;
   auto current = ExpandedImage(path, error);
   // Falling back to the rule of the 1990s would be a quiet wrong answer.
@@ -328,6 +337,8 @@ const DstRules* RulesFile() {
     rules = DstRules::Parse(*current, path);
     image = current;
   }
+  known_call = call;
+  known = &rules;
   return &rules;
 }
 

@@ -1,7 +1,5 @@
 #include "platform/lz.h"
 
-#include <mspack.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -40,130 +38,62 @@ struct Expansion {
 };
 
 // ---------------------------------------------------------------------------
-// libmspack reads and writes through an mspack_system; this one works on
-// buffers in memory. The "file name" handed to the decompressor is the address
-// of a MemoryFile, and the mspack_file it gets back is that same object.
+// SZDD's LZSS (mode "A"): a window of 4096 bytes filled with blanks, written
+// from position 4080 on. Each control byte, lowest bit first, marks the next
+// eight items: a literal byte (bit set) or a match of 3 to 18 bytes (bit
+// clear) given in two bytes as a 12-bit window position and a 4-bit length.
+// The data has no end mark; it ends with the input. libmspack expands the
+// same data (the tests and the fuzzer hold the two to each other), but it
+// hands its output over one byte per call, which made expanding a large place
+// file take most of a first lookup.
 
-struct MemoryFile {
-  std::string_view input;    // what reads see
-  std::size_t position = 0;  // of the next read
-  std::string* output = nullptr;
-  std::size_t limit = 0;  // writes beyond this many bytes fail
-  bool full = false;      // a write was cut at the limit
-};
-
-MemoryFile* AsMemoryFile(mspack_file* file) {
-  return reinterpret_cast<MemoryFile*>(file);
-}
-
-const char* AsFileName(MemoryFile& file) {
-  return reinterpret_cast<const char*>(&file);
-}
-
-mspack_file* MemOpen(mspack_system*, const char* filename, int) {
-  return reinterpret_cast<mspack_file*>(const_cast<char*>(filename));
-}
-
-void MemClose(mspack_file*) {}
-
-int MemRead(mspack_file* handle, void* buffer, int bytes) {
-  MemoryFile& file = *AsMemoryFile(handle);
-  if (bytes < 0) return -1;
-  const std::size_t left = file.input.size() - std::min(file.position, file.input.size());
-  const std::size_t n = std::min(left, static_cast<std::size_t>(bytes));
-  if (n > 0) std::memcpy(buffer, file.input.data() + file.position, n);
-  file.position += n;
-  return static_cast<int>(n);
-}
-
-int MemWrite(mspack_file* handle, void* buffer, int bytes) {
-  MemoryFile& file = *AsMemoryFile(handle);
-  if (bytes < 0 || file.output == nullptr) return -1;
-  const std::size_t room = file.limit - file.output->size();
-  const std::size_t n = std::min(room, static_cast<std::size_t>(bytes));
-  file.output->append(static_cast<const char*>(buffer), n);
-  if (n < static_cast<std::size_t>(bytes)) file.full = true;
-  return static_cast<int>(n);
-}
-
-int MemSeek(mspack_file* handle, off_t offset, int mode) {
-  MemoryFile& file = *AsMemoryFile(handle);
-  off_t base = 0;
-  switch (mode) {
-    case MSPACK_SYS_SEEK_START:
-      break;
-    case MSPACK_SYS_SEEK_CUR:
-      base = static_cast<off_t>(file.position);
-      break;
-    case MSPACK_SYS_SEEK_END:
-      base = static_cast<off_t>(file.input.size());
-      break;
-    default:
-      return -1;
-  }
-  const off_t target = base + offset;
-  if (target < 0 || static_cast<std::size_t>(target) > file.input.size()) return -1;
-  file.position = static_cast<std::size_t>(target);
-  return 0;
-}
-
-off_t MemTell(mspack_file* handle) {
-  return static_cast<off_t>(AsMemoryFile(handle)->position);
-}
-
-void MemMessage(mspack_file*, const char*, ...) {}
-
-void* MemAlloc(mspack_system*, std::size_t bytes) {
-  return std::malloc(bytes);
-}
-
-void MemFree(void* ptr) {
-  std::free(ptr);
-}
-
-void MemCopy(void* src, void* dest, std::size_t bytes) {
-  std::memcpy(dest, src, bytes);
-}
-
-mspack_system& MemorySystem() {
-  static mspack_system system{MemOpen,    MemClose, MemRead, MemWrite, MemSeek, MemTell,
-                              MemMessage, MemAlloc, MemFree, MemCopy,  nullptr};
-  return system;
-}
-
-// The library checks that it was built with the caller's off_t.
-bool LibraryUsable() {
-  static const bool usable = [] {
-    int result = MSPACK_ERR_OK;
-    MSPACK_SYS_SELFTEST(result);
-    return result == MSPACK_ERR_OK;
-  }();
-  return usable;
-}
+constexpr std::size_t kWindowSize = 4096;
+constexpr std::size_t kWindowStart = kWindowSize - 16;
 
 // Decodes the SZDD image `file_bytes` (header already checked) into at most
-// `limit` bytes of `out`.
-std::int32_t Decode(std::string_view file_bytes, std::size_t limit, std::string& out) {
-  if (!LibraryUsable()) return LZERROR_GLOBALLOC;
-  mspack_system* system = &MemorySystem();
-  msszdd_decompressor* decoder = mspack_create_szdd_decompressor(system);
-  if (decoder == nullptr) return LZERROR_GLOBALLOC;
-  MemoryFile input{file_bytes};
-  MemoryFile output{{}, 0, &out, limit};
-  std::int32_t error = 0;
-  if (msszddd_header* header = decoder->open(decoder, AsFileName(input)); header == nullptr) {
-    error = LZERROR_READ;
-  } else {
-    const int status = decoder->extract(decoder, header, AsFileName(output));
-    if (status == MSPACK_ERR_NOMEMORY) {
-      error = LZERROR_GLOBALLOC;
-    } else if (status != MSPACK_ERR_OK && !(status == MSPACK_ERR_WRITE && output.full)) {
-      error = LZERROR_READ;
+// `limit` bytes of `out`, whose capacity is taken as the room to expect. A
+// match cut off by the end of the input is dropped, as libmspack does.
+//
+// The output is its own window: the window position of output byte j is
+// (kWindowStart + j) mod 4096, so a match from window position p reads the
+// byte written d = (position now - p) mod 4096 bytes back (4096 when d is 0),
+// or a blank of the initial window when there is none.
+void Decode(std::string_view file_bytes, std::size_t limit, std::string& out) {
+  const auto* in = reinterpret_cast<const unsigned char*>(file_bytes.data()) + kHeaderSize;
+  const auto* const end =
+      reinterpret_cast<const unsigned char*>(file_bytes.data()) + file_bytes.size();
+  out.resize(std::min(limit, std::max<std::size_t>(out.capacity(), 4096)));
+  std::size_t n = 0;
+  // Room for `more` bytes past n, within the limit.
+  auto room = [&](std::size_t more) {
+    if (out.size() - n < more) out.resize(std::min(limit, std::max(out.size() * 2, n + more)));
+    return std::min(more, out.size() - n);
+  };
+  while (in < end && n < limit) {
+    unsigned control = *in++;
+    for (int item = 0; item < 8 && n < limit; ++item, control >>= 1) {
+      if ((control & 1) != 0) {
+        if (in == end) break;
+        room(1);
+        out[n++] = static_cast<char>(*in++);
+        continue;
+      }
+      if (end - in < 2) {
+        in = end;
+        break;
+      }
+      const std::size_t from = in[0] | (static_cast<std::size_t>(in[1] & 0xF0) << 4);
+      const std::size_t length = room((in[1] & 0x0F) + 3u);
+      in += 2;
+      std::size_t back = ((kWindowStart + n) - from) & (kWindowSize - 1);
+      if (back == 0) back = kWindowSize;
+      char* const o = out.data();
+      // Byte by byte: a match may overlap the bytes it writes.
+      for (std::size_t k = 0; k < length; ++k, ++n)
+        o[n] = n >= back ? o[n - back] : ' ';
     }
-    decoder->close(decoder, header);
   }
-  mspack_destroy_szdd_decompressor(decoder);
-  return error;
+  out.resize(n);
 }
 
 // ---------------------------------------------------------------------------
@@ -384,8 +314,7 @@ Expansion Expand(std::string_view file_bytes, std::int32_t& error) {
   Expansion out;
   out.length = length;
   out.bytes.reserve(std::min<std::size_t>(length, most));
-  error = Decode(file_bytes, length, out.bytes);
-  if (error != 0) return {};
+  Decode(file_bytes, length, out.bytes);
   return out;
 }
 

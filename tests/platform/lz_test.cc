@@ -13,7 +13,9 @@
 #include <thread>
 #include <vector>
 
+#include "support/mspack_reference.h"
 #include "support/temp_folder.h"
+#include "util/bytes.h"
 
 namespace fs = std::filesystem;
 
@@ -87,6 +89,42 @@ class Lz : public ::testing::Test {
 
   TempFolder dir_;
 };
+
+// ---------------------------------------------------------------------------
+// The decoder expands exactly what libmspack expands, whole or damaged.
+
+TEST(ExpandSzdd, AgreesWithLibmspackOnWholeCutAndNoisyData) {
+  std::vector<std::string> files = {ReadFile(kSamples + "mscompress_test.tx_"),
+                                    ReadFile(kSamples + "wine_testfile.tx_")};
+  for (const auto& plain : {Text(30'000), Noise(9'000, 5), std::string(5'000, ' ')}) {
+    files.push_back(CompressSzdd(plain));
+  }
+  std::vector<std::string> inputs;
+  for (const auto& file : files) {
+    inputs.push_back(file);
+    for (std::size_t cut = 14; cut < file.size(); cut += 1 + file.size() / 37)
+      inputs.push_back(file.substr(0, cut));
+    inputs.push_back(WithLengthField(file, 7));
+    inputs.push_back(WithLengthField(file, 1'000'000));
+  }
+  for (unsigned seed = 1; seed <= 20; ++seed) {
+    inputs.push_back(WithLengthField(CompressSzdd("") + Noise(50 * seed, seed), 200 * seed));
+  }
+  for (const auto& input : inputs) {
+    const auto length = static_cast<std::uint32_t>(DecodeInt32(input, 10));
+    const auto reference = testing::ExpandWithLibmspack(input, length);
+    ASSERT_TRUE(reference.has_value());
+    std::int32_t error = 0;
+    const std::string ours = ExpandSzdd(input, error);
+    if (reference->size() == length) {
+      EXPECT_EQ(error, 0) << input.size() << " bytes";
+      EXPECT_EQ(ours, *reference) << input.size() << " bytes";
+    } else {
+      // Data that ends before its length is damaged, for both.
+      EXPECT_EQ(error, LZERROR_READ) << input.size() << " bytes";
+    }
+  }
+}
 
 // ---------------------------------------------------------------------------
 // The encoder, checked against libmspack and the reference compressors.

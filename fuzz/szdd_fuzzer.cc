@@ -1,4 +1,4 @@
-// SZDD expansion of arbitrary bytes: in memory, through the LZ handles over a
+// SZDD expansion of arbitrary bytes: in memory (held to libmspack), through the LZ handles over a
 // file, and after the project's own compressor.
 #include <cstdint>
 #include <string>
@@ -6,6 +6,7 @@
 
 #include "fuzz_support.h"
 #include "platform/lz.h"
+#include "support/mspack_reference.h"
 #include "util/bytes.h"
 
 namespace {
@@ -29,6 +30,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(expanded.size() <= static_cast<std::uint32_t>(DecodeInt32(input, 10)));
   } else {
     FUZZ_CHECK(error < 0 && expanded.empty());
+  }
+  // Whole where libmspack expands the announced length, and then the same.
+  if (input.size() >= 14 && input.substr(0, kMagic.size()) == kMagic && input[8] == 'A') {
+    const auto length = static_cast<std::uint32_t>(DecodeInt32(input, 10));
+    if (const auto reference = testing::ExpandWithLibmspack(input, length)) {
+      FUZZ_CHECK((error == 0) == (reference->size() == length));
+      FUZZ_CHECK(error != 0 || expanded == *reference);
+    }
   }
 
   // The handles read the same bytes from a file, from any position.

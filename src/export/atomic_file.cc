@@ -59,27 +59,43 @@ fs::path TemporaryPathOf(const fs::path& target) {
   return temp.replace_extension("~~~");
 }
 
-StagedFile::StagedFile(fs::path target, std::string_view bytes)
+StagedFile::StagedFile(fs::path target)
     : target_(std::move(target)), temp_(TemporaryPathOf(target_)) {
   // The system would take a path holding a NUL for the shorter one before it.
   if (target_.native().find('\0') != std::string::npos) Fail(target_, "naming it", EINVAL);
   fd_ = OpenLocked(target_, temp_);
-  auto fail = [this](const std::string& step, int error) {
-    ::unlink(temp_.c_str());
-    ::close(fd_);
-    fd_ = -1;
-    Fail(target_, step, error);
-  };
   // What an interrupted writer left behind goes.
-  if (::ftruncate(fd_, 0) != 0) fail("emptying its temporary file", errno);
+  if (::ftruncate(fd_, 0) != 0) FailAndRemove("emptying its temporary file", errno);
+}
+
+StagedFile::StagedFile(fs::path target, std::string_view bytes) : StagedFile(std::move(target)) {
+  Write(bytes);
+  Flush();
+}
+
+void StagedFile::FailAndRemove(const std::string& step, int error) {
+  ::unlink(temp_.c_str());
+  ::close(fd_);
+  fd_ = -1;
+  Fail(target_, step, error);
+}
+
+void StagedFile::Write(std::string_view bytes) {
+  if (fd_ < 0) return;
   std::size_t written = 0;
   while (written < bytes.size()) {
     const ssize_t n = ::write(fd_, bytes.data() + written, bytes.size() - written);
     if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) fail("writing", n < 0 ? errno : ENOSPC);
+    if (n <= 0) FailAndRemove("writing", n < 0 ? errno : ENOSPC);
     written += static_cast<std::size_t>(n);
   }
-  if (::fsync(fd_) != 0) fail("flushing", errno);
+  flushed_ = false;
+}
+
+void StagedFile::Flush() {
+  if (fd_ < 0 || flushed_) return;
+  if (::fsync(fd_) != 0) FailAndRemove("flushing", errno);
+  flushed_ = true;
 }
 
 StagedFile::~StagedFile() {
@@ -90,13 +106,10 @@ StagedFile::~StagedFile() {
 
 void StagedFile::Commit() {
   if (fd_ < 0) return;
+  Flush();
   // Renamed while still locked: a waiting writer then finds the name free.
   if (::rename(temp_.c_str(), target_.c_str()) != 0) {
-    const int error = errno;
-    ::unlink(temp_.c_str());
-    ::close(fd_);
-    fd_ = -1;
-    Fail(target_, "putting it in place", error);
+    FailAndRemove("putting it in place", errno);
   }
   ::close(fd_);  // the data was flushed before the rename
   fd_ = -1;

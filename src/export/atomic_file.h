@@ -4,6 +4,7 @@
 #define TARVPLACES_EXPORT_ATOMIC_FILE_H_
 
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace tarv {
@@ -16,27 +17,39 @@ namespace tarv {
 // name index share one ("D.~~~"); they are written one after the other.
 std::filesystem::path TemporaryPathOf(const std::filesystem::path& target);
 
-// A new version of `target`, written in full to its temporary file and put in
-// its place by Commit. The temporary file is locked from its creation to its
-// rename, so a second writer of the same target (another thread or process)
-// waits instead of writing into it; it is flushed to disk before the rename.
-// Without Commit the temporary file is removed and `target` stays as it was.
-// Throws AtlasWriteError naming `target` when a step fails; the target is
-// then unchanged and the temporary file removed.
+// A new version of `target`, written to its temporary file (at once, or
+// piece by piece with Write) and put in its place by Commit. The temporary
+// file is locked from its creation to its rename, so a second writer of the
+// same target (another thread or process) waits instead of writing into it;
+// it is flushed to disk before the rename. Without Commit the temporary file
+// is removed and `target` stays as it was. Throws AtlasWriteError naming
+// `target` when a step fails; the target is then unchanged and the temporary
+// file removed.
 class StagedFile {
  public:
+  explicit StagedFile(std::filesystem::path target);
+  // Writes `bytes` and flushes them.
   StagedFile(std::filesystem::path target, std::string_view bytes);
   ~StagedFile();
   StagedFile(const StagedFile&) = delete;
   StagedFile& operator=(const StagedFile&) = delete;
 
-  // Renames the temporary file over the target and makes the rename durable.
+  // Appends to the temporary file.
+  void Write(std::string_view bytes);
+  // Makes what was written durable; writers of several files flush them all
+  // before they commit any.
+  void Flush();
+  // Flushes, renames the temporary file over the target and makes the
+  // rename durable.
   void Commit();
 
  private:
+  [[noreturn]] void FailAndRemove(const std::string& step, int error);
+
   std::filesystem::path target_;
   std::filesystem::path temp_;
   int fd_ = -1;  // the locked temporary file until Commit
+  bool flushed_ = true;
 };
 
 // StagedFile(target, bytes).Commit().

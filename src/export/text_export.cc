@@ -1,5 +1,7 @@
 #include "export/text_export.h"
 
+#include <algorithm>
+
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
 #include "atlas/process_state.h"
@@ -18,6 +20,7 @@ namespace tarv {
 namespace {
 
 constexpr const char* kCrLf = "\r\n";
+constexpr std::size_t kChunk = std::size_t{1} << 20;
 
 template <typename... Fields>
 void Line(std::string& text, const Fields&... fields) {
@@ -45,12 +48,28 @@ std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& cou
     throw AtlasError(place_file, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(place_file))));
   }
   if (!image) return 0;
+  // Room for the file's lines at once, growing the whole text geometrically.
+  const std::size_t wanted = text.size() + image->size() / kPlaceRecordSize * 72;
+  if (text.capacity() < wanted) text.reserve(std::max(wanted, 2 * text.capacity()));
   std::size_t count = 0;
   for (std::size_t at = 0; at + kPlaceRecordSize <= image->size(); at += kPlaceRecordSize) {
     const PlaceRecord p = DecodePlaceRecord(std::string_view(*image).substr(at, kPlaceRecordSize));
     if (p.IsDeleted()) continue;
-    Line(text, country, std::string(p.NameField()), SingleToText(p.Longitude),
-         SingleToText(p.Latitude), std::to_string(p.Timetable), user ? "1" : "0");
+    // One line at a time into a buffer that keeps its room: the text grows
+    // by whole lines.
+    thread_local std::string line;
+    line.assign(country);
+    line += '\t';
+    line += p.NameField();
+    line += '\t';
+    AppendSingleText(p.Longitude, line);
+    line += '\t';
+    AppendSingleText(p.Latitude, line);
+    line += '\t';
+    line += std::to_string(p.Timetable);
+    line += user ? "\t1" : "\t0";
+    line += kCrLf;
+    text += line;
     ++count;
   }
   return count;
@@ -65,11 +84,16 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
   const std::size_t last = table.size() > kNonCountryTail ? table.size() - kNonCountryTail : 0;
   ExportCounts counts;
 
+  // All four are written in full before any of them replaces an old one. The
+  // old Cities.txt is replaced whole, not appended to. Places and timetables
+  // go out a few countries at a time rather than held whole in memory.
+  StagedFile cities_file(NativePath(out + "Cities.txt"));
   std::string cities;
   Line(cities, "Country", "City", "Longitude", "Latitude", "Timetable", "User");
   std::string countries;
   Line(countries, "Id", "CountryId", "CountryTitle", "CountryShort", "TimezoneShort", "Continent",
        "SubContinent", "Meaning", "Info", "HaveZonesSince", "ContinentID", "SubContinentID");
+  StagedFile timetables_file(NativePath(out + "Timetable.txt"));
   std::string timetables;
   Line(timetables, "CountryId", "Timetable", "RunningId", "TZIndex", "Date");
   for (std::size_t i = 1; i < last; ++i) {
@@ -78,6 +102,11 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
     const std::string place_file = GetCompressedPlaceFile(c.CountryShort);
     counts.places += Export_Cp_Orte(place_file, c.CountryShort, false, cities);
     counts.places += Export_Cp_Orte(Get_UserFile(place_file), c.CountryShort, true, cities);
+    for (auto [text, file] : {std::pair{&cities, &cities_file}, {&timetables, &timetables_file}}) {
+      if (text->size() < kChunk) continue;
+      file->Write(*text);
+      text->clear();
+    }
     countries += CountryLine(i, c);
     ++counts.countries;
     const std::int16_t number = HaveTimetables(c.CountryShort);
@@ -108,14 +137,16 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
     ++counts.zones;
   }
 
-  // All four are written in full before any of them replaces an old one. The
-  // old Cities.txt is replaced whole, not appended to.
-  StagedFile staged[] = {{NativePath(out + "Cities.txt"), cities},
-                         {NativePath(out + "Countries.txt"), countries},
-                         {NativePath(out + "Zones.txt"), zones},
-                         {NativePath(out + "Timetable.txt"), timetables}};
+  cities_file.Write(cities);
+  cities_file.Flush();
+  StagedFile staged[] = {{NativePath(out + "Countries.txt"), countries},
+                         {NativePath(out + "Zones.txt"), zones}};
+  timetables_file.Write(timetables);
+  timetables_file.Flush();
+  cities_file.Commit();
   for (auto& file : staged)
     file.Commit();
+  timetables_file.Commit();
   if (progress) progress("", 1.0);
   return counts;
 }

@@ -242,7 +242,8 @@ class ImageCache {
 
  private:
   static constexpr std::size_t kMaxBytes = std::size_t{64} << 20;
-  static constexpr std::size_t kMaxEntries = 256;
+  // Every file of the default atlas fits, so a whole export reads each once.
+  static constexpr std::size_t kMaxEntries = 1024;
 
   struct Entry {
     FileStamp stamp;

@@ -17,6 +17,8 @@ char DecimalSeparator();
 // German locale), -3.5f "-3.5", 0.3255556f "0.3255556", 1e-5f "1E-05",
 // NaN "NaN", infinity "Inf" / "-Inf".
 std::string SingleToText(float value);
+// The same text appended to `out`, for writers of many numbers.
+void AppendSingleText(float value, std::string& out);
 
 }  // namespace tarv
 

@@ -108,6 +108,22 @@ double LinearSerial(double serial) noexcept {
 
 std::string DateTimeText(double serial) {
   const CalendarTime t = CalendarOfSerial(serial);
+  // The export writes one per timetable entry: the common case by hand.
+  if (t.year >= 0 && t.year <= 9999 && t.day >= 0 && t.day <= 99 && t.month >= 0 && t.month <= 99 &&
+      t.hour >= 0 && t.hour <= 99 && t.minute >= 0 && t.minute <= 99) {
+    std::string text = "00.00.0000 00:00";
+    auto two = [&text](std::size_t at, int value) {
+      text[at] = static_cast<char>('0' + value / 10);
+      text[at + 1] = static_cast<char>('0' + value % 10);
+    };
+    two(0, t.day);
+    two(3, t.month);
+    two(6, t.year / 100);
+    two(8, t.year % 100);
+    two(11, t.hour);
+    two(14, t.minute);
+    return text;
+  }
   char text[32];
   std::snprintf(text, sizeof text, "%02d.%02d.%04d %02d:%02d", t.day, t.month, t.year, t.hour,
                 t.minute);

@@ -2,7 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <limits>
+#include <random>
+#include <string>
 
 namespace tarv {
 namespace {
@@ -23,6 +29,28 @@ TEST(SingleToText, ExtremesUseExponentsOrNames) {
   EXPECT_EQ(SingleToText(3e20F), "3E+20");
   EXPECT_EQ(SingleToText(std::numeric_limits<float>::quiet_NaN()), "NaN");
   EXPECT_EQ(SingleToText(-std::numeric_limits<float>::infinity()), "-Inf");
+}
+
+// Printf's "%.7G" is the format hosts know; every kind of float agrees with it.
+TEST(SingleToText, AgreesWithPrintfOnRandomFloats) {
+  std::mt19937 rng(17);
+  std::uniform_int_distribution<std::uint32_t> bits;
+  for (int i = 0; i < 200'000; ++i) {
+    float value = 0;
+    const std::uint32_t b = bits(rng);
+    std::memcpy(&value, &b, sizeof value);
+    if (std::isnan(value) || std::isinf(value) || value == 0.0F) continue;
+    char expected[32];
+    std::snprintf(expected, sizeof expected, "%.7G", static_cast<double>(value));
+    ASSERT_EQ(SingleToText(value), expected) << b;
+  }
+  // With the host's separator.
+  const std::string before = std::setlocale(LC_NUMERIC, nullptr);
+  if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr) {
+    EXPECT_EQ(SingleToText(48.13743F), "48,13743");
+    EXPECT_EQ(SingleToText(1.5e-7F), "1,5E-07");
+    std::setlocale(LC_NUMERIC, before.c_str());
+  }
 }
 
 }  // namespace

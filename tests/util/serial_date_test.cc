@@ -96,5 +96,11 @@ TEST(CalendarOfSerial, NonFiniteAndHugeSerialsThrowOverflow) {
   EXPECT_THROW(CalendarOfSerial(-1e13), std::overflow_error);  // year below the int range
 }
 
+TEST(DateTimeText, DayMonthYearHourMinuteWithZerosAndBeyondFourDigits) {
+  EXPECT_EQ(DateTimeText(SerialOf({1996, 3, 31, 2, 0, 0})), "31.03.1996 02:00");
+  EXPECT_EQ(DateTimeText(SerialOf({2037, 12, 5, 23, 59, 0})), "05.12.2037 23:59");
+  EXPECT_EQ(DateTimeText(SerialOf({12000, 1, 1, 0, 0, 0})), "01.01.12000 00:00");
+}
+
 }  // namespace
 }  // namespace tarv

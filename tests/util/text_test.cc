@@ -94,7 +94,8 @@ TEST(Wildcard, FileNamePatternsIgnoreBrackets) {
 
 TEST(Wildcard, MoreSetsThanSixteenBitsCountKeepTheirOwnMembers) {
   std::string pattern;
-  for (int i = 0; i < 70000; ++i) pattern += "[a]";
+  for (int i = 0; i < 70000; ++i)
+    pattern += "[a]";
   pattern += "[b]";  // set number 70,000: past what 16 bits can number
   const std::string text(70000, 'a');
   EXPECT_TRUE(Like(text + "b", pattern));

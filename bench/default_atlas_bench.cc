@@ -9,6 +9,7 @@
 #include <random>
 #include <set>
 
+#include "allocations.h"
 #include "atlas/name_index.h"
 #include "atlas/name_key.h"
 #include "atlas/process_state.h"
@@ -75,6 +76,12 @@ void ReportFound(benchmark::State& state, double found) {
   state.counters["found"] = benchmark::Counter(found, benchmark::Counter::kAvgIterations);
 }
 
+// Reports the allocations per call since `before` (Allocations() then).
+void ReportAllocations(benchmark::State& state, std::uint64_t before) {
+  state.counters["allocs"] = benchmark::Counter(static_cast<double>(Allocations() - before),
+                                                benchmark::Counter::kAvgIterations);
+}
+
 // ---- Exact name ----
 
 void ExactWarmOurs(benchmark::State& state) {
@@ -85,6 +92,7 @@ void ExactWarmOurs(benchmark::State& state) {
   places.GetPlaceData(names[0], code);
   std::size_t i = 0;
   double found = 0;
+  const std::uint64_t allocations = Allocations();
   for (auto _ : state) {
     double lon = 0;
     double lat = 0;
@@ -92,6 +100,7 @@ void ExactWarmOurs(benchmark::State& state) {
     found += places.GetPlaceData(names[i++ % names.size()], code, &lon, &lat, &zone);
     benchmark::DoNotOptimize(lon);
   }
+  ReportAllocations(state, allocations);
   ReportFound(state, found);
 }
 BENCHMARK(ExactWarmOurs)->Name("Default/ExactWarm/ours");
@@ -143,9 +152,11 @@ void WarmLookups(benchmark::State& state, const std::vector<std::string>& texts)
   places.GetPlaceData(texts[0], code);
   std::size_t i = 0;
   double found = 0;
+  const std::uint64_t allocations = Allocations();
   for (auto _ : state) {
     found += places.GetPlaceData(texts[i++ % texts.size()], code);
   }
+  ReportAllocations(state, allocations);
   ReportFound(state, found);
 }
 
@@ -231,10 +242,12 @@ void NearestOurs(benchmark::State& state) {
   auto& places = Warm();
   places.GetNearestPlace(code, points[0].first, points[0].second);
   std::size_t i = 0;
+  const std::uint64_t allocations = Allocations();
   for (auto _ : state) {
     const auto& [lon, lat] = points[i++ % points.size()];
     benchmark::DoNotOptimize(places.GetNearestPlace(code, lon, lat));
   }
+  ReportAllocations(state, allocations);
 }
 BENCHMARK(NearestOurs)->Name("Default/Nearest/ours");
 
@@ -296,11 +309,13 @@ void ZoneAtDate(benchmark::State& state, int first_year, int last_year) {
   auto& places = Warm();
   places.GetTimezoneOfCity(queries[0].name, code, queries[0].julian);
   std::size_t i = 0;
+  const std::uint64_t allocations = Allocations();
   for (auto _ : state) {
     const auto& q = queries[i++ % queries.size()];
     std::int16_t id = 0;
     benchmark::DoNotOptimize(places.GetTimezoneOfCity(q.name, code, q.julian, false, &id));
   }
+  ReportAllocations(state, allocations);
 }
 BENCHMARK_CAPTURE(ZoneAtDate, before2000, 1900, 1999)->Name("Default/ZoneBefore2000/ours");
 BENCHMARK_CAPTURE(ZoneAtDate, after2000, 2000, 2037)->Name("Default/ZoneAfter2000/ours");

@@ -58,6 +58,11 @@ struct PlaceList {
   std::vector<PlaceRef> refs;
 
   std::size_t size() const { return places.size(); }
+  // Empties the list and keeps its room.
+  void clear() {
+    places.clear();
+    refs.clear();
+  }
   void Add(const PlaceRecord& place, PlaceRef ref) {
     places.push_back(place);
     refs.push_back(std::move(ref));

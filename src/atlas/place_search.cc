@@ -335,11 +335,17 @@ bool NameTest::Matches(const PlaceRecord& place) const {
   }
 }
 
+// The most places a search keeps room for between calls.
+constexpr std::size_t kKeptRoom = 4096;
+
 std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search) {
   const std::string mapped = GetInternalCountryAbbreviation(code);
   const std::string file = GetCompressedPlaceFile(mapped);
   const std::string text = Trim(search);
-  PlaceList list;
+  // Kept from call to call for its room: a warm search allocates nothing per
+  // place it finds.
+  thread_local PlaceList list;
+  list.clear();
   // A file that cannot be read makes the search find nothing rather than
   // what the other files hold: the reader noted it as the call's fault.
   auto failed = [&mapped](std::int32_t result) {
@@ -350,7 +356,9 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   if (text == "*") {
     if (failed(Read_Cp_ORTE(file, list))) return 0;
     StoreFound(list, mapped);
-    return static_cast<std::int32_t>(list.size());
+    const auto found = static_cast<std::int32_t>(list.size());
+    list = PlaceList{};
+    return found;
   }
   // First the exact or prefix search; a trailing "?" asks for the beginning.
   std::string first = text;
@@ -368,7 +376,9 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
     }
   }
   StoreFound(list, mapped);
-  return static_cast<std::int32_t>(list.size());
+  const auto found = static_cast<std::int32_t>(list.size());
+  if (list.places.capacity() > kKeptRoom) list = PlaceList{};  // "*" over a continent
+  return found;
 }
 
 const std::vector<FoundPlace>& FoundPlaces() {

@@ -242,8 +242,7 @@ class ImageCache {
 
  private:
   static constexpr std::size_t kMaxBytes = std::size_t{64} << 20;
-  // Every file of the default atlas fits, so a whole export reads each once.
-  static constexpr std::size_t kMaxEntries = 1024;
+  static constexpr std::size_t kMaxEntries = kMaxCachedImages;
 
   struct Entry {
     FileStamp stamp;

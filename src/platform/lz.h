@@ -24,6 +24,7 @@
 #ifndef TARVPLACES_PLATFORM_LZ_H_
 #define TARVPLACES_PLATFORM_LZ_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -108,6 +109,11 @@ void ForgetExpandedImage(const std::string& path);
 
 // Drops every cached image.
 void ClearExpandedImages();
+
+// How many expanded images the cache keeps at most (least recently used go
+// first; 64 MiB of them at most): every file of the default atlas fits, so a
+// whole export reads each once.
+inline constexpr std::size_t kMaxCachedImages = 1024;
 
 // True when `bytes` begin with the SZDD magic, so that every reader expands
 // them rather than reading them as they stand.

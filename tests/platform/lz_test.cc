@@ -468,14 +468,15 @@ TEST_F(Lz, FileCreatedWhereItWasMissingIsSeen) {
 TEST_F(Lz, LeastRecentlyUsedImagesGoFirst) {
   std::vector<std::string> paths;
   std::vector<std::shared_ptr<const std::string>> images;
-  for (int i = 0; i <= 256; ++i) {
+  const std::size_t most = kMaxCachedImages;
+  for (std::size_t i = 0; i <= most; ++i) {
     const std::string name = "f" + std::to_string(i);
     paths.push_back(Put(name, name));
     fs::last_write_time(dir_.path() / name, LongAgo());
-    if (i < 256) images.push_back(Image(paths.back()));
+    if (i < most) images.push_back(Image(paths.back()));
   }
   EXPECT_EQ(Image(paths[0]), images[0]);  // now the most recent
-  Image(paths[256]);                      // one too many: f1 goes
+  Image(paths[most]);                     // one too many: f1 goes
   EXPECT_EQ(Image(paths[0]), images[0]);
   EXPECT_EQ(Image(paths[2]), images[2]);
   EXPECT_NE(Image(paths[1]), images[1]);

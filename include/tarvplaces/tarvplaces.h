@@ -185,11 +185,11 @@ TARV_API tarv_status tarv_nearest(tarv_atlas* atlas, const char* country, double
 /* ---- Countries, zones, timetables ---- */
 
 typedef struct tarv_country {
-  int32_t id;            /* 58 */
+  int32_t id;            /* 47 */
   const char* code;      /* "D" */
   const char* title;     /* "Deutschland": the atlas's titles are German */
   const char* english;   /* "Germany" */
-  const char* zone;      /* the base zone as the table writes it, "MEZ" */
+  const char* zone;      /* the base zone as the table writes it, "MET" */
   const char* continent; /* "EUROPA" */
   int32_t continent_id;  /* 4 */
   int32_t timetables;    /* number of timetables, 0 when it has none */

@@ -124,7 +124,7 @@ class Country:
     code: str
     title: str  # the atlas's German title, "Deutschland"
     english: str
-    zone: str  # the base zone as the table writes it, "MEZ"
+    zone: str  # the base zone as the table writes it, "MET"
     continent: str
     continent_id: int
     timetables: int

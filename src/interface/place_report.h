@@ -69,7 +69,7 @@ struct CountryReport {
   std::string title;    // German title, "Deutschland"
   std::string code;     // "D"
   std::string english;  // "Germany"
-  std::string zone;     // base zone as the table writes it, "MEZ"
+  std::string zone;     // base zone as the table writes it, "MET"
   std::string continent;
   std::int32_t continent_id = 0;
   std::int32_t timetables = 0;

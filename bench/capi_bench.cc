@@ -88,6 +88,32 @@ void PlaceWithZoneCApi(benchmark::State& state, bool munich) {
       benchmark::Counter(static_cast<double>(found), benchmark::Counter::kAvgIterations);
 }
 
+// The boundary alone: a call that does next to nothing behind it (the lock,
+// the check of the handle, the catch).
+void LanguageCpp(benchmark::State& state) {
+  static classPlaces places;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(places.Language());
+  }
+}
+
+void LanguageCApi(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  tarv_atlas* atlas = nullptr;
+  if (tarv_open(kAtlas.c_str(), &atlas) != TARV_OK) {
+    state.SkipWithError(tarv_last_error());
+    return;
+  }
+  for (auto _ : state) {
+    std::int32_t language = 0;
+    benchmark::DoNotOptimize(tarv_language(atlas, &language));
+    benchmark::DoNotOptimize(language);
+  }
+  tarv_close(atlas);
+}
+
+BENCHMARK(LanguageCpp)->Name("CApi/Language/cpp");
+BENCHMARK(LanguageCApi)->Name("CApi/Language/c_api");
 BENCHMARK_CAPTURE(PlaceWithZoneCpp, sample, false)->Name("CApi/PlaceWithZone/cpp");
 BENCHMARK_CAPTURE(PlaceWithZoneCApi, sample, false)->Name("CApi/PlaceWithZone/c_api");
 BENCHMARK_CAPTURE(PlaceWithZoneCpp, munich, true)->Name("CApi/PlaceWithZoneMuenchen/cpp");

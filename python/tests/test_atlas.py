@@ -167,6 +167,33 @@ class TestFaults:
         assert "not UTF-8" in _native.last_error()
 
 
+class TestRawInterface:
+    """What a ctypes user of the library meets when he gets it wrong."""
+
+    def test_null_pointers(self, atlas):
+        place = _native.PlaceStruct()
+        assert _native.lib.tarv_place_lookup(None, b"Wien", b"A", None, ctypes.byref(place), None) == _native.E_ARGUMENT
+        assert "handle is NULL" in _native.last_error()
+        assert _native.lib.tarv_place_lookup(atlas._handle, None, b"A", None, ctypes.byref(place), None) == _native.E_ARGUMENT
+        assert _native.lib.tarv_place_lookup(atlas._handle, b"Wien", b"A", None, None, None) == _native.E_ARGUMENT
+
+    def test_a_buffer_too_small_learns_the_size_needed(self, atlas):
+        needed = ctypes.c_size_t()
+        buffer = ctypes.create_string_buffer(4)
+        status = _native.lib.tarv_atlas_folder(atlas._handle, buffer, len(buffer), ctypes.byref(needed))
+        assert status == _native.E_BUFFER and buffer.raw == b"\0" * 4
+        assert needed.value == len(atlas.folder.encode()) + 1
+
+    def test_a_closed_handle(self, atlas_folder):
+        atlas = tarvplaces.Atlas(atlas_folder)
+        handle = atlas._handle
+        atlas.close()
+        place = _native.PlaceStruct()
+        assert _native.lib.tarv_place_lookup(handle, b"Wien", b"A", None, ctypes.byref(place), None) == _native.E_HANDLE
+        assert "closed" in _native.last_error()
+        assert _native.lib.tarv_close(handle) == _native.E_HANDLE
+
+
 class TestThreads:
     def test_one_atlas_from_two_threads(self, atlas):
         def look_up(name):

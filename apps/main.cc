@@ -24,12 +24,14 @@
 #include "atlas/atlas_builder.h"
 #include "export/text_export.h"
 #include "interface/export_phrase.h"
+#include "interface/place_report.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "platform/paths.h"
 #include "tarvplaces/places.h"
 #include "util/degrees.h"
 #include "util/julian.h"
+#include "util/local_date.h"
 #include "util/serial_date.h"
 
 #ifdef TARV_HAVE_UI
@@ -156,20 +158,16 @@ double ParseDate(const std::string& text) {
     throw Exit{kUsage,
                "malformed date \"" + text + "\": write YYYY-MM-DD or YYYY-MM-DDTHH:MM[:SS]"};
   }
-  const int year = std::stoi(m[1]);
-  const int month = std::stoi(m[2]);
-  const int day = std::stoi(m[3]);
-  const int hour = m[4].matched ? std::stoi(m[4]) : 12;
-  const int minute = m[5].matched ? std::stoi(m[5]) : 0;
-  const int second = m[6].matched ? std::stoi(m[6]) : 0;
-  const int days_in_month =
-      static_cast<int>(tarv::SerialOfDate(year, month + 1, 1) - tarv::SerialOfDate(year, month, 1));
-  if (month < 1 || month > 12 || day < 1 || day > days_in_month || hour > 23 || minute > 59 ||
-      second > 59) {
-    throw Exit{kUsage, "malformed date \"" + text + "\": no such day or time"};
-  }
-  return tarv::GetJulday(static_cast<std::int16_t>(month), static_cast<std::int16_t>(day),
-                         static_cast<std::int16_t>(year), hour + minute / 60.0 + second / 3600.0);
+  tarv::LocalDateTime time;
+  time.year = std::stoi(m[1]);
+  time.month = std::stoi(m[2]);
+  time.day = std::stoi(m[3]);
+  if (m[4].matched) time.hour = std::stoi(m[4]);
+  if (m[5].matched) time.minute = std::stoi(m[5]);
+  if (m[6].matched) time.second = std::stoi(m[6]);
+  const auto julian = tarv::JulianOfLocalDate(time);
+  if (!julian) throw Exit{kUsage, "malformed date \"" + text + "\": no such day or time"};
+  return *julian;
 }
 
 // Decimal degrees ("11.58", "-0.1") or degree text ("48N08", "11E34").
@@ -194,6 +192,23 @@ Exit FaultExit(const tarv::AtlasFault& fault) {
 
 void CheckAtlasFault() {
   if (const auto fault = tarv::classPlaces().LastAtlasFault()) throw FaultExit(fault);
+}
+
+json ZoneJson(const tarv::ZoneReport& zone) {
+  return json{{"zone_id", zone.id},
+              {"zone", zone.abbreviation},
+              {"zone_name", zone.name},
+              {"is_lmt", zone.is_lmt},
+              {"utc_offset", zone.utc_offset}};
+}
+
+// A place with its zone; "local_time" only where a date was asked for.
+json PlaceJson(const tarv::PlaceReport& place) {
+  json p{{"name", place.name},           {"country", place.country},
+         {"longitude", place.longitude}, {"latitude", place.latitude},
+         {"timetable", place.timetable}, {"user_place", place.user_place}};
+  p.update(ZoneJson(place.zone));
+  return p;
 }
 
 // The continents and groups at the end of the country table.
@@ -267,36 +282,15 @@ class Atlas {
 
   // The zone fields of a zone identifier.
   json Zone(std::int16_t id, double longitude) {
-    const auto f = SplitTabs(places().GetTimeZoneListString(id, id == 0 ? longitude / 15.0 : 0.0));
-    json z;
-    z["zone_id"] = id;
-    z["zone"] = f.size() > 0 ? TrimRight(f[0]) : "";
-    z["zone_name"] = f.size() > 1 ? TrimRight(f[1]) : "";
-    z["is_lmt"] = id == 0;
-    // Local mean time is the place's own: its longitude / 15.
-    z["utc_offset"] =
-        id == 0 ? std::round(longitude / 15.0 * 1e6) / 1e6 : (f.size() > 2 ? std::stod(f[2]) : 0.0);
-    return z;
+    return ZoneJson(tarv::ReportZone(places(), id, longitude));
   }
 
   // One found place (element `id` of the found-place list) with its zone.
   json Place(std::int32_t id, std::optional<double> julian) {
-    bool lmt = false;
-    double zone_time = 0;
-    const auto f = places().GetPlaceDataOfId(id, julian.value_or(0.0), &lmt, &zone_time);
-    if (f.size() < 7) return nullptr;
-    json p;
-    p["name"] = f[0];
-    p["country"] = f[1];
-    p["longitude"] = std::stod(f[2]);
-    p["latitude"] = std::stod(f[3]);
-    p["timetable"] = std::stoi(f[4]);
-    p["user_place"] = std::stoi(f[6]) < 0;
-    p.update(Zone(static_cast<std::int16_t>(std::stoi(f[5])), p["longitude"].get<double>()));
-    if (julian) {
-      static const char* const kKinds[] = {"normal", "skipped", "repeated"};
-      p["local_time"] = kKinds[places().GetLocalTimeKind(f[0], f[1], *julian)];
-    }
+    const auto report = tarv::ReportFoundPlace(places(), id, julian);
+    if (!report) return nullptr;
+    json p = PlaceJson(*report);
+    if (julian) p["local_time"] = tarv::LocalTimeName(report->local_time);
     return p;
   }
 
@@ -401,16 +395,8 @@ int RunNearest(const Options& o, const std::string& country, const std::string& 
   const std::string code = atlas.Country(country);
   const double longitude = ParseCoordinate(lon, "longitude");
   const double latitude = ParseCoordinate(lat, "latitude");
-  const auto f = SplitTabs(atlas.places().GetNearestPlace(code, longitude, latitude, range));
-  json p = nullptr;
-  if (f.size() >= 4) {
-    p = json{{"name", TrimRight(f[0])},      {"country", code},
-             {"longitude", std::stod(f[1])}, {"latitude", std::stod(f[2])},
-             {"timetable", std::stoi(f[3])}, {"user_place", false}};
-    p.update(atlas.Zone(atlas.places().GetTimezoneId(atlas.places().GetRightTimeZone(
-                            code, static_cast<std::int16_t>(std::stoi(f[3])))),
-                        std::stod(f[1])));
-  }
+  const auto nearest = tarv::ReportNearestPlace(atlas.places(), code, longitude, latitude, range);
+  const json p = nearest ? PlaceJson(*nearest) : json(nullptr);
   CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << p.dump(2) << '\n';
@@ -435,8 +421,8 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
   std::int16_t id = 0;
   const std::string text = atlas.places().GetTimezoneOfCity(name, code, julian, long_name, &id);
   json z = atlas.Zone(id, longitude);
-  static const char* const kKinds[] = {"normal", "skipped", "repeated"};
-  z["local_time"] = kKinds[atlas.places().GetLocalTimeKind(name, code, julian)];
+  z["local_time"] = tarv::LocalTimeName(
+      static_cast<tarv::LocalTimeKind>(atlas.places().GetLocalTimeKind(name, code, julian)));
   CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << z.dump(2) << '\n';
@@ -452,19 +438,14 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
 
 int RunCountries(const Options& o) {
   Atlas atlas(o);
-  atlas.places().SortCountryFile = [](bool& sort) { sort = true; };
-  std::vector<std::string> lines;
-  atlas.places().FillCountryArray(lines);
   json list = json::array();
-  // The last six entries are the continent records, not countries.
-  for (std::size_t i = 1; i + 6 < lines.size(); ++i) {
-    const auto f = SplitTabs(lines[i]);
-    list.push_back({{"id", std::stoi(f[0])},
-                    {"title", f[1]},
-                    {"code", f[2]},
-                    {"zone", f[3]},
-                    {"continent", f[4]},
-                    {"english", f[6]}});
+  for (const auto& c : tarv::ReportCountries(atlas.places(), true)) {
+    list.push_back({{"id", c.id},
+                    {"title", c.title},
+                    {"code", c.code},
+                    {"zone", c.zone},
+                    {"continent", c.continent},
+                    {"english", c.english}});
   }
   if (o.json) {
     std::cout << list.dump(2) << '\n';
@@ -519,17 +500,12 @@ int RunCountry(const Options& o, const std::string& code) {
 
 int RunZones(const Options& o) {
   Atlas atlas(o);
-  std::vector<std::string> lines;
-  atlas.places().FillTimezoneArray(lines);
   json list = json::array();
-  for (std::size_t id = 0; id < lines.size(); ++id) {
-    const auto f = SplitTabs(lines[id]);
-    if (f.size() < 7) continue;
-    list.push_back({{"zone_id", id},
-                    {"zone", TrimRight(f[0])},
-                    {"zone_name", TrimRight(f[1])},
-                    {"utc_offset", std::stod(f[2])},
-                    {"kind", f[3]}});
+  for (const auto& zone : tarv::ReportZones(atlas.places())) {
+    json z = ZoneJson(zone);
+    z.erase("is_lmt");
+    z["kind"] = std::string(1, zone.kind);
+    list.push_back(z);
   }
   if (o.json) {
     std::cout << list.dump(2) << '\n';
@@ -547,14 +523,13 @@ int RunZones(const Options& o) {
 int RunTimetable(const Options& o, const std::string& country, int number) {
   Atlas atlas(o);
   const std::string code = atlas.Country(country);
-  const auto rows = atlas.places().GetTimeTableArray(code, static_cast<std::int16_t>(number));
+  const auto rows = tarv::ReportTimetable(atlas.places(), code, static_cast<std::int16_t>(number));
   json list = json::array();
   for (const auto& r : rows) {
-    const auto f = SplitTabs(atlas.places().GetTimeZoneListString(r.ZoneId));
-    list.push_back({{"from", tarv::DateTimeText(r.Date)},
-                    {"zone_id", r.ZoneId},
-                    {"zone", TrimRight(f[0])},
-                    {"utc_offset", r.ZoneId == 0 ? json(nullptr) : json(std::stod(f[2]))}});
+    list.push_back({{"from", tarv::DateTimeText(r.serial)},
+                    {"zone_id", r.zone.id},
+                    {"zone", r.zone.abbreviation},
+                    {"utc_offset", r.zone.is_lmt ? json(nullptr) : json(r.zone.utc_offset)}});
   }
   CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {

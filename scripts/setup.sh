@@ -11,6 +11,7 @@ PACKAGES=(
   libmspack-dev mscompress libicu-dev
   tzdata locales
   qt6-base-dev fonts-dejavu-core
+  python3 python3-pytest python3-venv python3-setuptools python3-wheel
 )
 if [ "${1:-}" = "--fuzz" ]; then PACKAGES+=(clang libclang-rt-14-dev); fi
 # npm fetches the open data; a machine that has it already keeps its own.

@@ -1,0 +1,123 @@
+// What the C interface adds to a lookup: the place with its zone at a local
+// date asked through libtarvplaces.so (tarv_place_lookup) beside the same
+// work done by the C++ members it wraps (GetPlaceDataX, then the record of
+// the first place with its zone). The shared library holds its own copy of
+// the component, so both sides are warm in the same process.
+//
+// Names are "CApi/<case>/cpp" and "CApi/<case>/c_api".
+#include <benchmark/benchmark.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "atlas_sample.h"
+#include "interface/place_report.h"
+#include "platform/codepage.h"
+#include "tarvplaces/places.h"
+#include "tarvplaces/tarvplaces.h"
+#include "util/julian.h"
+
+namespace tarv::bench {
+namespace {
+
+const std::string kAtlas = TARV_DEFAULT_ATLAS;
+constexpr std::size_t kSamples = 256;
+// 1 July 1980, 12:00 local time.
+constexpr tarv_local_time kWhen = {1980, 7, 1, 12, 0, 0};
+
+struct Question {
+  std::vector<std::string> names;
+  std::string code;
+};
+
+// The sample of the other lookup benchmarks (names of the largest place
+// file), or München alone, the question the Python timing asks.
+Question Sample(bool munich) {
+  if (munich) return {{"München"}, "D"};
+  const AtlasSample& sample = LoadAtlasSample(kAtlas);
+  return {SampleNames(sample.Largest(), kSamples, 7), Utf8FromAnsi(sample.Largest().code)};
+}
+
+bool HaveAtlas(benchmark::State& state) {
+  if (std::filesystem::exists(kAtlas + "/Country.dat")) return true;
+  state.SkipWithError("the default atlas is not built (scripts/build-atlas.sh)");
+  return false;
+}
+
+void PlaceWithZoneCpp(benchmark::State& state, bool munich) {
+  if (!HaveAtlas(state)) return;
+  const Question q = Sample(munich);
+  static classPlaces places;
+  places.PlacePath(kAtlas);
+  places.GetCountryID("");
+  const double julian = GetJulday(kWhen.month, kWhen.day, kWhen.year, kWhen.hour);
+  std::size_t i = 0;
+  std::int64_t found = 0;
+  for (auto _ : state) {
+    const std::string& name = q.names[i++ % q.names.size()];
+    if (places.GetPlaceDataX(name, q.code) > 0) {
+      const auto report = ReportFoundPlace(places, 0, julian);
+      found += report.has_value();
+      benchmark::DoNotOptimize(report);
+    }
+  }
+  state.counters["found"] =
+      benchmark::Counter(static_cast<double>(found), benchmark::Counter::kAvgIterations);
+}
+
+void PlaceWithZoneCApi(benchmark::State& state, bool munich) {
+  if (!HaveAtlas(state)) return;
+  const Question q = Sample(munich);
+  tarv_atlas* atlas = nullptr;
+  if (tarv_open(kAtlas.c_str(), &atlas) != TARV_OK) {
+    state.SkipWithError(tarv_last_error());
+    return;
+  }
+  std::size_t i = 0;
+  std::int64_t found = 0;
+  for (auto _ : state) {
+    tarv_place place;
+    const std::string& name = q.names[i++ % q.names.size()];
+    found +=
+        tarv_place_lookup(atlas, name.c_str(), q.code.c_str(), &kWhen, &place, nullptr) == TARV_OK;
+    benchmark::DoNotOptimize(place);
+  }
+  tarv_close(atlas);
+  state.counters["found"] =
+      benchmark::Counter(static_cast<double>(found), benchmark::Counter::kAvgIterations);
+}
+
+// The boundary alone: a call that does next to nothing behind it (the lock,
+// the check of the handle, the catch).
+void LanguageCpp(benchmark::State& state) {
+  static classPlaces places;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(places.Language());
+  }
+}
+
+void LanguageCApi(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  tarv_atlas* atlas = nullptr;
+  if (tarv_open(kAtlas.c_str(), &atlas) != TARV_OK) {
+    state.SkipWithError(tarv_last_error());
+    return;
+  }
+  for (auto _ : state) {
+    std::int32_t language = 0;
+    benchmark::DoNotOptimize(tarv_language(atlas, &language));
+    benchmark::DoNotOptimize(language);
+  }
+  tarv_close(atlas);
+}
+
+BENCHMARK(LanguageCpp)->Name("CApi/Language/cpp");
+BENCHMARK(LanguageCApi)->Name("CApi/Language/c_api");
+BENCHMARK_CAPTURE(PlaceWithZoneCpp, sample, false)->Name("CApi/PlaceWithZone/cpp");
+BENCHMARK_CAPTURE(PlaceWithZoneCApi, sample, false)->Name("CApi/PlaceWithZone/c_api");
+BENCHMARK_CAPTURE(PlaceWithZoneCpp, munich, true)->Name("CApi/PlaceWithZoneMuenchen/cpp");
+BENCHMARK_CAPTURE(PlaceWithZoneCApi, munich, true)->Name("CApi/PlaceWithZoneMuenchen/c_api");
+
+}  // namespace
+}  // namespace tarv::bench

@@ -1,0 +1,304 @@
+/* tarvplaces.h: the atlas for hosts written in C or any language that can
+ * call C (Python's ctypes, C#, Delphi, Rust). It is the place service of
+ * tarvplaces/places.h behind a handle, in the shared library
+ * libtarvplaces.so (SONAME libtarvplaces.so.0). Compiles as C99 and as C++.
+ *
+ * Conventions of every function:
+ *  - Strings in and out are UTF-8 and NUL-terminated. Input that is not
+ *    UTF-8 is refused with TARV_E_UTF8.
+ *  - Every function but the list accessors, tarv_last_error, tarv_version
+ *    and tarv_status_text returns a tarv_status: TARV_OK (0), TARV_NOT_FOUND
+ *    (1: the question was fine, the atlas has no such thing) or a negative
+ *    error. After an error, tarv_last_error() says what went wrong and, for
+ *    an atlas file, names it. No C++ exception ever leaves the library.
+ *  - Results go either into a caller's struct (tarv_place: fixed-size text
+ *    fields that every atlas value fits), into a caller's buffer with its
+ *    size, where the size needed is reported, or into a list the library
+ *    allocates and one function of its type frees. Output arguments are left
+ *    as they were when a function fails, except lists, which are set to NULL.
+ *
+ * The component keeps one atlas per process (its tables, its found-place
+ * list, its language), so all open handles share one atlas folder: opening a
+ * handle on another folder while one is open fails with
+ * TARV_E_ATLAS_IN_USE. Calls are serialized inside the library by one
+ * process-wide lock, so a handle may be used from several threads; a second
+ * thread waits until the first call has returned. Callbacks run on the
+ * calling thread inside such a call and must not call back into the
+ * library (that call fails with TARV_E_BUSY).
+ */
+#ifndef TARVPLACES_TARVPLACES_H_
+#define TARVPLACES_TARVPLACES_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define TARV_API __attribute__((visibility("default")))
+#else
+#define TARV_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum tarv_status {
+  TARV_OK = 0,
+  TARV_NOT_FOUND = 1,          /* no such place, or none within the range */
+  TARV_E_ARGUMENT = -1,        /* a NULL pointer, a value out of range */
+  TARV_E_UTF8 = -2,            /* a string that is not UTF-8 */
+  TARV_E_BUFFER = -3,          /* the caller's buffer is too small */
+  TARV_E_HANDLE = -4,          /* the handle is closed or was never opened */
+  TARV_E_UNKNOWN_COUNTRY = -5, /* no country or group of that code */
+  TARV_E_ATLAS = -6,           /* an atlas file is missing, malformed or damaged */
+  TARV_E_WRITE = -7,           /* a file could not be written */
+  TARV_E_ATLAS_IN_USE = -8,    /* handles on another atlas folder are open */
+  TARV_E_MEMORY = -9,          /* out of memory */
+  TARV_E_BUSY = -10,           /* called from inside a callback of the library */
+  TARV_E_INTERNAL = -11        /* any other failure; the message says which */
+} tarv_status;
+
+/* An open atlas. */
+typedef struct tarv_atlas tarv_atlas;
+
+/* "0.1.0": the version of the library. */
+TARV_API const char* tarv_version(void);
+
+/* The name of a status ("TARV_E_UTF8"); "unknown status" for other values. */
+TARV_API const char* tarv_status_text(tarv_status status);
+
+/* What the last call of this thread that failed said went wrong, e.g.
+ * "/atlas/Country.dat: line 7: fewer than 11 TAB-separated fields"; "" after
+ * a call that succeeded (TARV_OK or TARV_NOT_FOUND). Valid until the next
+ * call on this thread. */
+TARV_API const char* tarv_last_error(void);
+
+/* ---- Handles ---- */
+
+/* Opens the atlas in `folder` ("build/atlas") and loads its country and
+ * zone tables. TARV_E_ATLAS when the folder holds no Country.dat or a table
+ * is malformed; TARV_E_ATLAS_IN_USE while handles on another folder are
+ * open. A NULL or empty folder opens a handle that uses the folder the open
+ * handles share or, when there is none, asks its place path callback the
+ * first time it needs one. *atlas receives the handle. */
+TARV_API tarv_status tarv_open(const char* folder, tarv_atlas** atlas);
+
+/* Closes and frees the handle; NULL is allowed and does nothing. A closed
+ * handle must not be used again: like any freed pointer that is undefined in
+ * C, but this library recognizes the addresses of handles it has closed and
+ * answers TARV_E_HANDLE for them (as long as no new handle got the same
+ * address). */
+TARV_API tarv_status tarv_close(tarv_atlas* atlas);
+
+/* The atlas folder (as given to tarv_open or by the callback) into `buffer`
+ * of `size` bytes. *needed (may be NULL) receives the bytes the folder
+ * takes with its NUL; TARV_E_BUFFER when that is more than `size`, and then
+ * the buffer is untouched. `buffer` may be NULL when `size` is 0. */
+TARV_API tarv_status tarv_atlas_folder(tarv_atlas* atlas, char* buffer, size_t size,
+                                       size_t* needed);
+
+/* ---- Places ---- */
+
+/* A local wall-clock time at a place. Years 0-9999, months 1-12, days as the
+ * month has them, hours 0-23, minutes and seconds 0-59; anything else is
+ * TARV_E_ARGUMENT. */
+typedef struct tarv_local_time {
+  int year;
+  int month;
+  int day;
+  int hour;
+  int minute;
+  int second;
+} tarv_local_time;
+
+/* Whether a local time existed once, was skipped (clocks set forward over
+ * it) or occurred twice (clocks set back). */
+typedef enum tarv_local_time_kind {
+  TARV_LOCAL_TIME_NORMAL = 0,
+  TARV_LOCAL_TIME_SKIPPED = 1,
+  TARV_LOCAL_TIME_REPEATED = 2
+} tarv_local_time_kind;
+
+/* Sizes of the text fields, with the NUL: an atlas name holds at most 28
+ * characters, a zone abbreviation 12 and a zone name 45, each at most three
+ * bytes in UTF-8. */
+#define TARV_NAME_SIZE 96
+#define TARV_CODE_SIZE 32
+#define TARV_ZONE_SIZE 48
+#define TARV_ZONE_NAME_SIZE 160
+
+/* A place with its zone. Coordinates in decimal degrees, east and north
+ * positive; the UTC offset in seconds east of UTC. For local mean time
+ * (is_lmt) the offset is the place's own, longitude / 15 hours. */
+typedef struct tarv_place {
+  char name[TARV_NAME_SIZE];    /* "München" */
+  char country[TARV_CODE_SIZE]; /* "D" */
+  double longitude;             /* 11.57549 */
+  double latitude;              /* 48.13743 */
+  int32_t timetable;            /* 1 */
+  int32_t user_place;           /* 1 for a place the user added */
+  int32_t zone_id;              /* index into the zone table */
+  char zone[TARV_ZONE_SIZE];    /* "MET/S" */
+  char zone_name[TARV_ZONE_NAME_SIZE];
+  int32_t utc_offset; /* 7200 */
+  int32_t is_lmt;     /* 1 for local mean time */
+  int32_t local_time; /* a tarv_local_time_kind; NORMAL without a date */
+} tarv_place;
+
+/* Looks up `name` in the country or group `country` ("D", "usca", "RUS",
+ * "EUROPA") the way classPlaces::GetPlaceData does (whole name, prefix with
+ * "*", accents folded, other names and scripts) and fills *place with the
+ * first place found and the zone in force there at the local time `when`,
+ * or its standard zone when `when` is NULL. *found (may be NULL) receives
+ * the number of places found. TARV_NOT_FOUND when there is none, also for
+ * a name of characters the atlas cannot hold (an emoji);
+ * TARV_E_UNKNOWN_COUNTRY for an unknown code; TARV_E_ATLAS when a file
+ * the lookup needed is damaged. Example: "München", "D", 1980-07-01 12:00
+ * gives 11.57549, 48.13743, timetable 1, "MET/S", 7200 seconds. */
+TARV_API tarv_status tarv_place_lookup(tarv_atlas* atlas, const char* name, const char* country,
+                                       const tarv_local_time* when, tarv_place* place,
+                                       int32_t* found);
+
+/* A list of places the library allocated. */
+typedef struct tarv_place_list tarv_place_list;
+
+/* Every place matching `text` ("Mün*", "M?nchen", "Munchen") in a country
+ * or group, each with its zone at `when` (its standard zone when NULL), in
+ * the order of the search (same names most populous first). An empty list
+ * when nothing matches (TARV_OK). *list receives the list, to be freed with
+ * tarv_place_list_free. */
+TARV_API tarv_status tarv_search(tarv_atlas* atlas, const char* text, const char* country,
+                                 const tarv_local_time* when, tarv_place_list** list);
+
+/* The number of places in the list (0 for NULL). */
+TARV_API size_t tarv_place_list_size(const tarv_place_list* list);
+/* Place `index` of the list, valid until the list is freed; NULL outside it. */
+TARV_API const tarv_place* tarv_place_list_at(const tarv_place_list* list, size_t index);
+TARV_API void tarv_place_list_free(tarv_place_list* list);
+
+/* The place of `country` nearest to the coordinates, with its standard
+ * zone; with `range_degrees` > 0 only places closer than that count (plain
+ * differences of degrees). TARV_NOT_FOUND when no place qualifies. */
+TARV_API tarv_status tarv_nearest(tarv_atlas* atlas, const char* country, double longitude,
+                                  double latitude, double range_degrees, tarv_place* place);
+
+/* ---- Countries, zones, timetables ---- */
+
+typedef struct tarv_country {
+  int32_t id;            /* 47 */
+  const char* code;      /* "D" */
+  const char* title;     /* "Deutschland": the atlas's titles are German */
+  const char* english;   /* "Germany" */
+  const char* zone;      /* the base zone as the table writes it, "MET" */
+  const char* continent; /* "EUROPA" */
+  int32_t continent_id;  /* 4 */
+  int32_t timetables;    /* number of timetables, 0 when it has none */
+  int32_t several_zones; /* 1 for countries spanning several zones */
+} tarv_country;
+
+typedef struct tarv_country_list tarv_country_list;
+
+/* Every country and US state of the atlas, sorted by title. */
+TARV_API tarv_status tarv_countries(tarv_atlas* atlas, tarv_country_list** list);
+TARV_API size_t tarv_country_list_size(const tarv_country_list* list);
+/* Country `index`, its strings valid until the list is freed; NULL outside. */
+TARV_API const tarv_country* tarv_country_list_at(const tarv_country_list* list, size_t index);
+TARV_API void tarv_country_list_free(tarv_country_list* list);
+
+typedef struct tarv_zone {
+  int32_t id;
+  char abbreviation[TARV_ZONE_SIZE]; /* "MET" */
+  char name[TARV_ZONE_NAME_SIZE];    /* "Middle European Time" */
+  int32_t utc_offset;                /* seconds east of UTC; 0 for local mean time */
+  char kind;                         /* 'L' local mean, 'N' standard, 'S' summer, 'D' double */
+} tarv_zone;
+
+typedef struct tarv_zone_list tarv_zone_list;
+
+/* The zone table (287 zones in the default atlas), by id. */
+TARV_API tarv_status tarv_zones(tarv_atlas* atlas, tarv_zone_list** list);
+TARV_API size_t tarv_zone_list_size(const tarv_zone_list* list);
+TARV_API const tarv_zone* tarv_zone_list_at(const tarv_zone_list* list, size_t index);
+TARV_API void tarv_zone_list_free(tarv_zone_list* list);
+
+/* One entry of a timetable: from the local time `from` on, zone `zone`
+ * holds. The first entry is 1 January 1700, local mean time. */
+typedef struct tarv_timetable_entry {
+  tarv_local_time from;
+  double julian_day; /* `from` as a Julian day */
+  tarv_zone zone;
+} tarv_timetable_entry;
+
+typedef struct tarv_timetable tarv_timetable;
+
+/* The entries of timetable `number` of a country up to its last change
+ * before 2000 (tarv_countries tells how many timetables it has; 0 is its
+ * default history). A number the country does not have gives the single
+ * local-mean-time entry. */
+TARV_API tarv_status tarv_timetable_entries(tarv_atlas* atlas, const char* country, int32_t number,
+                                            tarv_timetable** timetable);
+TARV_API size_t tarv_timetable_size(const tarv_timetable* timetable);
+TARV_API const tarv_timetable_entry* tarv_timetable_at(const tarv_timetable* timetable,
+                                                       size_t index);
+TARV_API void tarv_timetable_free(tarv_timetable* timetable);
+
+/* ---- The user's own places ---- */
+
+/* Adds a place of the user's (found before the atlas's places of the same
+ * name). The name loses outer blanks and is cut to 28 characters. TARV_OK
+ * also when a user place of that name exists already. TARV_E_ARGUMENT for
+ * an empty name, a group ("EUROPA") or a timetable the country does not
+ * offer (0 to its number of timetables; 0 and 1 where it has none);
+ * TARV_E_WRITE when the atlas folder cannot be written. */
+TARV_API tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* name,
+                                    double longitude, double latitude, int32_t timetable);
+
+/* Deletes the user's place of that name; TARV_NOT_FOUND when the country
+ * has no user place of that name (atlas places cannot be deleted). */
+TARV_API tarv_status tarv_delete_place(tarv_atlas* atlas, const char* country, const char* name);
+
+/* ---- Export ---- */
+
+/* Writes the whole atlas as Countries.txt, Cities.txt, Zones.txt and
+ * Timetable.txt (TAB-separated, Windows-1252, CR LF) into `folder`, created
+ * when missing, or into the atlas folder when `folder` is NULL. The old
+ * files stay as they were when it fails. */
+TARV_API tarv_status tarv_export(tarv_atlas* atlas, const char* folder);
+
+/* ---- Language ---- */
+
+/* The language of the component's texts: 2 German, anything else English
+ * (1). It is the process's and applies to every handle; continent titles
+ * follow it from the next load of the country table. */
+TARV_API tarv_status tarv_language(tarv_atlas* atlas, int32_t* language);
+TARV_API tarv_status tarv_set_language(tarv_atlas* atlas, int32_t language);
+
+/* ---- Callbacks ---- */
+
+/* Shows a message of the component (a damaged file's LZ error, a question)
+ * and returns the button chosen: 1 OK, 2 Cancel, 3 Abort, 4 Retry,
+ * 5 Ignore, 6 Yes, 7 No; any other value counts as OK. `style` holds the
+ * buttons (low 4 bits) and the icon (16 critical, 32 question, 48
+ * exclamation, 64 information). */
+typedef int (*tarv_message_fn)(void* user_data, const char* title, const char* text, int style);
+
+/* Routes every message of the process to `fn`; NULL restores the default,
+ * which writes "title: text" to stderr. */
+TARV_API tarv_status tarv_set_message_sink(tarv_message_fn fn, void* user_data);
+
+/* Asked for the atlas folder when the handle needs one and none is set (a
+ * handle opened with NULL), and when the country list is read, with the
+ * current folder. Returns the folder to use (copied at once) or NULL to
+ * keep the current one. A folder other than the one the open handles share
+ * is refused: the call then fails with TARV_E_ATLAS_IN_USE. */
+typedef const char* (*tarv_place_path_fn)(void* user_data, const char* current_folder);
+
+/* Sets the handle's callback; NULL removes it. */
+TARV_API tarv_status tarv_set_place_path_callback(tarv_atlas* atlas, tarv_place_path_fn fn,
+                                                  void* user_data);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TARVPLACES_TARVPLACES_H_ */

@@ -1,0 +1,380 @@
+"""Places, their coordinates and the legal time in force there at a date,
+from a TarvPlaces atlas, through the C interface of libtarvplaces.so.
+
+    >>> import datetime, tarvplaces
+    >>> atlas = tarvplaces.Atlas("build/atlas")
+    >>> p = atlas.place("München", "D", when=datetime.datetime(1980, 7, 1, 12, 0))
+    >>> p.zone, p.utc_offset
+    ('MET/S', datetime.timedelta(seconds=7200))
+    >>> atlas.close()
+
+The component holds one atlas per process: while an Atlas is open, another
+on a different folder raises AtlasInUseError. Calls from several threads
+are serialized inside the library.
+"""
+
+import ctypes
+import datetime
+import os
+import threading
+import typing
+
+from . import _native
+from ._native import lib
+
+__all__ = [
+    "Atlas",
+    "AtlasError",
+    "AtlasInUseError",
+    "AtlasWriteError",
+    "Country",
+    "Place",
+    "TimetableEntry",
+    "UnknownCountryError",
+    "Zone",
+    "set_message_sink",
+]
+
+__version__ = lib.tarv_version().decode()
+
+
+class AtlasError(Exception):
+    """An atlas file is missing, malformed or damaged; the message names it."""
+
+
+class AtlasWriteError(AtlasError):
+    """A file could not be written (the user's places, the export)."""
+
+
+class AtlasInUseError(AtlasError):
+    """Another atlas folder is open in this process."""
+
+
+class UnknownCountryError(LookupError):
+    """No country or group of that code."""
+
+
+_ERRORS = {
+    _native.E_ARGUMENT: ValueError,
+    _native.E_UTF8: ValueError,
+    _native.E_HANDLE: ValueError,
+    _native.E_UNKNOWN_COUNTRY: UnknownCountryError,
+    _native.E_ATLAS: AtlasError,
+    _native.E_WRITE: AtlasWriteError,
+    _native.E_ATLAS_IN_USE: AtlasInUseError,
+    _native.E_MEMORY: MemoryError,
+}
+
+
+def _check(status):
+    """Returns OK or NOT_FOUND; raises for an error."""
+    if status >= 0:
+        return status
+    raise _ERRORS.get(status, RuntimeError)(_native.last_error())
+
+
+_LOCAL_TIME_KINDS = ("normal", "skipped", "repeated")
+
+
+# Records are named tuples: immutable like frozen dataclasses, and made in a
+# fraction of their time, which is most of what a lookup costs in Python.
+class Zone(typing.NamedTuple):
+    """A zone of the zone table. For local mean time (is_lmt) of a place the
+    offset is the place's own, longitude / 15 hours."""
+
+    id: int
+    abbreviation: str
+    name: str
+    utc_offset: datetime.timedelta
+    kind: str  # "L" local mean time, "N" standard, "S" summer, "D" double summer
+
+    @property
+    def is_lmt(self):
+        return self.id == 0
+
+
+class Place(typing.NamedTuple):
+    """A place with the zone in force there (at the date asked for, else its
+    standard zone). Coordinates in decimal degrees, east and north positive."""
+
+    name: str
+    country: str
+    longitude: float
+    latitude: float
+    timetable: int
+    zone_id: int
+    zone: str
+    zone_name: str
+    utc_offset: datetime.timedelta
+    is_lmt: bool
+    local_time: str  # "normal", or "skipped" / "repeated" for an hour the clocks jumped or repeated
+    user_place: bool
+
+    def localize(self, when):
+        """`when` (a naive local wall-clock time at the place) as an aware
+        datetime at this place's UTC offset."""
+        if when.tzinfo is not None:
+            raise ValueError("localize takes the local wall-clock time as a naive datetime")
+        return when.replace(tzinfo=datetime.timezone(self.utc_offset, self.zone or None))
+
+
+class Country(typing.NamedTuple):
+    id: int
+    code: str
+    title: str  # the atlas's German title, "Deutschland"
+    english: str
+    zone: str  # the base zone as the table writes it, "MET"
+    continent: str
+    continent_id: int
+    timetables: int
+    several_zones: bool
+
+
+class TimetableEntry(typing.NamedTuple):
+    """From the local time `start` on, `zone` holds."""
+
+    start: datetime.datetime
+    julian_day: float
+    zone: Zone
+
+
+def _text(value, what):
+    if not isinstance(value, str):
+        raise TypeError(f"{what} must be a str, not {type(value).__name__}")
+    return value.encode("utf-8")
+
+
+def _local_time(when):
+    if when is None:
+        return None
+    if isinstance(when, datetime.datetime):
+        if when.tzinfo is not None:
+            raise ValueError("when is the local wall-clock time at the place: pass a naive datetime")
+        return _native.LocalTime(when.year, when.month, when.day, when.hour, when.minute, when.second)
+    if isinstance(when, datetime.date):
+        return _native.LocalTime(when.year, when.month, when.day, 12, 0, 0)
+    raise TypeError(f"when must be a datetime or a date, not {type(when).__name__}")
+
+
+def _place(s):
+    return Place(
+        s.name.decode(),
+        s.country.decode(),
+        s.longitude,
+        s.latitude,
+        s.timetable,
+        s.zone_id,
+        s.zone.decode(),
+        s.zone_name.decode(),
+        datetime.timedelta(seconds=s.utc_offset),
+        bool(s.is_lmt),
+        _LOCAL_TIME_KINDS[s.local_time],
+        bool(s.user_place),
+    )
+
+
+def _zone(s):
+    return Zone(
+        s.id, s.abbreviation.decode(), s.name.decode(), datetime.timedelta(seconds=s.utc_offset), s.kind.decode()
+    )
+
+
+class Atlas:
+    """An atlas folder ("build/atlas"). Raises AtlasError when the folder
+    holds no usable atlas. Close it (or use it in a with statement) before
+    opening an atlas in another folder."""
+
+    def __init__(self, folder):
+        self._handle = None
+        handle = ctypes.c_void_p()
+        _check(lib.tarv_open(_text(os.fspath(folder), "folder"), ctypes.byref(handle)))
+        self._handle = handle
+
+    def close(self):
+        """Closes the atlas; later calls raise ValueError. Closing twice is fine."""
+        handle, self._handle = self._handle, None
+        if handle is not None:
+            _check(lib.tarv_close(handle))
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        self.close()
+
+    def __del__(self):
+        # At interpreter exit the module's globals may be gone already.
+        handle = getattr(self, "_handle", None)
+        if handle is not None and lib is not None:
+            lib.tarv_close(handle)
+
+    def _open_handle(self):
+        if self._handle is None:
+            raise ValueError("the atlas is closed")
+        return self._handle
+
+    @property
+    def folder(self):
+        """The atlas folder as it was opened."""
+        handle = self._open_handle()
+        needed = ctypes.c_size_t(0)
+        status = lib.tarv_atlas_folder(handle, None, 0, ctypes.byref(needed))
+        if status != _native.E_BUFFER:
+            _check(status)
+        buffer = ctypes.create_string_buffer(needed.value)
+        _check(lib.tarv_atlas_folder(handle, buffer, needed.value, None))
+        return buffer.value.decode()
+
+    def place(self, name, country, when=None):
+        """The first place of that name in a country or group ("D", "usca",
+        "EUROPA") with the zone in force at the local time `when` (a naive
+        datetime, or a date for its noon), or its standard zone when `when`
+        is None. None when no place is found; UnknownCountryError for an
+        unknown code; AtlasError for a damaged atlas file."""
+        place = _native.PlaceStruct()
+        local = _local_time(when)
+        status = _check(
+            lib.tarv_place_lookup(
+                self._open_handle(),
+                _text(name, "name"),
+                _text(country, "country"),
+                None if local is None else ctypes.byref(local),
+                ctypes.byref(place),
+                None,
+            )
+        )
+        return None if status == _native.NOT_FOUND else _place(place)
+
+    def search(self, text, country, when=None):
+        """Every place matching `text` ("Mün*", "M?nchen", "Munchen")."""
+        local = _local_time(when)
+        places = ctypes.c_void_p()
+        _check(
+            lib.tarv_search(
+                self._open_handle(),
+                _text(text, "text"),
+                _text(country, "country"),
+                None if local is None else ctypes.byref(local),
+                ctypes.byref(places),
+            )
+        )
+        try:
+            return [_place(lib.tarv_place_list_at(places, i).contents) for i in range(lib.tarv_place_list_size(places))]
+        finally:
+            lib.tarv_place_list_free(places)
+
+    def nearest(self, country, longitude, latitude, range=0.0):
+        """The place of a country nearest to the coordinates (within `range`
+        degrees when it is not 0), with its standard zone; None when none."""
+        place = _native.PlaceStruct()
+        status = _check(
+            lib.tarv_nearest(
+                self._open_handle(), _text(country, "country"), longitude, latitude, range, ctypes.byref(place)
+            )
+        )
+        return None if status == _native.NOT_FOUND else _place(place)
+
+    def countries(self):
+        """Every country and US state, sorted by title."""
+        countries = ctypes.c_void_p()
+        _check(lib.tarv_countries(self._open_handle(), ctypes.byref(countries)))
+        try:
+            result = []
+            for i in range(lib.tarv_country_list_size(countries)):
+                c = lib.tarv_country_list_at(countries, i).contents
+                result.append(
+                    Country(
+                        c.id,
+                        c.code.decode(),
+                        c.title.decode(),
+                        c.english.decode(),
+                        c.zone.decode(),
+                        c.continent.decode(),
+                        c.continent_id,
+                        c.timetables,
+                        bool(c.several_zones),
+                    )
+                )
+            return result
+        finally:
+            lib.tarv_country_list_free(countries)
+
+    def zones(self):
+        """The zone table, by id."""
+        zones = ctypes.c_void_p()
+        _check(lib.tarv_zones(self._open_handle(), ctypes.byref(zones)))
+        try:
+            return [_zone(lib.tarv_zone_list_at(zones, i).contents) for i in range(lib.tarv_zone_list_size(zones))]
+        finally:
+            lib.tarv_zone_list_free(zones)
+
+    def timetable(self, country, number):
+        """The entries of a country's timetable `number`, from 1700 to its
+        last change before 2000."""
+        entries = ctypes.c_void_p()
+        _check(lib.tarv_timetable_entries(self._open_handle(), _text(country, "country"), number, ctypes.byref(entries)))
+        try:
+            result = []
+            for i in range(lib.tarv_timetable_size(entries)):
+                e = lib.tarv_timetable_at(entries, i).contents
+                s = e.start
+                start = datetime.datetime(s.year, s.month, s.day, s.hour, s.minute, s.second)
+                result.append(TimetableEntry(start, e.julian_day, _zone(e.zone)))
+            return result
+        finally:
+            lib.tarv_timetable_free(entries)
+
+    def add_place(self, country, name, longitude, latitude, timetable=0):
+        """Adds a place of the user's; ValueError says why one cannot be added."""
+        _check(
+            lib.tarv_add_place(
+                self._open_handle(), _text(country, "country"), _text(name, "name"), longitude, latitude, timetable
+            )
+        )
+
+    def delete_place(self, country, name):
+        """Deletes the user's place of that name; False when there is none."""
+        status = _check(lib.tarv_delete_place(self._open_handle(), _text(country, "country"), _text(name, "name")))
+        return status == _native.OK
+
+    def export(self, folder=None):
+        """Writes Countries.txt, Cities.txt, Zones.txt and Timetable.txt into
+        `folder` (created when missing), or into the atlas folder."""
+        target = None if folder is None else _text(os.fspath(folder), "folder")
+        _check(lib.tarv_export(self._open_handle(), target))
+
+    @property
+    def language(self):
+        """The language of the component's texts: 2 German, 1 English. It is
+        the process's, shared by every Atlas."""
+        language = ctypes.c_int32()
+        _check(lib.tarv_language(self._open_handle(), ctypes.byref(language)))
+        return language.value
+
+    @language.setter
+    def language(self, value):
+        _check(lib.tarv_set_language(self._open_handle(), value))
+
+
+_sink_lock = threading.Lock()
+_sink = None  # the C function object must live as long as it is installed
+
+
+def set_message_sink(function):
+    """Routes the component's messages (a damaged file's error text, a
+    question) to `function(title, text, style)`, which returns the button
+    chosen (1 OK, 2 Cancel, 6 Yes, 7 No, ...; None counts as OK). None
+    restores the default, which writes them to stderr."""
+    global _sink
+
+    def call(_user, title, text, style):
+        try:
+            answer = function(title.decode(), text.decode(), style)
+            return 1 if answer is None else int(answer)
+        except Exception:  # an exception cannot cross the C library
+            return 1
+
+    with _sink_lock:
+        sink = None if function is None else _native.MESSAGE_FN(call)
+        _check(lib.tarv_set_message_sink(sink if sink is not None else _native.MESSAGE_FN(), None))
+        _sink = sink

@@ -1,0 +1,154 @@
+"""The C interface of libtarvplaces.so (tarvplaces/tarvplaces.h) through ctypes.
+
+The library is looked for, in this order:
+  1. the file $TARVPLACES_LIBRARY names;
+  2. libtarvplaces.so.0 inside this package (scripts/install-python.sh puts
+     the built library there);
+  3. libtarvplaces.so.0 through the system's loader (LD_LIBRARY_PATH, or a
+     library installed with ``cmake --install`` and ``ldconfig``).
+"""
+
+import ctypes
+import os
+import pathlib
+
+SONAME = "libtarvplaces.so.0"
+
+# Status values of tarv_status.
+OK = 0
+NOT_FOUND = 1
+E_ARGUMENT = -1
+E_UTF8 = -2
+E_BUFFER = -3
+E_HANDLE = -4
+E_UNKNOWN_COUNTRY = -5
+E_ATLAS = -6
+E_WRITE = -7
+E_ATLAS_IN_USE = -8
+E_MEMORY = -9
+E_BUSY = -10
+E_INTERNAL = -11
+
+NAME_SIZE = 96
+CODE_SIZE = 32
+ZONE_SIZE = 48
+ZONE_NAME_SIZE = 160
+
+
+class LocalTime(ctypes.Structure):
+    _fields_ = [(field, ctypes.c_int) for field in ("year", "month", "day", "hour", "minute", "second")]
+
+
+class PlaceStruct(ctypes.Structure):
+    _fields_ = [
+        ("name", ctypes.c_char * NAME_SIZE),
+        ("country", ctypes.c_char * CODE_SIZE),
+        ("longitude", ctypes.c_double),
+        ("latitude", ctypes.c_double),
+        ("timetable", ctypes.c_int32),
+        ("user_place", ctypes.c_int32),
+        ("zone_id", ctypes.c_int32),
+        ("zone", ctypes.c_char * ZONE_SIZE),
+        ("zone_name", ctypes.c_char * ZONE_NAME_SIZE),
+        ("utc_offset", ctypes.c_int32),
+        ("is_lmt", ctypes.c_int32),
+        ("local_time", ctypes.c_int32),
+    ]
+
+
+class CountryStruct(ctypes.Structure):
+    _fields_ = [
+        ("id", ctypes.c_int32),
+        ("code", ctypes.c_char_p),
+        ("title", ctypes.c_char_p),
+        ("english", ctypes.c_char_p),
+        ("zone", ctypes.c_char_p),
+        ("continent", ctypes.c_char_p),
+        ("continent_id", ctypes.c_int32),
+        ("timetables", ctypes.c_int32),
+        ("several_zones", ctypes.c_int32),
+    ]
+
+
+class ZoneStruct(ctypes.Structure):
+    _fields_ = [
+        ("id", ctypes.c_int32),
+        ("abbreviation", ctypes.c_char * ZONE_SIZE),
+        ("name", ctypes.c_char * ZONE_NAME_SIZE),
+        ("utc_offset", ctypes.c_int32),
+        ("kind", ctypes.c_char),
+    ]
+
+
+class TimetableEntryStruct(ctypes.Structure):
+    _fields_ = [("start", LocalTime), ("julian_day", ctypes.c_double), ("zone", ZoneStruct)]
+
+
+MESSAGE_FN = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_char_p, ctypes.c_int)
+
+
+def _load():
+    named = os.environ.get("TARVPLACES_LIBRARY")
+    bundled = pathlib.Path(__file__).with_name(SONAME)
+    path = named or (str(bundled) if bundled.exists() else SONAME)
+    try:
+        return ctypes.CDLL(path)
+    except OSError as e:
+        raise ImportError(
+            f"tarvplaces cannot load {path}: {e}. Install the package with "
+            "scripts/install-python.sh after the build, set TARVPLACES_LIBRARY to the built "
+            "library (build/default/src/capi/libtarvplaces.so.0), or install the library "
+            "with cmake --install"
+        ) from e
+
+
+lib = _load()
+
+_handle = ctypes.c_void_p
+_status = ctypes.c_int
+_text = ctypes.c_char_p
+_PROTOTYPES = {
+    "tarv_version": (_text, []),
+    "tarv_last_error": (_text, []),
+    "tarv_open": (_status, [_text, ctypes.POINTER(_handle)]),
+    "tarv_close": (_status, [_handle]),
+    "tarv_atlas_folder": (_status, [_handle, ctypes.c_char_p, ctypes.c_size_t, ctypes.POINTER(ctypes.c_size_t)]),
+    "tarv_place_lookup": (
+        _status,
+        [_handle, _text, _text, ctypes.POINTER(LocalTime), ctypes.POINTER(PlaceStruct), ctypes.POINTER(ctypes.c_int32)],
+    ),
+    "tarv_search": (_status, [_handle, _text, _text, ctypes.POINTER(LocalTime), ctypes.POINTER(ctypes.c_void_p)]),
+    "tarv_place_list_size": (ctypes.c_size_t, [ctypes.c_void_p]),
+    "tarv_place_list_at": (ctypes.POINTER(PlaceStruct), [ctypes.c_void_p, ctypes.c_size_t]),
+    "tarv_place_list_free": (None, [ctypes.c_void_p]),
+    "tarv_nearest": (
+        _status,
+        [_handle, _text, ctypes.c_double, ctypes.c_double, ctypes.c_double, ctypes.POINTER(PlaceStruct)],
+    ),
+    "tarv_countries": (_status, [_handle, ctypes.POINTER(ctypes.c_void_p)]),
+    "tarv_country_list_size": (ctypes.c_size_t, [ctypes.c_void_p]),
+    "tarv_country_list_at": (ctypes.POINTER(CountryStruct), [ctypes.c_void_p, ctypes.c_size_t]),
+    "tarv_country_list_free": (None, [ctypes.c_void_p]),
+    "tarv_zones": (_status, [_handle, ctypes.POINTER(ctypes.c_void_p)]),
+    "tarv_zone_list_size": (ctypes.c_size_t, [ctypes.c_void_p]),
+    "tarv_zone_list_at": (ctypes.POINTER(ZoneStruct), [ctypes.c_void_p, ctypes.c_size_t]),
+    "tarv_zone_list_free": (None, [ctypes.c_void_p]),
+    "tarv_timetable_entries": (_status, [_handle, _text, ctypes.c_int32, ctypes.POINTER(ctypes.c_void_p)]),
+    "tarv_timetable_size": (ctypes.c_size_t, [ctypes.c_void_p]),
+    "tarv_timetable_at": (ctypes.POINTER(TimetableEntryStruct), [ctypes.c_void_p, ctypes.c_size_t]),
+    "tarv_timetable_free": (None, [ctypes.c_void_p]),
+    "tarv_add_place": (_status, [_handle, _text, _text, ctypes.c_double, ctypes.c_double, ctypes.c_int32]),
+    "tarv_delete_place": (_status, [_handle, _text, _text]),
+    "tarv_export": (_status, [_handle, _text]),
+    "tarv_language": (_status, [_handle, ctypes.POINTER(ctypes.c_int32)]),
+    "tarv_set_language": (_status, [_handle, ctypes.c_int32]),
+    "tarv_set_message_sink": (_status, [MESSAGE_FN, ctypes.c_void_p]),
+}
+for _name, (_restype, _argtypes) in _PROTOTYPES.items():
+    _function = getattr(lib, _name)
+    _function.restype = _restype
+    _function.argtypes = _argtypes
+
+
+def last_error():
+    return lib.tarv_last_error().decode("utf-8", "replace")

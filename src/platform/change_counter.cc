@@ -75,13 +75,14 @@ std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& u
     fd.reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   }
   if (fd.get() < 0) {
-    if (why != nullptr && errno != ENOENT) *why = std::strerror(errno);
+    if (why != nullptr && errno != ENOENT)
+      *why = std::string("cannot be opened: ") + std::strerror(errno);
     return nullptr;
   }
 
   struct stat info {};
   if (::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
-    if (why != nullptr) *why = "not a regular file";
+    if (why != nullptr) *why = "is not a regular file";
     return nullptr;
   }
   if (info.st_size == 0 && writable) {
@@ -92,13 +93,13 @@ std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& u
     info.st_size = static_cast<off_t>(kChangeCounterSize);
   }
   if (static_cast<std::size_t>(info.st_size) < kChangeCounterSize) {
-    if (why != nullptr) *why = "shorter than a change counter";
+    if (why != nullptr) *why = "is shorter than a change counter";
     return nullptr;
   }
   char magic[sizeof(kMagic)] = {};
   if (::pread(fd.get(), magic, sizeof(magic), 0) != static_cast<ssize_t>(sizeof(magic)) ||
       std::memcmp(magic, kMagic, sizeof(kMagic)) != 0) {
-    if (why != nullptr) *why = "not a change counter (its first bytes are not \"TPCHANGE\")";
+    if (why != nullptr) *why = "is not a change counter (its first bytes are not \"TPCHANGE\")";
     return nullptr;
   }
   void* mapping = ::mmap(nullptr, kChangeCounterSize, PROT_READ | (writable ? PROT_WRITE : 0),

@@ -36,7 +36,8 @@ class ChangeCounter {
   // Maps the counter file of `user_folder` (a path on disk). With `create`,
   // a missing or empty file is made (the folder is not). Null when there is
   // no usable counter; then `why` (when given) tells what is wrong with the
-  // file, or stays empty when it is only missing.
+  // file as the end of a sentence ("is shorter than a change counter"), or
+  // stays empty when it is only missing.
   static std::unique_ptr<ChangeCounter> Map(const std::filesystem::path& user_folder, bool create,
                                             std::string* why = nullptr);
 

@@ -18,6 +18,11 @@
 // then check the files on every call. A writer that may not write the file
 // (another user's, on a folder it may write) changes files without bumping;
 // readers see such a change once they check the files again, within a second.
+//
+// One case is not covered: a program that cuts the file short while others
+// map it makes their next read of the counter fault (SIGBUS). The
+// component's writers never shorten it, and a file found short is not
+// mapped; SQLite's WAL index carries the same exposure.
 #ifndef TARVPLACES_PLATFORM_CHANGE_COUNTER_H_
 #define TARVPLACES_PLATFORM_CHANGE_COUNTER_H_
 

@@ -285,24 +285,22 @@ class DamagedTimetableTest : public TimetableTest {
   }
 };
 
-TEST_F(DamagedTimetableTest, TruncatedFile) {
+TEST_F(DamagedTimetableTest, TruncatedLyingOrOfAnUnknownMode) {
   const std::string whole = Compressed();
-  folder_.Write("ttx.dao", whole.substr(0, whole.size() - 3));
-  ExpectUnreadable(LZERROR_READ);
-}
-
-TEST_F(DamagedTimetableTest, LengthFieldBeyondTheData) {
-  std::string lying = Compressed();
+  std::string lying = whole;
   lying[12] = '\x01';  // 65,536 bytes more than the data holds
-  folder_.Write("ttx.dao", lying);
-  ExpectUnreadable(LZERROR_READ);
-}
-
-TEST_F(DamagedTimetableTest, UnknownCompressionMode) {
-  std::string other = Compressed();
+  std::string other = whole;
   other[8] = 'B';
-  folder_.Write("ttx.dao", other);
-  ExpectUnreadable(LZERROR_UNKNOWNALG);
+  const std::pair<std::string, std::int32_t> cases[] = {
+      {whole.substr(0, whole.size() - 3), LZERROR_READ},
+      {lying, LZERROR_READ},
+      {other, LZERROR_UNKNOWNALG}};
+  for (const auto& [bytes, code] : cases) {
+    messages_.clear();
+    ClearAtlasFault();
+    folder_.Write("ttx.dao", bytes);
+    ExpectUnreadable(code);
+  }
 }
 
 TEST_F(DamagedTimetableTest, OneMessagePerCallAndTheNextCallTriesAgain) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <memory>
 
 #include "ui/placemanager_fixture.h"
@@ -65,8 +66,6 @@ class PlacemanagerModel : public testing::DialogAtlasFixture {
 TEST_F(PlacemanagerModel, LoadsCaptionsCountryAndPlaceInGerman) {
   auto& d = Open("München", "d");
   EXPECT_EQ(d.Caption(), "Orteverwaltung");
-  EXPECT_EQ(Text("lb_Eingabe_4"), "L&änge");
-  EXPECT_EQ(Text("bt_Action_5"), "Zeit&tabellenzugehörigkeit");
   EXPECT_EQ(Ctl("cb_ABC").items.front(), "Alle");
   EXPECT_EQ(Ctl("cb_ABC").items.size(), 27U);
   EXPECT_TRUE(Ctl("rb_Eingabe_0").checked);
@@ -277,7 +276,7 @@ TEST_F(PlacemanagerModel, OptionButtonsSwitchTheCountryList) {
 
 // ---- Keys and closing ----
 
-TEST_F(PlacemanagerModel, EscapeAndTheCancelKeyCloseCancelled) {
+TEST_F(PlacemanagerModel, EscapeCancelsCtrlShiftReturnClosesWithOkReturnAloneDoesNothing) {
   for (const std::int16_t key : {DlgPlacemanager::kKeyEscape, DlgPlacemanager::kKeyCancel}) {
     auto& d = Open("München", "D");
     view_.closed = 0;
@@ -285,9 +284,7 @@ TEST_F(PlacemanagerModel, EscapeAndTheCancelKeyCloseCancelled) {
     EXPECT_TRUE(d.Canceled());
     EXPECT_EQ(view_.closed, 1);
   }
-}
-
-TEST_F(PlacemanagerModel, CtrlShiftReturnClosesWithOkAndReturnAloneIsLeftAlone) {
+  view_.closed = 0;
   auto& d = Open("München", "D");
   EXPECT_FALSE(d.Form_KeyDown(DlgPlacemanager::kKeyReturn, 0));
   EXPECT_FALSE(d.Form_KeyDown(DlgPlacemanager::kKeyReturn, DlgPlacemanager::kCtrlMask));
@@ -334,15 +331,14 @@ TEST_F(PlacemanagerModel, ClosingWithPendingChangesAsks) {
   EXPECT_TRUE(d.Form_Unload());
   EXPECT_TRUE(UserPlaces("D").empty());
   EXPECT_FALSE(d.ChangesPending());
-}
 
-TEST_F(PlacemanagerModel, AnsweringYesWritesTheChangeAsAUserPlace) {
+  // Yes writes the change as a user place.
   State().Language().SetLanguage(kLanguageEnglish);
-  auto& d = Open("München", "D");
-  d.tb_Eingabe_Change(6, "48.5");
+  auto& e = Open("München", "D");
+  e.tb_Eingabe_Change(6, "48.5");
   answer_ = MsgAnswer::kYes;
-  EXPECT_TRUE(d.Form_Unload());
-  EXPECT_EQ(messages_.at(0).text, "Save changes of places?");
+  EXPECT_TRUE(e.Form_Unload());
+  EXPECT_EQ(messages_.back().text, "Save changes of places?");
   EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
   classPlaces places;
   double latitude = 0;
@@ -433,14 +429,12 @@ TEST_F(PlacemanagerModel, NewModeReturnsTheEnteredPlaceAndCloses) {
   EXPECT_NEAR(d.Latitude(), 48.137, 1e-3);
   EXPECT_EQ(d.Timetable(), 1);
   EXPECT_FALSE(d.NewMode());
-}
-
-TEST_F(PlacemanagerModel, NewModeCancelledInTheFirstStepClosesCancelled) {
-  auto& d = Open("München", "D", true);
-  d.bt_CANCEL_Click(1);
-  EXPECT_EQ(view_.closed, 1);
-  EXPECT_TRUE(d.Canceled());
-  EXPECT_FALSE(d.Editing());
+  // Cancelled in the first step, it closes cancelled.
+  auto& c = Open("München", "D", true);
+  c.bt_CANCEL_Click(1);
+  EXPECT_EQ(view_.closed, 2);
+  EXPECT_TRUE(c.Canceled());
+  EXPECT_FALSE(c.Editing());
 }
 
 TEST_F(PlacemanagerModel, BackFromStep3SkipsStep2WithoutTimetables) {
@@ -622,57 +616,49 @@ TEST_F(PlacemanagerModel, SpinMovesByArcMinutesWithinRange) {
 
 // ---- Help line ----
 
-TEST_F(PlacemanagerModel, HelpTextsFollowTheDialogRule) {
+// The help line takes each text in its component's language rule: the
+// dialog's own texts read language 0 as German, Choose's as English.
+TEST_F(PlacemanagerModel, HelpLineFollowsFocusAndMouseInEachTextsLanguage) {
   auto& d = Open("München", "D");
-  for (const std::int32_t language : {0, 2}) {
-    State().Language().SetLanguage(language);
-    d.tb_Eingabe_GotFocus(3);
-    EXPECT_EQ(Text("lb_InfoLine").rfind("Hier können Sie den aktuellen Ort verändern.", 0), 0U);
+  const struct {
+    std::int32_t language;
+    std::function<void()> act;
+    std::string text;  // what the line begins with; "" for an empty line
+  } cases[] = {
+      {0, [&] { d.tb_Eingabe_GotFocus(3); }, "Hier können Sie den aktuellen Ort verändern."},
+      {2, [&] { d.tb_Eingabe_GotFocus(3); }, "Hier können Sie den aktuellen Ort verändern."},
+      {3, [&] { d.tb_Eingabe_GotFocus(14); },
+       "This is the shortcut of the actual country. (Can not be changed)."},
+      {3, [&] { d.tb_Eingabe_GotFocus(7); }, ""},
+      {0, [&] { d.bt_CANCEL_GotFocus(0); }, "Closes the Place Manager."},
+      {0, [&] { d.rb_Eingabe_MouseMove(1); }, "Shows all the states of the USA"},
+      {0, [&] { d.bt_Action_MouseMove(2); }, "Hier können Sie den aktuellen Ort löschen. - Nur"},
+      {0, [&] { d.cb_ABC_GotFocus(); }, "Klicken Sie auf einen Buchstaben. "},
+      {2, [&] { d.pn_Eingabe_MouseMove(3); }, "Zum Suchen eines Ortes im aktuellen L"},
+      {2, [&] { d.li_Zeittabelle_GotFocus(); }, "Klicken Sie auf einen Eintrag und"},
+      {2, [&] { d.bt_OK_GotFocus(0); }, "Hier wird der Ortemanager geschlossen."},
+      {2, [&] { d.SetHilfeIndex(std::string("frei")); }, "frei"}};
+  for (const auto& c : cases) {
+    State().Language().SetLanguage(c.language);
+    c.act();
+    const std::string& line = Text("lb_InfoLine");
+    if (c.text.empty()) {
+      EXPECT_EQ(line, "");
+    } else {
+      EXPECT_EQ(line.rfind(c.text, 0), 0U) << line;
+    }
   }
-  State().Language().SetLanguage(3);
-  d.tb_Eingabe_GotFocus(14);
-  EXPECT_EQ(Text("lb_InfoLine"),
-            "This is the shortcut of the actual country. (Can not be changed).");
-  EXPECT_EQ(view_.selected.back(), "tb_Eingabe_14");
-  d.tb_Eingabe_GotFocus(7);
-  EXPECT_EQ(Text("lb_InfoLine"), "");
-}
-
-TEST_F(PlacemanagerModel, ButtonTextsFollowTheLanguageComponent) {
-  auto& d = Open("München", "D");
-  // Language 0 is German by the dialogs' rule but English by Choose.
-  State().Language().SetLanguage(0);
-  d.bt_CANCEL_GotFocus(0);
-  EXPECT_EQ(Text("lb_InfoLine"), "Closes the Place Manager.");
-  d.rb_Eingabe_MouseMove(1);
-  EXPECT_EQ(Text("lb_InfoLine"), "Shows all the states of the USA");
-  d.bt_Action_MouseMove(2);
-  EXPECT_EQ(Text("lb_InfoLine"),
-            "Hier können Sie den aktuellen Ort löschen. - Nur möglich bei einem "
-            "benutzerdefinierten Ort.");
-  d.cb_ABC_GotFocus();
-  EXPECT_EQ(Text("lb_InfoLine").substr(0, 34), "Klicken Sie auf einen Buchstaben. ");
-}
-
-TEST_F(PlacemanagerModel, PanelsListsAndCombosGiveNegativeKeys) {
-  auto& d = Open("München", "D");
-  d.pn_Eingabe_MouseMove(3);
-  EXPECT_EQ(Text("lb_InfoLine").substr(0, 37), "Zum Suchen eines Ortes im aktuellen L");
+  EXPECT_THAT(view_.selected, ::testing::Contains("tb_Eingabe_14"));  // focus selects the text
   d.cb_Eingabe_GotFocus(14);
   EXPECT_NE(Text("lb_InfoLine").find("Länderkennung"), std::string::npos);
-  d.li_Zeittabelle_GotFocus();
-  EXPECT_EQ(Text("lb_InfoLine").substr(0, 33), "Klicken Sie auf einen Eintrag und");
-  d.SetHilfeIndex(std::string("frei"));
-  EXPECT_EQ(Text("lb_InfoLine"), "frei");
 }
 
 TEST_F(PlacemanagerModel, DuringAStepOkAndCancelKeepTheLine) {
   auto& d = Open("München", "D");
-  d.bt_OK_GotFocus(0);
-  EXPECT_EQ(Text("lb_InfoLine"), "Hier wird der Ortemanager geschlossen.");
   d.bt_Action_Click(1);
   d.cb_Eingabe_GotFocus(3);
   const std::string before = Text("lb_InfoLine");
+  ASSERT_FALSE(before.empty());
   d.bt_OK_MouseMove(1);
   d.bt_CANCEL_GotFocus(1);
   EXPECT_EQ(Text("lb_InfoLine"), before);

@@ -197,23 +197,6 @@ TEST_F(Dialogs, NewPlaceEnteredToTheEndIsInTheUserFile) {
   EXPECT_LT(index_, 0);
 }
 
-TEST_F(Dialogs, MessagesGoThroughTheSink) {
-  WhenShown([](QDialog& d) {
-    Click(d, "bt_Action_1");
-    Click(d, "bt_OK_1");
-    Click(d, "bt_OK_1");
-    Click(d, "bt_OK_1");  // no name
-    EXPECT_TRUE(d.isVisible());
-    QTest::keyClick(Find(d, "tb_Eingabe_3"), Qt::Key_Escape);
-    EXPECT_TRUE(d.isVisible());
-    for (int i = 0; i < 3; ++i)
-      Click(d, "bt_CANCEL_1");  // back to step 2, 1, then out: the dialog ends
-  });
-  EXPECT_FALSE(Show(true));
-  ASSERT_EQ(messages_.size(), 1U);
-  EXPECT_EQ(messages_[0].text, "Es muß ein Ort eingegeben werden!");
-}
-
 TEST_F(Dialogs, TimetableChooserSetsThePlacesTimetable) {
   WhenShown([](QDialog& d) {
     WhenShown([](QDialog& chooser) {

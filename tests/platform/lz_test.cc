@@ -174,13 +174,6 @@ TEST(CompressSzdd, ProducesTheSameItemsAsTheReferenceCompressors) {
 // ---------------------------------------------------------------------------
 // Files from other compressors.
 
-TEST(LzSamples, ExpandToTheirOriginals) {
-  const std::string original = ReadFile(kSamples + "mscompress_test.txt");
-  ASSERT_FALSE(original.empty());
-  EXPECT_EQ(Expand(ReadFile(kSamples + "mscompress_test.tx_")), original);
-  EXPECT_EQ(ReadThroughHandle(kSamples + "mscompress_test.tx_"), original);
-}
-
 TEST(LzSamples, LyingLengthFieldIsReadAsWindowsReadsIt) {
   // That COMPRESS file's field says 5237; its data holds the 20 bytes of text.
   const std::string path = kSamples + "wine_testfile.tx_";

@@ -32,12 +32,9 @@ TEST_F(CountryTableTest, FirstLookupLoadsAndDeliberatelyReturnsZero) {
   EXPECT_EQ(GetCountryID("D"), 0);
   EXPECT_TRUE(State().countries_loaded);
   EXPECT_EQ(GetCountryID("D"), 58);
-}
-
-TEST_F(CountryTableTest, LoaderReturnsTheFlagAsItStoodOnEntry) {
-  EXPECT_FALSE(InitializeCountries("", "Country.dat", false, false));
+  // The loader returns the flag as it stood on entry; forced, always false.
   EXPECT_TRUE(InitializeCountries("", "Country.dat", false, false));
-  EXPECT_FALSE(InitializeCountries("", "Country.dat", false, true));  // forced: always false
+  EXPECT_FALSE(InitializeCountries("", "Country.dat", false, true));
 }
 
 TEST_F(CountryTableTest, LayoutIsFallbackThenLinesThenSixContinents) {
@@ -77,17 +74,15 @@ TEST_F(CountryTableTest, SortingKeepsTheLastFiveLinesInFileOrder) {
   EXPECT_EQ(t[17].CountryShort, "ATL");
 }
 
-TEST_F(CountryTableTest, CodesAreFoundWithoutRegardToCaseAndMapped) {
+// Codes in any case and mapped to their predecessors, then four scans in
+// order: code, title, title prefix, code prefix.
+TEST_F(CountryTableTest, CodesThenTitlesThenTitlePrefixesThenCodePrefixes) {
   Load();
   EXPECT_EQ(GetCountryID("usca"), 200);
   EXPECT_EQ(GetCountryID("rus"), 120);  // -> SSR
   EXPECT_EQ(GetCountryID("UK"), 61);    // -> GBE
   EXPECT_EQ(GetCountryID("hr"), 170);   // -> YU
   EXPECT_EQ(GetCountryID(" A "), 11);
-}
-
-TEST_F(CountryTableTest, FourScansInOrderCodeTitleTitlePrefixCodePrefix) {
-  Load();
   EXPECT_EQ(GetCountryID("Japan"), 80);
   EXPECT_EQ(GetCountryID("Deu"), 58);
   EXPECT_EQ(GetCountryID("\xF6sterr"), 11);   // österr: accented title prefix
@@ -163,14 +158,11 @@ TEST(CountryCodes, InternalAbbreviationMapsSuccessorStates) {
   EXPECT_EQ(GetInternalCountryAbbreviation(" RUS"), "RUS");  // compared before trimming
 }
 
-TEST(CountryCodes, UsaTest) {
+TEST(CountryCodes, UsaAndSeveralTimeZones) {
   EXPECT_TRUE(IsUSA("usca"));
   EXPECT_TRUE(IsUSA("US"));
   EXPECT_FALSE(IsUSA("U"));
   EXPECT_FALSE(IsUSA(""));
-}
-
-TEST(CountryCodes, SeveralTimeZones) {
   EXPECT_TRUE(HaveSeveralTimeZones("RUS"));
   EXPECT_TRUE(HaveSeveralTimeZones("ustx"));
   EXPECT_TRUE(HaveSeveralTimeZones("cdn"));
@@ -212,14 +204,11 @@ TEST_F(CountryFileErrorTest, MissingFileIsSilentAndLoadsNothing) {
   EXPECT_FALSE(State().countries_loaded);
 }
 
-TEST_F(CountryFileErrorTest, ShortLineNamesFileAndLine) {
-  const auto error = LoadError(CountryDatLine(1, "A", "A", "MEZ", "EUROPA", 4) + "\r\n1\tB\tB\r\n");
+TEST_F(CountryFileErrorTest, ShortLineOrNumberOutsideSixteenBitsNamesFileAndLine) {
+  auto error = LoadError(CountryDatLine(1, "A", "A", "MEZ", "EUROPA", 4) + "\r\n1\tB\tB\r\n");
   EXPECT_NE(error.find("Country.dat: line 2: 3 TAB-separated fields"), std::string::npos) << error;
   EXPECT_FALSE(State().countries_loaded);
-}
-
-TEST_F(CountryFileErrorTest, NumberOutsideSixteenBitsIsRefused) {
-  const auto error = LoadError(CountryDatLine(40000, "A", "A", "MEZ", "EUROPA", 4));
+  error = LoadError(CountryDatLine(40000, "A", "A", "MEZ", "EUROPA", 4));
   EXPECT_NE(error.find("line 1: CountryId \"40000\""), std::string::npos) << error;
 }
 

@@ -129,13 +129,12 @@ TEST_F(UserPlacesTest, DeleteMarksTheRecordAndKeepsTheLength) {
   // The deleted record keeps its place in later rewrites.
   Add("Aue");
   EXPECT_EQ(UserFile().substr(0, 6), "@Adorf");
-}
-
-TEST_F(UserPlacesTest, FullLengthNameLosesItsLastCharacterWhenDeleted) {
+  // A full-length name loses its last character to the mark.
   const std::string name(28, 'k');
   Add(name);
   Delete_City(UserPlace{58, Place(name, 0, 0)});
-  EXPECT_EQ(UserFile().substr(0, 28), "@" + std::string(27, 'k'));
+  EXPECT_NE(UserFile().find("@" + std::string(27, 'k')), std::string::npos);
+  EXPECT_EQ(UserFile().find(name), std::string::npos);
 }
 
 TEST_F(UserPlacesTest, OnlyUserPlacesCanBeDeleted) {

@@ -28,7 +28,8 @@ class PlacesTest : public testing::AtlasTest {
   classPlaces places_;
 };
 
-TEST_F(PlacesTest, PlacePathAsksTheHostWhenEmpty) {
+TEST_F(PlacesTest, PlacePathAsksTheHostOnceWhenEmptyAndIsShared) {
+  EXPECT_EQ(places_.PlacePath(), "");  // no handler
   int raised = 0;
   places_.FillPlacePath = [&](std::string& path) {
     ++raised;
@@ -37,16 +38,8 @@ TEST_F(PlacesTest, PlacePathAsksTheHostWhenEmpty) {
   EXPECT_EQ(places_.PlacePath(), folder_.str());
   EXPECT_EQ(places_.PlacePath(), folder_.str());
   EXPECT_EQ(raised, 1);  // filled once, then kept for the process
-}
-
-TEST_F(PlacesTest, PlacePathWithoutHandlerIsEmpty) {
-  EXPECT_EQ(places_.PlacePath(), "");
-}
-
-TEST_F(PlacesTest, PlacePathIsStoredExactlyAndSharedByInstances) {
   places_.PlacePath("C:\\Atlas");
-  classPlaces other;
-  EXPECT_EQ(other.PlacePath(), "C:\\Atlas");
+  EXPECT_EQ(classPlaces().PlacePath(), "C:\\Atlas");
 }
 
 TEST_F(PlacesTest, FillCountryArrayRaisesItsEventsInOrder) {
@@ -114,14 +107,11 @@ TEST_F(PlacesTest, CountryLookupsConvertHostText) {
   EXPECT_EQ(places_.HaveTimetables("usny"), 226);
 }
 
-TEST_F(PlacesTest, LanguageLetWithoutResourceFileChangesOnlyTheNumber) {
+TEST_F(PlacesTest, LanguageLetLoadsTheResourceFileIfGiven) {
   EXPECT_EQ(places_.Language(), kLanguageGerman);
   places_.Language(std::string(), 1);
   EXPECT_EQ(places_.Language(), 1);
   EXPECT_EQ(classPlaces::LanguageComponent().ResourceFile(), "");
-}
-
-TEST_F(PlacesTest, LanguageLetWithResourceFileLoadsItsTexts) {
   const auto file = folder_.Write("texts.txt", "100\tOrt\r\n101\tLand\r\nno number\r\n");
   places_.Language(file.string(), 2);
   EXPECT_EQ(places_.Language("ignored"), 2);
@@ -207,12 +197,7 @@ TEST_F(PlaceLookupTest, GetPlaceDataHandsBackTheFirstPlace) {
   EXPECT_EQ(lat, static_cast<double>(48.13743F));
   EXPECT_EQ(zone, places_.GetTimezoneId("MET"));  // where timetable 1 ends
   EXPECT_EQ(places_.GetPlaceData("Munchen", "d"), 1);
-}
-
-TEST_F(PlaceLookupTest, GetPlaceDataOfAnUnknownPlaceSetsZeros) {
-  double lon = 5;
-  double lat = 5;
-  std::int16_t zone = 5;
+  // An unknown place sets zeros.
   EXPECT_EQ(places_.GetPlaceData("Hamburg", "D", &lon, &lat, &zone), 0);
   EXPECT_EQ(lon, 0);
   EXPECT_EQ(lat, 0);
@@ -357,17 +342,14 @@ class HostileInputTest : public PlaceLookupTest {};
 
 TEST_F(HostileInputTest, NamesFindNothingAndSetZeros) {
   const std::vector<std::string> names = {
-      std::string(10000, 'M'),
-      "M\xC3",
+      std::string(10000, 'M'), "M\xC3",
       "\xFF\xFE"
       "Berlin",
       "\xED\xA0\x80"
       "Berlin",  // a lone surrogate, as CESU-8 writes it
       "\xE2\x80\x8F\xD7\x91\xD7\xA8\xD7\x9C\xD7\x99\xD7\x9F",  // RLM + Hebrew "Berlin": no such
                                                                // place
-      "Berlin😀",
-      "😀",
-      "\xF0\x9F\x98"};
+      "Berlin😀", "😀", "\xF0\x9F\x98"};
   for (const auto& name : names) {
     double lon = 5;
     double lat = 5;

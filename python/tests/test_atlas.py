@@ -1,9 +1,11 @@
 import concurrent.futures
+import ctypes
 import datetime
 
 import pytest
 
 import tarvplaces
+from tarvplaces import _native
 
 SUMMER_1980 = datetime.datetime(1980, 7, 1, 12, 0)
 
@@ -15,9 +17,11 @@ class TestPlace:
         assert (p.zone, p.zone_name) == ("MET/S", "Middle European Time, summer time")
         assert (p.utc_offset, p.is_lmt, p.local_time) == (datetime.timedelta(hours=2), False, "normal")
 
-    def test_without_a_date_the_standard_zone_and_a_date_means_its_noon(self, atlas):
+    def test_without_a_date_the_standard_zone(self, atlas):
         p = atlas.place("München", "D")
         assert (p.zone, p.utc_offset) == ("MET", datetime.timedelta(hours=1))
+
+    def test_a_date_means_its_noon(self, atlas):
         assert atlas.place("Berlin", "D", when=datetime.date(1980, 7, 1)).zone == "MET/S"
 
     def test_localize_gives_an_aware_time_at_the_offset(self, atlas):
@@ -51,9 +55,12 @@ class TestLists:
         assert len(places) > 10
         assert all(p.name.startswith("Mün") for p in places)
         assert [p.name for p in places].count("München") == 1
-        assert atlas.search("Xyzzyville", "D") == []
-        # In a group each place carries its own country.
+
+    def test_search_in_a_group_gives_each_places_country(self, atlas):
         assert {p.country for p in atlas.search("Wien", "EUROPA")} >= {"A"}
+
+    def test_search_that_finds_nothing_is_empty(self, atlas):
+        assert atlas.search("Xyzzyville", "D") == []
 
     def test_nearest(self, atlas):
         assert atlas.nearest("D", 11.58, 48.14).name == "München"
@@ -71,9 +78,10 @@ class TestLists:
 
     def test_folder_and_language(self, atlas, atlas_folder):
         assert atlas.folder == str(atlas_folder)
-        for language in (1, 2):
-            atlas.language = language
-            assert atlas.language == language
+        atlas.language = 1
+        assert atlas.language == 1
+        atlas.language = 2
+        assert atlas.language == 2
 
 
 class TestChanges:
@@ -141,6 +149,49 @@ class TestFaults:
             atlas.place("M\udcfcnchen", "D")  # a lone surrogate cannot be UTF-8
         with pytest.raises(ValueError, match="naive"):
             atlas.place("München", "D", when=SUMMER_1980.replace(tzinfo=datetime.timezone.utc))
+
+    def test_the_library_refuses_impossible_local_times(self, atlas):
+        # datetime cannot hold 29 February 1999; a C host can pass it.
+        place = _native.PlaceStruct()
+        when = _native.LocalTime(1999, 2, 29, 12, 0, 0)
+        status = _native.lib.tarv_place_lookup(
+            atlas._handle, "München".encode(), b"D", ctypes.byref(when), ctypes.byref(place), None
+        )
+        assert status == _native.E_ARGUMENT
+        assert "no such local time" in _native.last_error()
+
+    def test_bytes_that_are_not_utf8_reach_the_library_as_an_error(self, atlas):
+        place = _native.PlaceStruct()
+        status = _native.lib.tarv_place_lookup(atlas._handle, b"M\xfcnchen", b"D", None, ctypes.byref(place), None)
+        assert status == _native.E_UTF8
+        assert "not UTF-8" in _native.last_error()
+
+
+class TestRawInterface:
+    """What a ctypes user of the library meets when he gets it wrong."""
+
+    def test_null_pointers(self, atlas):
+        place = _native.PlaceStruct()
+        assert _native.lib.tarv_place_lookup(None, b"Wien", b"A", None, ctypes.byref(place), None) == _native.E_ARGUMENT
+        assert "handle is NULL" in _native.last_error()
+        assert _native.lib.tarv_place_lookup(atlas._handle, None, b"A", None, ctypes.byref(place), None) == _native.E_ARGUMENT
+        assert _native.lib.tarv_place_lookup(atlas._handle, b"Wien", b"A", None, None, None) == _native.E_ARGUMENT
+
+    def test_a_buffer_too_small_learns_the_size_needed(self, atlas):
+        needed = ctypes.c_size_t()
+        buffer = ctypes.create_string_buffer(4)
+        status = _native.lib.tarv_atlas_folder(atlas._handle, buffer, len(buffer), ctypes.byref(needed))
+        assert status == _native.E_BUFFER and buffer.raw == b"\0" * 4
+        assert needed.value == len(atlas.folder.encode()) + 1
+
+    def test_a_closed_handle(self, atlas_folder):
+        atlas = tarvplaces.Atlas(atlas_folder)
+        handle = atlas._handle
+        atlas.close()
+        place = _native.PlaceStruct()
+        assert _native.lib.tarv_place_lookup(handle, b"Wien", b"A", None, ctypes.byref(place), None) == _native.E_HANDLE
+        assert "closed" in _native.last_error()
+        assert _native.lib.tarv_close(handle) == _native.E_HANDLE
 
 
 class TestThreads:

@@ -33,6 +33,7 @@
 #include "util/julian.h"
 #include "util/local_date.h"
 #include "util/serial_date.h"
+#include "util/text.h"
 
 #ifdef TARV_HAVE_UI
 #include "tarvplaces/ui.h"
@@ -71,22 +72,6 @@ struct Options {
   std::string lang = "en";
   bool json = false;
 };
-
-std::vector<std::string> SplitTabs(const std::string& line) {
-  std::vector<std::string> fields;
-  std::size_t start = 0;
-  for (;;) {
-    const auto tab = line.find('\t', start);
-    fields.push_back(line.substr(start, tab == std::string::npos ? tab : tab - start));
-    if (tab == std::string::npos) return fields;
-    start = tab + 1;
-  }
-}
-
-std::string TrimRight(std::string s) {
-  s.erase(s.find_last_not_of(' ') + 1);
-  return s;
-}
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
   return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
@@ -245,7 +230,7 @@ class Atlas {
     places().FillCountryArray(lines);
     for (std::size_t k = lines.size() > kGroups ? lines.size() - kGroups : 0; k < lines.size();
          ++k) {
-      if (std::stoi(SplitTabs(lines[k])[0]) == id) return true;
+      if (std::stoi(tarv::SplitCopies(lines[k], '\t')[0]) == id) return true;
     }
     return false;
   }
@@ -273,7 +258,7 @@ class Atlas {
     places().FillCountryArray(lines);  // ends with the groups in the current language
     for (std::size_t k = 0; k < groups && lines.size() > groups; ++k) {
       if (!EqualIgnoringCase(code, kAtlasGroups[k])) continue;
-      const auto f = SplitTabs(lines[lines.size() - groups + k]);
+      const auto f = tarv::SplitCopies(lines[lines.size() - groups + k], '\t');
       if (f.size() > 2) return f[2];
     }
     if (places().GetCountryID(code) == 0 && places().GetContinentID(code) != 0) return code;
@@ -427,7 +412,7 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
   if (o.json) {
     std::cout << z.dump(2) << '\n';
   } else {
-    std::cout << TrimRight(text) << "  UTC" << Offset(z["utc_offset"].get<double>())
+    std::cout << tarv::TrimRight(text) << "  UTC" << Offset(z["utc_offset"].get<double>())
               << (z["local_time"] != "normal"
                       ? "  (local time " + z["local_time"].get<std::string>() + ")"
                       : "")
@@ -473,7 +458,7 @@ int RunCountry(const Options& o, const std::string& code) {
     throw Exit{kNotFound,
                "no country matches \"" + code + "\": run \"tarvplaces countries\" for the list"};
   }
-  const auto f = SplitTabs(lines[static_cast<std::size_t>(index)]);
+  const auto f = tarv::SplitCopies(lines[static_cast<std::size_t>(index)], '\t');
   const std::string internal = atlas.places().GetInternalCountryAbbreviation(f[2]);
   json c{{"index", index},
          {"id", std::stoi(f[0])},

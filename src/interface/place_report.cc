@@ -15,22 +15,6 @@
 namespace tarv {
 namespace {
 
-std::vector<std::string> SplitTabs(const std::string& line) {
-  std::vector<std::string> fields;
-  std::size_t start = 0;
-  for (;;) {
-    const auto tab = line.find('\t', start);
-    fields.push_back(line.substr(start, tab == std::string::npos ? tab : tab - start));
-    if (tab == std::string::npos) return fields;
-    start = tab + 1;
-  }
-}
-
-std::string TrimRight(std::string s) {
-  s.erase(s.find_last_not_of(' ') + 1);
-  return s;
-}
-
 // A number the members wrote with the locale's decimal separator: a host
 // that set a German LC_NUMERIC gets "11,57549", which must not read as 11.
 double NumberOfText(std::string text) {
@@ -113,7 +97,8 @@ std::optional<PlaceReport> ReportFoundPlace(classPlaces& places, std::int32_t in
 std::optional<PlaceReport> ReportNearestPlace(classPlaces& places, const std::string& code,
                                               double longitude, double latitude,
                                               double range_degrees) {
-  const auto f = SplitTabs(places.GetNearestPlace(code, longitude, latitude, range_degrees));
+  const auto f =
+      SplitCopies(places.GetNearestPlace(code, longitude, latitude, range_degrees), '\t');
   if (f.size() < 4) return std::nullopt;
   PlaceReport p;
   p.name = TrimRight(f[0]);
@@ -136,7 +121,7 @@ std::vector<CountryReport> ReportCountries(classPlaces& places, bool sorted) {
   std::vector<CountryReport> countries;
   // Entry 0 is the fallback; the continent records end the table.
   for (std::size_t i = 1; i + kContinentRecords < lines.size(); ++i) {
-    const auto f = SplitTabs(lines[i]);
+    const auto f = SplitCopies(lines[i], '\t');
     if (f.size() < 10) continue;
     CountryReport c;
     c.index = static_cast<std::int32_t>(i);
@@ -160,7 +145,7 @@ std::vector<ZoneReport> ReportZones(classPlaces& places) {
   places.FillTimezoneArray(lines);
   std::vector<ZoneReport> zones;
   for (std::size_t id = 0; id < lines.size(); ++id) {
-    if (SplitTabs(lines[id]).size() < 7) continue;
+    if (Split(lines[id], '\t').size() < 7) continue;
     zones.push_back(ReportZone(places, static_cast<std::int16_t>(id), 0.0));
   }
   return zones;

@@ -50,6 +50,11 @@ double Val(std::string_view s) noexcept;
 // The pieces of `text` between the separators, empty pieces included:
 // Split("a\t\tb", '\t') is {"a", "", "b"}; Split("", ',') is {""}.
 std::vector<std::string_view> Split(std::string_view text, char separator);
+// The same pieces as strings of their own, for callers that keep them.
+std::vector<std::string> SplitCopies(std::string_view text, char separator);
+
+// `s` without the blanks at its end (leading blanks stay).
+std::string TrimRight(std::string_view s);
 
 // Reads a whole decimal integer (optional minus sign, nothing else); false
 // for an empty text, other characters, or a number that does not fit.

@@ -19,19 +19,14 @@ class PlaceReportTest : public testing::AtlasFixture {
     WriteCountry("D", {testing::Place("Neustadt", 10.0F, 50.0F, 3),
                        testing::Place("Neustadt", 11.57549F, 48.13743F, 1),
                        testing::Place("M\xFCnchen", 11.57549F, 48.13743F, 1)});
-    const auto history = testing::CentralEuropeanHistory(Zone("MET"), Zone("MET/S"));
-    WriteTimetables("ttx.dao", {{58, {history, {}, {{testing::At(1900, 1, 1), Zone("EET")}}}}});
-  }
-  static double Julian(int year, int month, int day, double hour) {
-    return GetJulday(static_cast<std::int16_t>(month), static_cast<std::int16_t>(day),
-                     static_cast<std::int16_t>(year), hour);
+    WriteGermanTimetables();
   }
   classPlaces places_;
 };
 
 TEST_F(PlaceReportTest, PlaceWithTheZoneAtALocalDate) {
   ASSERT_EQ(places_.GetPlaceDataX("München", "D"), 1);
-  const auto p = ReportFoundPlace(places_, 0, Julian(1997, 7, 1, 12));
+  const auto p = ReportFoundPlace(places_, 0, testing::JulianAt(1997, 7, 1, 12));
   ASSERT_TRUE(p);
   EXPECT_EQ(p->name, "München");
   EXPECT_EQ(p->country, "D");
@@ -46,7 +41,7 @@ TEST_F(PlaceReportTest, PlaceWithTheZoneAtALocalDate) {
 
 TEST_F(PlaceReportTest, LocalMeanTimeIsTheLongitudeInHours) {
   ASSERT_EQ(places_.GetPlaceDataX("München", "D"), 1);
-  const auto p = ReportFoundPlace(places_, 0, Julian(1850, 1, 1, 12));
+  const auto p = ReportFoundPlace(places_, 0, testing::JulianAt(1850, 1, 1, 12));
   ASSERT_TRUE(p);
   EXPECT_TRUE(p->zone.is_lmt);
   EXPECT_EQ(p->zone.utc_offset, 0.771699);
@@ -56,7 +51,7 @@ TEST_F(PlaceReportTest, LocalMeanTimeIsTheLongitudeInHours) {
 // name got the first one's timetable.
 TEST_F(PlaceReportTest, SkippedHourComesFromEachPlacesOwnTimetable) {
   ASSERT_EQ(places_.GetPlaceDataX("Neustadt", "D"), 2);
-  const double skipped = Julian(1997, 3, 30, 2.5);
+  const double skipped = testing::JulianAt(1997, 3, 30, 2.5);
   for (std::int32_t i = 0; i < 2; ++i) {
     const auto p = ReportFoundPlace(places_, i, skipped);
     ASSERT_TRUE(p);

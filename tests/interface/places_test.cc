@@ -177,13 +177,7 @@ class PlaceLookupTest : public testing::AtlasFixture {
     AtlasFixture::SetUp();
     WriteCountry("D", {testing::Place("M\xFCnchen", 11.57549F, 48.13743F),
                        testing::Place("Berlin", 13.41F, 52.52F, 3)});
-    const auto history = testing::CentralEuropeanHistory(Zone("MET"), Zone("MET/S"));
-    WriteTimetables("ttx.dao", {{58, {history, {}, {{testing::At(1900, 1, 1), Zone("EET")}}}}});
-  }
-  // Julian day of a local date and time.
-  static double Julian(int year, int month, int day, double hour) {
-    return GetJulday(static_cast<std::int16_t>(month), static_cast<std::int16_t>(day),
-                     static_cast<std::int16_t>(year), hour);
+    WriteGermanTimetables();
   }
   classPlaces places_;
 };
@@ -212,7 +206,8 @@ TEST_F(PlaceLookupTest, NearestPlaceLineIsUtf8) {
 
 TEST_F(PlaceLookupTest, ZoneAtADateOfAFoundPlace) {
   std::int16_t zone = 0;
-  EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone, Julian(1997, 7, 1, 12)),
+  EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone,
+                                  testing::JulianAt(1997, 7, 1, 12)),
             1);
   EXPECT_EQ(zone, places_.GetTimezoneId("MET/S"));
   EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone), 1);
@@ -222,7 +217,8 @@ TEST_F(PlaceLookupTest, ZoneAtADateOfAFoundPlace) {
   EXPECT_EQ(lon, 0);  // element 1 is outside the result
   bool lmt = false;
   double zone_time = 0;
-  const auto fields = places_.GetPlaceDataOfId(0, Julian(1850, 1, 1, 12), &lmt, &zone_time);
+  const auto fields =
+      places_.GetPlaceDataOfId(0, testing::JulianAt(1850, 1, 1, 12), &lmt, &zone_time);
   EXPECT_EQ(fields,
             (std::vector<std::string>{"München", "D", "11.57549", "48.13743", "1", "0", "2"}));
   EXPECT_TRUE(lmt);
@@ -231,13 +227,18 @@ TEST_F(PlaceLookupTest, ZoneAtADateOfAFoundPlace) {
 
 TEST_F(PlaceLookupTest, TimezoneOfCityWithAndWithoutDate) {
   std::int16_t id = 0;
-  EXPECT_EQ(places_.GetTimezoneOfCity("Berlin", "D", Julian(1999, 1, 15, 12), false, &id), "EET");
-  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(2005, 7, 1, 12), false, &id), "MET/S");
+  EXPECT_EQ(
+      places_.GetTimezoneOfCity("Berlin", "D", testing::JulianAt(1999, 1, 15, 12), false, &id),
+      "EET");
+  EXPECT_EQ(
+      places_.GetTimezoneOfCity("München", "D", testing::JulianAt(2005, 7, 1, 12), false, &id),
+      "MET/S");
   EXPECT_EQ(id, places_.GetTimezoneId("MET/S"));
-  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(2005, 7, 1, 12), true).substr(0, 20),
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", testing::JulianAt(2005, 7, 1, 12), true)
+                .substr(0, 20),
             "Middle European Time");
   EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", 0, false, &id), "MET");
-  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(50, 7, 1, 12)), "LMT");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", testing::JulianAt(50, 7, 1, 12)), "LMT");
 }
 
 TEST_F(PlaceLookupTest, TimezoneOfCityWithoutDateIsTheTextOfGetRightTimeZone) {
@@ -270,7 +271,7 @@ TEST_F(PlaceLookupTest, DamagedFilesAreTheLastCallsFault) {
   EXPECT_EQ(fault.File, folder_.str() + "\\D.dao");
   EXPECT_EQ(fault.Code, LZERROR_READ);
   EXPECT_EQ(fault.Reason, "corrupt compressed file format");
-  EXPECT_EQ(places_.GetTimezoneOfCity("Berlin", "D", Julian(1997, 7, 1, 12)), "");
+  EXPECT_EQ(places_.GetTimezoneOfCity("Berlin", "D", testing::JulianAt(1997, 7, 1, 12)), "");
   EXPECT_TRUE(places_.LastAtlasFault());
   EXPECT_EQ(places_.GetCountryTimeZone("D"), "MEZ");  // reads no place file
   folder_.Write("D.dao", places);
@@ -280,11 +281,12 @@ TEST_F(PlaceLookupTest, DamagedFilesAreTheLastCallsFault) {
   const std::string timetables = folder_.Read("ttx.dao");
   folder_.Write("ttx.dao", timetables.substr(0, timetables.size() - 1));
   std::int16_t zone = 5;
-  EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone, Julian(1997, 7, 1, 12)),
+  EXPECT_EQ(places_.GetPlaceDataX("München", "D", nullptr, nullptr, &zone,
+                                  testing::JulianAt(1997, 7, 1, 12)),
             1);
   EXPECT_EQ(zone, 0);
   EXPECT_EQ(places_.LastAtlasFault().File, folder_.str() + "\\ttx.dao");
-  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", Julian(1997, 7, 1, 12)), "");
+  EXPECT_EQ(places_.GetTimezoneOfCity("München", "D", testing::JulianAt(1997, 7, 1, 12)), "");
   EXPECT_EQ(places_.GetTimezoneOfCity("München", "D"), "");
   float dif = 7;
   EXPECT_EQ(places_.Get_TZData("D", 1, testing::At(1997, 7, 1), nullptr, nullptr, &dif), 0.0F);
@@ -292,7 +294,7 @@ TEST_F(PlaceLookupTest, DamagedFilesAreTheLastCallsFault) {
   EXPECT_EQ(places_.LastAtlasFault().Code, LZERROR_READ);
   // One message per call, under the reader's title.
   const std::size_t before = messages_.size();
-  places_.GetTimezoneOfCity("München", "D", Julian(1997, 7, 1, 12));
+  places_.GetTimezoneOfCity("München", "D", testing::JulianAt(1997, 7, 1, 12));
   ASSERT_EQ(messages_.size(), before + 1);
   EXPECT_EQ(messages_.back().title, "Read_Cp_TimeTable");
 }
@@ -314,7 +316,7 @@ TEST_F(PlaceLookupTest, TimetableRowsAsSerialsOrJulianDays) {
   EXPECT_EQ(serial[0].ZoneId, 0);
   EXPECT_EQ(serial[1].Date, testing::At(1893, 4, 1));
   const auto julian = places_.GetTimeTableArray("D", 1, true);
-  EXPECT_DOUBLE_EQ(julian[1].Date, Julian(1893, 4, 1, 0));
+  EXPECT_DOUBLE_EQ(julian[1].Date, testing::JulianAt(1893, 4, 1, 0));
   EXPECT_TRUE(places_.GetTimeTableArray("Xanadu", 1).empty());
 }
 

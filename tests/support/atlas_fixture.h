@@ -13,6 +13,7 @@
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
+#include "util/julian.h"
 #include "util/serial_date.h"
 
 namespace tarv::testing {
@@ -59,6 +60,10 @@ class AtlasFixture : public AtlasTest {
   void WriteTimetables(const std::string& file, const std::vector<TimetableSection>& sections) {
     folder_.Write(file, CompressSzdd(EncodeTimetableFile(sections)));
   }
+  // Germany's (country 58) three timetables: the Central European history,
+  // one without entries and Eastern European time since 1900.
+  void WriteGermanTimetables();
+
   // The identifier of a zone of the project's table.
   static std::int16_t Zone(const std::string& abbreviation) {
     InitializeTimeZones("", "Zones13.bin");
@@ -91,6 +96,17 @@ inline std::vector<std::string> Names(const PlaceList& list) {
   for (const auto& p : list.places)
     names.push_back(p.TrimmedName());
   return names;
+}
+
+inline void AtlasFixture::WriteGermanTimetables() {
+  const auto history = CentralEuropeanHistory(Zone("MET"), Zone("MET/S"));
+  WriteTimetables("ttx.dao", {{58, {history, {}, {{At(1900, 1, 1), Zone("EET")}}}}});
+}
+
+// Julian day of a local date and time.
+inline double JulianAt(int year, int month, int day, double hour) {
+  return GetJulday(static_cast<std::int16_t>(month), static_cast<std::int16_t>(day),
+                   static_cast<std::int16_t>(year), hour);
 }
 
 }  // namespace tarv::testing

@@ -11,7 +11,7 @@
 #include "atlas/place_file_writer.h"
 #include "atlas/zone_table.h"
 #include "atlas/zone_table_source.h"
-#include "export/atomic_file.h"
+#include "platform/atomic_file.h"
 
 namespace tarv::bench {
 namespace {

@@ -13,7 +13,7 @@
 #include "atlas/country_table.h"
 #include "atlas/zone_table.h"
 #include "atlas/zone_table_source.h"
-#include "export/atomic_file.h"
+#include "platform/atomic_file.h"
 #include "platform/codepage.h"
 #include "tarvplaces/atlas_error.h"
 

@@ -5,7 +5,7 @@
 
 #include "atlas/name_index.h"
 #include "atlas/place_search.h"
-#include "export/atomic_file.h"
+#include "platform/atomic_file.h"
 #include "platform/lz.h"
 #include "util/bytes.h"
 #include "util/text.h"

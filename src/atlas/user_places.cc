@@ -1,9 +1,5 @@
 #include "atlas/user_places.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -15,9 +11,10 @@
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
-#include "export/atomic_file.h"
+#include "platform/atomic_file.h"
 #include "platform/change_counter.h"
 #include "platform/codepage.h"
+#include "platform/file_lock.h"
 #include "platform/lz.h"
 #include "platform/paths.h"
 #include "tarvplaces/atlas_error.h"
@@ -29,31 +26,6 @@ namespace fs = std::filesystem;
 
 namespace tarv {
 namespace {
-
-// Holds an exclusive advisory lock on a folder for one read-modify-write.
-// The folder, not the user file, is locked: the file is replaced by rename,
-// so a lock on it would not be seen by a writer that opened the new one.
-class FolderLock {
- public:
-  explicit FolderLock(const fs::path& folder)
-      : fd_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    if (fd_ < 0) {
-      throw AtlasWriteError(folder.string(),
-                            std::string("locking the folder: ") + std::strerror(errno));
-    }
-    while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
-    }
-  }
-  ~FolderLock() {
-    ::flock(fd_, LOCK_UN);
-    ::close(fd_);
-  }
-  FolderLock(const FolderLock&) = delete;
-  FolderLock& operator=(const FolderLock&) = delete;
-
- private:
-  int fd_;
-};
 
 struct UserFile {
   std::string path;  // Windows-style

@@ -7,7 +7,7 @@
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_table.h"
-#include "export/atomic_file.h"
+#include "platform/atomic_file.h"
 #include "export/file_helpers.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"

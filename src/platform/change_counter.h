@@ -19,22 +19,29 @@
 // (another user's, on a folder it may write) changes files without bumping;
 // readers see such a change once they check the files again, within a second.
 //
-// One case is not covered: a program that cuts the file short while others
-// map it makes their next read of the counter fault (SIGBUS). The
-// component's writers never shorten it, and a file found short is not
-// mapped; SQLite's WAL index carries the same exposure.
+// One case is not covered on POSIX systems: a program that cuts the file
+// short while others map it makes their next read of the counter fault
+// (SIGBUS). The component's writers never shorten it, and a file found short
+// is not mapped; SQLite's WAL index carries the same exposure. Windows
+// refuses to shorten a mapped file.
+//
+// Mapping is per system (change_counter_posix.cc, change_counter_windows.cc);
+// reading and bumping are the same everywhere.
 #ifndef TARVPLACES_PLATFORM_CHANGE_COUNTER_H_
 #define TARVPLACES_PLATFORM_CHANGE_COUNTER_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace tarv {
 
 inline constexpr const char* kChangeCounterFile = "Changes.cnt";
 inline constexpr std::size_t kChangeCounterSize = 16;
+inline constexpr std::string_view kChangeCounterMagic{"TPCHANGE", 8};
 
 class ChangeCounter {
  public:
@@ -67,7 +74,8 @@ class ChangeCounter {
   ChangeCounter() = default;
 
   std::filesystem::path path_;
-  int fd_ = -1;
+  std::intptr_t file_ = -1;    // a descriptor, or a Windows file handle
+  std::intptr_t section_ = 0;  // the Windows file-mapping object
   void* mapping_ = nullptr;
   bool writable_ = false;
   std::uint64_t device_ = 0;

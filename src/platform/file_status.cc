@@ -1,16 +1,12 @@
 #include "platform/file_status.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <ctime>
 #include <memory>
 #include <string_view>
 #include <vector>
 
 #include "platform/change_counter.h"
+#include "platform/file_status_native.h"
 #include "platform/message_box.h"
 #include "platform/paths.h"
 
@@ -59,18 +55,6 @@ constexpr std::size_t kMaxRemembered = 32;
 
 constexpr std::int64_t kRecheckNs = 1'000'000'000;
 
-// A clock read from the vDSO page, without a system call; coarse (a few
-// milliseconds) is fine for a one-second rule.
-std::int64_t MonotonicNs() {
-  struct timespec now {};
-#ifdef CLOCK_MONOTONIC_COARSE
-  ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-#else
-  ::clock_gettime(CLOCK_MONOTONIC, &now);
-#endif
-  return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
-}
-
 // The watched folders of this thread; a host uses one atlas, rarely a few.
 class Watches {
  public:
@@ -93,87 +77,6 @@ class Watches {
 
 thread_local Watches watches;
 
-FileStatus StatusOf(const struct stat& info) {
-  FileStatus status;
-  status.exists = true;
-  status.regular = S_ISREG(info.st_mode);
-  status.directory = S_ISDIR(info.st_mode);
-  status.size = static_cast<std::uint64_t>(info.st_size);
-  status.mtime_ns =
-      static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec;
-  status.device = static_cast<std::uint64_t>(info.st_dev);
-  status.inode = static_cast<std::uint64_t>(info.st_ino);
-  return status;
-}
-
-FileStatus Look(const std::string& path, bool follow) {
-  struct stat info {};
-  if ((follow ? ::stat(path.c_str(), &info) : ::lstat(path.c_str(), &info)) != 0) return {};
-  return StatusOf(info);
-}
-
-// A handle for looking up names only; where O_PATH is missing, a folder one
-// may read.
-#ifdef O_PATH
-constexpr int kFolderHandleFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-#else
-constexpr int kFolderHandleFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-#endif
-
-// Open handles on folders the calls look into. The kernel walks every name of
-// a path on each stat; relative to a handle it walks one. A handle is used
-// only for the folder the call found at the folder's path, so a folder
-// renamed, replaced or mounted over is not looked into. (The handle keeps its
-// folder's inode allocated, so no other folder can show the same number.)
-class FolderHandles {
- public:
-  FolderHandles() = default;
-  FolderHandles(const FolderHandles&) = delete;
-  FolderHandles& operator=(const FolderHandles&) = delete;
-  ~FolderHandles() {
-    for (const auto& h : handles_)
-      ::close(h.fd);
-  }
-
-  // A descriptor of `folder` when it is the folder `status` describes, else -1.
-  int For(std::string_view folder, const FileStatus& status) {
-    for (auto it = handles_.begin(); it != handles_.end(); ++it) {
-      if (it->folder != folder) continue;
-      if (it->device == status.device && it->inode == status.inode) return it->fd;
-      ::close(it->fd);
-      handles_.erase(it);
-      break;
-    }
-    const std::string path(folder);
-    const int fd = ::open(path.c_str(), kFolderHandleFlags);
-    if (fd < 0) return -1;
-    struct stat info {};
-    if (::fstat(fd, &info) != 0 || static_cast<std::uint64_t>(info.st_dev) != status.device ||
-        static_cast<std::uint64_t>(info.st_ino) != status.inode) {
-      ::close(fd);  // the folder changed in between; look the long way this time
-      return -1;
-    }
-    if (handles_.size() == kMaxHandles) {
-      ::close(handles_.front().fd);
-      handles_.erase(handles_.begin());
-    }
-    handles_.push_back({path, fd, status.device, status.inode});
-    return fd;
-  }
-
- private:
-  static constexpr std::size_t kMaxHandles = 8;
-  struct Handle {
-    std::string folder;
-    int fd = -1;
-    std::uint64_t device = 0;
-    std::uint64_t inode = 0;
-  };
-  std::vector<Handle> handles_;
-};
-
-thread_local FolderHandles folder_handles;
-
 }  // namespace
 
 namespace {
@@ -186,29 +89,26 @@ const FileStatus* Remembered(std::string_view path, bool follow) {
   return nullptr;
 }
 
-// Within a call: relative to the folder's handle when the call has looked at
-// the folder already (a missing user file has it looked at first).
+// Within a call: relative to the folder when the call has looked at the
+// folder already (a missing user file has it looked at first).
 FileStatus LookInCall(const std::string& path, bool follow) {
-  const auto cut = path.rfind('/');
-  if (cut == std::string::npos || cut == 0 || cut + 1 == path.size()) return Look(path, follow);
-  const std::string_view folder(path.data(), cut);
-  const char* name = path.c_str() + cut + 1;
-  if (std::string_view(name) == "." || std::string_view(name) == "..") return Look(path, follow);
-  const FileStatus* seen = Remembered(folder, true);
-  if (seen == nullptr || !seen->directory) return Look(path, follow);
-  const int fd = folder_handles.For(folder, *seen);
-  if (fd < 0) return Look(path, follow);
-  struct stat info {};
-  if (::fstatat(fd, name, &info, follow ? 0 : AT_SYMLINK_NOFOLLOW) != 0) return {};
-  return StatusOf(info);
+  const auto cut = path.find_last_of(native::kSeparators);
+  if (cut == std::string::npos || cut == 0 || cut + 1 == path.size()) {
+    return native::LookAt(path, follow);
+  }
+  const std::string_view name(path.data() + cut + 1, path.size() - cut - 1);
+  if (name == "." || name == "..") return native::LookAt(path, follow);
+  const FileStatus* seen = Remembered(std::string_view(path.data(), cut), true);
+  if (seen == nullptr || !seen->directory) return native::LookAt(path, follow);
+  return native::LookInFolder(path, cut, *seen, follow);
 }
 
 }  // namespace
 
 FileStatus StatFile(const std::string& path, bool follow) {
-  if (memo.depth == 0) return Look(path, follow);
+  if (memo.depth == 0) return native::LookAt(path, follow);
   if (const FileStatus* seen = Remembered(path, follow)) return *seen;
-  if (memo.used == kMaxRemembered) return Look(path, follow);
+  if (memo.used == kMaxRemembered) return native::LookAt(path, follow);
   const FileStatus status = LookInCall(path, follow);
   if (memo.used == memo.seen.size()) memo.seen.emplace_back();
   auto& fresh = memo.seen[memo.used++];
@@ -244,7 +144,7 @@ void LookForCounter(Watch& watch, std::int64_t now) {
   watch.counter = ChangeCounter::Map(NativePath(watch.folder), /*create=*/true, &why);
   if (!watch.counter && !why.empty() && !watch.told) {
     watch.told = true;
-    MsgBox("The file \"" + (NativePath(watch.folder) / kChangeCounterFile).string() + "\" " + why +
+    MsgBox("The file \"" + Utf8OfPath(NativePath(watch.folder) / kChangeCounterFile) + "\" " + why +
                ".\nLookups check the atlas files on every call until it is removed.",
            kMsgExclamation);
   }
@@ -254,7 +154,7 @@ void LookForCounter(Watch& watch, std::int64_t now) {
 
 StatScope::StatScope(std::string_view watched_folder) {
   if (memo.depth++ != 0) return;
-  const std::int64_t now = MonotonicNs();
+  const std::int64_t now = native::CoarseMonotonicNs();
   Watch& watch = watches.For(watched_folder);
   if (memo.shared && memo.watch == &watch && now - memo.since_ns < kRecheckNs &&
       watch.counter->Value() == memo.counter_seen) {

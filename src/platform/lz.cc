@@ -12,30 +12,17 @@
 #include <vector>
 
 #include "platform/file_status.h"
+#include "platform/lz_native.h"
 #include "platform/paths.h"
 #include "util/bytes.h"
 
 namespace tarv {
 namespace {
 
-constexpr std::string_view kSzddMagic("SZDD\x88\xF0\x27\x33", 8);
 constexpr std::size_t kHeaderSize = 14;
 constexpr std::size_t kMaxExpanded = std::size_t{64} << 20;
 constexpr std::size_t kLengthRatioLimit = 100;
 constexpr std::size_t kLengthSlack = std::size_t{64} << 10;
-
-bool HasSzddMagic(std::string_view bytes) {
-  return bytes.substr(0, kSzddMagic.size()) == kSzddMagic;
-}
-
-// A file as the LZ service sees it: the bytes its data decodes to, and the
-// length its header announces (the bytes' own length for a plain file).
-struct Expansion {
-  std::string bytes;
-  std::size_t length = 0;
-  // The data ended before the length its header announced.
-  bool Damaged() const { return bytes.size() < length; }
-};
 
 // ---------------------------------------------------------------------------
 // SZDD's LZSS (mode "A"): a window of 4096 bytes filled with blanks, written
@@ -269,45 +256,32 @@ ImageCache& Cache() {
   return cache;
 }
 
-// Reads the file, `expected` bytes at once and whatever it grew by since.
-bool ReadWholeFile(const std::filesystem::path& file, std::size_t expected, std::string& bytes) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return false;
-  bytes.resize(expected);
-  in.read(bytes.data(), static_cast<std::streamsize>(expected));
-  bytes.resize(static_cast<std::size_t>(in.gcount()));
-  if (in) bytes.append(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return !in.bad();
-}
-
 }  // namespace
 
 bool StartsWithSzddMagic(std::string_view bytes) noexcept {
-  return HasSzddMagic(bytes);
+  return bytes.substr(0, kSzddMagic.size()) == kSzddMagic;
 }
 
-namespace {
+namespace {}  // namespace
 
-// The expansion of a file's bytes: as they stand without the SZDD magic, else
-// decoded up to the header's length. `error` is set only for what makes the
-// file unreadable as a whole (a short header, an absurd length, an unknown
-// mode); data that ends early comes back as a damaged expansion.
+std::int32_t SzddHeaderError(std::string_view file_bytes, std::uint64_t file_size,
+                             std::uint32_t& length) {
+  length = 0;
+  if (file_bytes.size() < kHeaderSize) return LZERROR_READ;
+  if (file_bytes[8] != 'A') return LZERROR_UNKNOWNALG;
+  length = static_cast<std::uint32_t>(DecodeInt32(file_bytes, 10));
+  if (length > kMaxExpanded || length > kLengthRatioLimit * file_size + kLengthSlack) {
+    return LZERROR_READ;
+  }
+  return 0;
+}
+
 Expansion Expand(std::string_view file_bytes, std::int32_t& error) {
   error = 0;
-  if (!HasSzddMagic(file_bytes)) return {std::string(file_bytes), file_bytes.size()};
-  if (file_bytes.size() < kHeaderSize) {
-    error = LZERROR_READ;
-    return {};
-  }
-  if (file_bytes[8] != 'A') {
-    error = LZERROR_UNKNOWNALG;
-    return {};
-  }
-  const auto length = static_cast<std::uint32_t>(DecodeInt32(file_bytes, 10));
-  if (length > kMaxExpanded || length > kLengthRatioLimit * file_bytes.size() + kLengthSlack) {
-    error = LZERROR_READ;
-    return {};
-  }
+  if (!StartsWithSzddMagic(file_bytes)) return {std::string(file_bytes), file_bytes.size()};
+  std::uint32_t length = 0;
+  error = SzddHeaderError(file_bytes, file_bytes.size(), length);
+  if (error != 0) return {};
   // Eight matches of 18 bytes behind one control byte is the most 17 bytes
   // can give, so the field need not be trusted for the reservation.
   const std::size_t most = (file_bytes.size() - kHeaderSize) / 17 * 144 + 144;
@@ -317,8 +291,6 @@ Expansion Expand(std::string_view file_bytes, std::int32_t& error) {
   Decode(file_bytes, length, out.bytes);
   return out;
 }
-
-}  // namespace
 
 std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
   Expansion expansion = Expand(file_bytes, error);
@@ -362,7 +334,7 @@ std::shared_ptr<const Expansion> LookUpExpansion(const std::string& path, std::i
   std::string native = slashed;
   auto stamp = Stamp(native);
   if (!stamp) {
-    native = NativePath(path).native();
+    native = Utf8OfPath(NativePath(path));
     if (native != slashed) stamp = Stamp(native);
   }
   if (!stamp) return nullptr;
@@ -374,17 +346,7 @@ std::shared_ptr<const Expansion> LookUpExpansion(const std::string& path, std::i
     return nullptr;
   }
   const bool settled = NowNs() - stamp->mtime_ns > kSettleNs;
-  std::string bytes;
-  if (!ReadWholeFile(native, static_cast<std::size_t>(stamp->size), bytes)) {
-    error = LZERROR_BADINHANDLE;
-    return nullptr;
-  }
-  if (!HasSzddMagic(bytes) &&
-      bytes.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-    error = LZERROR_GLOBALLOC;  // grew since it was measured
-    return nullptr;
-  }
-  auto image = std::make_shared<const Expansion>(Expand(bytes, error));
+  auto image = std::make_shared<const Expansion>(native::ExpandFile(native, stamp->size, error));
   if (error != 0) return nullptr;
   Cache().Store(key, *stamp, settled, image);
   return image;
@@ -424,7 +386,7 @@ std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::i
 
 void ForgetExpandedImage(const std::string& path) {
   ForgetStatsOfThisCall();
-  Cache().Drop(NativePath(path).string());
+  Cache().Drop(Utf8OfPath(NativePath(path)));
 }
 
 void ClearExpandedImages() {

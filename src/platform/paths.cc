@@ -34,7 +34,7 @@ class ListingCache {
     const FileStatus status = StatFile(folder);
     if (!status.exists) return {};
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto key = folder.string();
+    const auto key = Utf8OfPath(folder);
     if (auto it = cache_.find(key);
         it != cache_.end() && it->second.settled && it->second.folder.SameVersion(status)) {
       return it->second.names;
@@ -54,7 +54,7 @@ class ListingCache {
     std::vector<std::string> names;
     std::error_code ec;
     for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
-      names.push_back(it->path().filename().string());
+      names.push_back(Utf8OfPath(it->path().filename()));
     }
     std::sort(names.begin(), names.end());
     return names;
@@ -69,29 +69,15 @@ ListingCache& Listings() {
   return cache;
 }
 
-bool Exists(const fs::path& p) {
-  return StatFile(p, /*follow=*/false).exists;
-}
-
-// The entry of `folder` that equals `name` without regard to case, or "".
-std::string FindEntry(const fs::path& folder, const std::string& name) {
-  const auto names = ListDirectory(folder.empty() ? fs::path(".") : folder);
-  if (std::binary_search(names.begin(), names.end(), name)) return name;
-  for (const auto& entry : names) {
-    if (SameFileName(entry, name)) return entry;
-  }
-  return {};
-}
-
 }  // namespace
 
 bool SameFileName(std::string_view a, std::string_view b) {
   // Case folding of the names as they are: transliterating them would make
   // "Москва" and "Moskva" one file.
-  const auto x = icu::UnicodeString::fromUTF8(
-      icu::StringPiece(a.data(), static_cast<std::int32_t>(a.size())));
-  const auto y = icu::UnicodeString::fromUTF8(
-      icu::StringPiece(b.data(), static_cast<std::int32_t>(b.size())));
+  const auto x =
+      icu::UnicodeString::fromUTF8(icu::StringPiece(a.data(), static_cast<std::int32_t>(a.size())));
+  const auto y =
+      icu::UnicodeString::fromUTF8(icu::StringPiece(b.data(), static_cast<std::int32_t>(b.size())));
   return x.caseCompare(y, U_FOLD_CASE_DEFAULT) == 0;
 }
 
@@ -115,155 +101,51 @@ std::vector<fs::path> MatchingFiles(std::string_view windows_pattern) {
   for (const auto& name : ListDirectory(native_folder)) {
     if (!matcher.Matches(AnsiFromUtf8(name))) continue;
     std::error_code ec;
-    const fs::path candidate = native_folder / name;
+    const fs::path candidate = native_folder / PathFromUtf8(name);
     if (fs::is_regular_file(candidate, ec)) files.push_back(candidate);
   }
   return files;
 }
 
-std::string SlashedString(std::string_view windows_path) {
-  std::string slashed(windows_path);
-  std::replace(slashed.begin(), slashed.end(), '\\', '/');
-  return slashed;
+fs::path PathFromUtf8(std::string_view utf8) {
+  return fs::path(std::u8string_view(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
 }
 
-fs::path SlashedPath(std::string_view windows_path) {
-  return fs::path(SlashedString(windows_path));
+std::string Utf8OfPath(const fs::path& path) {
+  const std::u8string text = path.u8string();
+  return std::string(text.begin(), text.end());
 }
 
-namespace {
-
-struct Resolution {
-  fs::path path;
-  bool exists = false;
-  fs::path checked_folder;  // for a missing path: the folder that lacks its next part
-};
-
-// Resolves a path that does not exist as written.
-Resolution Resolve(const fs::path& direct) {
-  const fs::path relative = direct.relative_path();
-  const std::vector<fs::path> parts(relative.begin(), relative.end());
-  // The deepest folder that exists as written; usually the atlas folder.
-  std::size_t known = parts.size();
-  fs::path resolved;
-  while (known > 0) {
-    --known;
-    resolved = direct.root_path();
-    for (std::size_t i = 0; i < known; ++i)
-      resolved /= parts[i];
-    if (known == 0 || Exists(resolved)) break;
-  }
-  for (std::size_t i = known; i < parts.size(); ++i) {
-    const std::string name = parts[i].string();
-    if (name.empty() || name == "." || name == "..") {
-      resolved /= parts[i];
-      continue;
+bool IsReservedDeviceName(std::string_view path) {
+  std::size_t start = 0;
+  while (start <= path.size()) {
+    std::size_t end = path.find_first_of("\\/", start);
+    if (end == std::string_view::npos) end = path.size();
+    std::string_view name = path.substr(start, end - start);
+    // "NUL.dao" and "nul .txt" name the device as well.
+    name = name.substr(0, name.find('.'));
+    while (!name.empty() && name.back() == ' ')
+      name.remove_suffix(1);
+    std::string upper(name);
+    for (char& c : upper) {
+      if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
     }
-    const std::string found = FindEntry(resolved, name);
-    if (found.empty()) {
-      // Nothing below a missing folder can exist.
-      Resolution missing{resolved, false, resolved.empty() ? fs::path(".") : resolved};
-      for (; i < parts.size(); ++i)
-        missing.path /= parts[i];
-      return missing;
+    if (upper == "CON" || upper == "PRN" || upper == "AUX" || upper == "NUL" || upper == "CONIN$" ||
+        upper == "CONOUT$") {
+      return true;
     }
-    resolved /= found;
-  }
-  return {resolved, true, {}};
-}
-
-// Resolutions of paths that are not spelled as on disk. A missing path stays
-// missing while the folder that lacked its next part is unchanged (creating
-// that part would change the folder's time); a found spelling stays right
-// while it exists. One stat checks either.
-class ResolutionCache {
- public:
-  std::optional<fs::path> Find(const std::string& key) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto it = entries_.find(key);
-    if (it == entries_.end()) return std::nullopt;
-    const Entry& e = it->second;
-    if (e.exists ? Exists(e.path) : StillMissing(e)) return e.path;
-    entries_.erase(it);
-    return std::nullopt;
-  }
-  // True when `key` was missing as written, below a folder spelled as
-  // written that has not changed since: nothing on its path can have
-  // appeared, under this spelling or another.
-  bool KnownMissing(std::string_view key) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (entries_.empty()) return false;
-    const auto it = entries_.find(key);
-    return it != entries_.end() && !it->second.exists && it->second.folder_as_written &&
-           StillMissing(it->second);
-  }
-  void Store(const std::string& key, const Resolution& r, const FileStatus& folder) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (entries_.size() > kMaxEntries) entries_.clear();
-    const bool settled = r.exists || NowNs() - folder.mtime_ns > kSettleNs;
-    const std::string checked = r.checked_folder.string();
-    const bool as_written = !r.exists && folder.exists && !checked.empty() && checked != "." &&
-                            key.size() > checked.size() &&
-                            key.compare(0, checked.size(), checked) == 0 &&
-                            (checked.back() == '/' || key[checked.size()] == '/');
-    entries_[key] = Entry{r.path, r.exists, r.checked_folder, folder, settled, as_written};
-  }
-  void Clear() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    entries_.clear();
-  }
-
- private:
-  static constexpr std::size_t kMaxEntries = 4096;
-  struct Entry {
-    fs::path path;
-    bool exists = false;
-    fs::path folder;
-    FileStatus folder_status;
-    bool settled = false;
-    bool folder_as_written = false;  // the folder is the path's own beginning
-  };
-  static bool StillMissing(const Entry& e) {
-    return e.settled && StatFile(e.folder).SameVersion(e.folder_status);
-  }
-  // Looked up by string_view, so that a path without backslashes needs no copy.
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view s) const noexcept {
-      return std::hash<std::string_view>()(s);
+    if (upper.size() == 4 && (upper.starts_with("COM") || upper.starts_with("LPT")) &&
+        upper[3] >= '0' && upper[3] <= '9') {
+      return true;
     }
-  };
-  std::mutex mutex_;
-  std::unordered_map<std::string, Entry, Hash, std::equal_to<>> entries_;
-};
-
-ResolutionCache& Resolutions() {
-  static ResolutionCache cache;
-  return cache;
-}
-
-}  // namespace
-
-fs::path NativePath(std::string_view windows_path) {
-  const fs::path direct = SlashedPath(windows_path);
-  if (direct.empty()) return direct;
-  const std::string key = direct.string();
-  if (Resolutions().KnownMissing(key)) return direct;
-  if (Exists(direct)) return direct;
-  if (auto cached = Resolutions().Find(key)) return *cached;
-  const Resolution r = Resolve(direct);
-  // A folder that changed while it was looked at has a recent time, and a
-  // recent entry is never trusted, so that race cannot leave a wrong entry.
-  Resolutions().Store(key, r, r.exists ? FileStatus{} : StatFile(r.checked_folder));
-  return r.path;
-}
-
-bool KnownMissing(std::string_view windows_path) {
-  if (windows_path.empty()) return false;
-  if (windows_path.find('\\') == std::string_view::npos) {
-    return Resolutions().KnownMissing(windows_path);
+    // COM and LPT with a superscript digit (Windows-1252 ones, in UTF-8).
+    if (upper.size() == 5 && (upper.starts_with("COM") || upper.starts_with("LPT")) &&
+        upper[3] == '\xC2' && (upper[4] == '\xB9' || upper[4] == '\xB2' || upper[4] == '\xB3')) {
+      return true;
+    }
+    start = end + 1;
   }
-  return Resolutions().KnownMissing(SlashedString(windows_path));
+  return false;
 }
 
 }  // namespace tarv

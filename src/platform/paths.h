@@ -3,7 +3,13 @@
 // The component composes paths the way its hosts expect: the place folder as
 // the host gave it, "\" between folder and file, names compared without regard
 // to case. NativePath is the one place where such a path meets the file
-// system; every file the component opens goes through it.
+// system; every file the component opens goes through it. On Windows that is
+// the path as it stands (paths_windows.cc); elsewhere "\" becomes "/" and
+// names are matched without regard to case (paths_posix.cc).
+//
+// Paths are UTF-8 text everywhere in the component. PathFromUtf8 and
+// Utf8OfPath convert to and from std::filesystem::path, whose narrow
+// constructors and string() would use the process's code page on Windows.
 #ifndef TARVPLACES_PLATFORM_PATHS_H_
 #define TARVPLACES_PLATFORM_PATHS_H_
 
@@ -13,6 +19,16 @@
 #include <vector>
 
 namespace tarv {
+
+// The file system's path for UTF-8 text, and the UTF-8 text of a path.
+std::filesystem::path PathFromUtf8(std::string_view utf8);
+std::string Utf8OfPath(const std::filesystem::path& path);
+
+// True when a component of `path` names one of Windows' devices (CON, PRN,
+// AUX, NUL, COM1-COM9, LPT1-LPT9, CONIN$, CONOUT$), with or without an
+// extension: on Windows such a path opens the device, whatever the folder.
+// The Windows port never opens such a path as a file.
+bool IsReservedDeviceName(std::string_view path);
 
 // Maps a Windows-style path (UTF-8) to the file system: every "\" becomes a
 // "/". When that path does not exist, each component is resolved without

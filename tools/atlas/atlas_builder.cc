@@ -22,7 +22,7 @@
 #include "atlas/zone_periods.h"
 #include "atlas/zone_table.h"
 #include "atlas/zone_table_source.h"
-#include "export/atomic_file.h"
+#include "platform/atomic_file.h"
 #include "platform/change_counter.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"

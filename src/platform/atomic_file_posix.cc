@@ -1,5 +1,3 @@
-#include "export/atomic_file.h"
-
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/atomic_file.h"
 #include "tarvplaces/atlas_error.h"
 
 namespace fs = std::filesystem;
@@ -18,6 +17,10 @@ namespace {
 
 [[noreturn]] void Fail(const fs::path& target, const std::string& step, int error) {
   throw AtlasWriteError(target.string(), step + ": " + std::strerror(error));
+}
+
+std::string Reason(const std::string& step, int error) {
+  return step + ": " + std::strerror(error);
 }
 
 // Makes the rename itself durable.
@@ -54,70 +57,58 @@ int OpenLocked(const fs::path& target, const fs::path& temp) {
 
 }  // namespace
 
-fs::path TemporaryPathOf(const fs::path& target) {
-  fs::path temp = target;
-  return temp.replace_extension("~~~");
-}
-
 StagedFile::StagedFile(fs::path target)
     : target_(std::move(target)), temp_(TemporaryPathOf(target_)) {
   // The system would take a path holding a NUL for the shorter one before it.
   if (target_.native().find('\0') != std::string::npos) Fail(target_, "naming it", EINVAL);
-  fd_ = OpenLocked(target_, temp_);
+  handle_ = OpenLocked(target_, temp_);
   // What an interrupted writer left behind goes.
-  if (::ftruncate(fd_, 0) != 0) FailAndRemove("emptying its temporary file", errno);
+  if (::ftruncate(static_cast<int>(handle_), 0) != 0)
+    FailAndRemove(Reason("emptying its temporary file", errno));
 }
 
-StagedFile::StagedFile(fs::path target, std::string_view bytes) : StagedFile(std::move(target)) {
-  Write(bytes);
-  Flush();
-}
-
-void StagedFile::FailAndRemove(const std::string& step, int error) {
+void StagedFile::FailAndRemove(const std::string& what) {
   ::unlink(temp_.c_str());
-  ::close(fd_);
-  fd_ = -1;
-  Fail(target_, step, error);
+  ::close(static_cast<int>(handle_));
+  handle_ = -1;
+  throw AtlasWriteError(target_.string(), what);
 }
 
 void StagedFile::Write(std::string_view bytes) {
-  if (fd_ < 0) return;
+  if (handle_ < 0) return;
   std::size_t written = 0;
   while (written < bytes.size()) {
-    const ssize_t n = ::write(fd_, bytes.data() + written, bytes.size() - written);
+    const ssize_t n =
+        ::write(static_cast<int>(handle_), bytes.data() + written, bytes.size() - written);
     if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) FailAndRemove("writing", n < 0 ? errno : ENOSPC);
+    if (n <= 0) FailAndRemove(Reason("writing", n < 0 ? errno : ENOSPC));
     written += static_cast<std::size_t>(n);
   }
   flushed_ = false;
 }
 
 void StagedFile::Flush() {
-  if (fd_ < 0 || flushed_) return;
-  if (::fsync(fd_) != 0) FailAndRemove("flushing", errno);
+  if (handle_ < 0 || flushed_) return;
+  if (::fsync(static_cast<int>(handle_)) != 0) FailAndRemove(Reason("flushing", errno));
   flushed_ = true;
 }
 
 StagedFile::~StagedFile() {
-  if (fd_ < 0) return;
+  if (handle_ < 0) return;
   ::unlink(temp_.c_str());
-  ::close(fd_);
+  ::close(static_cast<int>(handle_));
 }
 
 void StagedFile::Commit() {
-  if (fd_ < 0) return;
+  if (handle_ < 0) return;
   Flush();
   // Renamed while still locked: a waiting writer then finds the name free.
   if (::rename(temp_.c_str(), target_.c_str()) != 0) {
-    FailAndRemove("putting it in place", errno);
+    FailAndRemove(Reason("putting it in place", errno));
   }
-  ::close(fd_);  // the data was flushed before the rename
-  fd_ = -1;
+  ::close(static_cast<int>(handle_));  // the data was flushed before the rename
+  handle_ = -1;
   SyncFolder(target_.parent_path());
-}
-
-void WriteFileAtomically(const fs::path& target, std::string_view bytes) {
-  StagedFile(target, bytes).Commit();
 }
 
 }  // namespace tarv

@@ -1,4 +1,4 @@
-#include "export/atomic_file.h"
+#include "platform/atomic_file.h"
 
 #include <gtest/gtest.h>
 

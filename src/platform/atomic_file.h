@@ -1,8 +1,11 @@
 // Writing files so that a crash leaves the old or the new file, never a torn
-// one, and no temporary files pile up.
-#ifndef TARVPLACES_EXPORT_ATOMIC_FILE_H_
-#define TARVPLACES_EXPORT_ATOMIC_FILE_H_
+// one, and no temporary files pile up. The file operations are the system's
+// own (atomic_file_posix.cc: flock, fsync, rename; atomic_file_windows.cc:
+// an unshared handle, write-through, MoveFileExW).
+#ifndef TARVPLACES_PLATFORM_ATOMIC_FILE_H_
+#define TARVPLACES_PLATFORM_ATOMIC_FILE_H_
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -44,11 +47,13 @@ class StagedFile {
   void Commit();
 
  private:
-  [[noreturn]] void FailAndRemove(const std::string& step, int error);
+  // Removes the temporary file and throws AtlasWriteError naming the target
+  // with `what` went wrong.
+  [[noreturn]] void FailAndRemove(const std::string& what);
 
   std::filesystem::path target_;
   std::filesystem::path temp_;
-  int fd_ = -1;  // the locked temporary file until Commit
+  std::intptr_t handle_ = -1;  // the locked temporary file until Commit
   bool flushed_ = true;
 };
 
@@ -57,4 +62,4 @@ void WriteFileAtomically(const std::filesystem::path& target, std::string_view b
 
 }  // namespace tarv
 
-#endif  // TARVPLACES_EXPORT_ATOMIC_FILE_H_
+#endif  // TARVPLACES_PLATFORM_ATOMIC_FILE_H_

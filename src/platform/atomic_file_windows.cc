@@ -1,0 +1,139 @@
+#include <windows.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "platform/atomic_file.h"
+#include "platform/paths.h"
+#include "platform/windows_error.h"
+#include "tarvplaces/atlas_error.h"
+
+namespace fs = std::filesystem;
+
+namespace tarv {
+namespace {
+
+[[noreturn]] void Fail(const fs::path& target, const std::string& what) {
+  throw AtlasWriteError(Utf8OfPath(target), what);
+}
+
+std::string Reason(const std::string& step) {
+  return step + ": " + WindowsErrorText(::GetLastError());
+}
+
+HANDLE Held(std::intptr_t handle) {
+  return reinterpret_cast<HANDLE>(handle);
+}
+
+// How long a writer keeps trying when a file is in use by someone who may
+// let go of it soon (a reader of the target, a writer's pending delete).
+constexpr auto kPatience = std::chrono::seconds(5);
+constexpr auto kRetryPause = std::chrono::milliseconds(5);
+
+// The temporary file, held for writing and shared with nobody but readers
+// and the rename: a second writer of the same target gets a sharing
+// violation and waits until the first has renamed or removed it (the way
+// flock makes it wait elsewhere). Access denied also happens while another
+// writer's removal is pending; that passes quickly, a real denial doesn't.
+HANDLE OpenLocked(const fs::path& target, const fs::path& temp) {
+  const auto give_up = std::chrono::steady_clock::now() + kPatience;
+  for (;;) {
+    const HANDLE file =
+        ::CreateFileW(temp.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                      nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file != INVALID_HANDLE_VALUE) return file;
+    const DWORD error = ::GetLastError();
+    const bool busy = error == ERROR_SHARING_VIOLATION ||
+                      (error == ERROR_ACCESS_DENIED && std::chrono::steady_clock::now() < give_up);
+    if (!busy) Fail(target, Reason("creating its temporary file " + Utf8OfPath(temp.filename())));
+    std::this_thread::sleep_for(kRetryPause);
+  }
+}
+
+// Deletes the held file when it is closed, so that no other writer can open
+// it between our close and a delete.
+void RemoveAndClose(HANDLE file) {
+  FILE_DISPOSITION_INFO dispose{};
+  dispose.DeleteFile = TRUE;
+  ::SetFileInformationByHandle(file, FileDispositionInfo, &dispose, sizeof(dispose));
+  ::CloseHandle(file);
+}
+
+}  // namespace
+
+StagedFile::StagedFile(fs::path target)
+    : target_(std::move(target)), temp_(TemporaryPathOf(target_)) {
+  // The system would take a path holding a NUL for the shorter one before it.
+  if (target_.native().find(L'\0') != std::wstring::npos) Fail(target_, "naming it: invalid name");
+  // On Windows "NUL.dao" is the null device in every folder: what was
+  // written there would be lost without a word.
+  if (IsReservedDeviceName(Utf8OfPath(target_))) {
+    Fail(target_, "naming it: the name is reserved for a device on Windows");
+  }
+  handle_ = reinterpret_cast<std::intptr_t>(OpenLocked(target_, temp_));
+  // What an interrupted writer left behind goes.
+  LARGE_INTEGER start{};
+  if (::SetFilePointerEx(Held(handle_), start, nullptr, FILE_BEGIN) == 0 ||
+      ::SetEndOfFile(Held(handle_)) == 0) {
+    FailAndRemove(Reason("emptying its temporary file"));
+  }
+}
+
+void StagedFile::FailAndRemove(const std::string& what) {
+  RemoveAndClose(Held(handle_));
+  handle_ = -1;
+  Fail(target_, what);
+}
+
+void StagedFile::Write(std::string_view bytes) {
+  if (handle_ == -1) return;
+  std::size_t written = 0;
+  while (written < bytes.size()) {
+    const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - written, 1u << 30));
+    DWORD done = 0;
+    if (::WriteFile(Held(handle_), bytes.data() + written, chunk, &done, nullptr) == 0) {
+      FailAndRemove(Reason("writing"));
+    }
+    if (done == 0) {
+      ::SetLastError(ERROR_DISK_FULL);
+      FailAndRemove(Reason("writing"));
+    }
+    written += done;
+  }
+  flushed_ = false;
+}
+
+void StagedFile::Flush() {
+  if (handle_ == -1 || flushed_) return;
+  if (::FlushFileBuffers(Held(handle_)) == 0) FailAndRemove(Reason("flushing"));
+  flushed_ = true;
+}
+
+StagedFile::~StagedFile() {
+  if (handle_ == -1) return;
+  RemoveAndClose(Held(handle_));
+}
+
+void StagedFile::Commit() {
+  if (handle_ == -1) return;
+  Flush();
+  // Renamed while still held (the handle shares deletion, which permits
+  // it), so a waiting writer finds the name free only once the new file is
+  // in place. A reader holding the target without sharing deletion makes
+  // the move fail for a moment; the data is flushed already, so wait.
+  const auto give_up = std::chrono::steady_clock::now() + kPatience;
+  while (::MoveFileExW(temp_.c_str(), target_.c_str(),
+                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0) {
+    const DWORD error = ::GetLastError();
+    if ((error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION) ||
+        std::chrono::steady_clock::now() >= give_up) {
+      FailAndRemove(Reason("putting it in place"));
+    }
+    std::this_thread::sleep_for(kRetryPause);
+  }
+  ::CloseHandle(Held(handle_));
+  handle_ = -1;
+}
+
+}  // namespace tarv

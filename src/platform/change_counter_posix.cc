@@ -1,0 +1,130 @@
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "platform/change_counter.h"
+
+namespace tarv {
+namespace {
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  void reset(int fd) {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = fd;
+  }
+  int get() const { return fd_; }
+  int release() { return std::exchange(fd_, -1); }
+
+ private:
+  int fd_;
+};
+
+// Writes the magic into a new, empty file and gives it its length. Two
+// processes doing so at once write the same bytes; the counter is never
+// written here, so a bump that came in between is kept.
+bool Initialize(int fd) {
+  if (::pwrite(fd, kChangeCounterMagic.data(), kChangeCounterMagic.size(), 0) !=
+      static_cast<ssize_t>(kChangeCounterMagic.size())) {
+    return false;
+  }
+  struct stat info {};
+  if (::fstat(fd, &info) != 0) return false;
+  if (static_cast<std::size_t>(info.st_size) >= kChangeCounterSize) return true;
+  return ::ftruncate(fd, static_cast<off_t>(kChangeCounterSize)) == 0;
+}
+
+}  // namespace
+
+std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& user_folder,
+                                                  bool create, std::string* why) {
+  if (why != nullptr) why->clear();
+  const std::filesystem::path path = user_folder / kChangeCounterFile;
+  bool writable = true;
+  Descriptor fd(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+  if (fd.get() < 0 && errno == ENOENT && create) {
+    struct stat folder {};
+    if (::stat(user_folder.c_str(), &folder) == 0 && S_ISDIR(folder.st_mode)) {
+      // Whoever may write the folder may write the counter.
+      const mode_t mode = (folder.st_mode & 0666) | 0600;
+      Descriptor made(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+      if (made.get() >= 0) ::fchmod(made.get(), mode);
+      fd.reset(made.release());
+    }
+  }
+  if (fd.get() < 0 && (errno == EACCES || errno == EPERM || errno == EROFS)) {
+    writable = false;
+    fd.reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  }
+  if (fd.get() < 0) {
+    if (why != nullptr && errno != ENOENT)
+      *why = std::string("cannot be opened: ") + std::strerror(errno);
+    return nullptr;
+  }
+
+  struct stat info {};
+  if (::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    if (why != nullptr) *why = "is not a regular file";
+    return nullptr;
+  }
+  if (info.st_size == 0 && writable) {
+    if (!Initialize(fd.get())) {
+      if (why != nullptr) *why = std::string("cannot be written: ") + std::strerror(errno);
+      return nullptr;
+    }
+    info.st_size = static_cast<off_t>(kChangeCounterSize);
+  }
+  if (static_cast<std::size_t>(info.st_size) < kChangeCounterSize) {
+    if (why != nullptr) *why = "is shorter than a change counter";
+    return nullptr;
+  }
+  char magic[kChangeCounterMagic.size()] = {};
+  if (::pread(fd.get(), magic, sizeof(magic), 0) != static_cast<ssize_t>(sizeof(magic)) ||
+      std::memcmp(magic, kChangeCounterMagic.data(), kChangeCounterMagic.size()) != 0) {
+    if (why != nullptr) *why = "is not a change counter (its first bytes are not \"TPCHANGE\")";
+    return nullptr;
+  }
+  void* mapping = ::mmap(nullptr, kChangeCounterSize, PROT_READ | (writable ? PROT_WRITE : 0),
+                         MAP_SHARED, fd.get(), 0);
+  if (mapping == MAP_FAILED) {
+    if (why != nullptr) *why = std::string("cannot be mapped: ") + std::strerror(errno);
+    return nullptr;
+  }
+  std::unique_ptr<ChangeCounter> counter(new ChangeCounter);
+  counter->path_ = path;
+  counter->file_ = fd.release();
+  counter->mapping_ = mapping;
+  counter->writable_ = writable;
+  counter->device_ = static_cast<std::uint64_t>(info.st_dev);
+  counter->inode_ = static_cast<std::uint64_t>(info.st_ino);
+  return counter;
+}
+
+ChangeCounter::~ChangeCounter() {
+  ::munmap(mapping_, kChangeCounterSize);
+  ::close(static_cast<int>(file_));
+}
+
+bool ChangeCounter::StillValid() const noexcept {
+  struct stat mapped {};
+  struct stat named {};
+  if (::fstat(static_cast<int>(file_), &mapped) != 0 || ::stat(path_.c_str(), &named) != 0)
+    return false;
+  return static_cast<std::size_t>(mapped.st_size) >= kChangeCounterSize &&
+         named.st_dev == mapped.st_dev && named.st_ino == mapped.st_ino &&
+         static_cast<std::uint64_t>(mapped.st_ino) == inode_ &&
+         static_cast<std::uint64_t>(mapped.st_dev) == device_;
+}
+
+}  // namespace tarv

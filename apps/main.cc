@@ -3,7 +3,6 @@
 //
 // Exit status: 0 something was found, 1 nothing was found, 2 bad usage or
 // unreadable data (with a one-line message on stderr that says what to do).
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -26,6 +25,7 @@
 #include "interface/export_phrase.h"
 #include "interface/place_report.h"
 #include "platform/codepage.h"
+#include "platform/console.h"
 #include "platform/lz.h"
 #include "platform/paths.h"
 #include "tarvplaces/places.h"
@@ -171,8 +171,9 @@ Exit FaultExit(const tarv::AtlasFault& fault) {
                                  ? "check that it can be read"
                                  : "restore it or build the atlas again with \"tarvplaces "
                                    "build-atlas --out DIR\"";
-  return Exit{kUsage, "cannot read the atlas file \"" + tarv::NativePath(fault.File).string() +
-                          "\": " + fault.Reason + ": " + advice};
+  return Exit{kUsage, "cannot read the atlas file \"" +
+                          tarv::Utf8OfPath(tarv::NativePath(fault.File)) + "\": " + fault.Reason +
+                          ": " + advice};
 }
 
 void CheckAtlasFault() {
@@ -579,7 +580,7 @@ int RunExport(const Options& o, const std::string& to) {
     std::error_code ec;
     std::filesystem::create_directories(to, ec);
     if (ec) throw tarv::AtlasWriteError(to, "creating the folder: " + ec.message());
-    const bool terminal = ::isatty(2) != 0;
+    const bool terminal = tarv::StderrIsTerminal();
     tarv::ExportPlaces("", to, [terminal](const std::string& what, double fraction) {
       if (!terminal) return;
       std::cerr << "\r[" << std::setw(3) << static_cast<int>(fraction * 100) << "%] " << std::left
@@ -631,7 +632,7 @@ int RunPlacemanager(const Options& o, const std::string& name, const std::string
 }
 
 int RunBuildAtlas(tarv::atlas::BuildOptions options) {
-  const bool terminal = ::isatty(2) != 0;
+  const bool terminal = tarv::StderrIsTerminal();
   options.progress = [terminal](const std::string& what, double fraction) {
     if (!terminal) return;
     std::cerr << "\r[" << std::setw(3) << static_cast<int>(fraction * 100) << "%] " << std::left
@@ -686,6 +687,7 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  tarv::PrepareStandardStreams();
   CLI::App app{
       "tarvplaces: places, coordinates and time-zone history from the TarvPlaces atlas.\n"
       "The default atlas is built from GeoNames data (geonames.org, CC BY 4.0) and the IANA time "
@@ -799,19 +801,25 @@ int main(int argc, char** argv) {
 
   std::optional<Exit> failure;
   try {
-    app.parse(argc, argv);
+    // CLI11 reads arguments as argv gives them; on Windows argv is not UTF-8.
+    const std::vector<std::string> arguments = tarv::Utf8Arguments(argc, argv);
+    std::vector<char*> pointers;
+    for (const auto& argument : arguments)
+      pointers.push_back(const_cast<char*>(argument.c_str()));
+    app.parse(static_cast<int>(pointers.size()), pointers.data());
   } catch (const CLI::ParseError& e) {
     const int code = app.exit(e);
     return code == 0 ? 0 : kUsage;
   } catch (const Exit& e) {
     failure = e;
   } catch (const tarv::AtlasWriteError& e) {
-    failure = Exit{kUsage, "cannot write \"" + tarv::NativePath(e.file()).string() +
+    failure = Exit{kUsage, "cannot write \"" + tarv::Utf8OfPath(tarv::NativePath(e.file())) +
                                "\": " + e.problem() +
                                ": check that the folder exists, is writable and has room"};
   } catch (const tarv::AtlasError& e) {
-    failure = Exit{kUsage, "unreadable atlas data: " + tarv::NativePath(e.file()).string() + ": " +
-                               e.problem()};
+    failure =
+        Exit{kUsage, "unreadable atlas data: " + tarv::Utf8OfPath(tarv::NativePath(e.file())) +
+                         ": " + e.problem()};
   } catch (const std::exception& e) {
     failure = Exit{kUsage, e.what()};
   }

@@ -12,6 +12,10 @@
 # program needs no DLL beside it but tarvplaces.dll, and under Wine a missing
 # one would end the program without a word.
 add_link_options(-static)
+# Programs and tarvplaces.dll in one folder, where Windows looks for a DLL.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+# windows.h without the rarely used parts (and without min/max macros).
+add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX)
 
 set(TARV_ICU_ROOT "" CACHE PATH "ICU built for mingw (empty: build or reuse it with scripts/build-icu-mingw.sh)")
 if(NOT TARV_ICU_ROOT)

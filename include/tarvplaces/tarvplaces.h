@@ -32,7 +32,11 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if defined(__GNUC__)
+/* On Windows the DLL exports what is marked (and nothing else); hosts link
+   the functions through its import library. */
+#if defined(_WIN32) && defined(TARVPLACES_BUILDING_DLL)
+#define TARV_API __declspec(dllexport)
+#elif defined(__GNUC__) && !defined(_WIN32)
 #define TARV_API __attribute__((visibility("default")))
 #else
 #define TARV_API

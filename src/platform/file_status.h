@@ -50,7 +50,12 @@ struct FileStatus {
 // as the folder's path still leads to the folder the handle holds.
 FileStatus StatFile(const std::string& path, bool follow = true);
 inline FileStatus StatFile(const std::filesystem::path& path, bool follow = true) {
+#ifdef _WIN32
+  const std::u8string utf8 = path.u8string();  // the native form is UTF-16
+  return StatFile(std::string(utf8.begin(), utf8.end()), follow);
+#else
   return StatFile(path.native(), follow);
+#endif
 }
 
 // Forgets what the scopes remembered. For the component's own writes.

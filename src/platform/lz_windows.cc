@@ -6,8 +6,19 @@
 #include <windows.h>
 // windows.h first: lzexpand.h needs its types.
 #include <lzexpand.h>
+// The component names the same codes as constants, with the same values.
+#undef LZERROR_BADINHANDLE
+#undef LZERROR_BADOUTHANDLE
+#undef LZERROR_READ
+#undef LZERROR_WRITE
+#undef LZERROR_GLOBALLOC
+#undef LZERROR_GLOBLOCK
+#undef LZERROR_BADVALUE
+#undef LZERROR_UNKNOWNALG
+#undef LZOpenFile
 
 #include <algorithm>
+#include <limits>
 
 #include "platform/lz.h"
 #include "platform/lz_native.h"

@@ -35,8 +35,8 @@ bool Exist(const std::string& path) {
   if (KnownMissing(trimmed)) return false;
   const std::string slashed = SlashedString(trimmed);
   if (StatFile(slashed).regular) return true;
-  const fs::path native = NativePath(trimmed);
-  return native.native() != slashed && StatFile(native).regular;
+  const std::string native = Utf8OfPath(NativePath(trimmed));
+  return native != slashed && StatFile(native).regular;
 }
 
 void Deleting(const std::string& path) {

@@ -2,9 +2,11 @@
 // disappears, a file replaced under the cache. Nothing may crash and no
 // stored place may be lost.
 #include <gtest/gtest.h>
+#ifndef _WIN32
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <csignal>
 #include <filesystem>
@@ -36,6 +38,9 @@ TEST_F(FaultTest, FullDiskFailsTheAdditionAndKeepsTheUserFile) {
   for (int i = 0; i < 40; ++i)
     Add("Place" + std::to_string(i));
   const std::string before = folder_.Read("USER/D.dao");
+#ifdef _WIN32
+  GTEST_SKIP() << "Windows has no limit on a file's size to stand for a full disk";
+#else
   const pid_t child = fork();
   if (child == 0) {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -53,6 +58,7 @@ TEST_F(FaultTest, FullDiskFailsTheAdditionAndKeepsTheUserFile) {
   ASSERT_TRUE(WIFEXITED(status));
   EXPECT_EQ(WEXITSTATUS(status), 3);
   EXPECT_EQ(folder_.Read("USER/D.dao"), before);
+#endif
 }
 
 TEST_F(FaultTest, VanishedFolderFindsNothingInsteadOfCachedPlaces) {

@@ -2,17 +2,19 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <thread>
 
 #include "atlas/place_search.h"
+#include "atlas/process_state.h"
 #include "platform/codepage.h"
 #include "support/atlas_fixture.h"
+#include "support/child_process.h"
+#include "util/text.h"
 
 namespace tarv {
 namespace {
@@ -190,15 +192,37 @@ TEST_F(UserPlacesTest, EveryRunOfALetterIsReadAndEachRecordOnce) {
   EXPECT_THAT(testing::Names(list), ElementsAre("Oberhausen", "olpe", AnsiFromUtf8("Ölberg")));
 }
 
-// Adds "P<i>" for i in [first, last), writing each returned number to `log`.
-void AddMany(int first, int last, const std::string& log) {
-  std::ofstream out(log, std::ios::app);
-  for (int i = first; i < last; ++i) {
+// In another process: adds "P<i>" for i in [first, last) to the atlas in
+// `folder`, writing each number whose addition returned to `log`. The
+// argument is "folder|first|last|log".
+int AddMany(const std::string& argument) {
+  const auto parts = SplitCopies(argument, '|');
+  if (parts.size() != 4) return 2;
+  State().places_path = parts[0];
+  std::ofstream out(parts[3], std::ios::app);
+  for (int i = std::stoi(parts[1]); i < std::stoi(parts[2]); ++i) {
     std::int32_t number = 0;
     if (AddCity(UserPlace{58, Place("P" + std::to_string(i), 1, 1)}, number) == -1) {
       out << i << std::endl;
     }
   }
+  return 0;
+}
+const testing::ChildWorkRegistration kAddMany("add-many", AddMany);
+
+// When the writer is killed: the first after this many microseconds, each
+// next one later. A process takes longer to start on Windows.
+#ifdef _WIN32
+constexpr int kFirstKillUs = 300'000;
+constexpr int kKillStepUs = 150'000;
+#else
+constexpr int kFirstKillUs = 7'000;
+constexpr int kKillStepUs = 23'000;
+#endif
+
+std::string AddManyArgument(const std::string& folder, int first, int last,
+                            const std::string& log) {
+  return folder + "|" + std::to_string(first) + "|" + std::to_string(last) + "|" + log;
 }
 
 std::set<std::string> NamesIn(const std::string& file) {
@@ -213,14 +237,11 @@ std::set<std::string> NamesIn(const std::string& file) {
 TEST_F(UserPlacesTest, KilledWriterLeavesAValidFileWithEveryReturnedPlace) {
   const std::string log = (folder_.path() / "returned.log").string();
   for (int round = 0; round < 5; ++round) {
-    const pid_t child = fork();
-    if (child == 0) {
-      AddMany(round * 1000, round * 1000 + 500, log);  // a loop of 500 additions
-      _exit(0);
-    }
-    usleep(static_cast<useconds_t>(7000 + 23000 * round));  // killed at different points
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    // A loop of 500 additions, killed at different points.
+    testing::ChildProcess child(
+        "add-many", AddManyArgument(folder_.str(), round * 1000, round * 1000 + 500, log));
+    std::this_thread::sleep_for(std::chrono::microseconds(kFirstKillUs + kKillStepUs * round));
+    child.Kill();
     const std::string file = UserFile();
     ASSERT_EQ(file.size() % kPlaceRecordSize, 0U);
     const auto names = NamesIn(file);
@@ -244,16 +265,10 @@ TEST_F(UserPlacesTest, KilledWriterLeavesAValidFileWithEveryReturnedPlace) {
 
 TEST_F(UserPlacesTest, ConcurrentWritersLoseNoPlace) {
   const std::string log = (folder_.path() / "returned.log").string();
-  pid_t children[2];
-  for (int c = 0; c < 2; ++c) {
-    children[c] = fork();
-    if (children[c] == 0) {
-      AddMany(c * 100, c * 100 + 60, log);
-      _exit(0);
-    }
-  }
-  for (const pid_t child : children)
-    waitpid(child, nullptr, 0);
+  testing::ChildProcess first("add-many", AddManyArgument(folder_.str(), 0, 60, log));
+  testing::ChildProcess second("add-many", AddManyArgument(folder_.str(), 100, 160, log));
+  EXPECT_EQ(first.Wait(), 0);
+  EXPECT_EQ(second.Wait(), 0);
   const auto names = NamesIn(UserFile());
   EXPECT_EQ(names.size(), 120U);
 }

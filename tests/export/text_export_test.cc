@@ -1,9 +1,11 @@
 #include "export/text_export.h"
 
 #include <gtest/gtest.h>
+#ifndef _WIN32
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <csignal>
 #include <filesystem>
@@ -113,6 +115,9 @@ TEST_F(TextExportTest, EmptyPlaceFolderIsReported) {
 TEST_F(TextExportTest, FullDiskFailsClearlyAndKeepsTheOldFiles) {
   ExportPlaces("");
   const std::string before = File("Cities.txt") + File("Zones.txt");
+#ifdef _WIN32
+  GTEST_SKIP() << "Windows has no limit on a file's size to stand for a full disk";
+#else
   // A child whose files may not grow past 1 KiB stands for a full disk.
   const pid_t child = fork();
   if (child == 0) {
@@ -132,6 +137,7 @@ TEST_F(TextExportTest, FullDiskFailsClearlyAndKeepsTheOldFiles) {
   EXPECT_EQ(WEXITSTATUS(status), 3);  // an AtlasWriteError naming the file
   EXPECT_EQ(File("Cities.txt") + File("Zones.txt"), before);
   ExpectNoTemporaryFiles();
+#endif
 }
 
 // A place or timetable file the export cannot read stops it: leaving its

@@ -2,15 +2,15 @@
 // files replaced behind the component's back within a second, and neither
 // depends on the change counter being usable.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
 #include <thread>
 
+#include "atlas/process_state.h"
 #include "platform/change_counter.h"
 #include "support/atlas_fixture.h"
+#include "support/child_process.h"
 #include "tarvplaces/places.h"
 
 namespace tarv {
@@ -19,21 +19,24 @@ namespace {
 namespace fs = std::filesystem;
 using testing::Place;
 
+// Another program using the atlas in `folder` adds or deletes a place.
+int AddNeustadt(const std::string& folder) {
+  State().places_path = folder;
+  return classPlaces().AddUserPlace("D", "Neustadt", 10.0, 50.0) == -1 ? 0 : 1;
+}
+int DeleteNeustadt(const std::string& folder) {
+  State().places_path = folder;
+  return classPlaces().DeleteUserPlace("D", "Neustadt") == -1 ? 0 : 1;
+}
+const testing::ChildWorkRegistration kAdd("freshness-add", AddNeustadt);
+const testing::ChildWorkRegistration kDelete("freshness-delete", DeleteNeustadt);
+
 class FreshnessTest : public testing::AtlasFixture {
  protected:
   void SetUp() override {
     AtlasFixture::SetUp();
     WriteCountry("D", {Place("M\xFCnchen", 11.57549F, 48.13743F), Place("Berlin", 13.41F, 52.52F)});
     fs::create_directory(folder_.path() / "USER");
-  }
-
-  // Runs `change` in a child process, as another program using the atlas.
-  static void InAnotherProcess(const std::function<bool()>& change) {
-    const pid_t child = fork();
-    if (child == 0) _exit(change() ? 0 : 1);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   }
 
   std::int16_t Found(const std::string& name) { return places_.GetPlaceData(name, "D"); }
@@ -47,10 +50,10 @@ TEST_F(FreshnessTest, UserPlacesOfAnotherProcessAreSeenByTheNextCall) {
   for (int i = 0; i < 3; ++i)
     EXPECT_EQ(Found("Neustadt"), 0);  // warm: nothing looked at again
   EXPECT_TRUE(fs::exists(Counter()));
-  InAnotherProcess([] { return classPlaces().AddUserPlace("D", "Neustadt", 10.0, 50.0) == -1; });
+  ASSERT_EQ(testing::RunInChild("freshness-add", folder_.str()), 0);
   EXPECT_EQ(Found("Neustadt"), 1);
   EXPECT_EQ(Found("München"), 1);
-  InAnotherProcess([] { return classPlaces().DeleteUserPlace("D", "Neustadt") == -1; });
+  ASSERT_EQ(testing::RunInChild("freshness-delete", folder_.str()), 0);
   EXPECT_EQ(Found("Neustadt"), 0);
   EXPECT_TRUE(messages_.empty());
 }
@@ -99,7 +102,9 @@ TEST_F(FreshnessTest, WithoutAUserFolderNothingIsCreatedAndNothingSaid) {
 }
 
 TEST_F(FreshnessTest, ReadOnlyAtlasIsReadAndChecked) {
-  if (::geteuid() == 0) GTEST_SKIP() << "root may write a read-only folder";
+  if (const auto why = testing::WhyReadOnlyIsNotEnforced(/*folder=*/true); !why.empty()) {
+    GTEST_SKIP() << why;
+  }
   fs::permissions(folder_.path() / "USER", fs::perms::owner_read | fs::perms::owner_exec);
   EXPECT_EQ(Found("München"), 1);
   EXPECT_FALSE(fs::exists(Counter()));

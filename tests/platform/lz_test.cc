@@ -127,7 +127,9 @@ TEST_F(Lz, WindowsExpansionAgreesWithTheDecoderOnWholeCutAndNoisyData) {
     std::int32_t decoder_error = 0;
     const std::string decoded = ExpandSzdd(input, decoder_error);
     EXPECT_EQ(error, decoder_error) << input.size() << " bytes";
-    if (image) EXPECT_EQ(*image, decoded) << input.size() << " bytes";
+    if (image) {
+      EXPECT_EQ(*image, decoded) << input.size() << " bytes";
+    }
   }
 }
 #else

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "atlas/process_state.h"
+#include "platform/file_status.h"
 
 namespace fs = std::filesystem;
 
@@ -20,6 +21,9 @@ TempFolder::TempFolder() {
 }
 
 TempFolder::~TempFolder() {
+  // The change counters this thread maps go first: Windows keeps a mapped
+  // file until it is unmapped, and a folder holding it cannot go.
+  ForgetFileStatuses();
   std::error_code ec;
   fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ec);
   fs::remove_all(path_, ec);
@@ -36,6 +40,32 @@ fs::path TempFolder::Write(const std::string& relative, const std::string& bytes
 std::string TempFolder::Read(const std::string& relative) const {
   std::ifstream in(path_ / relative, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::string WhyReadOnlyIsNotEnforced(bool folder) {
+  static const bool file_ignored = [] {
+    TempFolder probe;
+    const auto file = probe.Write("ro.txt", "x");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    const bool writable = std::ofstream(file, std::ios::app).is_open();
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    return writable;
+  }();
+  static const bool folder_ignored = [] {
+    TempFolder probe;
+    const auto ro = probe.path() / "ro";
+    std::filesystem::create_directory(ro);
+    std::filesystem::permissions(
+        ro, std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    const bool writable = std::ofstream(ro / "x.txt").is_open();
+    std::filesystem::permissions(ro, std::filesystem::perms::owner_all);
+    return writable;
+  }();
+  if (folder ? folder_ignored : file_ignored) {
+    return std::string("this process may write a read-only ") + (folder ? "folder" : "file") +
+           " (root or an administrator; Windows folders cannot be made read-only)";
+  }
+  return {};
 }
 
 void AtlasTest::SetUp() {

@@ -32,6 +32,12 @@ class TempFolder {
   std::filesystem::path path_;
 };
 
+// Why read-only files or folders cannot be tested here, or "" when they can:
+// whether this process can still write a file, or create one in a folder,
+// that was made read-only by fs::permissions (root can; Wine run by root
+// can; Windows folders have no read-only permission at all). Probed once.
+std::string WhyReadOnlyIsNotEnforced(bool folder);
+
 // Base fixture: every test starts as in a fresh process, with a temporary
 // atlas folder and a message sink that records instead of printing.
 class AtlasTest : public ::testing::Test {

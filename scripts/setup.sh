@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what the build needs on Debian 12. Idempotent and quiet: packages
 # already present are not fetched again. Run as root (or with sudo available).
-# With --fuzz, also clang and its libFuzzer runtime (scripts/run-fuzz.sh).
+# With --fuzz, also clang and its libFuzzer runtime (scripts/run-fuzz.sh);
+# with --windows, what the Windows cross build needs.
 set -euo pipefail
 
 PACKAGES=(
@@ -14,6 +15,11 @@ PACKAGES=(
   python3 python3-pytest python3-venv python3-setuptools python3-wheel
 )
 if [ "${1:-}" = "--fuzz" ]; then PACKAGES+=(clang libclang-rt-14-dev); fi
+# With --windows, the cross compiler, Wine, and what builds ICU from Debian's
+# sources (scripts/build-icu-mingw.sh).
+if [ "${1:-}" = "--windows" ]; then
+  PACKAGES+=(g++-mingw-w64-x86-64-posix wine64 wine dpkg-dev icu-devtools googletest)
+fi
 # npm fetches the open data; a machine that has it already keeps its own.
 command -v npm >/dev/null 2>&1 || PACKAGES+=(nodejs npm)
 

@@ -43,6 +43,8 @@ std::optional<UserFile> UserFileOf(std::int32_t country_id) {
   if (index == 0 || index + kContinentRecords >= table.size()) return std::nullopt;
   const std::string place_file = GetCompressedPlaceFile(table[index].CountryShort);
   if (place_file.empty() || place_file.back() == '\\') return std::nullopt;
+  // A code such as "NUL" names a device on Windows: no user file can be kept.
+  if (NamesADevice(place_file)) return std::nullopt;
   UserFile file;
   file.path = Get_UserFile(place_file);
   file.native = NativePath(file.path);

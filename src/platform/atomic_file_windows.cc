@@ -28,26 +28,57 @@ HANDLE Held(std::intptr_t handle) {
 
 // How long a writer keeps trying when a file is in use by someone who may
 // let go of it soon (a reader of the target, a writer's pending delete).
-constexpr auto kPatience = std::chrono::seconds(5);
+constexpr auto kPatience = std::chrono::seconds(3);
 constexpr auto kRetryPause = std::chrono::milliseconds(5);
 
-// The temporary file, held for writing and shared with nobody but readers
-// and the rename: a second writer of the same target gets a sharing
-// violation and waits until the first has renamed or removed it (the way
-// flock makes it wait elsewhere). Access denied also happens while another
-// writer's removal is pending; that passes quickly, a real denial doesn't.
+// A byte far past any data, locked by the writer of a temporary file from
+// its creation to its replacement (the way flock locks it elsewhere).
+constexpr DWORD kLockOffsetHigh = 0x7FFFFFFF;
+
+std::uint64_t FileIndex(HANDLE file) {
+  BY_HANDLE_FILE_INFORMATION info{};
+  if (::GetFileInformationByHandle(file, &info) == 0) return 0;
+  return (std::uint64_t{info.dwVolumeSerialNumber} << 32) ^
+         ((std::uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow);
+}
+
+// Opens and locks the temporary file. The file is shared with everyone (so
+// that ReplaceFileW can take it while it is held); writers exclude each
+// other by the lock. A writer that waited for the lock may find the file it
+// locked put in place or removed by the writer before it; then it opens the
+// name afresh. Access denied while another writer's removal is pending
+// passes quickly; a real denial does not.
 HANDLE OpenLocked(const fs::path& target, const fs::path& temp) {
   const auto give_up = std::chrono::steady_clock::now() + kPatience;
   for (;;) {
-    const HANDLE file =
-        ::CreateFileW(temp.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                      nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) return file;
-    const DWORD error = ::GetLastError();
-    const bool busy = error == ERROR_SHARING_VIOLATION ||
-                      (error == ERROR_ACCESS_DENIED && std::chrono::steady_clock::now() < give_up);
-    if (!busy) Fail(target, Reason("creating its temporary file " + Utf8OfPath(temp.filename())));
-    std::this_thread::sleep_for(kRetryPause);
+    const HANDLE file = ::CreateFileW(temp.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+      const DWORD error = ::GetLastError();
+      const bool busy =
+          error == ERROR_SHARING_VIOLATION ||
+          (error == ERROR_ACCESS_DENIED && std::chrono::steady_clock::now() < give_up);
+      if (!busy) {
+        Fail(target, Reason("creating its temporary file " + Utf8OfPath(temp.filename())));
+      }
+      std::this_thread::sleep_for(kRetryPause);
+      continue;
+    }
+    OVERLAPPED at{};
+    at.OffsetHigh = kLockOffsetHigh;
+    if (::LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &at) == 0) {
+      const std::string why = Reason("locking its temporary file");
+      ::CloseHandle(file);
+      Fail(target, why);
+    }
+    const HANDLE named = ::CreateFileW(temp.c_str(), FILE_READ_ATTRIBUTES,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const bool same = named != INVALID_HANDLE_VALUE && FileIndex(named) == FileIndex(file);
+    if (named != INVALID_HANDLE_VALUE) ::CloseHandle(named);
+    if (same) return file;
+    ::CloseHandle(file);
   }
 }
 
@@ -68,7 +99,7 @@ StagedFile::StagedFile(fs::path target)
   if (target_.native().find(L'\0') != std::wstring::npos) Fail(target_, "naming it: invalid name");
   // On Windows "NUL.dao" is the null device in every folder: what was
   // written there would be lost without a word.
-  if (IsReservedDeviceName(Utf8OfPath(target_))) {
+  if (NamesADevice(Utf8OfPath(target_))) {
     Fail(target_, "naming it: the name is reserved for a device on Windows");
   }
   handle_ = reinterpret_cast<std::intptr_t>(OpenLocked(target_, temp_));
@@ -118,10 +149,13 @@ StagedFile::~StagedFile() {
 void StagedFile::Commit() {
   if (handle_ == -1) return;
   Flush();
-  // Renamed while still held (the handle shares deletion, which permits
-  // it), so a waiting writer finds the name free only once the new file is
-  // in place. A reader holding the target without sharing deletion makes
-  // the move fail for a moment; the data is flushed already, so wait.
+  // Moved while still held and locked (the handle shares deletion, which
+  // permits it), so a waiting writer finds the name free only once the new
+  // file is in place. ReplaceFileW would keep the target's attributes but
+  // cannot take a replacement that is open. A program holding the target
+  // open makes the move fail (Windows renames over no open file); the data
+  // is flushed already, so wait a little for it to let go, then fail with
+  // the target as it was.
   const auto give_up = std::chrono::steady_clock::now() + kPatience;
   while (::MoveFileExW(temp_.c_str(), target_.c_str(),
                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0) {

@@ -12,14 +12,14 @@ constexpr std::int64_t kEpochDifference = 116'444'736'000'000'000;
 }  // namespace
 
 // One query by path, which opens nothing (under Wine no round trip to the
-// server either): attributes, size and time. Windows gives a file's index
+// server either): attributes, size and times. Windows gives a file's index
 // only through an open handle, which would cost an open and a close per
-// look, so device and inode stay 0 and a file replaced under the same name
-// is told by its size and time (a new file has a new time; the caches
-// trust no time within two seconds of a read).
+// look; the creation time stands in for it: a file renamed over another
+// keeps the time it was created, so it differs from the one it replaced even
+// with the same size and modification time.
 // Atlas folders hold no links; the status is the entry's own either way.
 FileStatus LookAt(const std::string& path, bool /*follow*/) {
-  if (IsReservedDeviceName(path)) return {};  // a device, not a file
+  if (NamesADevice(path)) return {};  // a device, not a file
   WIN32_FILE_ATTRIBUTE_DATA info{};
   if (::GetFileAttributesExW(PathFromUtf8(path).c_str(), GetFileExInfoStandard, &info) == 0) {
     return {};
@@ -33,6 +33,8 @@ FileStatus LookAt(const std::string& path, bool /*follow*/) {
       static_cast<std::int64_t>((std::uint64_t{info.ftLastWriteTime.dwHighDateTime} << 32) |
                                 info.ftLastWriteTime.dwLowDateTime);
   status.mtime_ns = (ticks - kEpochDifference) * 100;
+  status.inode =
+      (std::uint64_t{info.ftCreationTime.dwHighDateTime} << 32) | info.ftCreationTime.dwLowDateTime;
   return status;
 }
 

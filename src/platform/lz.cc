@@ -338,7 +338,7 @@ std::shared_ptr<const Expansion> LookUpExpansion(const std::string& path, std::i
     if (native != slashed) stamp = Stamp(native);
   }
   if (!stamp) return nullptr;
-  const std::string& key = native;
+  const std::string key = FileKey(native);
   if (auto cached = Cache().Find(key, *stamp)) return cached;
 
   if (stamp->size > static_cast<std::uintmax_t>(std::numeric_limits<std::int32_t>::max())) {
@@ -386,7 +386,7 @@ std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::i
 
 void ForgetExpandedImage(const std::string& path) {
   ForgetStatsOfThisCall();
-  Cache().Drop(Utf8OfPath(NativePath(path)));
+  Cache().Drop(FileKey(Utf8OfPath(NativePath(path))));
 }
 
 void ClearExpandedImages() {

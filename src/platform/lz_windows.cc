@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <mutex>
 
 #include "platform/lz.h"
 #include "platform/lz_native.h"
@@ -26,9 +27,17 @@
 
 namespace tarv::native {
 
+namespace {
+
+// The LZ services keep their open files in one table of the process, which
+// neither Windows' nor Wine's guards against threads: one expansion at a time.
+std::mutex lz_services;
+
+}  // namespace
+
 Expansion ExpandFile(const std::string& path, std::uint64_t size, std::int32_t& error) {
   error = 0;
-  if (IsReservedDeviceName(path)) {
+  if (NamesADevice(path)) {
     error = LZERROR_BADINHANDLE;  // a device, never an atlas file
     return {};
   }
@@ -63,6 +72,7 @@ Expansion ExpandFile(const std::string& path, std::uint64_t size, std::int32_t& 
     ::CloseHandle(file);
     return {};
   }
+  const std::lock_guard<std::mutex> lock(lz_services);
   // Kernel handles fit in 32 bits, which is what LZInit takes.
   const INT lz = ::LZInit(static_cast<INT>(reinterpret_cast<INT_PTR>(file)));
   if (lz < 0) {

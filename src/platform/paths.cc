@@ -41,7 +41,9 @@ class ListingCache {
     }
     // A listing is trusted only when the folder had settled before it was taken.
     const bool settled = NowNs() - status.mtime_ns > kSettleNs;
-    CachedListing listing{status, settled, Read(folder)};
+    std::vector<std::string> names = ReadFolderNames(folder);
+    std::sort(names.begin(), names.end());
+    CachedListing listing{status, settled, std::move(names)};
     if (cache_.size() > kMaxFolders) cache_.clear();
     auto& slot = cache_[key] = std::move(listing);
     return slot.names;
@@ -49,16 +51,6 @@ class ListingCache {
 
  private:
   static constexpr std::size_t kMaxFolders = 64;
-
-  static std::vector<std::string> Read(const fs::path& folder) {
-    std::vector<std::string> names;
-    std::error_code ec;
-    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
-      names.push_back(Utf8OfPath(it->path().filename()));
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
 
   std::mutex mutex_;
   std::map<std::string, CachedListing> cache_;
@@ -100,9 +92,8 @@ std::vector<fs::path> MatchingFiles(std::string_view windows_pattern) {
   std::vector<fs::path> files;
   for (const auto& name : ListDirectory(native_folder)) {
     if (!matcher.Matches(AnsiFromUtf8(name))) continue;
-    std::error_code ec;
     const fs::path candidate = native_folder / PathFromUtf8(name);
-    if (fs::is_regular_file(candidate, ec)) files.push_back(candidate);
+    if (StatFile(candidate).regular) files.push_back(candidate);
   }
   return files;
 }

@@ -24,11 +24,22 @@ namespace tarv {
 std::filesystem::path PathFromUtf8(std::string_view utf8);
 std::string Utf8OfPath(const std::filesystem::path& path);
 
+// A key under which every spelling of one file on disk is the same: the
+// path as it stands where the file system tells case apart (NativePath has
+// found the spelling on disk), the path in capitals by the file system's own
+// rules on Windows, where "D.DA_" and "d.da_" are one file.
+std::string FileKey(std::string native_path);
+
 // True when a component of `path` names one of Windows' devices (CON, PRN,
 // AUX, NUL, COM1-COM9, LPT1-LPT9, CONIN$, CONOUT$), with or without an
 // extension: on Windows such a path opens the device, whatever the folder.
 // The Windows port never opens such a path as a file.
 bool IsReservedDeviceName(std::string_view path);
+
+// True when this system would open a device for `path` rather than a file:
+// on Windows for its reserved device names, elsewhere never (devices live in
+// their own folder there). Such a path is never a file of the atlas.
+bool NamesADevice(std::string_view path);
 
 // Maps a Windows-style path (UTF-8) to the file system: every "\" becomes a
 // "/". When that path does not exist, each component is resolved without
@@ -51,6 +62,10 @@ bool KnownMissing(std::string_view windows_path);
 std::filesystem::path SlashedPath(std::string_view windows_path);
 // The same as a plain string, for callers that only need its text.
 std::string SlashedString(std::string_view windows_path);
+
+// Names (UTF-8) of the entries of a folder as the system lists them, not
+// sorted and not cached; empty when the folder cannot be read.
+std::vector<std::string> ReadFolderNames(const std::filesystem::path& folder);
 
 // Names (UTF-8) of the entries of a folder, sorted by byte order; empty when
 // the folder cannot be read. Listings are cached per folder and refreshed

@@ -30,6 +30,23 @@ std::string FindEntry(const fs::path& folder, const std::string& name) {
 
 }  // namespace
 
+std::vector<std::string> ReadFolderNames(const fs::path& folder) {
+  std::vector<std::string> names;
+  std::error_code ec;
+  for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+    names.push_back(it->path().filename().string());
+  }
+  return names;
+}
+
+bool NamesADevice(std::string_view) {
+  return false;
+}
+
+std::string FileKey(std::string native_path) {
+  return native_path;
+}
+
 std::string SlashedString(std::string_view windows_path) {
   std::string slashed(windows_path);
   std::replace(slashed.begin(), slashed.end(), '\\', '/');

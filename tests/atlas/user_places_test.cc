@@ -1,5 +1,8 @@
 #include "atlas/user_places.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,6 +17,8 @@
 #include "platform/codepage.h"
 #include "support/atlas_fixture.h"
 #include "support/child_process.h"
+#include "support/country_fixture.h"
+#include "tarvplaces/atlas_error.h"
 #include "util/text.h"
 
 namespace tarv {
@@ -271,6 +276,97 @@ TEST_F(UserPlacesTest, ConcurrentWritersLoseNoPlace) {
   EXPECT_EQ(second.Wait(), 0);
   const auto names = NamesIn(UserFile());
   EXPECT_EQ(names.size(), 120U);
+}
+
+// Country codes that Windows reads as devices ("NUL.dao" is the null device
+// in any folder): the addition stores nothing, or fails with a message
+// naming the file, instead of writing into the device.
+#ifdef _WIN32
+TEST_F(UserPlacesTest, DeviceNamesAsCodesNeverWriteIntoADevice) {
+  auto lines = testing::SampleCountryLines();
+  const std::vector<std::pair<int, std::string>> devices = {
+      {201, "CON"}, {202, "NUL"}, {203, "COM1"}, {204, "LPT1"}};
+  // Among the countries, before the group lines that end the table.
+  for (const auto& [id, code] : devices) {
+    lines.insert(lines.begin() + 12,
+                 testing::CountryDatLine(id, "Ger\xE4t " + code, code, "MEZ", "EUROPA", 4));
+  }
+  folder_.Write("Country.dat", testing::JoinCrLf(lines));
+  InitializeCountries("", "Country.dat", false, false);
+  for (const auto& [id, code] : devices) {
+    SCOPED_TRACE(code);
+    EXPECT_EQ(SearchandStorePlaces(code, "Testort"), 0);
+    std::int32_t number = 0;
+    // Not stored (0, no user file can be named so) or refused naming the file.
+    try {
+      EXPECT_EQ(AddCity(UserPlace{static_cast<std::int16_t>(id), Place("Testort", 1, 1)}, number),
+                0);
+    } catch (const AtlasWriteError& e) {
+      EXPECT_NE(e.file().find(code + ".dao"), std::string::npos) << e.file();
+      EXPECT_NE(e.problem().find("reserved for a device"), std::string::npos) << e.problem();
+    }
+    EXPECT_EQ(SearchandStorePlaces(code, "Testort"), 0);
+  }
+  // Nothing but the counter and the German user file's companions is left.
+  for (const auto& entry : std::filesystem::directory_iterator(folder_.path() / "USER")) {
+    EXPECT_EQ(entry.path().extension().string().find('~'), std::string::npos)
+        << entry.path().filename().string();
+  }
+}
+#endif
+
+// Another program holding the user file open: where the system lets a file
+// that is open be replaced (POSIX), the place is added; where it does not
+// (Windows renames over no open file, whatever the holder shares), the
+// addition fails after a few seconds with a message naming the file, which
+// keeps its places.
+int HoldFile(const std::string& argument) {
+  const auto parts = SplitCopies(argument, '|');
+  if (parts.size() != 3) return 2;
+#ifdef _WIN32
+  const DWORD share = FILE_SHARE_READ | (parts[2] == "share-delete" ? FILE_SHARE_DELETE : 0);
+  const HANDLE file = ::CreateFileW(std::filesystem::u8path(parts[0]).c_str(), GENERIC_READ, share,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return 3;
+#else
+  std::ifstream file(parts[0], std::ios::binary);
+  if (!file) return 3;
+#endif
+  std::ofstream(parts[1]) << "open";
+  std::this_thread::sleep_for(std::chrono::seconds(20));  // until killed
+  return 0;
+}
+const testing::ChildWorkRegistration kHoldFile("hold-file", HoldFile);
+
+TEST_F(UserPlacesTest, UserFileHeldOpenByAnotherProgramIsReplacedOrFailsClearly) {
+  ASSERT_EQ(Add("Adorf"), -1);
+  for (const std::string sharing : {"share-delete", "no-share-delete"}) {
+    SCOPED_TRACE(sharing);
+    const std::string before = UserFile();
+    const auto marker = folder_.path() / ("held-" + sharing);
+    testing::ChildProcess holder("hold-file", (folder_.path() / "USER" / "D.dao").string() + "|" +
+                                                  marker.string() + "|" + sharing);
+    for (int i = 0; i < 500 && !std::filesystem::exists(marker); ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ASSERT_TRUE(std::filesystem::exists(marker));
+    const std::string name = "Ort " + sharing;
+#ifdef _WIN32
+    try {
+      Add(name);
+      ADD_FAILURE() << "the file was replaced while another program held it";
+    } catch (const AtlasWriteError& e) {
+      EXPECT_NE(e.file().find("D.dao"), std::string::npos) << e.file();
+    }
+    holder.Kill();
+    EXPECT_EQ(UserFile(), before);
+    EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER" / "D.~~~"));
+    EXPECT_EQ(SearchandStorePlaces("D", name), 0);
+#else
+    EXPECT_EQ(Add(name), -1);
+    holder.Kill();
+    EXPECT_EQ(SearchandStorePlaces("D", name), 1);
+#endif
+  }
 }
 
 }  // namespace

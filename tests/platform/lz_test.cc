@@ -230,6 +230,10 @@ TEST(LzSamples, LyingLengthFieldIsReadAsWindowsReadsIt) {
 }
 
 TEST_F(Lz, FilesCompressedByMscompressExpand) {
+#ifdef _WIN32
+  GTEST_SKIP() << "mscompress is a Linux program; Windows' own expansion is held to the decoder "
+                  "by WindowsExpansionAgreesWithTheDecoderOnWholeCutAndNoisyData";
+#endif
   if (!fs::exists("/usr/bin/mscompress")) GTEST_SKIP() << "mscompress is not installed";
   // mscompress turns inputs of 1 to 16 bytes into NULs, so none is used.
   const std::string inputs[] = {"",           Text(17),         Text(4096 + 18),
@@ -458,6 +462,10 @@ TEST_F(Lz, RewriteInTheSameTimeTickWithTheSameSizeIsSeen) {
 }
 
 TEST_F(Lz, FileReplacedByRenameIsSeen) {
+  if (testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine gives no creation time, by which Windows tells a file renamed over "
+                    "another with the same size and time";
+  }
   const fs::path file = dir_.path() / "d.dao";
   const std::string path = Put("d.dao", "first version");
   const auto old = LongAgo();
@@ -470,6 +478,10 @@ TEST_F(Lz, FileReplacedByRenameIsSeen) {
 }
 
 TEST_F(Lz, FileCreatedWhereItWasMissingIsSeen) {
+#ifdef _WIN32
+  GTEST_SKIP() << "the C runtime cannot set a folder's time on Windows; there a missing file is "
+                  "looked for anew on every call";
+#endif
   dir_.Write("Atlas/D.dao", "places");
   fs::last_write_time(dir_.path() / "Atlas", LongAgo());
   const std::string user_file = dir_.str() + "\\Atlas\\USER\\D.dao";

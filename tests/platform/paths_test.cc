@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "platform/file_status.h"
 #include "support/temp_folder.h"
 
 namespace tarv {
@@ -17,6 +18,40 @@ TEST(NativePath, BackslashesBecomeSlashes) {
   dir.Write("USER/D.dao", "x");
   EXPECT_EQ(NativePath(dir.str() + "\\USER\\D.dao"), dir.path() / "USER" / "D.dao");
 }
+
+#ifdef _WIN32
+
+// On Windows the path is the file system's own; it finds names without
+// regard to case itself.
+TEST(NativePath, IsThePathAsItStandsOnWindows) {
+  TempFolder dir;
+  dir.Write("Atlas/User/Österreich.dao", "x");
+  const auto path = NativePath(dir.str() + "\\atlas\\USER\\Österreich.DAO");
+  EXPECT_EQ(Utf8OfPath(path), dir.str() + "\\atlas\\USER\\Österreich.DAO");
+  EXPECT_TRUE(StatFile(path).regular);
+  EXPECT_FALSE(KnownMissing(dir.str() + "\\none"));
+}
+
+TEST(FileKey, IsOneForEverySpellingOnWindows) {
+  EXPECT_EQ(FileKey("C:\\Atlas\\user\\österreich.dao"), FileKey("c:/ATLAS/USER/ÖSTERREICH.DAO"));
+  EXPECT_NE(FileKey("C:\\Atlas\\D.dao"), FileKey("C:\\Atlas\\A.dao"));
+}
+
+// Paths past Windows' old limit of 260 characters still name their files.
+TEST(NativePath, PathsLongerThan260CharactersWork) {
+  TempFolder dir;
+  std::string relative;
+  while (dir.str().size() + relative.size() < 300)
+    relative += "a-rather-long-folder-name/";
+  dir.Write(relative + "D.dao", "places");
+  const std::string windows = dir.str() + "\\" + relative + "D.dao";
+  ASSERT_GT(windows.size(), 260U);
+  EXPECT_TRUE(StatFile(NativePath(windows)).regular);
+  EXPECT_EQ(ListDirectory(NativePath(dir.str() + "\\" + relative)).size(), 1U);
+  EXPECT_EQ(MatchingFiles(dir.str() + "\\" + relative + "*.dao").size(), 1U);
+}
+
+#else
 
 TEST(NativePath, ResolvesEachComponentWithoutRegardToCase) {
   TempFolder dir;
@@ -93,6 +128,21 @@ TEST(KnownMissing, NeverForOtherSpellingsOrRecentlyChangedFolders) {
   const std::string fresh = dir.str() + "\\Fresh\\USER\\D.dao";
   NativePath(fresh);
   EXPECT_FALSE(KnownMissing(fresh));
+}
+
+#endif
+
+// Windows opens a device for these names in any folder and with any
+// extension; the Windows port never reads or writes such a file.
+TEST(IsReservedDeviceName, KnowsWindowsDeviceNamesInAnyComponent) {
+  for (const char* path : {"NUL", "nul.dao", "C:\\Atlas\\CON.dao", "C:/Atlas/com1.txt", "LPT9",
+                           "aux .idx", "C:\\Atlas\\prn\\D.dao", "CONOUT$", "COM\xC2\xB9.dao"}) {
+    EXPECT_TRUE(IsReservedDeviceName(path)) << path;
+  }
+  for (const char* path : {"", "CONSOLE", "COM10", "NULL.dao", "LPT", "COM0x", "C:\\Atlas\\D.dao",
+                           "C:\\NULs\\x", "AUXI.dao"}) {
+    EXPECT_FALSE(IsReservedDeviceName(path)) << path;
+  }
 }
 
 TEST(MatchingFiles, MatchesPatternsWithoutRegardToCaseAndSkipsFolders) {

@@ -1,5 +1,9 @@
 #include "support/temp_folder.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 #include <atomic>
 #include <fstream>
 #include <iterator>
@@ -7,6 +11,7 @@
 
 #include "atlas/process_state.h"
 #include "platform/file_status.h"
+#include "platform/paths.h"
 
 namespace fs = std::filesystem;
 
@@ -30,7 +35,7 @@ TempFolder::~TempFolder() {
 }
 
 fs::path TempFolder::Write(const std::string& relative, const std::string& bytes) const {
-  const fs::path file = path_ / relative;
+  const fs::path file = path_ / PathFromUtf8(relative);  // names are UTF-8
   fs::create_directories(file.parent_path());
   std::ofstream out(file, std::ios::binary | std::ios::trunc);
   out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -38,7 +43,7 @@ fs::path TempFolder::Write(const std::string& relative, const std::string& bytes
 }
 
 std::string TempFolder::Read(const std::string& relative) const {
-  std::ifstream in(path_ / relative, std::ios::binary);
+  std::ifstream in(path_ / PathFromUtf8(relative), std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
@@ -66,6 +71,25 @@ std::string WhyReadOnlyIsNotEnforced(bool folder) {
            " (root or an administrator; Windows folders cannot be made read-only)";
   }
   return {};
+}
+
+std::string WhySymlinksCannotBeMade() {
+  static const std::string why = [] {
+    TempFolder probe;
+    std::error_code ec;
+    std::filesystem::create_symlink(probe.path() / "target", probe.path() / "link", ec);
+    return ec ? "this system makes no symbolic links here: " + ec.message() : std::string();
+  }();
+  return why;
+}
+
+bool RunningUnderWine() {
+#ifdef _WIN32
+  const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+  return ntdll != nullptr && ::GetProcAddress(ntdll, "wine_get_version") != nullptr;
+#else
+  return false;
+#endif
 }
 
 void AtlasTest::SetUp() {

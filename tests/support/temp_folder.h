@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/paths.h"
 #include "tarvplaces/message_sink.h"
 
 namespace tarv::testing {
@@ -23,7 +24,7 @@ class TempFolder {
 
   const std::filesystem::path& path() const { return path_; }
   // The folder as a host would pass it, without a trailing separator.
-  std::string str() const { return path_.string(); }
+  std::string str() const { return Utf8OfPath(path_); }
   // Writes `bytes` to `relative` (folders created as needed); returns the path.
   std::filesystem::path Write(const std::string& relative, const std::string& bytes) const;
   std::string Read(const std::string& relative) const;
@@ -37,6 +38,13 @@ class TempFolder {
 // that was made read-only by fs::permissions (root can; Wine run by root
 // can; Windows folders have no read-only permission at all). Probed once.
 std::string WhyReadOnlyIsNotEnforced(bool folder);
+
+// Why symbolic links cannot be made here, or "" when they can (Windows
+// needs a privilege for them; Wine cannot make them at all). Probed once.
+std::string WhySymlinksCannotBeMade();
+
+// True when the Windows build runs under Wine rather than Windows.
+bool RunningUnderWine();
 
 // Base fixture: every test starts as in a fresh process, with a temporary
 // atlas folder and a message sink that records instead of printing.

@@ -7,6 +7,7 @@
 #include "platform/atomic_file.h"
 #include "platform/paths.h"
 #include "platform/windows_error.h"
+#include "platform/windows_lock.h"
 #include "tarvplaces/atlas_error.h"
 
 namespace fs = std::filesystem;
@@ -30,10 +31,6 @@ HANDLE Held(std::intptr_t handle) {
 // let go of it soon (a reader of the target, a writer's pending delete).
 constexpr auto kPatience = std::chrono::seconds(3);
 constexpr auto kRetryPause = std::chrono::milliseconds(5);
-
-// A byte far past any data, locked by the writer of a temporary file from
-// its creation to its replacement (the way flock locks it elsewhere).
-constexpr DWORD kLockOffsetHigh = 0x7FFFFFFF;
 
 std::uint64_t FileIndex(HANDLE file) {
   BY_HANDLE_FILE_INFORMATION info{};
@@ -65,9 +62,7 @@ HANDLE OpenLocked(const fs::path& target, const fs::path& temp) {
       std::this_thread::sleep_for(kRetryPause);
       continue;
     }
-    OVERLAPPED at{};
-    at.OffsetHigh = kLockOffsetHigh;
-    if (::LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &at) == 0) {
+    if (!LockFarByte(file)) {
       const std::string why = Reason("locking its temporary file");
       ::CloseHandle(file);
       Fail(target, why);

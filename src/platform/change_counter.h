@@ -82,6 +82,11 @@ class ChangeCounter {
   std::uint64_t inode_ = 0;
 };
 
+// Why a file of `size` bytes that begins with `first_bytes` holds no change
+// counter, as the end of a sentence ("is shorter than a change counter"), or
+// "" when it does. Each system's Map checks the file by this rule.
+std::string WhyNoChangeCounter(std::uint64_t size, std::string_view first_bytes);
+
 // Bumps the counter of `user_folder`, creating its file when needed. For
 // the writers of user places, after their change is in place. False when
 // there is no counter this process may write.

@@ -85,14 +85,15 @@ std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& u
     }
     info.st_size = static_cast<off_t>(kChangeCounterSize);
   }
-  if (static_cast<std::size_t>(info.st_size) < kChangeCounterSize) {
-    if (why != nullptr) *why = "is shorter than a change counter";
-    return nullptr;
-  }
   char magic[kChangeCounterMagic.size()] = {};
-  if (::pread(fd.get(), magic, sizeof(magic), 0) != static_cast<ssize_t>(sizeof(magic)) ||
-      std::memcmp(magic, kChangeCounterMagic.data(), kChangeCounterMagic.size()) != 0) {
-    if (why != nullptr) *why = "is not a change counter (its first bytes are not \"TPCHANGE\")";
+  const ssize_t got = static_cast<std::size_t>(info.st_size) < kChangeCounterSize
+                          ? 0
+                          : ::pread(fd.get(), magic, sizeof(magic), 0);
+  const std::string wrong =
+      WhyNoChangeCounter(static_cast<std::uint64_t>(info.st_size),
+                         std::string_view(magic, static_cast<std::size_t>(got > 0 ? got : 0)));
+  if (!wrong.empty()) {
+    if (why != nullptr) *why = wrong;
     return nullptr;
   }
   void* mapping = ::mmap(nullptr, kChangeCounterSize, PROT_READ | (writable ? PROT_WRITE : 0),

@@ -1,6 +1,5 @@
 #include <windows.h>
 
-#include <cstring>
 #include <string>
 
 #include "platform/change_counter.h"
@@ -114,14 +113,12 @@ std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& u
     }
     size = kChangeCounterSize;
   }
-  if (size < kChangeCounterSize) {
-    if (why != nullptr) *why = "is shorter than a change counter";
-    return nullptr;
-  }
   char magic[kChangeCounterMagic.size()] = {};
-  if (!ReadAt(file.get(), magic, sizeof(magic), 0) ||
-      std::memcmp(magic, kChangeCounterMagic.data(), kChangeCounterMagic.size()) != 0) {
-    if (why != nullptr) *why = "is not a change counter (its first bytes are not \"TPCHANGE\")";
+  const bool read = size >= kChangeCounterSize && ReadAt(file.get(), magic, sizeof(magic), 0);
+  const std::string wrong =
+      WhyNoChangeCounter(size, std::string_view(magic, read ? sizeof(magic) : 0));
+  if (!wrong.empty()) {
+    if (why != nullptr) *why = wrong;
     return nullptr;
   }
   Handle section(::CreateFileMappingW(file.get(), nullptr,

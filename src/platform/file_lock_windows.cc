@@ -6,16 +6,10 @@
 #include "platform/file_lock.h"
 #include "platform/paths.h"
 #include "platform/windows_error.h"
+#include "platform/windows_lock.h"
 #include "tarvplaces/atlas_error.h"
 
 namespace tarv {
-namespace {
-
-// A byte no reader or writer of the counter ever touches; locking past the
-// end of a file is allowed and keeps the counter's own bytes free.
-constexpr DWORD kLockOffsetHigh = 0x7FFFFFFF;
-
-}  // namespace
 
 FolderLock::FolderLock(const std::filesystem::path& folder) : handle_(-1) {
   const std::filesystem::path file = folder / kChangeCounterFile;
@@ -32,9 +26,7 @@ FolderLock::FolderLock(const std::filesystem::path& folder) : handle_(-1) {
     throw AtlasWriteError(Utf8OfPath(folder),
                           "locking the folder: " + WindowsErrorText(::GetLastError()));
   }
-  OVERLAPPED at{};
-  at.OffsetHigh = kLockOffsetHigh;
-  if (::LockFileEx(held, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &at) == 0) {
+  if (!LockFarByte(held)) {
     const DWORD error = ::GetLastError();
     ::CloseHandle(held);
     throw AtlasWriteError(Utf8OfPath(folder), "locking the folder: " + WindowsErrorText(error));
@@ -44,9 +36,7 @@ FolderLock::FolderLock(const std::filesystem::path& folder) : handle_(-1) {
 
 FolderLock::~FolderLock() {
   const HANDLE held = reinterpret_cast<HANDLE>(handle_);
-  OVERLAPPED at{};
-  at.OffsetHigh = kLockOffsetHigh;
-  ::UnlockFileEx(held, 0, 1, 0, &at);
+  UnlockFarByte(held);
   ::CloseHandle(held);
 }
 

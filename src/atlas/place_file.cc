@@ -15,6 +15,7 @@
 #include "platform/file_status.h"
 #include "platform/lz.h"
 #include "platform/message_box.h"
+#include "platform/per_thread.h"
 #include "util/bytes.h"
 #include "util/file_tests.h"
 #include "util/text.h"
@@ -315,16 +316,17 @@ std::string PlaceFileOf(std::string_view code) {
 
 std::string GetCompressedPlaceFile(std::string_view code) {
   // Hosts ask for one country many times over.
-  thread_local std::string last_code;
-  thread_local std::string last_folder;
-  thread_local std::string last_file;
-  if (code == last_code && State().places_path == last_folder && !last_file.empty()) {
-    return last_file;
+  struct Last {
+    std::string code, folder, file;
+  };
+  Last& last = PerThread<Last>();
+  if (code == last.code && State().places_path == last.folder && !last.file.empty()) {
+    return last.file;
   }
-  last_code.assign(code);
-  last_folder = State().places_path;
-  last_file = PlaceFileOf(code);
-  return last_file;
+  last.code.assign(code);
+  last.folder = State().places_path;
+  last.file = PlaceFileOf(code);
+  return last.file;
 }
 
 std::string Get_UserFile(const std::string& place_file) {
@@ -460,12 +462,11 @@ class SearchFileSets {
   std::size_t next_ = 0;
 };
 
-thread_local SearchFileSets search_file_sets;
-
 // The files of `place_file` with their images; an error of reading one is
 // noted as the call's fault and returned.
 std::int32_t FilesOf(const std::string& place_file, SearchFiles*& out) {
-  out = search_file_sets.Find(place_file);
+  SearchFileSets& sets = PerThread<SearchFileSets>();
+  out = sets.Find(place_file);
   if (out != nullptr) return 0;
   std::vector<std::string> paths;
   std::vector<PlaceRef> refs;
@@ -484,8 +485,7 @@ std::int32_t FilesOf(const std::string& place_file, SearchFiles*& out) {
     file.ref = std::move(refs[f]);
   }
   // Outside a call the set is only borrowed for this search.
-  thread_local SearchFiles borrowed;
-  out = CallNumber() == 0 ? &borrowed : &search_file_sets.Fresh(place_file);
+  out = CallNumber() == 0 ? &PerThread<SearchFiles>() : &sets.Fresh(place_file);
   out->files = std::move(files);
   return 0;
 }

@@ -14,6 +14,7 @@
 #include "atlas/zone_table.h"
 #include "platform/codepage.h"
 #include "platform/file_status.h"
+#include "platform/per_thread.h"
 #include "util/degrees.h"
 
 namespace tarv {
@@ -105,7 +106,7 @@ std::int32_t ZoneOfPlace(std::string_view code, std::int16_t timetable) {
     std::int16_t timetable;
     std::int32_t id;
   };
-  thread_local std::vector<Known> known;
+  std::vector<Known>& known = PerThread<std::vector<Known>>();
   thread_local std::uint64_t known_call = 0;
   thread_local std::uint64_t known_tables = 0;
   const std::uint64_t call = CallNumber();
@@ -344,7 +345,7 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   const std::string text = Trim(search);
   // Kept from call to call for its room: a warm search allocates nothing per
   // place it finds.
-  thread_local PlaceList list;
+  PlaceList& list = PerThread<PlaceList>();
   list.clear();
   // A file that cannot be read makes the search find nothing rather than
   // what the other files hold: the reader noted it as the call's fault.

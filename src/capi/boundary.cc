@@ -7,12 +7,16 @@
 
 #include "atlas/atlas_fault.h"
 #include "platform/paths.h"
+#include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
 
 namespace tarv::capi {
 namespace {
 
-thread_local std::string t_message;
+// This thread's last message, behind t_last_error.
+struct LastMessage {
+  std::string text;
+};
 thread_local const char* t_last_error = "";
 // Set while this thread is inside a call: a callback that calls back in would
 // otherwise wait for the lock it holds itself, or change the state under the
@@ -28,8 +32,9 @@ std::mutex& CallLock() {
 
 tarv_status Record(tarv_status status, const char* message) noexcept {
   try {
-    t_message = message;
-    t_last_error = t_message.c_str();
+    std::string& kept = PerThread<LastMessage>().text;
+    kept = message;
+    t_last_error = kept.c_str();
   } catch (...) {
     t_last_error = "out of memory (while keeping the message of a failure)";
   }

@@ -7,11 +7,12 @@
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_table.h"
-#include "platform/atomic_file.h"
 #include "export/file_helpers.h"
+#include "platform/atomic_file.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "platform/paths.h"
+#include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/number_text.h"
 #include "util/serial_date.h"
@@ -57,7 +58,10 @@ std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& cou
     if (p.IsDeleted()) continue;
     // One line at a time into a buffer that keeps its room: the text grows
     // by whole lines.
-    thread_local std::string line;
+    struct Line {
+      std::string text;
+    };
+    std::string& line = PerThread<Line>().text;
     line.assign(country);
     line += '\t';
     line += p.NameField();

@@ -16,6 +16,7 @@
 #include "platform/codepage.h"
 #include "platform/file_status.h"
 #include "platform/message_box.h"
+#include "platform/per_thread.h"
 #include "util/julian.h"
 #include "util/number_text.h"
 #include "util/text.h"
@@ -50,13 +51,16 @@ class HostListControl final : public PlaceListControl {
 // host what this call could not read.
 
 const std::string& UserFolder() {
-  thread_local std::string places_path;
-  thread_local std::string folder = AtlasFolder("") + "USER";
-  if (places_path != State().places_path) {
-    places_path = State().places_path;
-    folder = AtlasFolder("") + "USER";
+  struct Known {
+    std::string places_path;
+    std::string folder = AtlasFolder("") + "USER";
+  };
+  Known& known = PerThread<Known>();
+  if (known.places_path != State().places_path) {
+    known.places_path = State().places_path;
+    known.folder = AtlasFolder("") + "USER";
   }
-  return folder;
+  return known.folder;
 }
 
 // Members that read the atlas make sure its tables are loaded first; the

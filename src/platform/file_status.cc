@@ -9,6 +9,7 @@
 #include "platform/file_status_native.h"
 #include "platform/message_box.h"
 #include "platform/paths.h"
+#include "platform/per_thread.h"
 
 namespace tarv {
 namespace {
@@ -50,7 +51,6 @@ struct CallMemo {
   }
 };
 
-thread_local CallMemo memo;
 constexpr std::size_t kMaxRemembered = 32;
 
 constexpr std::int64_t kRecheckNs = 1'000'000'000;
@@ -75,13 +75,12 @@ class Watches {
   std::vector<std::unique_ptr<Watch>> watches_;
 };
 
-thread_local Watches watches;
-
 }  // namespace
 
 namespace {
 
 const FileStatus* Remembered(std::string_view path, bool follow) {
+  CallMemo& memo = PerThread<CallMemo>();
   for (std::size_t i = 0; i < memo.used; ++i) {
     const auto& seen = memo.seen[i];
     if (seen.follow == follow && seen.path == path) return &seen.status;
@@ -106,6 +105,7 @@ FileStatus LookInCall(const std::string& path, bool follow) {
 }  // namespace
 
 FileStatus StatFile(const std::string& path, bool follow) {
+  CallMemo& memo = PerThread<CallMemo>();
   if (memo.depth == 0) return native::LookAt(path, follow);
   if (const FileStatus* seen = Remembered(path, follow)) return *seen;
   if (memo.used == kMaxRemembered) return native::LookAt(path, follow);
@@ -119,14 +119,18 @@ FileStatus StatFile(const std::string& path, bool follow) {
 }
 
 std::uint64_t CallNumber() {
+  const CallMemo& memo = PerThread<CallMemo>();
   return memo.depth == 0 ? 0 : memo.call;
 }
 
 void ForgetStatsOfThisCall() {
+  CallMemo& memo = PerThread<CallMemo>();
   memo.Clear();
 }
 
 void ForgetFileStatuses() {
+  CallMemo& memo = PerThread<CallMemo>();
+  Watches& watches = PerThread<Watches>();
   memo.Clear();
   memo.shared = false;
   memo.watch = nullptr;
@@ -153,9 +157,10 @@ void LookForCounter(Watch& watch, std::int64_t now) {
 }  // namespace
 
 StatScope::StatScope(std::string_view watched_folder) {
+  CallMemo& memo = PerThread<CallMemo>();
   if (memo.depth++ != 0) return;
   const std::int64_t now = native::CoarseMonotonicNs();
-  Watch& watch = watches.For(watched_folder);
+  Watch& watch = PerThread<Watches>().For(watched_folder);
   if (memo.shared && memo.watch == &watch && now - memo.since_ns < kRecheckNs &&
       watch.counter->Value() == memo.counter_seen) {
     return;  // nothing changed that a writer told of, and the time is not up
@@ -176,6 +181,7 @@ StatScope::StatScope(std::string_view watched_folder) {
 }
 
 StatScope::~StatScope() {
+  CallMemo& memo = PerThread<CallMemo>();
   if (--memo.depth == 0 && !memo.shared) memo.Clear();
 }
 

@@ -14,6 +14,7 @@
 #include "platform/file_status.h"
 #include "platform/lz_native.h"
 #include "platform/paths.h"
+#include "platform/per_thread.h"
 #include "util/bytes.h"
 
 namespace tarv {
@@ -319,7 +320,6 @@ struct CallImages {
   std::vector<Seen> seen;
 };
 
-thread_local CallImages call_images;
 constexpr std::size_t kMaxCallImages = 16;
 
 std::shared_ptr<const Expansion> LookUpExpansion(const std::string& path, std::int32_t& error) {
@@ -356,6 +356,7 @@ std::shared_ptr<const Expansion> LookUpExpansion(const std::string& path, std::i
 std::shared_ptr<const Expansion> ExistingExpansion(const std::string& path, std::int32_t& error) {
   const std::uint64_t call = CallNumber();
   if (call == 0) return LookUpExpansion(path, error);
+  CallImages& call_images = PerThread<CallImages>();
   if (call_images.call != call) {
     call_images.call = call;
     call_images.seen.clear();

@@ -316,7 +316,9 @@ static void a_folder_without_an_atlas_cannot_be_opened(void) {
   tarv_atlas* atlas = NULL;
   CHECK_STATUS(tarv_open("/nonexistent/atlas", &atlas), TARV_E_ATLAS);
   CHECK(atlas == NULL);
-  CHECK(contains(tarv_last_error(), "/nonexistent/atlas/Country.dat"));
+  /* The file is named as the system joins paths: "/" on POSIX, "\\" on Windows. */
+  CHECK(contains(tarv_last_error(), "/nonexistent/atlas"));
+  CHECK(contains(tarv_last_error(), "Country.dat is missing"));
 }
 
 static void one_atlas_folder_at_a_time(void) {

@@ -39,17 +39,22 @@ std::uint64_t FileIndex(HANDLE file) {
          ((std::uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow);
 }
 
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 // Opens and locks the temporary file. The file is shared with everyone (so
-// that ReplaceFileW can take it while it is held); writers exclude each
-// other by the lock. A writer that waited for the lock may find the file it
-// locked put in place or removed by the writer before it; then it opens the
-// name afresh. Access denied while another writer's removal is pending
-// passes quickly; a real denial does not.
+// that it can be moved while it is held); writers exclude each other by the
+// lock. A writer that waited for the lock may find the file it locked put in
+// place or removed by the writer before it; then it opens the name afresh.
+// Access denied while another writer's removal is pending passes quickly; a
+// real denial does not. The handle has no right to delete: a waiting
+// writer's handle ends up on the target once the file it waits for is put in
+// place, and a handle that may delete would make every program that opens
+// the target without sharing deletion (the C runtime's fopen) fail until the
+// waiter lets go.
 HANDLE OpenLocked(const fs::path& target, const fs::path& temp) {
   const auto give_up = std::chrono::steady_clock::now() + kPatience;
   for (;;) {
-    const HANDLE file = ::CreateFileW(temp.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+    const HANDLE file = ::CreateFileW(temp.c_str(), GENERIC_READ | GENERIC_WRITE, kShareAll,
                                       nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
       const DWORD error = ::GetLastError();
@@ -67,9 +72,8 @@ HANDLE OpenLocked(const fs::path& target, const fs::path& temp) {
       ::CloseHandle(file);
       Fail(target, why);
     }
-    const HANDLE named = ::CreateFileW(temp.c_str(), FILE_READ_ATTRIBUTES,
-                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE named = ::CreateFileW(temp.c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+                                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     const bool same = named != INVALID_HANDLE_VALUE && FileIndex(named) == FileIndex(file);
     if (named != INVALID_HANDLE_VALUE) ::CloseHandle(named);
     if (same) return file;
@@ -77,12 +81,20 @@ HANDLE OpenLocked(const fs::path& target, const fs::path& temp) {
   }
 }
 
-// Deletes the held file when it is closed, so that no other writer can open
-// it between our close and a delete.
-void RemoveAndClose(HANDLE file) {
-  FILE_DISPOSITION_INFO dispose{};
-  dispose.DeleteFile = TRUE;
-  ::SetFileInformationByHandle(file, FileDispositionInfo, &dispose, sizeof(dispose));
+// Deletes the held and locked temporary file, marked for deletion before the
+// lock is let go, so that no other writer can take it up between our close
+// and a delete. The right to delete is taken only now (see OpenLocked).
+void RemoveAndClose(HANDLE file, const fs::path& temp) {
+  const HANDLE doomed = ::CreateFileW(temp.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (doomed != INVALID_HANDLE_VALUE) {
+    if (FileIndex(doomed) == FileIndex(file)) {
+      FILE_DISPOSITION_INFO dispose{};
+      dispose.DeleteFile = TRUE;
+      ::SetFileInformationByHandle(doomed, FileDispositionInfo, &dispose, sizeof(dispose));
+    }
+    ::CloseHandle(doomed);
+  }
   ::CloseHandle(file);
 }
 
@@ -107,7 +119,7 @@ StagedFile::StagedFile(fs::path target)
 }
 
 void StagedFile::FailAndRemove(const std::string& what) {
-  RemoveAndClose(Held(handle_));
+  RemoveAndClose(Held(handle_), temp_);
   handle_ = -1;
   Fail(target_, what);
 }
@@ -138,7 +150,7 @@ void StagedFile::Flush() {
 
 StagedFile::~StagedFile() {
   if (handle_ == -1) return;
-  RemoveAndClose(Held(handle_));
+  RemoveAndClose(Held(handle_), temp_);
 }
 
 void StagedFile::Commit() {
@@ -147,7 +159,8 @@ void StagedFile::Commit() {
   // Moved while still held and locked (the handle shares deletion, which
   // permits it), so a waiting writer finds the name free only once the new
   // file is in place. ReplaceFileW would keep the target's attributes but
-  // cannot take a replacement that is open. A program holding the target
+  // cannot take a replacement that is open. MoveFileExW opens the file with
+  // the right to delete itself and closes it before it returns. A program holding the target
   // open makes the move fail (Windows renames over no open file); the data
   // is flushed already, so wait a little for it to let go, then fail with
   // the target as it was.

@@ -71,7 +71,9 @@ TEST(AtomicFile, FailuresNameTheTargetAndLeaveNothingBehind) {
 
 TEST(AtomicFile, ConcurrentWritersOfOneTargetNeverMixTheirBytes) {
   // One fixed temporary name per target: without its lock, two writers would
-  // write into the same file.
+  // write into the same file. The reads are the C++ library's, which do not
+  // share deletion on Windows: no writer may hold the target with the right
+  // to delete it.
   const TempFolder dir;
   const fs::path target = dir.path() / "D.dao";
   std::atomic<int> torn{0};

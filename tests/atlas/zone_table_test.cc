@@ -6,6 +6,7 @@
 #include <random>
 
 #include "atlas/process_state.h"
+#include "support/german_numbers.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
 #include "util/bytes.h"
@@ -165,12 +166,12 @@ TEST_F(ZoneTableTest, LinesKeepFieldPaddingAndPrintTheOffset) {
 }
 
 TEST_F(ZoneTableTest, OffsetUsesTheLocaleDecimalSeparator) {
-  const std::string previous = std::setlocale(LC_NUMERIC, nullptr);
-  if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) {
-    GTEST_SKIP() << "the de_DE.UTF-8 locale is not installed";
+  std::string line;
+  {
+    const testing::GermanNumbers german;
+    if (german.name().empty()) GTEST_SKIP() << testing::kNoGermanLocale;
+    line = GetTimeZoneListString(Id("IST"));
   }
-  const std::string line = GetTimeZoneListString(Id("IST"));
-  std::setlocale(LC_NUMERIC, previous.c_str());
   EXPECT_NE(line.find("\t5,5\t"), std::string::npos) << line;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "support/atlas_fixture.h"
+#include "support/german_numbers.h"
 #include "util/julian.h"
 
 namespace tarv {
@@ -61,14 +62,15 @@ TEST_F(PlaceReportTest, SkippedHourComesFromEachPlacesOwnTimetable) {
 }
 
 TEST_F(PlaceReportTest, NumbersReadAlikeUnderAGermanLocale) {
-  const std::string previous = std::setlocale(LC_NUMERIC, nullptr);
-  if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) {
-    GTEST_SKIP() << "the de_DE.UTF-8 locale is not installed";
+  std::optional<PlaceReport> found;
+  std::optional<PlaceReport> nearest;
+  {
+    const testing::GermanNumbers german;
+    if (german.name().empty()) GTEST_SKIP() << testing::kNoGermanLocale;
+    ASSERT_EQ(places_.GetPlaceDataX("München", "D"), 1);
+    found = ReportFoundPlace(places_, 0, std::nullopt);
+    nearest = ReportNearestPlace(places_, "D", 11.6, 48.1, 0.0);
   }
-  ASSERT_EQ(places_.GetPlaceDataX("München", "D"), 1);
-  const auto found = ReportFoundPlace(places_, 0, std::nullopt);
-  const auto nearest = ReportNearestPlace(places_, "D", 11.6, 48.1, 0.0);
-  std::setlocale(LC_NUMERIC, previous.c_str());
   ASSERT_TRUE(found && nearest);
   EXPECT_EQ(found->longitude, 11.57549);
   EXPECT_EQ(nearest->latitude, 48.13743);

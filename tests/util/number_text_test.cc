@@ -10,6 +10,8 @@
 #include <random>
 #include <string>
 
+#include "support/german_numbers.h"
+
 namespace tarv {
 namespace {
 
@@ -45,11 +47,10 @@ TEST(SingleToText, AgreesWithPrintfOnRandomFloats) {
     ASSERT_EQ(SingleToText(value), expected) << b;
   }
   // With the host's separator.
-  const std::string before = std::setlocale(LC_NUMERIC, nullptr);
-  if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr) {
+  const testing::GermanNumbers german;
+  if (!german.name().empty()) {
     EXPECT_EQ(SingleToText(48.13743F), "48,13743");
     EXPECT_EQ(SingleToText(1.5e-7F), "1,5E-07");
-    std::setlocale(LC_NUMERIC, before.c_str());
   }
 }
 

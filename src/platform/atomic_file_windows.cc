@@ -58,10 +58,17 @@ HANDLE OpenLocked(const fs::path& target, const fs::path& temp) {
                                       nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
       const DWORD error = ::GetLastError();
+      // A file pending deletion is still there (and refuses to be looked
+      // at); where there is none, the folder itself refuses (read-only for
+      // this user): no use waiting.
+      const bool absent = error == ERROR_ACCESS_DENIED &&
+                          ::GetFileAttributesW(temp.c_str()) == INVALID_FILE_ATTRIBUTES &&
+                          ::GetLastError() == ERROR_FILE_NOT_FOUND;
       const bool busy =
           error == ERROR_SHARING_VIOLATION ||
-          (error == ERROR_ACCESS_DENIED && std::chrono::steady_clock::now() < give_up);
+          (error == ERROR_ACCESS_DENIED && !absent && std::chrono::steady_clock::now() < give_up);
       if (!busy) {
+        ::SetLastError(error);
         Fail(target, Reason("creating its temporary file " + Utf8OfPath(temp.filename())));
       }
       std::this_thread::sleep_for(kRetryPause);

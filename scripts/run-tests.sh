@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Sets everything up, builds with warnings as errors, builds the default atlas
 # from open data, and runs every test: once in the debug build, once under
-# AddressSanitizer and UndefinedBehaviorSanitizer, and then every fuzz target
-# for 30 seconds (FUZZ_SECONDS to change it, 0 to skip).
+# AddressSanitizer and UndefinedBehaviorSanitizer, once cross-built for
+# Windows and run under Wine (with a lookup by tarvplaces.exe; WINDOWS=0 to
+# skip), and then every fuzz target for 30 seconds (FUZZ_SECONDS to change
+# it, 0 to skip).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,6 +23,12 @@ for preset in default asan; do
   echo "== $preset tests"
   ctest --preset "$preset"
 done
+
+if [ "${WINDOWS:-1}" != 0 ]; then
+  echo "== windows"
+  bash scripts/setup.sh --windows
+  bash scripts/run-windows-tests.sh
+fi
 
 if [ "${FUZZ_SECONDS:-30}" != 0 ]; then
   echo "== fuzzing"

@@ -17,6 +17,38 @@ namespace fs = std::filesystem;
 
 namespace tarv::testing {
 
+#ifdef _WIN32
+namespace {
+
+// Tests make folders past 260 characters, which std::filesystem cannot
+// remove here (the C runtime's stat takes no long-path prefix); Windows' own
+// calls can, given the prefix.
+void RemoveTree(const std::wstring& folder) {
+  WIN32_FIND_DATAW found;
+  const HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &found);
+  if (search != INVALID_HANDLE_VALUE) {
+    do {
+      const std::wstring name = found.cFileName;
+      if (name == L"." || name == L"..") continue;
+      const std::wstring child = folder + L"\\" + name;
+      const DWORD kind = found.dwFileAttributes;
+      if ((kind & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        ::SetFileAttributesW(child.c_str(), FILE_ATTRIBUTE_NORMAL);
+        ::DeleteFileW(child.c_str());
+      } else if ((kind & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+        ::RemoveDirectoryW(child.c_str());  // the link, not what it points to
+      } else {
+        RemoveTree(child);
+      }
+    } while (::FindNextFileW(search, &found) != 0);
+    ::FindClose(search);
+  }
+  ::RemoveDirectoryW(folder.c_str());
+}
+
+}  // namespace
+#endif
+
 TempFolder::TempFolder() {
   static std::atomic<unsigned> counter{0};
   std::random_device seed;
@@ -31,7 +63,11 @@ TempFolder::~TempFolder() {
   ForgetFileStatuses();
   std::error_code ec;
   fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ec);
+#ifdef _WIN32
+  RemoveTree(L"\\\\?\\" + path_.native());
+#else
   fs::remove_all(path_, ec);
+#endif
 }
 
 fs::path TempFolder::Write(const std::string& relative, const std::string& bytes) const {

@@ -34,8 +34,9 @@ void Format(double value, std::int16_t flags) {
 
 // The atlas's own forms read back within the half second they round to, as
 // long as the degrees have at most three digits (four run into the minutes).
+// Values within half a second of 1000 round up to four digits.
 void RoundTrip(double value) {
-  if (!(std::fabs(value) < 1000.0)) return;
+  if (!(std::fabs(value) < 1000.0 - 1.0 / 3600.0)) return;
   for (const std::int16_t flags : {kLongitudeFlags, kLatitudeFlags}) {
     const std::string text = DegreeStringOfDec(value, flags);
     const double back = SignedDecOfString(text);

@@ -8,11 +8,14 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+# Each section says how long the run has taken so far.
+section() { printf '== %s (at %dm%02ds)\n' "$1" $((SECONDS / 60)) $((SECONDS % 60)); }
+
 bash scripts/setup.sh
 
 cmake --preset default >/dev/null
 cmake --build --preset default
-echo "== building the default atlas"
+section "building the default atlas"
 bash scripts/build-atlas.sh default
 
 for preset in default asan; do
@@ -20,17 +23,18 @@ for preset in default asan; do
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset"
   fi
-  echo "== $preset tests"
+  section "$preset tests"
   ctest --preset "$preset"
 done
 
 if [ "${WINDOWS:-1}" != 0 ]; then
-  echo "== windows"
+  section windows
   bash scripts/setup.sh --windows
   bash scripts/run-windows-tests.sh
 fi
 
 if [ "${FUZZ_SECONDS:-30}" != 0 ]; then
-  echo "== fuzzing"
+  section fuzzing
   bash scripts/run-fuzz.sh "${FUZZ_SECONDS:-30}"
 fi
+section "all tests passed"

@@ -17,7 +17,7 @@ trap 'WINEDEBUG=-all wineserver -k 2>/dev/null || true' EXIT
 
 cmake --preset windows >/dev/null
 cmake --build --preset windows
-echo "== windows tests (under Wine)"
+printf '== windows tests under Wine (built in %dm%02ds)\n' $((SECONDS / 60)) $((SECONDS % 60))
 ctest --preset windows --timeout 300
 echo "== a lookup with tarvplaces.exe"
 "$run" build/windows/bin/tarvplaces.exe --atlas "$PWD/build/atlas" place München D --date 1980-07-01T12:00

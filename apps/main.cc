@@ -331,7 +331,8 @@ int RunPlace(const Options& o, const std::string& name, const std::string& count
   } else if (!p.is_null()) {
     PrintPlace(p);
     if (found > 1)
-      std::cout << std::setw(12) << "Also" << found - 1 << " more places of that name\n";
+      std::cout << std::setw(12) << "Also" << found - 1
+                << (found == 2 ? " more place" : " more places") << " of that name\n";
   }
   if (found == 0)
     throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try a prefix such as \"" +

@@ -236,13 +236,35 @@ class Atlas {
     return false;
   }
 
-  // The internal code of a known country, else a usage error.
+  // The country record a code, title or title prefix finds (as the country
+  // table looks them up): its position and fields, or nothing.
+  struct CountryRecord {
+    std::int32_t index;
+    std::vector<std::string> fields;
+  };
+  std::optional<CountryRecord> Record(const std::string& code) {
+    std::vector<std::string> lines;
+    places().FillCountryArray(lines);
+    const auto id = places().GetCountryID(code);
+    const auto index = places().GetCountryIndexOfID(id);
+    if (id == 0 || index <= 0 || static_cast<std::size_t>(index) >= lines.size()) return {};
+    auto fields = tarv::SplitCopies(lines[static_cast<std::size_t>(index)], '\t');
+    if (fields.size() < 10) return {};
+    return CountryRecord{index, std::move(fields)};
+  }
+
+  // The internal code of a known country, else a usage error. A title or
+  // prefix ("Deutsch", "con") stands for the country it finds, whose own code
+  // is then used and printed: place files are named by codes, and a place
+  // added under "con" would otherwise land in Connecticut while the tool
+  // reported "CON".
   std::string Country(const std::string& code) {
-    if (places().GetCountryID(code) == 0) {
+    const auto record = Record(code);
+    if (!record) {
       throw Exit{kUsage,
                  "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
     }
-    return places().GetInternalCountryAbbreviation(code);
+    return places().GetInternalCountryAbbreviation(record->fields[2]);
   }
 
   // Searches also take a group: a continent or the USA, by its name in the
@@ -451,18 +473,15 @@ int RunCountries(const Options& o) {
 
 int RunCountry(const Options& o, const std::string& code) {
   Atlas atlas(o);
-  std::vector<std::string> lines;
-  atlas.places().FillCountryArray(lines);
-  const auto id = atlas.places().GetCountryID(code);
-  const auto index = atlas.places().GetCountryIndexOfID(id);
-  if (id == 0 || index <= 0 || static_cast<std::size_t>(index) >= lines.size()) {
+  const auto record = atlas.Record(code);
+  if (!record) {
     if (o.json) std::cout << "null\n";
     throw Exit{kNotFound,
                "no country matches \"" + code + "\": run \"tarvplaces countries\" for the list"};
   }
-  const auto f = tarv::SplitCopies(lines[static_cast<std::size_t>(index)], '\t');
+  const auto& f = record->fields;
   const std::string internal = atlas.places().GetInternalCountryAbbreviation(f[2]);
-  json c{{"index", index},
+  json c{{"index", record->index},
          {"id", std::stoi(f[0])},
          {"title", f[1]},
          {"code", f[2]},

@@ -42,8 +42,11 @@ class GeoNamesAtlasTest : public ::testing::Test {
     places_ = nullptr;
   }
   void SetUp() override {
-    if (places_ == nullptr)
-      GTEST_SKIP() << "the default atlas is not built (scripts/build-atlas.sh)";
+    if (places_ == nullptr) {
+      GTEST_SKIP() << (std::filesystem::exists(kDefaultAtlas + "/Country.dat")
+                           ? "GeoNames' places are not fetched (scripts/fetch-data.sh)"
+                           : "the default atlas is not built (scripts/build-atlas.sh)");
+    }
     ResetProcessState();
     places.PlacePath(kDefaultAtlas);
     places.GetCountryID("");  // loads the tables

@@ -9,29 +9,22 @@ namespace {
 
 const std::string kNul(1, '\0');
 
-TEST(Trim, BlankTrimsOnlyBlanks) {
+// Blanks are trimmed from both ends; any other character cuts the text
+// before its first occurrence, and gives "" where it does not occur.
+TEST(Trim, BlanksFromBothEndsOtherCharactersCutAtTheFirst) {
   EXPECT_EQ(Trim("  München  "), "München");
   EXPECT_EQ(Trim("\tA\t "), "\tA\t");
   EXPECT_EQ(Trim("    "), "");
-}
-
-TEST(Trim, OtherCharacterCutsBeforeItsFirstOccurrence) {
   EXPECT_EQ(Trim(std::string("ab") + kNul + "x" + kNul, kNul), "ab");
   EXPECT_EQ(Trim(kNul + "ab", kNul), "");
-}
-
-TEST(Trim, OtherCharacterThatDoesNotOccurGivesEmptyText) {
   EXPECT_EQ(Trim("abc", kNul), "");
   EXPECT_EQ(Trim("a;b", ";"), "a");
 }
 
-TEST(PathPieces, PraeCutsAtTheLastDot) {
+TEST(PathPieces, PraeCutsAtTheLastDotPraePostAfterBackslashThenColon) {
   EXPECT_EQ(Get_Prae("D.dao"), "D");
   EXPECT_EQ(Get_Prae("a.b.c"), "a.b");
   EXPECT_EQ(Get_Prae("EUROPA"), "EUROPA");
-}
-
-TEST(PathPieces, PraePostTakesTheNameAfterBackslashThenColon) {
   EXPECT_EQ(Get_PraePost("C:\\Atlas\\D.dao"), "D.dao");
   EXPECT_EQ(Get_PraePost("C:file.dat"), "file.dat");
   EXPECT_EQ(Get_PraePost("file.dat"), "file.dat");
@@ -73,14 +66,11 @@ TEST(Wildcard, StarQuestionMarkAndSets) {
   EXPECT_TRUE(Like("a-b", "a[-]b"));
 }
 
-TEST(Wildcard, MatchesWholeTextsWithoutRegardToCase) {
+TEST(Wildcard, WholeTextsAnyCaseUnclosedBracketAndHashLiteral) {
   EXPECT_TRUE(Like("M\xFCNCHEN", "m\xDCnchen"));
   EXPECT_TRUE(Like("M\xDCNCHEN", "M[u\xFC]NCHEN"));  // set members fold too
   EXPECT_FALSE(Like("Deutschlands", "Deutschland"));
   EXPECT_FALSE(Like("Deutschland", "eutsch"));
-}
-
-TEST(Wildcard, UnclosedBracketAndHashAreLiteral) {
   EXPECT_TRUE(Like("a[b", "a[b"));
   EXPECT_TRUE(Like("#1", "#1"));
   EXPECT_FALSE(Like("11", "#1"));

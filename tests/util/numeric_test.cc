@@ -8,15 +8,12 @@
 namespace tarv {
 namespace {
 
-TEST(Mod360, SmallValuesLandInTheCircle) {
+TEST(Mod360, SmallValuesLandInTheCircleLargeNegativesDeliberatelyStayNegative) {
   EXPECT_DOUBLE_EQ(MOD360(-10), 350);
   EXPECT_DOUBLE_EQ(MOD360(720), 0);
   EXPECT_DOUBLE_EQ(MOD360(359.5), 359.5);
   EXPECT_DOUBLE_EQ(MOD360(5760), 0);  // exactly 16 turns still takes the loop
-}
-
-TEST(Mod360, LargeNegativeValuesDeliberatelyStayNegative) {
-  // The shortcut fraction(x / 360) * 360 carries its rounding error.
+  // Beyond that the shortcut fraction(x / 360) * 360 carries its rounding error.
   EXPECT_NEAR(MOD360(-10000), -280, 1e-9);
   EXPECT_NEAR(MOD360(10000), 280, 1e-9);
   EXPECT_NEAR(MOD360(-5761), -1, 1e-9);
@@ -53,22 +50,14 @@ TEST(ToInt16, RoundsHalvesToEvenAndRefusesOverflow) {
   EXPECT_FALSE(ToInt16(std::nan("")));
 }
 
-TEST(IsEditCode, KeysThatChangeTheText) {
-  for (int code : {5, 6, 7, 8, 28, 32, 46, 48, 65, 111, 128, 255}) {
+// Negative codes are negated characters: backspace, blank and letters edit.
+TEST(IsEditCode, KeysAndNegatedCharactersThatChangeTheText) {
+  for (int code : {5, 6, 7, 8, 28, 32, 46, 48, 65, 111, 128, 255, -8, -32, -252}) {
     EXPECT_TRUE(IsEditCode(static_cast<std::int16_t>(code))) << code;
   }
-  for (int code : {1, 4, 9, 13, 27, 33, 37, 44, 45, 47, 112, 127}) {
+  for (int code : {1, 4, 9, 13, 27, 33, 37, 44, 45, 47, 112, 127, 0, -13, -31}) {
     EXPECT_FALSE(IsEditCode(static_cast<std::int16_t>(code))) << code;
   }
-}
-
-TEST(IsEditCode, NegatedCharacters) {
-  EXPECT_TRUE(IsEditCode(-8));
-  EXPECT_TRUE(IsEditCode(-32));
-  EXPECT_TRUE(IsEditCode(-252));  // ü
-  EXPECT_FALSE(IsEditCode(0));
-  EXPECT_FALSE(IsEditCode(-13));
-  EXPECT_FALSE(IsEditCode(-31));
 }
 
 }  // namespace

@@ -9,22 +9,18 @@
 namespace tarv {
 namespace {
 
+// Texts compare by bytes, so accented initials follow Z.
 TEST(Sort, SortsWholeVectorWhenFirstEqualsLast) {
-  std::vector<std::string> v = {"Wien", "Aachen", "M\xFCnchen", "Zug", "Berlin"};
+  std::vector<std::string> v = {"Wien", "\xC4gypten", "Aachen", "M\xFCnchen", "Zug", "Berlin"};
   Sort(3, 3, v);
-  EXPECT_EQ(v, (std::vector<std::string>{"Aachen", "Berlin", "M\xFCnchen", "Wien", "Zug"}));
+  EXPECT_EQ(
+      v, (std::vector<std::string>{"Aachen", "Berlin", "M\xFCnchen", "Wien", "Zug", "\xC4gypten"}));
 }
 
 TEST(Sort, SortsOnlyTheGivenRange) {
   std::vector<int> v = {9, 8, 7, 6, 5, 4};
   Sort(1, 4, v);
   EXPECT_EQ(v, (std::vector<int>{9, 5, 6, 7, 8, 4}));
-}
-
-TEST(Sort, TextsCompareByBytesSoAccentsFollowZ) {
-  std::vector<std::string> v = {"\xC4gypten", "Zypern", "Albanien"};
-  Sort(0, 0, v);
-  EXPECT_EQ(v.back(), "\xC4gypten");
 }
 
 TEST(Sort, AgreesWithStdSortOnRandomAndAdversarialInput) {

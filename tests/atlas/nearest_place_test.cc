@@ -32,14 +32,6 @@ TEST_F(NearestPlaceTest, ExactCoordinatesGiveThePlaceWithItsPosition) {
   EXPECT_EQ(Nearest("D", 13.0, 52.0), "Berlin" + std::string(22, ' ') + "\t13\t52\t3\t1");
 }
 
-TEST_F(NearestPlaceTest, TiesGoToThePlaceReadFirst) {
-  // Berlin and Dresden are both one degree away from (13, 51).
-  EXPECT_EQ(Nearest("D", 13.0, 51.0).substr(0, 6), "Berlin");
-  // A user place wins over a database place at the same spot.
-  WriteUserFile("D", {Place("Berlin-Mitte", 13.0F, 52.0F)});
-  EXPECT_EQ(Nearest("D", 13.0, 52.0).substr(0, 12), "Berlin-Mitte");
-}
-
 TEST_F(NearestPlaceTest, RangeModeGivesTheBestLineWithoutPosition) {
   EXPECT_EQ(Nearest("D", 13.9, 51.1, 0.5), "Cottbus" + std::string(21, ' ') + "\t14\t51\t1");
   EXPECT_EQ(Nearest("D", 10.0, 45.0, 0.5), "");

@@ -399,16 +399,6 @@ TEST_F(HostileInputTest, CodesThatCanNameNoFileStoreNothing) {
   EXPECT_THROW(places_.FillCountryArray(countries), AtlasError);
 }
 
-TEST_F(HostileInputTest, ContinentsAndGroupsTakeNoUserPlaces) {
-  places_.Language(kLanguageGerman);
-  std::vector<std::string> countries;
-  places_.FillCountryArray(countries);           // continents by their German names
-  EXPECT_NE(places_.GetCountryID("EUROPA"), 0);  // the continent record
-  EXPECT_EQ(places_.AddUserPlace("EUROPA", "Kontinentort", 10.0, 50.0), 0);
-  EXPECT_EQ(places_.AddUserPlace("USA", "Kontinentort", -100.0, 40.0), 0);
-  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
-}
-
 TEST_F(HostileInputTest, UserPlacesTakeOnlyTimetablesTheCountryHas) {
   const std::int32_t count = places_.HaveTimetables("D");
   ASSERT_GT(count, 0);

@@ -219,21 +219,22 @@ class classPlaces {
   // atlas's places in every search). The name is cleaned first: control
   // characters become blanks, outer blanks go, then it is cut to 28
   // characters. Returns -1 when it was stored or a user place of that name
-  // exists already; 0 for an unknown country, a continent or group
-  // ("EUROPA", "USA": their places would be read by no search), an empty
-  // name, or a timetable the country does not have (allowed: 0 to
+  // exists already; 0 for an unknown country code (a country's title or its
+  // beginning, which GetCountryID takes, names no place file), a continent
+  // or group ("EUROPA", "USA": their places would be read by no search), an
+  // empty name, or a timetable the country does not have (allowed: 0 to
   // HaveTimetables, or 0 and 1 where it has none, 0 and 1 both meaning its
   // default history); `*RecordNo` receives the new record's number
-  // (negative). Throws
-  // AtlasWriteError when the atlas folder cannot be written.
+  // (negative). Throws AtlasWriteError when the atlas folder cannot be
+  // written.
   std::int16_t AddUserPlace(const std::string& CountryShort, const std::string& Name,
                             double Longitude, double Latitude, std::int16_t Timetable = 0,
                             std::int32_t* RecordNo = nullptr);
 
   // Deletes the user's place of that name in a country, the name cleaned as
   // AddUserPlace cleans it; places of the atlas itself cannot be deleted.
-  // Returns -1 when the country exists (whether or not such a user place was
-  // found), else 0.
+  // Returns -1 when the country code exists (whether or not such a user place
+  // was found), else 0.
   std::int16_t DeleteUserPlace(const std::string& CountryShort, const std::string& Name);
 
   // Whether a local wall-clock time (a Julian day) at a place exists once

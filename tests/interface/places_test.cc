@@ -411,6 +411,14 @@ TEST_F(HostileInputTest, UserPlacesTakeOnlyTimetablesTheCountryHas) {
   double lon = 0;
   EXPECT_EQ(places_.GetPlaceData("Zuweit", "D", &lon), 0);
   EXPECT_EQ(places_.GetPlaceData("Letzte", "D", &lon), 1);
+  // A title or its beginning finds a country, but names no place file: the
+  // place would land where no lookup by the same text reads it.
+  ASSERT_EQ(places_.GetCountryID("Deutsch"), places_.GetCountryID("D"));
+  EXPECT_EQ(places_.AddUserPlace("Deutsch", "Titelort", 10.0, 50.0), 0);
+  EXPECT_EQ(places_.GetPlaceData("Titelort", "D", &lon), 0);
+  EXPECT_EQ(places_.DeleteUserPlace("Deutsch", "Letzte"), 0);
+  EXPECT_EQ(places_.GetPlaceData("Letzte", "D", &lon), 1);
+  EXPECT_EQ(places_.AddUserPlace("d", "Kleinort", 10.0, 50.0), -1);  // codes in any case
 }
 
 TEST_F(HostileInputTest, DeleteCleansTheNameAsAddDoes) {

@@ -251,8 +251,9 @@ TARV_API void tarv_timetable_free(tarv_timetable* timetable);
 /* Adds a place of the user's (found before the atlas's places of the same
  * name). The name loses outer blanks and is cut to 28 characters. TARV_OK
  * also when a user place of that name exists already. TARV_E_ARGUMENT for
- * an empty name, a group ("EUROPA") or a timetable the country does not
- * offer (0 to its number of timetables; 0 and 1 where it has none);
+ * an empty name, a group ("EUROPA"), a country's title instead of its code
+ * ("Deutsch": places are filed under codes) or a timetable the country does
+ * not offer (0 to its number of timetables; 0 and 1 where it has none);
  * TARV_E_WRITE when the atlas folder cannot be written. */
 TARV_API tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* name,
                                     double longitude, double latitude, int32_t timetable);

@@ -257,6 +257,14 @@ std::int16_t GetCountryID(std::string_view code) {
   return id;
 }
 
+std::int16_t GetCountryIDOfCode(std::string_view code) {
+  const std::int16_t id = GetCountryID(code);
+  const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
+  const auto& table = State().countries;
+  if (id == 0 || index >= table.size()) return 0;
+  return TextEqual(table[index].CountryShort, GetInternalCountryAbbreviation(code)) ? id : 0;
+}
+
 std::int16_t GetCountryIndexOfID(std::int32_t id) {
   auto& known = State().country_indexes;
   if (const auto it = known.find(id); it != known.end()) return it->second;

@@ -79,6 +79,13 @@ std::string GetInternalCountryAbbreviation(std::string_view code);
 // the call that first loads the table.
 std::int16_t GetCountryID(std::string_view code);
 
+// The number of the country (or continent) whose own code `code` is, mapped
+// and compared as GetCountryID compares codes; 0 for a title or its
+// beginning, which GetCountryID also takes, and for unknown codes. Places
+// are stored under codes: a place filed under "con" would land in
+// Connecticut, where no lookup by "con" (the file CON.dao) reads it.
+std::int16_t GetCountryIDOfCode(std::string_view code);
+
 // The position of the first record with this number; 0 when none (also when
 // the table was never loaded).
 std::int16_t GetCountryIndexOfID(std::int32_t id);

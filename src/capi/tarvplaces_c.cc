@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
 #include "atlas/user_places.h"
@@ -144,6 +145,8 @@ std::string AddRefusal(tarv_atlas& atlas, const std::string& code, const std::st
     return code + " has no timetable " + std::to_string(timetable) + " (it offers 0 to " +
            std::to_string(std::max(count, std::int32_t{1})) + ")";
   }
+  if (atlas.places.GetContinentID(code) == 0 && GetCountryIDOfCode(AnsiFromUtf8(code)) == 0)
+    return "\"" + code + "\" finds a country by its title, but places are filed under its code";
   return code + " is a group of countries: add the place to one of them";
 }
 

@@ -70,19 +70,6 @@ void LoadTables() {
   InitializeTimeZones("", "Zones13.bin");
 }
 
-// The country a user place is added to or deleted from: the record of that
-// very code, else 0. GetCountryID also takes titles and their beginnings,
-// and a place added under "con" would land in Connecticut, where lookups by
-// "con" (the file CON.dao) never read it.
-std::int16_t UserPlaceCountryId(std::string_view code_ansi) {
-  const std::string code = GetInternalCountryAbbreviation(code_ansi);
-  const std::int16_t id = GetCountryID(code);
-  const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
-  const auto& table = State().countries;
-  if (id == 0 || index >= table.size()) return 0;
-  return TextEqual(Trim(table[index].CountryShort), code) ? id : 0;
-}
-
 }  // namespace
 
 void classPlaces::CheckPlacePath() {
@@ -371,7 +358,7 @@ std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const st
   const FaultScope fault;
   LoadTables();
   UserPlace place;
-  place.CountryId = UserPlaceCountryId(Ansi(CountryShort));
+  place.CountryId = GetCountryIDOfCode(Ansi(CountryShort));
   place.Place.SetName(CleanPlaceName(Ansi(Name)));
   place.Place.Longitude = static_cast<float>(Longitude);
   place.Place.Latitude = static_cast<float>(Latitude);
@@ -393,7 +380,7 @@ std::int16_t classPlaces::DeleteUserPlace(const std::string& CountryShort,
   const FaultScope fault;
   LoadTables();
   UserPlace place;
-  place.CountryId = UserPlaceCountryId(Ansi(CountryShort));
+  place.CountryId = GetCountryIDOfCode(Ansi(CountryShort));
   if (place.CountryId == 0) return 0;
   place.Place.SetName(CleanPlaceName(Ansi(Name)));
   return Delete_City(place);

@@ -353,6 +353,8 @@ static void user_places_are_added_found_and_deleted(void) {
   CHECK(contains(tarv_last_error(), "timetable 99"));
   CHECK_STATUS(tarv_add_place(atlas, "EUROPA", "Capi Hof", 10.25, 50.5, 0), TARV_E_ARGUMENT);
   CHECK(contains(tarv_last_error(), "group"));
+  CHECK_STATUS(tarv_add_place(atlas, "Deutsch", "Capi Hof", 10.25, 50.5, 0), TARV_E_ARGUMENT);
+  CHECK(contains(tarv_last_error(), "its code"));
   CHECK_STATUS(tarv_add_place(atlas, "D", "   ", 10.25, 50.5, 1), TARV_E_ARGUMENT);
   CHECK(contains(tarv_last_error(), "empty"));
   CHECK_STATUS(tarv_add_place(atlas, "D", "Capi Hof", 200.0, 50.5, 1), TARV_E_ARGUMENT);

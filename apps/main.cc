@@ -194,6 +194,11 @@ json PlaceJson(const tarv::PlaceReport& place) {
          {"longitude", place.longitude}, {"latitude", place.latitude},
          {"timetable", place.timetable}, {"user_place", place.user_place}};
   p.update(ZoneJson(place.zone));
+  if (!place.iana.empty()) {
+    p["iana"] = place.iana;
+    p["tz_abbreviation"] = place.tz_abbreviation;
+    p["zone_long_name"] = place.zone_long_name;
+  }
   return p;
 }
 
@@ -326,6 +331,12 @@ void PrintPlace(const json& p) {
             << std::setw(12) << "Zone" << p["zone"].get<std::string>() << " ("
             << p["zone_name"].get<std::string>() << "), UTC"
             << Offset(p["utc_offset"].get<double>()) << '\n';
+  if (p.contains("iana")) {
+    const std::string long_name = p["zone_long_name"].get<std::string>();
+    std::cout << std::setw(12) << "IANA zone" << p["iana"].get<std::string>() << " ("
+              << p["tz_abbreviation"].get<std::string>()
+              << (long_name.empty() ? "" : ", " + long_name) << ")\n";
+  }
   if (p.contains("local_time") && p["local_time"] != "normal") {
     std::cout << std::setw(12) << "Local time" << p["local_time"].get<std::string>()
               << (p["local_time"] == "skipped" ? ": clocks were set forward over this time"
@@ -432,11 +443,20 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
   json z = atlas.Zone(id, longitude);
   z["local_time"] = tarv::LocalTimeName(
       static_cast<tarv::LocalTimeKind>(atlas.places().GetLocalTimeKind(name, code, julian)));
+  if (const auto place = tarv::ReportFoundPlace(atlas.places(), 0, julian);
+      place && !place->iana.empty()) {
+    z["iana"] = place->iana;
+    z["tz_abbreviation"] = place->tz_abbreviation;
+    z["zone_long_name"] = place->zone_long_name;
+  }
   CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << z.dump(2) << '\n';
   } else {
     std::cout << tarv::TrimRight(text) << "  UTC" << Offset(z["utc_offset"].get<double>())
+              << (z.contains("iana") ? "  " + z["iana"].get<std::string>() + " " +
+                                           z["tz_abbreviation"].get<std::string>()
+                                     : "")
               << (z["local_time"] != "normal"
                       ? "  (local time " + z["local_time"].get<std::string>() + ")"
                       : "")
@@ -667,6 +687,7 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
             << "  timetables " << s.timetables << ", entries " << s.entries
             << ", summer-time rule lines " << s.rule_lines << ", changes after 1999 "
             << s.change_lines << "\n"
+            << "  own zone histories of places: " << s.zone_histories << " IANA zones\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";
   if (!s.unexpressible.empty()) {
     // "Zone year" pairs, shown as year ranges per zone.

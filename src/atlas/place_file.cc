@@ -581,12 +581,14 @@ namespace {
 
 // The first place of `found` from the user file (`user`) or the database
 // file whose trimmed name equals `trimmed` without regard to case.
-bool PickCity(const PlaceList& found, bool user, const std::string& trimmed, PlaceRecord& place) {
+bool PickCity(const PlaceList& found, bool user, const std::string& trimmed, PlaceRecord& place,
+              PlaceRef* ref = nullptr) {
   for (std::size_t i = 0; i < found.size(); ++i) {
     if ((found.refs[i].RecordNo < 0) != user) continue;
     if (!TextEqual(found.places[i].TrimmedName(), trimmed)) continue;
     place = found.places[i];
     place.SetName(found.places[i].TrimmedName());
+    if (ref != nullptr) *ref = found.refs[i];
     return true;
   }
   return false;
@@ -603,7 +605,7 @@ bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRe
 }
 
 bool Get_City_Data_UserFirst(const std::string& place_file, std::string_view name,
-                             PlaceRecord& place) {
+                             PlaceRecord& place, PlaceRef* ref) {
   // Both lookups search the same file pair; only the file they take the
   // place from differs.
   const std::string wanted = RemoveTrailingStops(std::string(name));
@@ -611,8 +613,8 @@ bool Get_City_Data_UserFirst(const std::string& place_file, std::string_view nam
   Read_Cp_Indexed_City(place_file, wanted, found, 0);
   if (!wanted.empty() && wanted.back() == '*') return false;
   const std::string trimmed = Trim(wanted);
-  return PickCity(found, true, trimmed, place) ||
-         PickCity(found, TextContains(place_file, "\\USER\\"), trimmed, place);
+  return PickCity(found, true, trimmed, place, ref) ||
+         PickCity(found, TextContains(place_file, "\\USER\\"), trimmed, place, ref);
 }
 
 std::string LZERROR_Msg(std::int32_t code, const std::string& file_name) {

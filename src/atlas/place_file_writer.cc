@@ -5,6 +5,7 @@
 
 #include "atlas/name_index.h"
 #include "atlas/place_search.h"
+#include "atlas/zone_history.h"
 #include "platform/atomic_file.h"
 #include "platform/lz.h"
 #include "util/bytes.h"
@@ -72,15 +73,25 @@ std::string EncodePlaceIndex(const std::vector<PlaceRecord>& places) {
 std::size_t WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
                             std::vector<PlaceRecord> places, bool compress,
                             const std::vector<std::int64_t>& populations,
-                            const std::vector<std::vector<std::string>>& name_keys) {
+                            const std::vector<std::vector<std::string>>& name_keys,
+                            const std::vector<std::uint16_t>& place_zones,
+                            const std::vector<std::uint16_t>& timetable_zones) {
   const auto order = SortForPlaceFile(places, populations);
   const std::string data = EncodePlaceFile(places);
   WriteFileAtomically(folder / (code + ".dao"), compress ? CompressSzdd(data, 'o') : data);
   WriteFileAtomically(folder / (code + ".IDX"), EncodePlaceIndex(places));
-  if (name_keys.empty()) return 0;
-  std::vector<NameIndexEntry> entries;
   // Record numbers are 16-bit; readers see no further records.
   const std::size_t records = std::min(places.size(), kMaxPlaceRecords);
+  if (!place_zones.empty()) {
+    std::vector<std::uint16_t> zones(records, kNoPlaceZone);
+    for (std::size_t r = 0; r < records; ++r) {
+      if (order[r] < place_zones.size()) zones[r] = place_zones[order[r]];
+    }
+    const std::string bytes = EncodePlaceZones(zones, timetable_zones);
+    WriteFileAtomically(folder / (code + ".TZP"), compress ? CompressSzdd(bytes, 'P') : bytes);
+  }
+  if (name_keys.empty()) return 0;
+  std::vector<NameIndexEntry> entries;
   for (std::size_t r = 0; r < records; ++r) {
     const std::size_t at = order[r];
     const std::int64_t population = at < populations.size() ? populations[at] : 0;

@@ -39,11 +39,17 @@ std::string EncodePlaceIndex(const std::vector<PlaceRecord>& places);
 // is false) and "<code>.IDX" into `folder`, each replaced atomically. With
 // `name_keys` (one list per place, in the order of `places`) it writes the
 // name index "<code>.NDX" as well: every key with the place's record number
-// and population (clamped to 32 bits). Returns the number of index entries.
+// and population (clamped to 32 bits). With `place_zones` (one per place, in
+// the order of `places`: its zone's number in "Zones.hst", or kNoPlaceZone)
+// it writes the place zone file "<code>.TZP" too, with `timetable_zones`
+// (the zone each timetable keeps the history of). Returns the number of
+// index entries.
 std::size_t WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
                             std::vector<PlaceRecord> places, bool compress = true,
                             const std::vector<std::int64_t>& populations = {},
-                            const std::vector<std::vector<std::string>>& name_keys = {});
+                            const std::vector<std::vector<std::string>>& name_keys = {},
+                            const std::vector<std::uint16_t>& place_zones = {},
+                            const std::vector<std::uint16_t>& timetable_zones = {});
 
 }  // namespace tarv
 

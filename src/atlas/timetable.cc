@@ -173,7 +173,10 @@ const CountryRecord* CountryOf(std::string_view code) {
 ZoneAtDate ZoneOfId(std::int16_t id) {
   const auto& zones = State().zones;
   const auto index = static_cast<std::size_t>(id);
-  return {id, index < zones.size() ? zones[index] : ZoneRecord{}};
+  ZoneAtDate at;
+  at.zone_id = id;
+  at.zone = index < zones.size() ? zones[index] : ZoneRecord{};
+  return at;
 }
 
 // The zone table's entry without a copy; a blank one outside the table.
@@ -469,7 +472,10 @@ std::optional<ZoneAtDate> ZoneAt(std::string_view code, std::int16_t timetable, 
   if (!HasHistory(history) && timetable == 0) {
     ZoneRecord base;
     const std::int16_t id = Fill_BaseTimeZoneData(mapped, base);
-    return ZoneAtDate{id, base};
+    ZoneAtDate at;
+    at.zone_id = id;
+    at.zone = base;
+    return at;
   }
   if (date <= kSerial2000) return ZoneOfId(ZoneInHistory(history, date));
   if (const auto* changes = ChangesOf(*country, timetable, date))
@@ -595,9 +601,40 @@ double LookupSerialOfJulian(double julian) {
   }
 }
 
+std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date) {
+  InitializeCountries("", "Country.dat", false, false);
+  InitializeTimeZones("", "Zones13.bin");
+  if (place.RecordNo > 0) {
+    if (auto own = OwnHistoryAt(place.Country, place.RecordNo, date)) {
+      ZoneAtDate at = ZoneOfId(own->entry);
+      at.own_history = true;
+      at.iana = std::move(own->zone_name);
+      at.abbreviation = std::move(own->abbreviation);
+      at.utc_seconds = own->utc_offset;
+      at.daylight = own->daylight;
+      at.kind = own->kind;
+      return at;
+    }
+  }
+  auto at = ZoneAt(place.Country, place.Place.Timetable, date);
+  if (at) {
+    // Countries without timetables have one history, numbered 0 here.
+    const std::int16_t timetable = HaveTimetables(place.Country) > 0 ? place.Place.Timetable : 0;
+    at->kind = LocalTimeStatus(place.Country, timetable, date);
+    at->utc_seconds = static_cast<std::int32_t>(std::lround(at->zone.TZDif * 3600.0F));
+    at->daylight = at->zone.TZType == 'S' || at->zone.TZType == 'D';
+    // The IANA zone of the history the timetable keeps names the clock.
+    if (auto main = TimetableHistoryAt(place.Country, timetable, date)) {
+      at->iana = std::move(main->zone_name);
+      at->abbreviation = std::move(main->abbreviation);
+    }
+  }
+  return at;
+}
+
 std::int16_t GetZonenIdOfPlaceData(const FoundPlace& place, double julian, bool& is_lmt,
                                    double& zone_time) {
-  const auto zone = ZoneAt(place.Country, place.Place.Timetable, LookupSerialOfJulian(julian));
+  const auto zone = ZoneOfPlaceAt(place, LookupSerialOfJulian(julian));
   const ZoneRecord record = zone ? zone->zone : ZoneRecord{};
   zone_time = record.TZDif;
   is_lmt = UCase(Trim(record.TZShort)) == "LMT";

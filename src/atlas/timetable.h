@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "atlas/place_search.h"
+#include "atlas/zone_history.h"
 #include "atlas/zone_table.h"
 
 namespace tarv {
@@ -80,10 +81,20 @@ std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, d
                                std::int32_t number, std::vector<TimetableEntry>& result, bool usa,
                                const std::string& folder = "", std::int32_t* lz_error = nullptr);
 
-// The zone in force for a country's timetable at a local serial date.
+// The zone in force for a country's timetable, or a place's own history, at
+// a local serial date.
 struct ZoneAtDate {
   std::int16_t zone_id = 0;
   ZoneRecord zone;
+  // From the place's own history only: its IANA zone ("Europe/Berlin"),
+  // tzdata's abbreviation at that instant ("CEST"), the exact offset in
+  // seconds and whether it is daylight time.
+  bool own_history = false;
+  std::string iana;
+  std::string abbreviation;
+  std::int32_t utc_seconds = 0;
+  bool daylight = false;
+  LocalTimeKind kind = LocalTimeKind::kNormal;
 };
 
 // The zone that holds for `code`'s timetable `timetable` at the local serial
@@ -132,7 +143,6 @@ std::string GetRightTimeZone(std::string_view code, std::int16_t timetable);
 // forward over it) or twice (clocks were set back over it) under a country's
 // timetable: changes before 2000 come from the timetable, later ones from the
 // year's summer-time period. Changes out of local mean time are not judged.
-enum class LocalTimeKind { kNormal, kSkipped, kRepeated };
 LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, double date);
 
 // The serial date a Julian day stands for in zone lookups: JulianInSerial,
@@ -141,8 +151,15 @@ LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, dou
 // at which every timetable still shows local mean time.
 double LookupSerialOfJulian(double julian);
 
-// The zone of a found place at the Julian day `julian`: its timetable's zone
-// at that date (local time). `zone_time` receives the zone's offset in hours,
+// The zone of a found place at the local serial date `date`: from the place's
+// own history when it is a database place and the atlas has one for it (then
+// `own_history` is set and `kind` says whether the local time was skipped or
+// repeated), else from its country's timetable as ZoneAt gives it, with
+// `kind` from LocalTimeStatus. A damaged history file throws AtlasError.
+std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date);
+
+// The zone of a found place at the Julian day `julian` (ZoneOfPlaceAt at the
+// serial date LookupSerialOfJulian gives). `zone_time` receives the zone's offset in hours,
 // `is_lmt` whether it is local mean time. Returns the zone identifier, 0 for
 // local mean time.
 std::int16_t GetZonenIdOfPlaceData(const FoundPlace& place, double julian, bool& is_lmt,

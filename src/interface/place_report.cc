@@ -6,7 +6,9 @@
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
+#include "atlas/zone_history.h"
 #include "atlas/zone_table.h"
+#include "interface/zone_names.h"
 #include "platform/codepage.h"
 #include "util/julian.h"
 #include "util/number_text.h"
@@ -87,9 +89,20 @@ std::optional<PlaceReport> ReportFoundPlace(classPlaces& places, std::int32_t in
   p.user_place = IntegerOfText(f[6]) < 0;
   p.zone = ReportZone(places, static_cast<std::int16_t>(IntegerOfText(f[5])), p.longitude);
   if (julian) {
-    // Countries without timetables have one history, numbered 0 here.
-    const std::int16_t timetable = HaveTimetables(found.Country) > 0 ? found.Place.Timetable : 0;
-    p.local_time = LocalTimeStatus(found.Country, timetable, LookupSerialOfJulian(*julian));
+    const double serial = LookupSerialOfJulian(*julian);
+    if (const auto at = ZoneOfPlaceAt(found, serial)) {
+      p.local_time = at->kind;
+      p.own_history = at->own_history;
+      p.iana = at->iana;
+      p.tz_abbreviation = at->abbreviation;
+      if (p.zone.is_lmt) {
+        p.zone_long_name = places.Language() == 2 ? "Mittlere Ortszeit" : "Local Mean Time";
+      } else if (!at->iana.empty()) {
+        const std::int64_t utc = LocalSecondsOfSerial(serial) - at->utc_seconds;
+        p.zone_long_name =
+            ZoneLongName(at->iana, utc, at->daylight, places.Language() == 2 ? "de" : "en");
+      }
+    }
   }
   return p;
 }

@@ -42,6 +42,17 @@ struct PlaceReport {
   // Whether the date's local time existed once, was skipped or occurred
   // twice at the place; kNormal without a date.
   LocalTimeKind local_time = LocalTimeKind::kNormal;
+  // With a date, where the atlas knows it: the IANA zone the place follows
+  // ("Asia/Seoul"; for a user place its timetable's), tzdata's abbreviation
+  // at that instant ("KST", "+03", "LMT"), and the zone's long name then in
+  // the host's language ("Korean Standard Time", "Koreanische Normalzeit";
+  // "Local Mean Time" for local mean time). Empty otherwise.
+  std::string iana;
+  std::string tz_abbreviation;
+  std::string zone_long_name;
+  // Whether the zone came from the place's own history rather than its
+  // timetable.
+  bool own_history = false;
 };
 
 // The zone `id` for a place at `longitude` (which only local mean time

@@ -200,6 +200,35 @@ std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneT
   return Host(tarv::GetTimeZoneListString(ZoneId, ZoneTime));
 }
 
+namespace {
+
+// The place a name stands for in a country, as the zone members read it: a
+// user place of that name first, then a database place, then one known by
+// that name in the name index; its timetable is the number the country's
+// count allows (1 for a name not found, 0 in a country without timetables).
+FoundPlace PlaceOfName(const std::string& code, const std::string& name) {
+  FoundPlace found;
+  found.Country = code;
+  const std::int16_t count = tarv::HaveTimetables(code);
+  PlaceRef ref;
+  PlaceList other_names;
+  if (Get_City_Data_UserFirst(GetCompressedPlaceFile(code), name, found.Place, &ref)) {
+    found.RecordNo = ref.RecordNo;
+  } else if (!name.empty() && name.back() != '*' &&
+             SearchNameIndex(code, name, other_names) > 0) {
+    // A place known by another name ("Jekaterinburg") keeps its own
+    // timetable rather than the country's first.
+    found.Place = other_names.places.front();
+    found.RecordNo = other_names.refs.front().RecordNo;
+  } else {
+    found.Place.Timetable = 1;
+  }
+  if (count == 0) found.Place.Timetable = 0;
+  return found;
+}
+
+}  // namespace
+
 std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
                                          const std::string& SearchPlace, std::int16_t* Timetable) {
   const StatScope one_look(UserFolder());
@@ -208,20 +237,7 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int16_t count = tarv::HaveTimetables(code);
   if (count > 0 && Timetable != nullptr) {
-    const std::string file = GetCompressedPlaceFile(code);
-    PlaceRecord place;
-    const std::string name = Ansi(SearchPlace);
-    PlaceList other_names;
-    if (Get_City_Data_UserFirst(file, name, place)) {
-      *Timetable = place.Timetable;
-    } else if (!name.empty() && name.back() != '*' &&
-               SearchNameIndex(code, name, other_names) > 0) {
-      // A place known by another name ("Jekaterinburg") keeps its own
-      // timetable rather than the country's first.
-      *Timetable = other_names.places.front().Timetable;
-    } else {
-      *Timetable = 1;
-    }
+    *Timetable = PlaceOfName(code, Ansi(SearchPlace)).Place.Timetable;
   }
   return count;
 }
@@ -286,9 +302,9 @@ std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
                                            bool LongString, std::int16_t* GetTimezoneId) {
   const StatScope one_look(UserFolder());
   const FaultScope fault;
-  std::int16_t timetable = 0;
-  HaveTimetables(CountryShort, SearchPlace, &timetable);
+  LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
+  const FoundPlace place = PlaceOfName(code, Ansi(SearchPlace));
   if (GetTimezoneId != nullptr) *GetTimezoneId = 0;
   // Without the place's own timetable any zone would be a guess.
   if (tarv::LastAtlasFault()) return {};
@@ -297,14 +313,14 @@ std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
   if (Julian == 0.0) {
     // The text as GetRightTimeZone gives it ("MEZ" stays "MEZ"), "" when it
     // names no zone; the identifier is the zone it names.
-    const std::string text = tarv::GetRightTimeZone(code, timetable);
+    const std::string text = tarv::GetRightTimeZone(code, place.Place.Timetable);
     id = tarv::GetTimezoneId(text);
     if (GetTimezoneId != nullptr) *GetTimezoneId = id;
     if (!LongString) return Host(text);
     if (text.empty() || static_cast<std::size_t>(id) >= State().zones.size()) return {};
     return Host(State().zones[static_cast<std::size_t>(id)].TZName);
   }
-  if (const auto at = ZoneAt(code, timetable, LookupSerialOfJulian(Julian))) {
+  if (const auto at = ZoneOfPlaceAt(place, LookupSerialOfJulian(Julian))) {
     zone = at->zone;
     id = at->zone_id;
   }
@@ -390,11 +406,12 @@ int classPlaces::GetLocalTimeKind(const std::string& SearchPlace, const std::str
                                   double Julian) {
   const StatScope one_look(UserFolder());
   const FaultScope fault;
-  std::int16_t timetable = 0;
-  HaveTimetables(CountryShort, SearchPlace, &timetable);
+  LoadTables();
+  const FoundPlace place =
+      PlaceOfName(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), Ansi(SearchPlace));
   if (tarv::LastAtlasFault()) return 0;
-  const auto kind = LocalTimeStatus(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)),
-                                    timetable, LookupSerialOfJulian(Julian));
+  const auto at = ZoneOfPlaceAt(place, LookupSerialOfJulian(Julian));
+  const LocalTimeKind kind = at ? at->kind : LocalTimeKind::kNormal;
   return kind == LocalTimeKind::kSkipped ? 1 : kind == LocalTimeKind::kRepeated ? 2 : 0;
 }
 

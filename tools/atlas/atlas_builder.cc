@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -19,6 +20,7 @@
 #include "atlas/place_names.h"
 #include "atlas/timetable.h"
 #include "atlas/tzif.h"
+#include "atlas/zone_history.h"
 #include "atlas/zone_periods.h"
 #include "atlas/zone_table.h"
 #include "atlas/zone_table_source.h"
@@ -125,6 +127,7 @@ struct ZoneInfo {
   std::vector<TimetableEntry> later;    // its changes from 2000 through 2037
   std::int32_t standard_1999 = 0;       // standard offset at the end of 1999
   int zones_since = 0;                  // year local mean time ended
+  ZoneHistory own;                      // the whole history, for places of this zone
 
   // The whole history as one list, later changes included: what timetables
   // are told apart by.
@@ -173,6 +176,7 @@ class ZoneLibrary {
       // The standard time the history ends on, in force at the end of 1999.
       if (p.from < kUnix2000 && !p.local_mean_time) info.standard_1999 = p.standard_offset;
     }
+    info.own = OwnHistory(name, info.tzif);
     return zones_.emplace(name, std::move(info)).first->second;
   }
 
@@ -212,6 +216,63 @@ class ZoneLibrary {
       }
     }
     throw AtlasError(root_, abbreviation + ": no zone entry for offset " + std::to_string(offset));
+  }
+
+  // Every period of the zone, each with the entry of its offset and kind,
+  // and the rule of the years after them.
+  ZoneHistory OwnHistory(const std::string& name, const TzifZone& tzif) {
+    ZoneHistory own;
+    own.name = name;
+    const TzifType& first = tzif.initial;
+    if (first.abbreviation == "LMT") {
+      own.periods.push_back({0, first.utc_offset, false, true, 0, first.abbreviation});
+    } else {
+      own.periods.push_back({0, first.utc_offset, first.is_dst, false,
+                             Entry(name, kSerial1700, first.utc_offset,
+                                   first.is_dst ? ZoneKind::kSummer : ZoneKind::kStandard,
+                                   first.utc_offset, first.abbreviation),
+                             first.abbreviation});
+    }
+    for (const auto& p : HistoricPeriods(tzif, std::numeric_limits<std::int64_t>::max())) {
+      HistoryPeriod period{p.from, p.utc_offset, p.kind != ZoneKind::kStandard,
+                           p.local_mean_time, 0, p.abbreviation};
+      if (!p.local_mean_time) {
+        period.entry = Entry(name, LocalSerial(p.from, p.utc_offset), p.utc_offset, p.kind,
+                             p.standard_offset, p.abbreviation);
+      }
+      const HistoryPeriod& last = own.periods.back();
+      if (std::tie(last.utc_offset, last.daylight, last.local_mean_time, last.entry,
+                   last.abbreviation) == std::tie(period.utc_offset, period.daylight,
+                                                  period.local_mean_time, period.entry,
+                                                  period.abbreviation)) {
+        continue;
+      }
+      own.periods.push_back(std::move(period));
+    }
+    const auto rule = PosixTzRule::Parse(tzif.footer);
+    if (!rule) {
+      // Without a rule the last period holds for ever; a footer that is
+      // there but does not parse would silently freeze the zone.
+      if (!tzif.footer.empty()) throw AtlasError(root_ + "/" + name, "footer \"" + tzif.footer + "\" is no POSIX TZ rule");
+      return own;
+    }
+    own.rule = tzif.footer;
+    // The conventional view: of the two times the lower is standard time
+    // (Dublin's rule calls its summer time standard).
+    const std::int32_t low = rule->has_daylight()
+                                 ? std::min(rule->standard_offset(), rule->daylight_offset())
+                                 : rule->standard_offset();
+    auto entry = [&](std::int32_t offset, const std::string& abbreviation) {
+      const ZoneKind kind = offset == low                ? ZoneKind::kStandard
+                            : offset - low >= 2 * kHour ? ZoneKind::kDoubleSummer
+                                                        : ZoneKind::kSummer;
+      return Entry(name, SerialOfDate(kLastRuleYear + 1, 1, 1), offset, kind, low, abbreviation);
+    };
+    own.rule_standard_entry = entry(rule->standard_offset(), rule->standard_name());
+    own.rule_daylight_entry = rule->has_daylight()
+                                  ? entry(rule->daylight_offset(), rule->daylight_name())
+                                  : own.rule_standard_entry;
+    return own;
   }
 
   std::string root_;
@@ -575,6 +636,18 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     throw AtlasError(options.geonames, "more countries than Country.dat can hold");
   }
 
+  // Every IANA zone a place uses, numbered in name order for Zones.hst.
+  std::map<std::string, std::uint16_t> zone_numbers;
+  for (const auto& [code, plan] : plans) {
+    for (const auto* p : plan.places)
+      zone_numbers.emplace(p->timezone, 0);
+  }
+  std::vector<ZoneHistory> histories;
+  for (auto& [name, number] : zone_numbers) {
+    number = static_cast<std::uint16_t>(histories.size());
+    histories.push_back(zones.Get(name).own);
+  }
+
   Progress(options, "learning place names", 0.04);
   const PlaceNamer namer(places);
   std::vector<CountryRecord> records;
@@ -637,6 +710,10 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     std::vector<PlaceRecord> file;
     std::vector<std::int64_t> populations;
     std::vector<std::vector<std::string>> keys;
+    std::vector<std::uint16_t> place_zones;
+    std::vector<std::uint16_t> timetable_zones;
+    for (const auto& zone : t.block_zone)
+      timetable_zones.push_back(zone_numbers.at(zone));
     // Larger places first, so that only the smallest fall beyond the last
     // record number; among equal populations the capital before the seat of
     // a province before the others, which the file keeps for equal names.
@@ -660,10 +737,12 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
       file.push_back(record);
       populations.push_back(p->population);
       keys.push_back(namer.IndexKeys(*p, name));
+      place_zones.push_back(zone_numbers.at(p->timezone));
     }
     summary.places += file.size();
     summary.index_entries +=
-        WritePlaceFiles(out, plan.code, std::move(file), true, populations, keys);
+        WritePlaceFiles(out, plan.code, std::move(file), true, populations, keys, place_zones,
+                        timetable_zones);
   }
   for (std::size_t g = 0; g < std::size(kGroups); ++g) {
     CountryRecord r;
@@ -683,6 +762,9 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   WriteFileAtomically(out / "Zones13.bin", EncodeZoneFile(table));
   WriteFileAtomically(out / "ttx.dao", CompressSzdd(EncodeTimetableFile(ttx), 'o'));
   WriteFileAtomically(out / "TTUSA.dao", CompressSzdd(EncodeTimetableFile(ttusa), 'o'));
+  WriteFileAtomically(out / kZoneHistoryFile,
+                      CompressSzdd(EncodeZoneHistories(histories), 't'));
+  summary.zone_histories = histories.size();
   WriteFileAtomically(out / kDstRulesFile,
                       CompressSzdd(DstRules::Format(rules, changes, same), 't'));
   // A USER folder with its change counter lets readers follow other

@@ -37,6 +37,7 @@ struct BuildSummary {
   std::size_t entries = 0;        // timetable entries written
   std::size_t rule_lines = 0;     // rule lines of DstRules.dat
   std::size_t change_lines = 0;   // change lines of DstRules.dat (history after 1999)
+  std::size_t zone_histories = 0; // IANA zones in Zones.hst, each place's own history
   std::uintmax_t bytes = 0;       // size of all files written
   std::size_t skipped_lines = 0;
   // "Zone year" pairs whose summer time after 1999 no weekday rule of the
@@ -52,9 +53,10 @@ struct BuildSummary {
   std::vector<std::string> approximated;
 };
 
-// Writes Country.dat, Zones13.bin, one place file with its index and name
-// index per country and US state, ttx.dao, TTUSA.dao and DstRules.dat into `options.out`. Two
-// builds from the same inputs give identical files. Throws AtlasError when an input is missing or
+// Writes Country.dat, Zones13.bin, one place file with its index, name index
+// and place zone file per country and US state, ttx.dao, TTUSA.dao,
+// DstRules.dat and Zones.hst into `options.out`. Two builds from the same
+// inputs give identical files. Throws AtlasError when an input is missing or
 // malformed.
 BuildSummary BuildAtlas(const BuildOptions& options);
 

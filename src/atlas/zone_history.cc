@@ -1,0 +1,467 @@
+#include "atlas/zone_history.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+
+#include "atlas/place_file.h"
+#include "atlas/process_state.h"
+#include "platform/lz.h"
+#include "tarvplaces/atlas_error.h"
+#include "util/bytes.h"
+#include "util/serial_date.h"
+
+namespace tarv {
+namespace {
+
+constexpr std::size_t kHeaderSize = 12;
+constexpr std::size_t kMaxZones = 4096;
+constexpr std::size_t kMaxPeriods = 4096;
+constexpr std::size_t kMaxNameLength = 64;
+constexpr std::size_t kMaxAbbreviationLength = 15;
+constexpr std::size_t kMaxRuleLength = 255;
+constexpr std::size_t kMaxTimetables = 999;
+constexpr std::size_t kPeriodFixedSize = 8 + 4 + 1 + 2 + 1;
+constexpr std::uint8_t kDaylightFlag = 1;
+constexpr std::uint8_t kLocalMeanTimeFlag = 2;
+constexpr std::int64_t kSecondsPerDay = 86400;
+constexpr double kSerialOf1970 = 25569.0;
+// No offset reaches a day: a change's local start lies within a day of it.
+constexpr std::int64_t kOffsetBound = kSecondsPerDay;
+
+std::int64_t DecodeInt64(std::string_view bytes, std::size_t at) {
+  return static_cast<std::int64_t>(bytes_detail::DecodeUnsigned(bytes, at, 8));
+}
+void AppendInt64(std::string& out, std::int64_t v) {
+  bytes_detail::AppendUnsigned(out, static_cast<std::uint64_t>(v), 8);
+}
+
+void AppendShortText(std::string& out, const std::string& text) {
+  out += static_cast<char>(text.size());
+  out += text;
+}
+
+bool IsPrintableAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7F; });
+}
+
+// A bounds-checked reader over one file's bytes; every fault names the file.
+class Reader {
+ public:
+  Reader(std::string_view bytes, const std::string& file) : bytes_(bytes), file_(file) {}
+
+  void Need(std::size_t count, const std::string& what) const {
+    if (bytes_.size() - at_ < count) throw AtlasError(file_, what + " is cut off");
+  }
+  std::uint8_t Byte(const std::string& what) {
+    Need(1, what);
+    return static_cast<std::uint8_t>(bytes_[at_++]);
+  }
+  std::int16_t Int16(const std::string& what) {
+    Need(2, what);
+    const auto v = DecodeInt16(bytes_, at_);
+    at_ += 2;
+    return v;
+  }
+  std::uint32_t Uint32(const std::string& what) {
+    Need(4, what);
+    const auto v = static_cast<std::uint32_t>(DecodeInt32(bytes_, at_));
+    at_ += 4;
+    return v;
+  }
+  std::int32_t Int32(const std::string& what) { return static_cast<std::int32_t>(Uint32(what)); }
+  std::int64_t Int64(const std::string& what) {
+    Need(8, what);
+    const auto v = DecodeInt64(bytes_, at_);
+    at_ += 8;
+    return v;
+  }
+  std::string Text(std::size_t length, const std::string& what) {
+    Need(length, what);
+    std::string text(bytes_.substr(at_, length));
+    at_ += length;
+    return text;
+  }
+  std::size_t Left() const { return bytes_.size() - at_; }
+
+  // Magic, version and the two zero bytes.
+  void Header(std::string_view magic, const std::string& kind) {
+    if (bytes_.size() < 8 || bytes_.substr(0, 4) != magic) {
+      throw AtlasError(file_, "not " + kind + " (no \"" + std::string(magic) + "\" header)");
+    }
+    at_ = 4;
+    const auto version = static_cast<std::uint16_t>(Int16("the version"));
+    if (version != kZoneHistoryVersion) {
+      throw AtlasError(file_, kind + " version " + std::to_string(version) +
+                                  " is not known (1 is)");
+    }
+    if (Int16("the header") != 0) throw AtlasError(file_, "header bytes 6-7 are not zero");
+  }
+  void End() const {
+    if (Left() != 0) throw AtlasError(file_, std::to_string(Left()) + " bytes after the last field");
+  }
+
+ private:
+  std::string_view bytes_;
+  const std::string& file_;
+  std::size_t at_ = 0;
+};
+
+std::int16_t CheckedEntry(std::int16_t entry, std::size_t zone_count, const std::string& file,
+                          const std::string& what) {
+  if (entry < 0 || static_cast<std::size_t>(entry) >= zone_count) {
+    throw AtlasError(file, what + " names zone-table entry " + std::to_string(entry) + " of " +
+                               std::to_string(zone_count));
+  }
+  return entry;
+}
+
+// Decoded files per expanded image, dropped with the image.
+template <typename Decoded>
+class DecodedFiles {
+ public:
+  std::shared_ptr<const Decoded> Get(const std::string& file,
+                                     const std::shared_ptr<const std::string>& bytes,
+                                     std::size_t zone_count) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    auto& slot = files_[file];
+    if (slot.bytes != bytes || slot.zone_count != zone_count) {
+      auto decoded = std::make_shared<const Decoded>(*bytes, file, zone_count);  // may throw
+      if (files_.size() > kMaxFiles) files_.clear();
+      files_[file] = {bytes, zone_count, decoded};
+      return decoded;
+    }
+    return slot.decoded;
+  }
+
+ private:
+  struct Slot {
+    std::shared_ptr<const std::string> bytes;
+    std::size_t zone_count = 0;
+    std::shared_ptr<const Decoded> decoded;
+  };
+  static constexpr std::size_t kMaxFiles = 512;
+  std::mutex mutex_;
+  std::map<std::string, Slot> files_;
+};
+
+// One stretch of time a candidate for the local time asked: from `from` on
+// (UTC), `period` holds.
+struct Span {
+  std::int64_t from;
+  const HistoryPeriod* period;
+};
+
+}  // namespace
+
+std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones) {
+  if (zones.empty() || zones.size() > kMaxZones) {
+    throw std::invalid_argument(std::to_string(zones.size()) + " zones");
+  }
+  std::string out(kZoneHistoryMagic);
+  AppendInt16(out, static_cast<std::int16_t>(kZoneHistoryVersion));
+  AppendInt16(out, 0);
+  AppendInt32(out, static_cast<std::int32_t>(zones.size()));
+  for (const auto& z : zones) {
+    if (z.name.empty() || z.name.size() > kMaxNameLength || !IsPrintableAscii(z.name)) {
+      throw std::invalid_argument("zone name \"" + z.name + "\"");
+    }
+    if (z.rule.size() > kMaxRuleLength || (!z.rule.empty() && !PosixTzRule::Parse(z.rule))) {
+      throw std::invalid_argument(z.name + ": rule \"" + z.rule + "\"");
+    }
+    if (z.periods.empty() || z.periods.size() > kMaxPeriods) {
+      throw std::invalid_argument(z.name + ": " + std::to_string(z.periods.size()) + " periods");
+    }
+    AppendShortText(out, z.name);
+    AppendShortText(out, z.rule);
+    AppendInt16(out, z.rule_standard_entry);
+    AppendInt16(out, z.rule_daylight_entry);
+    AppendInt32(out, static_cast<std::int32_t>(z.periods.size()));
+    for (std::size_t i = 0; i < z.periods.size(); ++i) {
+      const HistoryPeriod& p = z.periods[i];
+      if (i > 1 && p.from <= z.periods[i - 1].from) {
+        throw std::invalid_argument(z.name + ": period " + std::to_string(i + 1) + " out of order");
+      }
+      if (p.abbreviation.size() > kMaxAbbreviationLength) {
+        throw std::invalid_argument(z.name + ": abbreviation \"" + p.abbreviation + "\"");
+      }
+      AppendInt64(out, i == 0 ? std::numeric_limits<std::int64_t>::min() : p.from);
+      AppendInt32(out, p.utc_offset);
+      out += static_cast<char>((p.daylight ? kDaylightFlag : 0) |
+                               (p.local_mean_time ? kLocalMeanTimeFlag : 0));
+      AppendInt16(out, p.entry);
+      AppendShortText(out, p.abbreviation);
+    }
+  }
+  return out;
+}
+
+std::string EncodePlaceZones(const std::vector<std::uint16_t>& zones,
+                             const std::vector<std::uint16_t>& timetable_zones) {
+  if (zones.size() > kMaxPlaceRecords) throw std::invalid_argument("too many records");
+  if (timetable_zones.size() > kMaxTimetables) throw std::invalid_argument("too many timetables");
+  std::string out(kPlaceZonesMagic);
+  AppendInt16(out, static_cast<std::int16_t>(kZoneHistoryVersion));
+  AppendInt16(out, 0);
+  AppendInt32(out, static_cast<std::int32_t>(zones.size()));
+  for (const auto z : zones)
+    AppendInt16(out, static_cast<std::int16_t>(z));
+  AppendInt16(out, static_cast<std::int16_t>(timetable_zones.size()));
+  for (const auto z : timetable_zones)
+    AppendInt16(out, static_cast<std::int16_t>(z));
+  return out;
+}
+
+ZoneHistories::ZoneHistories(std::string_view bytes, const std::string& file,
+                             std::size_t zone_count) {
+  Reader in(bytes, file);
+  in.Header(kZoneHistoryMagic, "a zone history file");
+  const std::uint32_t count = in.Uint32("the zone count");
+  if (count == 0 || count > kMaxZones) {
+    throw AtlasError(file, "zone count " + std::to_string(count) + " out of range");
+  }
+  zones_.reserve(count);
+  rules_.reserve(count);
+  for (std::uint32_t z = 0; z < count; ++z) {
+    const std::string what = "zone " + std::to_string(z + 1);
+    ZoneHistory zone;
+    const std::size_t name_length = in.Byte(what);
+    zone.name = in.Text(name_length, what + "'s name");
+    if (name_length == 0 || name_length > kMaxNameLength || !IsPrintableAscii(zone.name)) {
+      throw AtlasError(file, what + " has no valid name");
+    }
+    const std::string of = what + " (" + zone.name + ")";
+    zone.rule = in.Text(in.Byte(of), of + "'s rule");
+    std::optional<PosixTzRule> rule;
+    if (!zone.rule.empty()) {
+      rule = PosixTzRule::Parse(zone.rule);
+      if (!rule) throw AtlasError(file, of + ": \"" + zone.rule + "\" is not a POSIX TZ rule");
+    }
+    zone.rule_standard_entry = CheckedEntry(in.Int16(of), zone_count, file, of + "'s rule");
+    zone.rule_daylight_entry = CheckedEntry(in.Int16(of), zone_count, file, of + "'s rule");
+    const std::uint32_t periods = in.Uint32(of + "'s period count");
+    if (periods == 0 || periods > kMaxPeriods || periods > in.Left() / kPeriodFixedSize) {
+      throw AtlasError(file, of + ": period count " + std::to_string(periods) + " out of range");
+    }
+    zone.periods.reserve(periods);
+    for (std::uint32_t i = 0; i < periods; ++i) {
+      const std::string period = of + ", period " + std::to_string(i + 1);
+      HistoryPeriod p;
+      p.from = in.Int64(period);
+      p.utc_offset = in.Int32(period);
+      const std::uint8_t flags = in.Byte(period);
+      p.entry = CheckedEntry(in.Int16(period), zone_count, file, period);
+      const std::size_t length = in.Byte(period);
+      if (length > kMaxAbbreviationLength) throw AtlasError(file, period + ": abbreviation too long");
+      p.abbreviation = in.Text(length, period);
+      if ((flags & ~(kDaylightFlag | kLocalMeanTimeFlag)) != 0) {
+        throw AtlasError(file, period + ": unknown flags " + std::to_string(flags));
+      }
+      p.daylight = (flags & kDaylightFlag) != 0;
+      p.local_mean_time = (flags & kLocalMeanTimeFlag) != 0;
+      // Offsets beyond a day are no clock any place kept.
+      if (std::abs(static_cast<std::int64_t>(p.utc_offset)) >= kOffsetBound) {
+        throw AtlasError(file, period + ": offset " + std::to_string(p.utc_offset) + " s");
+      }
+      if (i > 0 && p.from <= zone.periods.back().from) {
+        throw AtlasError(file, period + " starts before the period it follows");
+      }
+      if (i == 0) p.from = std::numeric_limits<std::int64_t>::min();
+      zone.periods.push_back(std::move(p));
+    }
+    zones_.push_back(std::move(zone));
+    rules_.push_back(std::move(rule));
+  }
+  in.End();
+}
+
+HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
+  const ZoneHistory& zone = zones_.at(i);
+  const auto& periods = zone.periods;
+  // The stored periods that can hold at `local`: none starting more than a
+  // day after it, and a few before the last that does.
+  const auto after = std::upper_bound(
+      periods.begin() + 1, periods.end(), local,
+      [](std::int64_t at, const HistoryPeriod& p) { return at + kOffsetBound < p.from; });
+  const auto last = static_cast<std::size_t>(after - periods.begin()) - 1;
+  std::vector<Span> spans;
+  spans.reserve(8);
+  for (std::size_t k = last >= 3 ? last - 3 : 0; k <= last; ++k)
+    spans.push_back({periods[k].from, &periods[k]});
+
+  // Past the listed periods the rule goes on: its changes around the year.
+  HistoryPeriod standard;
+  HistoryPeriod daylight;
+  const auto& rule = rules_[i];
+  if (rule && last + 1 == periods.size()) {
+    // Of the rule's two times the lower is standard time, whatever the rule
+    // calls it (Dublin's winter GMT is its "daylight" time).
+    const std::int32_t low = rule->has_daylight()
+                                 ? std::min(rule->standard_offset(), rule->daylight_offset())
+                                 : rule->standard_offset();
+    standard = {0, rule->standard_offset(), rule->standard_offset() > low, false,
+                zone.rule_standard_entry, rule->standard_name()};
+    daylight = {0, rule->daylight_offset(), rule->daylight_offset() > low, false,
+                zone.rule_daylight_entry, rule->daylight_name()};
+    const int year = YearOfSeconds(local);
+    const std::int64_t listed_until = periods.back().from;
+    if (!rule->has_daylight() || rule->AlwaysDaylight()) {
+      // A rule of one time alone: it holds from the last listed change on.
+      const HistoryPeriod& p = rule->AlwaysDaylight() ? daylight : standard;
+      if (p.utc_offset != periods.back().utc_offset) spans.push_back({listed_until + 1, &p});
+    } else {
+      for (int y = year - 1; y <= year + 1; ++y) {
+        for (const auto& change : rule->ChangesIn(y)) {
+          if (change.at > listed_until) {
+            spans.push_back({change.at, change.to_daylight ? &daylight : &standard});
+          }
+        }
+      }
+    }
+  }
+
+  // The last span whose start, in the clock before it, is at or before `local`.
+  std::size_t found = 0;
+  for (std::size_t k = spans.size(); k-- > 1;) {
+    if (spans[k].from + spans[k - 1].period->utc_offset <= local) {
+      found = k;
+      break;
+    }
+  }
+  const HistoryPeriod& p = *spans[found].period;
+  HistoryAnswer answer{zone.name,      p.utc_offset,  p.daylight, p.local_mean_time,
+                       p.entry,        p.abbreviation, LocalTimeKind::kNormal};
+  for (std::size_t k = 1; k < spans.size(); ++k) {
+    const HistoryPeriod& before = *spans[k - 1].period;
+    const HistoryPeriod& now = *spans[k].period;
+    if (before.local_mean_time || now.local_mean_time) continue;
+    const std::int64_t change = spans[k].from + before.utc_offset;  // in the old clock
+    const std::int64_t jump = now.utc_offset - before.utc_offset;
+    if (jump > 0 && local >= change && local < change + jump) answer.kind = LocalTimeKind::kSkipped;
+    if (jump < 0 && local >= change + jump && local < change) answer.kind = LocalTimeKind::kRepeated;
+  }
+  return answer;
+}
+
+PlaceZones::PlaceZones(std::string_view bytes, const std::string& file, std::size_t zone_count) {
+  Reader in(bytes, file);
+  in.Header(kPlaceZonesMagic, "a place zone file");
+  const std::uint32_t count = in.Uint32("the record count");
+  if (count > kMaxPlaceRecords || count > in.Left() / 2) {
+    throw AtlasError(file, "record count " + std::to_string(count) + " out of range");
+  }
+  auto zone_of = [&](const std::string& what) {
+    const auto zone = static_cast<std::uint16_t>(in.Int16(what));
+    if (zone != kNoPlaceZone && zone >= zone_count) {
+      throw AtlasError(file, what + " names zone " + std::to_string(zone) + " of " +
+                                 std::to_string(zone_count));
+    }
+    return zone;
+  };
+  zones_.reserve(count);
+  for (std::uint32_t r = 0; r < count; ++r)
+    zones_.push_back(zone_of("record " + std::to_string(r + 1)));
+  const auto timetables = static_cast<std::uint16_t>(in.Int16("the timetable count"));
+  if (timetables > kMaxTimetables || timetables > in.Left() / 2) {
+    throw AtlasError(file, "timetable count " + std::to_string(timetables) + " out of range");
+  }
+  for (std::uint16_t t = 0; t < timetables; ++t)
+    timetables_.push_back(zone_of("timetable " + std::to_string(t + 1)));
+  in.End();
+}
+
+std::optional<std::uint16_t> PlaceZones::ZoneOfTimetable(std::int32_t number) const {
+  const std::int32_t n = number == 0 ? 1 : number;
+  if (n < 1 || n > static_cast<std::int32_t>(timetables_.size())) return std::nullopt;
+  const std::uint16_t zone = timetables_[static_cast<std::size_t>(n - 1)];
+  if (zone == kNoPlaceZone) return std::nullopt;
+  return zone;
+}
+
+std::optional<std::uint16_t> PlaceZones::ZoneOf(std::int32_t record) const {
+  if (record < 1 || record > RecordCount()) return std::nullopt;
+  const std::uint16_t zone = zones_[static_cast<std::size_t>(record - 1)];
+  if (zone == kNoPlaceZone) return std::nullopt;
+  return zone;
+}
+
+std::string PlaceZonesPathOf(const std::string& place_file) {
+  const auto dot = place_file.rfind('.');
+  return (dot == std::string::npos ? place_file + "." : place_file.substr(0, dot + 1)) + "TZP";
+}
+
+std::int64_t LocalSecondsOfSerial(double serial) {
+  return std::llround((LinearSerial(serial) - kSerialOf1970) * static_cast<double>(kSecondsPerDay));
+}
+
+namespace {
+
+struct LoadedHistories {
+  std::shared_ptr<const ZoneHistories> histories;
+  std::shared_ptr<const PlaceZones> place_zones;
+};
+
+// The decoded files for the database place file of `code`; nullopt when the
+// atlas has no such files.
+std::optional<LoadedHistories> LoadHistories(std::string_view code) {
+  static DecodedFiles<ZoneHistories> histories;
+  static DecodedFiles<PlaceZones> place_zones;
+  const std::string folder = AtlasFolder("");
+  const std::string place_file = folder + std::string(code) + ".dao";
+  const std::string zones_file = PlaceZonesPathOf(place_file);
+  const std::string history_file = folder + kZoneHistoryFile;
+  std::int32_t error = 0;
+  const auto zone_bytes = ExistingImage(zones_file, error);
+  if (error != 0) throw AtlasError(zones_file, LZERROR_Msg(error, zones_file));
+  if (!zone_bytes) return std::nullopt;
+  const auto history_bytes = ExistingImage(history_file, error);
+  if (error != 0) throw AtlasError(history_file, LZERROR_Msg(error, history_file));
+  if (!history_bytes) return std::nullopt;
+  LoadedHistories loaded;
+  loaded.histories = histories.Get(history_file, history_bytes, State().zones.size());
+  loaded.place_zones = place_zones.Get(zones_file, zone_bytes, loaded.histories->size());
+  // Numbers written for another place file would give places others' zones.
+  const auto places = ExistingImage(place_file, error);
+  if (!places) return std::nullopt;  // the place search reports that file
+  const auto records =
+      static_cast<std::int32_t>(std::min(places->size() / kPlaceRecordSize, kMaxPlaceRecords));
+  if (loaded.place_zones->RecordCount() != records) {
+    throw AtlasError(zones_file, "written for a place file of " +
+                                     std::to_string(loaded.place_zones->RecordCount()) +
+                                     " records, " + place_file + " has " +
+                                     std::to_string(records));
+  }
+  return loaded;
+}
+
+HistoryAnswer AnswerAt(const ZoneHistories& histories, std::uint16_t zone, double date) {
+  // Serial dates far outside any history still fit 64-bit seconds.
+  return histories.At(zone, LocalSecondsOfSerial(std::clamp(date, -1e9, 1e9)));
+}
+
+}  // namespace
+
+std::optional<HistoryAnswer> OwnHistoryAt(std::string_view code, std::int32_t record,
+                                          double date) {
+  if (record < 1 || !std::isfinite(date)) return std::nullopt;
+  const auto loaded = LoadHistories(code);
+  if (!loaded) return std::nullopt;
+  const auto zone = loaded->place_zones->ZoneOf(record);
+  if (!zone) return std::nullopt;
+  return AnswerAt(*loaded->histories, *zone, date);
+}
+
+std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int32_t timetable,
+                                                double date) {
+  if (!std::isfinite(date)) return std::nullopt;
+  const auto loaded = LoadHistories(code);
+  if (!loaded) return std::nullopt;
+  const auto zone = loaded->place_zones->ZoneOfTimetable(timetable);
+  if (!zone) return std::nullopt;
+  return AnswerAt(*loaded->histories, *zone, date);
+}
+
+}  // namespace tarv

@@ -7,15 +7,18 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <ctime>
 #include <random>
+#include <set>
 
 #include "atlas/atlas_builder.h"
 #include "atlas/geonames.h"
 #include "atlas/place_file.h"
 #include "atlas/process_state.h"
-#include "atlas/tzif.h"
 #include "export/text_export.h"
+#include "interface/place_report.h"
 #include "geonames_atlas_fixture.h"
+#include "support/atlas_fixture.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "tarvplaces/places.h"
@@ -29,6 +32,7 @@ namespace {
 using atlas::GeoPlace;
 
 using testing::AtlasCodeOf;
+using testing::JulianAt;
 const std::string& kAtlas = testing::kDefaultAtlas;
 
 class DefaultAtlasTest : public testing::GeoNamesAtlasTest {
@@ -69,121 +73,202 @@ TEST_F(DefaultAtlasTest, FamousPlacesAreFoundWhereGeoNamesPutsThem) {
   }
 }
 
-// The offset the IANA database gives for a zone at a local time, or nullopt
-// for local mean time.
-std::optional<double> IanaOffset(const atlas::TzifZone& zone, double local_serial) {
-  const auto local =
-      static_cast<std::int64_t>(std::llround((LinearSerial(local_serial) - 25569.0) * 86400.0));
-  const auto& first = atlas::TypeAt(zone, local - atlas::TypeAt(zone, local).utc_offset);
-  const auto& type = atlas::TypeAt(zone, local - first.utc_offset);
-  if (type.abbreviation == "LMT") return std::nullopt;
-  return type.utc_offset / 3600.0;
-}
-
-struct AgreementResult {
-  std::size_t asked = 0;
-  std::size_t agree = 0;
-  // Places of countries with one history whose tzdata zone has another one:
-  // the atlas cannot give them their own offsets.
-  std::size_t apart = 0;
-  std::size_t apart_agree = 0;
-  double Percent() const {
-    return asked == 0 ? 0.0 : 100.0 * static_cast<double>(agree) / static_cast<double>(asked);
-  }
+// tzdata as the C library reads it (not the builder's reader): the offset in
+// seconds at a UTC instant in an IANA zone, and whether it is local mean time.
+struct LibcZone {
+  long offset = 0;
+  bool lmt = false;
 };
 
-// Whether two zones record the same history.
-bool SameHistory(const atlas::TzifZone& a, const atlas::TzifZone& b) {
-  if (a.initial.utc_offset != b.initial.utc_offset ||
-      a.transitions.size() != b.transitions.size()) {
-    return false;
-  }
-  for (std::size_t i = 0; i < a.transitions.size(); ++i) {
-    if (a.transitions[i].at != b.transitions[i].at ||
-        a.transitions[i].type.utc_offset != b.transitions[i].type.utc_offset) {
-      return false;
-    }
-  }
-  return true;
+void UseZone(const std::string& zone) {
+  static std::string current;
+  if (zone == current) return;
+  current = zone;
+  setenv("TZ", (":" + zone).c_str(), 1);
+  tzset();
 }
 
-// At a local noon of a random day of the years, for each place of `sample`:
-// the offset and the local-mean-time flag of the atlas against tzdata's.
-AgreementResult Agreement(classPlaces& places, const std::vector<GeoPlace>& sample,
-                          const std::map<std::string, std::string>& main_zones, int first_year,
-                          int last_year, std::mt19937& rng) {
-  std::map<std::string, atlas::TzifZone> zones;
-  auto zone = [&zones](const std::string& name) -> const atlas::TzifZone& {
-    auto it = zones.find(name);
-    if (it == zones.end())
-      it = zones.emplace(name, atlas::ReadTzif("/usr/share/zoneinfo/" + name)).first;
-    return it->second;
-  };
-  std::uniform_int_distribution<int> year(first_year, last_year);
-  std::uniform_int_distribution<int> day(0, 364);
-  AgreementResult r;
-  for (const auto& p : sample) {
-    const std::string code = AtlasCodeOf(p);
-    const double serial = SerialOfDate(year(rng), 1, 1 + day(rng)) + 0.5;  // local noon
-    const auto iana = IanaOffset(zone(p.timezone), serial);
-    // The place itself among those of its name: the one at its coordinates.
-    const std::string name = IsAnsiRepresentable(p.name) ? p.name : p.ascii_name;
+LibcZone LibcAtUtc(const std::string& zone, std::int64_t utc) {
+  UseZone(zone);
+  const auto t = static_cast<std::time_t>(utc);
+  std::tm tm{};
+  localtime_r(&t, &tm);
+  return {tm.tm_gmtoff, std::string(tm.tm_zone) == "LMT"};
+}
+
+// The zone at a local wall-clock time (noon: never a skipped or repeated one).
+LibcZone LibcAtLocal(const std::string& zone, int year, int month, int day, int hour) {
+  UseZone(zone);
+  std::tm tm{};
+  tm.tm_year = year - 1900;
+  tm.tm_mon = month - 1;
+  tm.tm_mday = day;
+  tm.tm_hour = hour;
+  tm.tm_isdst = -1;
+  const std::time_t t = std::mktime(&tm);
+  return LibcAtUtc(zone, t);
+}
+
+// The element of the found-place list that is the GeoNames place itself: the
+// one of its name at its coordinates; its name as the atlas stores it is
+// found through the nearest place when GeoNames' name is not it (a name cut
+// to 28 characters, a local name).
+std::optional<std::int32_t> FindPlace(classPlaces& places, const GeoPlace& p,
+                                      const std::string& code) {
+  auto at_coordinates = [&](const std::string& name) -> std::optional<std::int32_t> {
     const auto found = places.GetPlaceDataX(name, code);
-    std::optional<std::int32_t> element;
-    for (std::int32_t i = 0; i < found && !element; ++i) {
+    for (std::int32_t i = 0; i < found; ++i) {
       const auto f = places.GetPlaceDataOfId(i);
       if (std::fabs(std::stod(f[2]) - p.longitude) < 1e-4 &&
           std::fabs(std::stod(f[3]) - p.latitude) < 1e-4) {
-        element = i;
+        return i;
       }
     }
-    if (!element) continue;  // a name cut to 28 characters, or a rare duplicate dropped
-    bool lmt = false;
-    double ours = 0;
-    places.GetPlaceDataOfId(*element, SerialInJulian(serial), &lmt, &ours);
-    const bool same = lmt || !iana ? lmt && !iana : std::fabs(ours - *iana) < 1.0 / 3600.0;
-    const auto main = main_zones.find(code);
-    const bool apart = places.HaveTimetables(code) == 0 && main != main_zones.end() &&
-                       !SameHistory(zone(p.timezone), zone(main->second));
-    (apart ? r.apart : r.asked) += 1;
-    (apart ? r.apart_agree : r.agree) += same;
-    if (!same && !apart && std::getenv("TARV_SHOW_DISAGREEMENTS") != nullptr) {
-      std::cout << p.name << " " << code << " " << p.timezone << " "
-                << CalendarOfSerial(serial).year << " ours " << (lmt ? "LMT" : std::to_string(ours))
-                << " iana " << (iana ? std::to_string(*iana) : "LMT") << "\n";
-    }
-  }
-  return r;
+    return std::nullopt;
+  };
+  if (auto i = at_coordinates(IsAnsiRepresentable(p.name) ? p.name : p.ascii_name)) return i;
+  const std::string line = places.GetNearestPlace(code, p.longitude, p.latitude, 0.001);
+  return at_coordinates(TrimRight(line.substr(0, line.find('\t'))));
 }
 
-TEST_F(DefaultAtlasTest, ZonesAgreeWithTheIanaDatabase) {
-  // The zone each country's default history follows: the one most of its
-  // inhabitants live in.
-  std::map<std::string, std::map<std::string, double>> weights;
-  for (const auto& p : *places_)
-    weights[AtlasCodeOf(p)][p.timezone] += 1.0 + static_cast<double>(p.population);
-  std::map<std::string, std::string> main_zones;
-  for (const auto& [code, w] : weights) {
-    main_zones[code] = std::max_element(w.begin(), w.end(), [](const auto& a, const auto& b) {
-                         return a.second < b.second;
-                       })->first;
+struct Sample {
+  GeoPlace place;
+  std::string code;
+};
+
+// Random places of the default atlas (every country, every zone), each once.
+std::vector<Sample> RandomPlaces(const std::vector<GeoPlace>& all, std::size_t count,
+                                 std::mt19937& rng) {
+  std::vector<Sample> sample;
+  std::uniform_int_distribution<std::size_t> pick(0, all.size() - 1);
+  std::set<std::size_t> taken;
+  while (sample.size() < count) {
+    const std::size_t i = pick(rng);
+    const std::string code = AtlasCodeOf(all[i]);
+    if (code.empty() || !taken.insert(i).second) continue;
+    sample.push_back({all[i], code});
   }
+  return sample;
+}
+
+// At a random local noon of the years for each place: the offset and the
+// local-mean-time flag of the atlas against the C library's.
+void ExpectAgreement(classPlaces& places, const std::vector<Sample>& sample, int first_year,
+                     int last_year, std::mt19937& rng) {
+  std::uniform_int_distribution<int> year(first_year, last_year);
+  std::uniform_int_distribution<int> day(0, 364);
+  std::size_t agree = 0;
+  std::vector<std::string> disagree;
+  for (const auto& [p, code] : sample) {
+    const CalendarTime date = CalendarOfSerial(SerialOfDate(year(rng), 1, 1 + day(rng)));
+    const auto element = FindPlace(places, p, code);
+    if (!element) {
+      disagree.push_back(p.name + " (" + code + ") not found");
+      continue;
+    }
+    bool lmt = false;
+    double hours = 0;
+    places.GetPlaceDataOfId(*element, JulianAt(date.year, date.month, date.day, 12), &lmt,
+                            &hours);
+    const LibcZone truth = LibcAtLocal(p.timezone, date.year, date.month, date.day, 12);
+    const bool same = lmt == truth.lmt &&
+                      (lmt || std::lround(hours * 3600.0) == truth.offset);
+    agree += same;
+    if (!same) {
+      disagree.push_back(p.name + " (" + code + ", " + p.timezone + ") " +
+                         DateTimeText(SerialOfDate(date.year, date.month, date.day)) + ": " +
+                         (lmt ? "LMT" : std::to_string(hours)) + " h, tzdata " +
+                         (truth.lmt ? "LMT" : std::to_string(static_cast<double>(truth.offset) / 3600.0)));
+    }
+  }
+  std::cout << "zone agreement with tzdata " << first_year << "-" << last_year << ": " << agree
+            << " of " << sample.size() << "\n";
+  EXPECT_EQ(agree, sample.size()) << ::testing::PrintToString(disagree);
+}
+
+TEST_F(DefaultAtlasTest, EveryPlaceHasTheOffsetsOfItsOwnZone) {
   std::mt19937 rng(2026);
-  std::vector<GeoPlace> sample;
-  std::uniform_int_distribution<std::size_t> pick(0, places_->size() - 1);
-  while (sample.size() < 4000) {
-    const auto& p = (*places_)[pick(rng)];
-    if (AtlasCodeOf(p).empty()) continue;
-    sample.push_back(p);
+  const auto sample = RandomPlaces(*places_, 3000, rng);
+  ExpectAgreement(places, sample, 1900, 1999, rng);
+  ExpectAgreement(places, sample, 2000, 2037, rng);
+  ExpectAgreement(places, sample, 2038, 2100, rng);
+}
+
+// A change of offset in `zone` within `year` (UTC instant, old and new
+// offsets), found by the C library day by day and then to the second.
+struct Change {
+  std::int64_t at;
+  long before;
+  long after;
+};
+std::optional<Change> ChangeInYear(const std::string& zone, int year, std::mt19937& rng) {
+  const std::int64_t start =
+      static_cast<std::int64_t>(std::llround((SerialOfDate(year, 1, 1) - 25569.0) * 86400.0));
+  std::vector<std::int64_t> days;
+  LibcZone previous = LibcAtUtc(zone, start);
+  for (int d = 1; d <= 366; ++d) {
+    const LibcZone now = LibcAtUtc(zone, start + d * 86400LL);
+    if (now.offset != previous.offset && !now.lmt && !previous.lmt) days.push_back(d);
+    previous = now;
   }
-  const auto before = Agreement(places, sample, main_zones, 1900, 1999, rng);
-  const auto after = Agreement(places, sample, main_zones, 2000, 2037, rng);
-  std::cout << "zone agreement with tzdata: 1900-1999 " << before.Percent() << "% of "
-            << before.asked << ", 2000-2037 " << after.Percent() << "% of " << after.asked
-            << "; places of one-history countries in another zone: " << before.apart << " ("
-            << before.apart_agree << " and " << after.apart_agree << " agree anyway)\n";
-  EXPECT_GE(before.Percent(), 99.95);
-  EXPECT_GE(after.Percent(), 99.95);
+  if (days.empty()) return std::nullopt;
+  const std::int64_t d = days[std::uniform_int_distribution<std::size_t>(0, days.size() - 1)(rng)];
+  std::int64_t low = start + (d - 1) * 86400;  // still the old offset
+  std::int64_t high = start + d * 86400;       // already the new one
+  const long before = LibcAtUtc(zone, low).offset;
+  while (high - low > 1) {
+    const std::int64_t mid = low + (high - low) / 2;
+    (LibcAtUtc(zone, mid).offset == before ? low : high) = mid;
+  }
+  return Change{high, before, LibcAtUtc(zone, high).offset};
+}
+
+TEST_F(DefaultAtlasTest, ChangesOfOffsetAreWhereTzdataPutsThem) {
+  std::mt19937 rng(25);
+  const auto sample = RandomPlaces(*places_, 3000, rng);
+  std::uniform_int_distribution<std::size_t> pick(0, sample.size() - 1);
+  std::uniform_int_distribution<int> year(1900, 2100);
+  std::size_t checked = 0;
+  std::vector<std::string> wrong;
+  for (int tries = 0; checked < 300 && tries < 20000; ++tries) {
+    const auto& [p, code] = sample[pick(rng)];
+    const auto change = ChangeInYear(p.timezone, year(rng), rng);
+    if (!change) continue;
+    const auto element = FindPlace(places, p, code);
+    ASSERT_TRUE(element) << p.name;
+    ++checked;
+    // Local wall-clock seconds: a minute before the earlier reading of the
+    // change, a minute after the later one, and the middle of the hour the
+    // clocks skipped or repeated.
+    const std::int64_t early = change->at + std::min(change->before, change->after);
+    const std::int64_t late = change->at + std::max(change->before, change->after);
+    auto report = [&](std::int64_t local) {
+      const double serial = 25569.0 + static_cast<double>(local) / 86400.0;
+      return ReportFoundPlace(places, *element, SerialInJulian(serial));
+    };
+    const auto before = report(early - 60);
+    const auto after = report(late + 60);
+    const auto middle = report((early + late) / 2);
+    ASSERT_TRUE(before && after && middle);
+    const std::string what = p.name + " (" + code + ", " + p.timezone + ") " +
+                             std::to_string(change->at) + " " + std::to_string(change->before) +
+                             " -> " + std::to_string(change->after) + ": ";
+    if (std::lround(before->zone.utc_offset * 3600) != change->before ||
+        std::lround(after->zone.utc_offset * 3600) != change->after) {
+      wrong.push_back(what + "offsets " + std::to_string(before->zone.utc_offset) + ", " +
+                      std::to_string(after->zone.utc_offset));
+    }
+    const LocalTimeKind expected = change->after > change->before ? LocalTimeKind::kSkipped
+                                                                  : LocalTimeKind::kRepeated;
+    if (middle->local_time != expected || before->local_time != LocalTimeKind::kNormal ||
+        after->local_time != LocalTimeKind::kNormal) {
+      wrong.push_back(what + "kinds " + LocalTimeName(before->local_time) + " " +
+                      LocalTimeName(middle->local_time) + " " + LocalTimeName(after->local_time));
+    }
+  }
+  std::cout << "changes of offset checked: " << checked << ", wrong " << wrong.size() << "\n";
+  EXPECT_EQ(checked, 300U);
+  EXPECT_TRUE(wrong.empty()) << ::testing::PrintToString(wrong);
 }
 
 // Every number a counted country offers is a real history, and no place

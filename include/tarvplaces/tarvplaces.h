@@ -1,7 +1,7 @@
 /* tarvplaces.h: the atlas for hosts written in C or any language that can
  * call C (Python's ctypes, C#, Delphi, Rust). It is the place service of
  * tarvplaces/places.h behind a handle, in the shared library
- * libtarvplaces.so (SONAME libtarvplaces.so.0). Compiles as C99 and as C++.
+ * libtarvplaces.so (SONAME libtarvplaces.so.1). Compiles as C99 and as C++.
  *
  * Conventions of every function:
  *  - Strings in and out are UTF-8 and NUL-terminated. Input that is not
@@ -130,6 +130,7 @@ typedef enum tarv_local_time_kind {
 #define TARV_CODE_SIZE 32
 #define TARV_ZONE_SIZE 48
 #define TARV_ZONE_NAME_SIZE 160
+#define TARV_IANA_SIZE 64
 
 /* A place with its zone. Coordinates in decimal degrees, east and north
  * positive; the UTC offset in seconds east of UTC. For local mean time
@@ -147,6 +148,13 @@ typedef struct tarv_place {
   int32_t utc_offset; /* 7200 */
   int32_t is_lmt;     /* 1 for local mean time */
   int32_t local_time; /* a tarv_local_time_kind; NORMAL without a date */
+  /* With a date, where the atlas knows them (else ""): the IANA zone the
+   * place follows (a user place: its timetable's), tzdata's abbreviation at
+   * that instant and the zone's long name then in the atlas's language. */
+  char iana[TARV_IANA_SIZE];                 /* "Europe/Berlin" */
+  char tz_abbreviation[TARV_ZONE_SIZE];      /* "CEST" */
+  char zone_long_name[TARV_ZONE_NAME_SIZE];  /* "Central European Summer Time" */
+  int32_t own_history; /* 1 when the zone came from the place's own history */
 } tarv_place;
 
 /* Looks up `name` in the country or group `country` ("D", "usca", "RUS",

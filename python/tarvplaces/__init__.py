@@ -109,6 +109,14 @@ class Place(typing.NamedTuple):
     is_lmt: bool
     local_time: str  # "normal", or "skipped" / "repeated" for an hour the clocks jumped or repeated
     user_place: bool
+    # With a date, where the atlas knows them (else ""): the IANA zone the
+    # place follows ("Europe/Berlin"; a user place: its timetable's), tzdata's
+    # abbreviation then ("CEST") and the zone's long name then in the atlas's
+    # language ("Central European Summer Time").
+    iana: str = ""
+    tz_abbreviation: str = ""
+    zone_long_name: str = ""
+    own_history: bool = False  # the zone came from the place's own history
 
     def localize(self, when):
         """`when` (a naive local wall-clock time at the place) as an aware
@@ -170,6 +178,10 @@ def _place(s):
         bool(s.is_lmt),
         _LOCAL_TIME_KINDS[s.local_time],
         bool(s.user_place),
+        s.iana.decode(),
+        s.tz_abbreviation.decode(),
+        s.zone_long_name.decode(),
+        bool(s.own_history),
     )
 
 

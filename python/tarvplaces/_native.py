@@ -2,9 +2,9 @@
 
 The library is looked for, in this order:
   1. the file $TARVPLACES_LIBRARY names;
-  2. libtarvplaces.so.0 inside this package (scripts/install-python.sh puts
+  2. libtarvplaces.so.1 inside this package (scripts/install-python.sh puts
      the built library there);
-  3. libtarvplaces.so.0 through the system's loader (LD_LIBRARY_PATH, or a
+  3. libtarvplaces.so.1 through the system's loader (LD_LIBRARY_PATH, or a
      library installed with ``cmake --install`` and ``ldconfig``).
 """
 
@@ -12,7 +12,7 @@ import ctypes
 import os
 import pathlib
 
-SONAME = "libtarvplaces.so.0"
+SONAME = "libtarvplaces.so.1"
 
 # Status values of tarv_status.
 OK = 0
@@ -33,6 +33,7 @@ NAME_SIZE = 96
 CODE_SIZE = 32
 ZONE_SIZE = 48
 ZONE_NAME_SIZE = 160
+IANA_SIZE = 64
 
 
 class LocalTime(ctypes.Structure):
@@ -53,6 +54,10 @@ class PlaceStruct(ctypes.Structure):
         ("utc_offset", ctypes.c_int32),
         ("is_lmt", ctypes.c_int32),
         ("local_time", ctypes.c_int32),
+        ("iana", ctypes.c_char * IANA_SIZE),
+        ("tz_abbreviation", ctypes.c_char * ZONE_SIZE),
+        ("zone_long_name", ctypes.c_char * ZONE_NAME_SIZE),
+        ("own_history", ctypes.c_int32),
     ]
 
 
@@ -97,7 +102,7 @@ def _load():
         raise ImportError(
             f"tarvplaces cannot load {path}: {e}. Install the package with "
             "scripts/install-python.sh after the build, set TARVPLACES_LIBRARY to the built "
-            "library (build/default/src/capi/libtarvplaces.so.0), or install the library "
+            "library (build/default/src/capi/libtarvplaces.so.1), or install the library "
             "with cmake --install"
         ) from e
 

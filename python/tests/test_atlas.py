@@ -17,6 +17,19 @@ class TestPlace:
         assert (p.zone, p.zone_name) == ("MET/S", "Middle European Time, summer time")
         assert (p.utc_offset, p.is_lmt, p.local_time) == (datetime.timedelta(hours=2), False, "normal")
 
+    def test_the_iana_zone_and_its_names_at_the_date(self, atlas):
+        before = atlas.language
+        try:
+            atlas.language = 1
+            p = atlas.place("Seoul", "ROK", when=datetime.datetime(1987, 7, 1, 12, 0))
+            atlas.language = 2
+            german = atlas.place("Seoul", "ROK", when=datetime.datetime(1980, 7, 1, 12, 0))
+        finally:
+            atlas.language = before
+        assert (p.iana, p.tz_abbreviation, p.zone_long_name) == ("Asia/Seoul", "KDT", "Korean Daylight Time")
+        assert p.own_history and p.utc_offset == datetime.timedelta(hours=10)
+        assert (german.tz_abbreviation, german.zone_long_name) == ("KST", "Koreanische Normalzeit")
+
     def test_without_a_date_the_standard_zone(self, atlas):
         p = atlas.place("München", "D")
         assert (p.zone, p.utc_offset) == ("MET", datetime.timedelta(hours=1))

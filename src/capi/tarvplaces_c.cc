@@ -86,6 +86,10 @@ tarv_place PlaceOf(const PlaceReport& report) {
   place.utc_offset = Seconds(report.zone.utc_offset);
   place.is_lmt = report.zone.is_lmt ? 1 : 0;
   place.local_time = static_cast<std::int32_t>(report.local_time);
+  CopyText(place.iana, report.iana, "IANA zone");
+  CopyText(place.tz_abbreviation, report.tz_abbreviation, "zone abbreviation");
+  CopyText(place.zone_long_name, report.zone_long_name, "zone name");
+  place.own_history = report.own_history ? 1 : 0;
   return place;
 }
 

@@ -62,12 +62,16 @@ static void lookup_gives_the_place_and_the_zone_at_a_local_date(void) {
   CHECK(strcmp(place.zone_name, "Middle European Time, summer time") == 0);
   CHECK(place.utc_offset == 7200 && place.is_lmt == 0);
   CHECK(place.local_time == TARV_LOCAL_TIME_NORMAL);
+  CHECK(strcmp(place.iana, "Europe/Berlin") == 0 && strcmp(place.tz_abbreviation, "CEST") == 0);
+  CHECK(strcmp(place.zone_long_name, "Mitteleuropäische Sommerzeit") == 0); /* German by default */
+  CHECK(place.own_history == 1);
   CHECK(found >= 1);
   CHECK(strcmp(tarv_last_error(), "") == 0);
 
   /* Without a date: the place's standard zone. */
   CHECK_STATUS(tarv_place_lookup(atlas, "München", "D", NULL, &place, NULL), TARV_OK);
   CHECK(strcmp(place.zone, "MET") == 0 && place.utc_offset == 3600);
+  CHECK(strcmp(place.iana, "") == 0 && place.own_history == 0);
   tarv_close(atlas);
 }
 

@@ -632,6 +632,49 @@ std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date) {
   return at;
 }
 
+std::optional<OwnHistoryDifference> CompareWithTimetable(const FoundPlace& place,
+                                                         std::int16_t timetable) {
+  constexpr int kFirstYear = 1850;
+  constexpr int kLastYear = 2100;
+  InitializeCountries("", "Country.dat", false, false);
+  InitializeTimeZones("", "Zones13.bin");
+  const auto history = OwnHistoryOf(place.Country, place.RecordNo);
+  if (!history) return std::nullopt;
+  OwnHistoryDifference difference;
+  difference.iana = (*history->histories)[history->zone].name;
+  auto offset = [](const ZoneRecord& zone) {
+    return Trim(zone.TZShort) == "LMT" ? std::optional<float>() : std::optional(zone.TZDif);
+  };
+  for (int year = kFirstYear; year <= kLastYear; ++year) {
+    bool differs = false;
+    for (int month = 1; month <= 12 && !differs; ++month) {
+      const double noon = SerialOfDate(year, month, 15) + 0.5;
+      const auto own = history->At(noon);
+      const auto table = ZoneAt(place.Country, timetable, noon);
+      const std::optional<float> ours =
+          own.local_mean_time ? std::nullopt : std::optional(ZoneRecordOf(own.entry).TZDif);
+      differs = !table || offset(table->zone) != ours;
+    }
+    if (!differs) continue;
+    if (!difference.years.empty() && difference.years.back().second == year - 1) {
+      difference.years.back().second = year;
+    } else {
+      difference.years.emplace_back(year, year);
+    }
+  }
+  return difference;
+}
+
+std::string YearRangesText(const std::vector<std::pair<int, int>>& years) {
+  std::string text;
+  for (const auto& [first, last] : years) {
+    if (!text.empty()) text += ", ";
+    text += std::to_string(first);
+    if (last != first) text += "-" + std::to_string(last);
+  }
+  return text;
+}
+
 std::int16_t GetZonenIdOfPlaceData(const FoundPlace& place, double julian, bool& is_lmt,
                                    double& zone_time) {
   const auto zone = ZoneOfPlaceAt(place, LookupSerialOfJulian(julian));

@@ -158,6 +158,21 @@ double LookupSerialOfJulian(double julian);
 // `kind` from LocalTimeStatus. A damaged history file throws AtlasError.
 std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date);
 
+// Where a database place's own history and a timetable of its country give
+// different offsets (local mean time counting as an offset of its own),
+// judged at noon on the 15th of every month from 1850 through 2100:
+// the place's IANA zone and the ranges of years, first to last. nullopt for a
+// place without an own history (a user place, an atlas without the files).
+struct OwnHistoryDifference {
+  std::string iana;
+  std::vector<std::pair<int, int>> years;
+};
+std::optional<OwnHistoryDifference> CompareWithTimetable(const FoundPlace& place,
+                                                         std::int16_t timetable);
+
+// "1928-1980, 1986" for year ranges.
+std::string YearRangesText(const std::vector<std::pair<int, int>>& years);
+
 // The zone of a found place at the Julian day `julian` (ZoneOfPlaceAt at the
 // serial date LookupSerialOfJulian gives). `zone_time` receives the zone's offset in hours,
 // `is_lmt` whether it is local mean time. Returns the zone identifier, 0 for

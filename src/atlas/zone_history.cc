@@ -446,12 +446,23 @@ HistoryAnswer AnswerAt(const ZoneHistories& histories, std::uint16_t zone, doubl
 
 std::optional<HistoryAnswer> OwnHistoryAt(std::string_view code, std::int32_t record,
                                           double date) {
-  if (record < 1 || !std::isfinite(date)) return std::nullopt;
+  if (!std::isfinite(date)) return std::nullopt;
+  const auto history = OwnHistoryOf(code, record);
+  if (!history) return std::nullopt;
+  return history->At(date);
+}
+
+std::optional<PlaceHistory> OwnHistoryOf(std::string_view code, std::int32_t record) {
+  if (record < 1) return std::nullopt;
   const auto loaded = LoadHistories(code);
   if (!loaded) return std::nullopt;
   const auto zone = loaded->place_zones->ZoneOf(record);
   if (!zone) return std::nullopt;
-  return AnswerAt(*loaded->histories, *zone, date);
+  return PlaceHistory{loaded->histories, *zone};
+}
+
+HistoryAnswer PlaceHistory::At(double date) const {
+  return AnswerAt(*histories, zone, date);
 }
 
 std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int32_t timetable,

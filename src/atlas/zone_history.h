@@ -160,6 +160,15 @@ std::int64_t LocalSecondsOfSerial(double serial);
 // record). Throws AtlasError for a damaged file.
 std::optional<HistoryAnswer> OwnHistoryAt(std::string_view code, std::int32_t record, double date);
 
+// The decoded histories and the zone number of that record, for callers
+// that ask one place at many dates; nullopt as for OwnHistoryAt.
+struct PlaceHistory {
+  std::shared_ptr<const ZoneHistories> histories;
+  std::uint16_t zone = 0;
+  HistoryAnswer At(double date) const;
+};
+std::optional<PlaceHistory> OwnHistoryOf(std::string_view code, std::int32_t record);
+
 // The same for the zone whose history timetable `timetable` of `code` keeps
 // (which user places of that timetable follow): nullopt without the files.
 std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int32_t timetable,

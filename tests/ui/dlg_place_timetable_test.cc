@@ -52,6 +52,25 @@ TEST_F(TimetableChooser, EnglishTexts) {
   EXPECT_EQ(Ctl("lb_Zeittabelle").text, "No choice");
 }
 
+TEST_F(TimetableChooser, SaysWhereThePlaceFollowsItsOwnZoneHistory) {
+  WriteBerlinsOwnHistory();
+  dialog_ = std::make_unique<DlgPlaceTimetable>(State().Language());
+  dialog_->Country("D");
+  dialog_->Timetable(1);
+  dialog_->Record(2);
+  dialog_->Form_Load();
+  EXPECT_EQ(Ctl("lb_EigeneZonen").text,
+            "Eigene Zonengeschichte Test/Plain in 1996-2100 (weicht von Zeittabelle 1 ab)");
+  dialog_->li_TT_Nr_Click(1);
+  EXPECT_EQ(Ctl("lb_EigeneZonen").text, "");
+  // A user place, or a place without its own zone, has nothing to say.
+  for (const int record : {-1, 1}) {
+    dialog_->Record(static_cast<std::int16_t>(record));
+    dialog_->li_TT_Nr_Click(0);
+    EXPECT_EQ(Ctl("lb_EigeneZonen").text, "") << record;
+  }
+}
+
 TEST_F(TimetableChooser, OkGivesTheHighlightedNumberAndCancelZero) {
   auto& d = Open("D", 3);
   d.li_TT_Nr_Click(0);

@@ -20,7 +20,8 @@ class FakeView final : public PlacemanagerView {
   void SetOwnerWindow(OwnerWindow owner) override { owners.push_back(owner); }
   void SelectText(const std::string& control) override { selected.push_back(control); }
   void SetFocus(const std::string& control) override { focus.push_back(control); }
-  std::int16_t ChooseTimetable(const std::string& country, std::int16_t current) override {
+  std::int16_t ChooseTimetable(const std::string& country, std::int16_t current,
+                               std::int16_t /*record*/) override {
     chooser_calls.push_back(country + " " + std::to_string(current));
     return chooser_answer;
   }
@@ -228,6 +229,15 @@ TEST_F(PlacemanagerModel, ClickInTheListLoadsThePlaceAndItsTimetable) {
   EXPECT_FALSE(Ctl("ig_Sommerzeit").visible);
   EXPECT_EQ(d.City(), "Augsburg");
   EXPECT_EQ(d.Timetable(), 2);
+}
+
+TEST_F(PlacemanagerModel, InfoSaysWhereAPlaceFollowsItsOwnZoneHistory) {
+  WriteBerlinsOwnHistory();
+  Open("Berlin", "D");
+  EXPECT_EQ(Text("lb_Zeittabelle_1"),
+            "Eigene Zonengeschichte Test/Plain in 1996-2100 (weicht von Zeittabelle 1 ab)");
+  Open("Bonn", "D");
+  EXPECT_EQ(Text("lb_Zeittabelle_1"), "");
 }
 
 TEST_F(PlacemanagerModel, TimetableListShowsDatesWithOrWithoutZones) {

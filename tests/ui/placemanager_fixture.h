@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "atlas/country_table.h"
+#include "atlas/zone_history.h"
 #include "platform/codepage.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/places.h"
@@ -32,6 +33,24 @@ class DialogAtlasFixture : public AtlasFixture {
     WriteTimetables("ttx.dao",
                     {{58, {CentralEuropeanHistory(met, met_s), {{At(1893, 4, 1), met}}, {}}}});
     InitializeTimeZones("", "Zones13.bin");
+  }
+
+  // Berlin (record 2) keeps Middle European Time from 1893 without summer
+  // time ("Test/Plain"): timetable 2's history, but not timetable 1's, which
+  // has summer time from 1996.
+  void WriteBerlinsOwnHistory() {
+    const std::int16_t met = Zone("MET");
+    const std::int64_t from = DaysOfCivil(1893, 3, 31) * 86400 + 23 * 3600;
+    folder_.Write(kZoneHistoryFile,
+                  CompressSzdd(EncodeZoneHistories({{"Test/Plain",
+                                                     {{0, 3208, false, true, 0, "LMT"},
+                                                      {from, 3600, false, false, met, "CET"}},
+                                                     "CET-1",
+                                                     met,
+                                                     met}})));
+    std::vector<std::uint16_t> zones(6, kNoPlaceZone);
+    zones[1] = 0;
+    folder_.Write("D.TZP", CompressSzdd(EncodePlaceZones(zones)));
   }
 
   // The user places of a country, by trimmed name (UTF-8).

@@ -503,7 +503,11 @@ void DlgPlacemanager::ShowTimetable(std::int16_t timetable) {
       timetable_listing_.items.empty()
           ? std::string()
           : Utf8FromAnsi(GetRightTimeZone(AnsiFromUtf8(CountryCode()), timetable));
-  C("lb_Zeittabelle_1").text.clear();
+  // Browsing a database place whose own zone history differs from the
+  // timetable: the line under the list says so.
+  C("lb_Zeittabelle_1").text =
+      step_ == 0 ? OwnHistoryNote(CountryCode(), place_.record, timetable, State().Language())
+          : std::string();
   C("ig_Sommerzeit").visible =
       std::any_of(timetable_listing_.entries.begin(), timetable_listing_.entries.end(),
                   [](const TimetableEntryLine& e) { return e.summer_time; });
@@ -838,7 +842,7 @@ void DlgPlacemanager::DeletePlace() {
 void DlgPlacemanager::SelectTimetable() {
   if (TimetableCount(CountryCode()) == 0) return;
   if (step_ == 2) {
-    const std::int16_t chosen = view_.ChooseTimetable(CountryCode(), new_timetable_);
+    const std::int16_t chosen = view_.ChooseTimetable(CountryCode(), new_timetable_, 0);
     if (chosen > 0) {
       new_timetable_ = chosen;
       ShowTimetable(chosen);
@@ -846,7 +850,7 @@ void DlgPlacemanager::SelectTimetable() {
     return;
   }
   if (step_ != 0 || editing_) return;
-  const std::int16_t chosen = view_.ChooseTimetable(CountryCode(), shown_timetable_);
+  const std::int16_t chosen = view_.ChooseTimetable(CountryCode(), shown_timetable_, place_.record);
   if (chosen <= 0 || chosen == shown_timetable_) return;
   ShowTimetable(chosen);
   changes_pending_ = FieldsDiffer();

@@ -60,9 +60,11 @@ class PlacemanagerView {
   virtual void SelectText(const std::string& control) = 0;
   // Moves the input focus to `control`.
   virtual void SetFocus(const std::string& control) = 0;
-  // Runs the timetable chooser for `country` with `current` highlighted and
-  // returns the timetable chosen, 0 after cancel.
-  virtual std::int16_t ChooseTimetable(const std::string& country, std::int16_t current) = 0;
+  // Runs the timetable chooser for `country` with `current` highlighted (for
+  // the place of record number `record`, 0 for none) and returns the
+  // timetable chosen, 0 after cancel.
+  virtual std::int16_t ChooseTimetable(const std::string& country, std::int16_t current,
+                                       std::int16_t record) = 0;
 };
 
 // The groups of panels and buttons Show_PanelGroup switches between.

@@ -635,8 +635,9 @@ void PlacemanagerWidget::SetFocus(const std::string& control) {
   widgets_.at(control)->setFocus();
 }
 
-std::int16_t PlacemanagerWidget::ChooseTimetable(const std::string& country, std::int16_t current) {
-  PlaceTimetableWidget chooser(country, current, this);
+std::int16_t PlacemanagerWidget::ChooseTimetable(const std::string& country, std::int16_t current,
+                                                 std::int16_t record) {
+  PlaceTimetableWidget chooser(country, current, this, record);
   chooser.exec();
   return static_cast<std::int16_t>(std::stoi(SelectedTimetable()));
 }

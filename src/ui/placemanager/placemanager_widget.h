@@ -38,7 +38,8 @@ class PlacemanagerWidget : public QDialog, public PlacemanagerView {
   void SetOwnerWindow(OwnerWindow owner) override;
   void SelectText(const std::string& control) override;
   void SetFocus(const std::string& control) override;
-  std::int16_t ChooseTimetable(const std::string& country, std::int16_t current) override;
+  std::int16_t ChooseTimetable(const std::string& country, std::int16_t current,
+                               std::int16_t record) override;
 
   // Escape and the dialog's own close requests go to the model.
   void reject() override;

@@ -17,6 +17,7 @@ DlgPlaceTimetable::DlgPlaceTimetable(const TarvLanguage& language) : language_(l
   Add("li_TT_Nr");
   Add("li_Zeittabelle");
   Add("lb_Zeittabelle");
+  Add("lb_EigeneZonen");
   Add("bt_OK").text = "OK";
   Add("bt_CANCEL").text = "Abbruch";
 }
@@ -55,6 +56,8 @@ void DlgPlaceTimetable::li_TT_Nr_Click(std::int32_t list_index) {
   entries.items = listing_.items;
   entries.list_index = -1;
   C("lb_Zeittabelle").text = LocalTimeDescription(nullptr, language_);
+  C("lb_EigeneZonen").text =
+      list_index < 0 ? std::string() : OwnHistoryNote(country_, record_, timetable, language_);
 }
 
 void DlgPlaceTimetable::li_Zeittabelle_Click(std::int32_t list_index) {

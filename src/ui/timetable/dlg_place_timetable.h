@@ -22,7 +22,9 @@ std::string& SelectedTimetable();
 
 // Controls: li_TT_Nr (the timetables), li_Zeittabelle (the entries of the
 // highlighted one), lb_Zeittabelle (the description of the highlighted
-// entry), Label1 (heading), bt_OK, bt_CANCEL.
+// entry), lb_EigeneZonen (whether the place follows its own zone history
+// where it differs from the highlighted timetable), Label1 (heading), bt_OK,
+// bt_CANCEL.
 class DlgPlaceTimetable : public FormModel {
  public:
   // Texts come from `language` (TarvLanguage::Choose).
@@ -32,6 +34,9 @@ class DlgPlaceTimetable : public FormModel {
   // timetable number.
   void Country(const std::string& code) { country_ = code; }
   void Timetable(std::int16_t timetable) { timetable_ = timetable; }
+  // The record number of the place the timetable is chosen for (0 for none,
+  // negative for a user place).
+  void Record(std::int16_t record) { record_ = record; }
   bool IsUSA() const;
 
   // Called when both buttons have unloaded the dialog.
@@ -57,6 +62,7 @@ class DlgPlaceTimetable : public FormModel {
   const TarvLanguage& language_;
   std::string country_;
   std::int16_t timetable_ = 0;
+  std::int16_t record_ = 0;
   TimetableListing listing_;
   std::function<void()> close_;
   bool closed_ = false;

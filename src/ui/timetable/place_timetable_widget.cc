@@ -44,12 +44,13 @@ void Guarded(Handler handler) {
 }  // namespace
 
 PlaceTimetableWidget::PlaceTimetableWidget(const std::string& country, std::int16_t timetable,
-                                           QWidget* parent)
+                                           QWidget* parent, std::int16_t record)
     : QDialog(parent), model_(State().Language()) {
   setObjectName("DlgPlaceTimetable");
   Build();
   model_.Country(country);
   model_.Timetable(timetable);
+  model_.Record(record);
   model_.OnClose([this] { done(SelectedTimetable() == "0" ? Rejected : Accepted); });
   Guarded([&] { model_.Form_Load(); });
   Sync();
@@ -65,6 +66,9 @@ void PlaceTimetableWidget::Build() {
   description_ = new QLabel(this);
   description_->setObjectName("lb_Zeittabelle");
   description_->setWordWrap(true);
+  own_history_ = new QLabel(this);
+  own_history_->setObjectName("lb_EigeneZonen");
+  own_history_->setWordWrap(true);
   ok_ = new QPushButton(this);
   ok_->setObjectName("bt_OK");
   ok_->setDefault(true);
@@ -82,6 +86,7 @@ void PlaceTimetableWidget::Build() {
   layout->addWidget(heading_);
   layout->addLayout(lists, 1);
   layout->addWidget(description_);
+  layout->addWidget(own_history_);
   layout->addLayout(buttons);
   heading_->setBuddy(timetables_);
   resize(560, 360);
@@ -109,6 +114,8 @@ void PlaceTimetableWidget::Sync() {
   SetItems(*timetables_, model_.Control("li_TT_Nr"));
   SetItems(*entries_, model_.Control("li_Zeittabelle"));
   description_->setText(Q(model_.Control("lb_Zeittabelle").text));
+  own_history_->setText(Q(model_.Control("lb_EigeneZonen").text));
+  own_history_->setVisible(!own_history_->text().isEmpty());
   ok_->setText(Q(model_.Control("bt_OK").text));
   cancel_->setText(Q(model_.Control("bt_CANCEL").text));
 }

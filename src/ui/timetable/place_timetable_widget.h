@@ -21,8 +21,10 @@ class PlaceTimetableWidget : public QDialog {
   Q_OBJECT
 
  public:
+  // `record`: the record number of the place the timetable is chosen for
+  // (0 for none), whose own zone history the chooser compares.
   PlaceTimetableWidget(const std::string& country, std::int16_t timetable,
-                       QWidget* parent = nullptr);
+                       QWidget* parent = nullptr, std::int16_t record = 0);
 
   const DlgPlaceTimetable& model() const { return model_; }
   void reject() override;
@@ -36,6 +38,7 @@ class PlaceTimetableWidget : public QDialog {
   QListWidget* timetables_ = nullptr;
   QListWidget* entries_ = nullptr;
   QLabel* description_ = nullptr;
+  QLabel* own_history_ = nullptr;
   QPushButton* ok_ = nullptr;
   QPushButton* cancel_ = nullptr;
 };

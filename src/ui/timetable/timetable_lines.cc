@@ -98,4 +98,23 @@ std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLang
          ")";
 }
 
+std::string OwnHistoryNote(const std::string& country, std::int16_t record,
+                           std::int16_t timetable, const TarvLanguage& language) {
+  if (record <= 0) return {};
+  FoundPlace place;
+  place.Country = GetInternalCountryAbbreviation(AnsiFromUtf8(country));
+  place.RecordNo = record;
+  const auto difference = CompareWithTimetable(place, timetable);
+  if (!difference || difference->years.empty()) return {};
+  const std::string number = std::to_string(timetable);
+  // A country without timetables has one history, numbered 0.
+  const std::string from = timetable == 0
+                               ? language.Choose(" (differs from the country's history)",
+                                                 " (weicht von der Zeitgeschichte des Landes ab)")
+                               : language.Choose(" (differs from timetable " + number + ")",
+                                                 " (weicht von Zeittabelle " + number + " ab)");
+  return language.Choose("Own zone history ", "Eigene Zonengeschichte ") + difference->iana +
+         " in " + YearRangesText(difference->years) + from;
+}
+
 }  // namespace tarv::ui

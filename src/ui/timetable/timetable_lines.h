@@ -43,6 +43,16 @@ TimetableListing ListTimetable(const std::string& country, std::int16_t timetabl
 // an entry, "No choice" / "Keine Auswahl" for none.
 std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLanguage& language);
 
+// One line saying that the database place `record` of `country` follows its
+// own zone history in the years it differs from timetable `timetable`:
+// "Own zone history Asia/Urumqi in 1928-1980 (differs from timetable 1)" /
+// "Eigene Zonengeschichte Asia/Urumqi in 1928-1980 (weicht von Zeittabelle 1
+// ab)"; for timetable 0, a country's only history, "(differs from the
+// country's history)". "" when they agree, for user places and where the
+// atlas keeps no own histories.
+std::string OwnHistoryNote(const std::string& country, std::int16_t record,
+                           std::int16_t timetable, const TarvLanguage& language);
+
 }  // namespace tarv::ui
 
 #endif  // TARVPLACES_UI_TIMETABLE_TIMETABLE_LINES_H_

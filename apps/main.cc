@@ -722,6 +722,11 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
     for (const auto& line : s.approximated)
       std::cout << "    " << line << '\n';
   }
+  if (!s.unnamed_zones.empty()) {
+    std::cout << "  zone names without an entry of their own, most populous first:\n";
+    for (const auto& line : s.unnamed_zones)
+      std::cout << "    " << line << '\n';
+  }
   return kFound;
 }
 

@@ -14,7 +14,7 @@ class TestPlace:
     def test_place_with_the_zone_at_a_local_date(self, atlas):
         p = atlas.place("München", "D", when=SUMMER_1980)
         assert (p.name, p.country, p.longitude, p.latitude, p.timetable) == ("München", "D", 11.57549, 48.13743, 1)
-        assert (p.zone, p.zone_name) == ("MET/S", "Middle European Time, summer time")
+        assert (p.zone, p.zone_name) == ("MET/S", "Central European Summer Time")
         assert (p.utc_offset, p.is_lmt, p.local_time) == (datetime.timedelta(hours=2), False, "normal")
 
     def test_the_iana_zone_and_its_names_at_the_date(self, atlas):

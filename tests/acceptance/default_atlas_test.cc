@@ -2,25 +2,31 @@
 // built from: GeoNames for where places are, the machine's tzdata for which
 // offset held there.
 #include <gtest/gtest.h>
+#include <unicode/locid.h>
+#include <unicode/timezone.h>
+#include <unicode/tznames.h>
+#include <unicode/unistr.h>
 
 #include <cmath>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <ctime>
 #include <random>
 #include <set>
+#include <tuple>
 
 #include "atlas/atlas_builder.h"
 #include "atlas/geonames.h"
 #include "atlas/place_file.h"
+#include "atlas/posix_tz.h"
 #include "atlas/process_state.h"
 #include "export/text_export.h"
-#include "interface/place_report.h"
 #include "geonames_atlas_fixture.h"
-#include "support/atlas_fixture.h"
+#include "interface/place_report.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
+#include "support/atlas_fixture.h"
 #include "tarvplaces/places.h"
 #include "util/julian.h"
 #include "util/serial_date.h"
@@ -269,6 +275,77 @@ TEST_F(DefaultAtlasTest, ChangesOfOffsetAreWhereTzdataPutsThem) {
   std::cout << "changes of offset checked: " << checked << ", wrong " << wrong.size() << "\n";
   EXPECT_EQ(checked, 300U);
   EXPECT_TRUE(wrong.empty()) << ::testing::PrintToString(wrong);
+}
+
+// CLDR's English long name of an IANA zone at a UTC instant (seconds), read
+// through ICU: the daylight name while ICU's data has daylight time there.
+std::string CldrName(const std::string& zone, std::int64_t utc) {
+  static const std::unique_ptr<icu::TimeZoneNames> names = [] {
+    UErrorCode status = U_ZERO_ERROR;
+    return std::unique_ptr<icu::TimeZoneNames>(
+        icu::TimeZoneNames::createInstance(icu::Locale::getEnglish(), status));
+  }();
+  const icu::UnicodeString id = icu::UnicodeString::fromUTF8(zone);
+  const std::unique_ptr<icu::TimeZone> tz(icu::TimeZone::createTimeZone(id));
+  const auto when = static_cast<UDate>(utc) * 1000.0;
+  std::int32_t raw = 0;
+  std::int32_t dst = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  tz->getOffset(when, false, raw, dst, status);
+  icu::UnicodeString name;
+  names->getDisplayName(id, dst != 0 ? UTZNM_LONG_DAYLIGHT : UTZNM_LONG_STANDARD, when, name);
+  std::string utf8;
+  name.toUTF8String(utf8);
+  return utf8;
+}
+
+TEST_F(DefaultAtlasTest, MostPeopleReadTheNameCldrGivesTheirZone) {
+  std::vector<Sample> largest;
+  for (const auto& p : *places_) {
+    if (const std::string code = AtlasCodeOf(p); !code.empty()) largest.push_back({p, code});
+  }
+  std::partial_sort(largest.begin(), largest.begin() + 1000, largest.end(),
+                    [](const Sample& a, const Sample& b) {
+                      return a.place.population > b.place.population;
+                    });
+  largest.resize(1000);
+  for (const auto& [year, month, day] : {std::tuple{1980, 7, 1}, std::tuple{2020, 1, 15}}) {
+    double all = 0;
+    double same = 0;
+    double unnamed = 0;  // CLDR maps no metazone there then (Turkey in 1980)
+    std::vector<std::pair<double, std::string>> others;
+    for (const auto& [p, code] : largest) {
+      const auto element = FindPlace(places, p, code);
+      ASSERT_TRUE(element) << p.name;
+      const auto report = ReportFoundPlace(places, *element, JulianAt(year, month, day, 12));
+      ASSERT_TRUE(report) << p.name;
+      const LibcZone truth = LibcAtLocal(p.timezone, year, month, day, 12);
+      const std::int64_t utc =
+          DaysOfCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) * 86400 +
+          12 * 3600 - truth.offset;
+      const std::string cldr = CldrName(p.timezone, utc);
+      const auto population = static_cast<double>(p.population);
+      if (cldr.empty()) {
+        unnamed += population;
+        continue;
+      }
+      all += population;
+      if (report->zone.name == cldr) {
+        same += population;
+      } else {
+        others.emplace_back(population, p.name + " (" + code + ", " + p.timezone + "): " +
+                                            report->zone.abbreviation + " \"" +
+                                            report->zone.name + "\", CLDR \"" + cldr + "\"");
+      }
+    }
+    std::sort(others.rbegin(), others.rend());
+    std::cout << year << ": the zone table's name is CLDR's for " << 100.0 * same / all
+              << "% of the people of the 1,000 most populous places whose zone CLDR names then ("
+              << static_cast<std::int64_t>(unnamed) << " people live where it names none); the others:\n";
+    for (const auto& [population, line] : others)
+      std::cout << "  " << static_cast<std::int64_t>(population) << " " << line << "\n";
+    EXPECT_GE(same / all, 0.95) << year;
+  }
 }
 
 // Every number a counted country offers is a real history, and no place

@@ -35,7 +35,7 @@ function(build_and_run source expected)
 endfunction()
 
 build_and_run(${SOURCE_DIR}/examples/c/host.c
-              "^München \\(D\\) 11\\.57549 48\\.13743\n1980-07-01T12:00: MET/S \\(Middle European Time, summer time\\), UTC\\+2:00\n$"
+              "^München \\(D\\) 11\\.57549 48\\.13743\n1980-07-01T12:00: MET/S \\(Central European Summer Time\\), UTC\\+2:00\n$"
               ${ATLAS} München D 1980-07-01T12:00)
 
 # The examples of the README, as they stand there: the indented block after

@@ -20,6 +20,7 @@
 #include "atlas/place_names.h"
 #include "atlas/timetable.h"
 #include "atlas/tzif.h"
+#include "atlas/zone_design.h"
 #include "atlas/zone_history.h"
 #include "atlas/zone_periods.h"
 #include "atlas/zone_table.h"
@@ -96,21 +97,6 @@ std::map<std::string, std::string> ReadCountryNames(const std::string& path) {
   return names;
 }
 
-// The zone-table names that IANA abbreviations stand for.
-std::string TableNameOf(const std::string& abbreviation) {
-  static const std::map<std::string, std::string> kNames = {
-      {"CET", "MET"},    {"CEST", "MET/S"},  {"CEMT", "MET/DS"}, {"WET", "GMT"},
-      {"WEST", "WET/S"}, {"WEMT", "WET/DS"}, {"BST", "WET/S"},   {"BDST", "WET/DS"},
-      {"UTC", "GMT"},    {"MSD", "MSK/S"},   {"EEST", "EET/S"},  {"EDT", "EST/S"},
-      {"EWT", "EST/S"},  {"EPT", "EST/S"},   {"CDT", "CST/S"},   {"CWT", "CST/S"},
-      {"CPT", "CST/S"},  {"MDT", "MST/S"},   {"MWT", "MST/S"},   {"MPT", "MST/S"},
-      {"PDT", "PST/S"},  {"PWT", "PST/S"},   {"PPT", "PST/S"},   {"AKDT", "AKST/S"},
-      {"ADT", "AST/S"},  {"NDT", "NST/S"},   {"AEDT", "AEST/S"}, {"ACDT", "ACST/S"},
-      {"NZST", "NZT"},   {"NZDT", "NZT/S"},  {"HDT", "HST/S"},   {"SAST", "EET"}};
-  const auto it = kNames.find(abbreviation);
-  return it == kNames.end() ? abbreviation : it->second;
-}
-
 double LocalSerial(std::int64_t unix_seconds, std::int32_t offset) {
   const std::int64_t local = unix_seconds + offset;
   const std::int64_t days = local >= 0 ? local / 86400 : -((-local + 86399) / 86400);
@@ -126,6 +112,7 @@ struct ZoneInfo {
   std::vector<TimetableEntry> history;  // from the end of local mean time to 1999
   std::vector<TimetableEntry> later;    // its changes from 2000 through 2037
   std::int32_t standard_1999 = 0;       // standard offset at the end of 1999
+  std::int16_t standard_entry_1999 = 0; // its entry (0 before any standard time)
   int zones_since = 0;                  // year local mean time ended
   ZoneHistory own;                      // the whole history, for places of this zone
 
@@ -141,10 +128,24 @@ struct ZoneInfo {
   }
 };
 
+// An instant inside period `i`, to ask its name at: a day after its start, or
+// its middle when it is shorter.
+std::int64_t ProbeOf(const std::vector<ZonePeriod>& periods, std::size_t i) {
+  const std::int64_t from = periods[i].from;
+  const std::int64_t to = i + 1 < periods.size() ? periods[i + 1].from : from + 2 * 86400;
+  return from + std::min<std::int64_t>(86400, (to - from) / 2);
+}
+
+// An instant of a zone's first type: before its first change.
+std::int64_t FirstProbe(const TzifZone& tzif) {
+  return tzif.transitions.empty() ? 0 : tzif.transitions.front().at - 86400;
+}
+
 class ZoneLibrary {
  public:
-  ZoneLibrary(std::string root, const std::vector<ZoneRecord>& table)
-      : root_(std::move(root)), table_(table) {}
+  ZoneLibrary(std::string root, const std::vector<ZoneRecord>& table,
+              const std::map<std::string, ZonePopulation>& zones)
+      : root_(std::move(root)), table_(table), tzifs_(zones) {}
 
   const ZoneInfo& Get(const std::string& name) {
     auto it = zones_.find(name);
@@ -156,18 +157,22 @@ class ZoneLibrary {
     std::optional<std::int16_t> last;
     if (info.tzif.initial.abbreviation != "LMT") {
       // A zone without local mean time holds its first zone from 1700 on.
-      last = Entry(name, kSerial1700, info.tzif.initial.utc_offset,
+      last = Entry(name, kSerial1700, FirstProbe(info.tzif), info.tzif.initial.utc_offset,
                    info.tzif.initial.is_dst ? ZoneKind::kSummer : ZoneKind::kStandard,
                    info.tzif.initial.utc_offset, info.tzif.initial.abbreviation);
       info.history.push_back({kSerial1700, *last});
     }
     info.standard_1999 = TypeAt(info.tzif, kUnix2000 - 1).utc_offset;
-    for (const auto& p : periods) {
+    for (std::size_t i = 0; i < periods.size(); ++i) {
+      const ZonePeriod& p = periods[i];
       const double from = LocalSerial(p.from, previous);
       previous = p.utc_offset;
-      const std::int16_t zone = p.local_mean_time ? std::int16_t{0}
-                                                  : Entry(name, from, p.utc_offset, p.kind,
-                                                          p.standard_offset, p.abbreviation);
+      const std::int16_t zone = p.local_mean_time
+                                    ? std::int16_t{0}
+                                    : Entry(name, from, ProbeOf(periods, i), p.utc_offset, p.kind,
+                                            p.standard_offset, p.abbreviation);
+      if (p.from < kUnix2000 && !p.local_mean_time && p.kind == ZoneKind::kStandard)
+        info.standard_entry_1999 = zone;
       if (last == zone) continue;
       last = zone;
       auto& list = p.from < kUnix2000 ? info.history : info.later;
@@ -192,8 +197,21 @@ class ZoneLibrary {
   const std::vector<std::string>& approximated() const { return approximated_; }
 
  private:
-  std::int16_t Entry(const std::string& zone, double from, std::int32_t offset, ZoneKind kind,
-                     std::int32_t standard, const std::string& abbreviation) {
+  // The entry of a period: the one of its offset and kind that bears the
+  // name CLDR gives the zone at `probe` (seconds since 1970, inside the
+  // period), else the one its abbreviation suggests, else the first.
+  std::int16_t Entry(const std::string& zone, double from, std::int64_t probe,
+                     std::int32_t offset, ZoneKind kind, std::int32_t standard,
+                     const std::string& abbreviation) {
+    const std::string cldr = AnsiFromUtf8(
+        PeriodName(zone, Tzif(zone), probe, offset, kind != ZoneKind::kStandard));
+    for (std::size_t i = 1; i < table_.size(); ++i) {
+      const ZoneRecord& r = table_[i];
+      if (r.TZType == static_cast<char>(kind) &&
+          std::lround(static_cast<double>(r.TZDif) * kHour) == offset && Trim(r.TZName) == cldr) {
+        return static_cast<std::int16_t>(i);
+      }
+    }
     std::vector<std::string> preferred;
     if (kind != ZoneKind::kStandard) {
       const std::string base = NameOf(StandardEntry(standard));
@@ -228,17 +246,19 @@ class ZoneLibrary {
       own.periods.push_back({0, first.utc_offset, false, true, 0, first.abbreviation});
     } else {
       own.periods.push_back({0, first.utc_offset, first.is_dst, false,
-                             Entry(name, kSerial1700, first.utc_offset,
+                             Entry(name, kSerial1700, FirstProbe(tzif), first.utc_offset,
                                    first.is_dst ? ZoneKind::kSummer : ZoneKind::kStandard,
                                    first.utc_offset, first.abbreviation),
                              first.abbreviation});
     }
-    for (const auto& p : HistoricPeriods(tzif, std::numeric_limits<std::int64_t>::max())) {
+    const auto periods = HistoricPeriods(tzif, std::numeric_limits<std::int64_t>::max());
+    for (std::size_t i = 0; i < periods.size(); ++i) {
+      const ZonePeriod& p = periods[i];
       HistoryPeriod period{p.from, p.utc_offset, p.kind != ZoneKind::kStandard,
                            p.local_mean_time, 0, p.abbreviation};
       if (!p.local_mean_time) {
-        period.entry = Entry(name, LocalSerial(p.from, p.utc_offset), p.utc_offset, p.kind,
-                             p.standard_offset, p.abbreviation);
+        period.entry = Entry(name, LocalSerial(p.from, p.utc_offset), ProbeOf(periods, i),
+                             p.utc_offset, p.kind, p.standard_offset, p.abbreviation);
       }
       const HistoryPeriod& last = own.periods.back();
       if (std::tie(last.utc_offset, last.daylight, last.local_mean_time, last.entry,
@@ -262,21 +282,31 @@ class ZoneLibrary {
     const std::int32_t low = rule->has_daylight()
                                  ? std::min(rule->standard_offset(), rule->daylight_offset())
                                  : rule->standard_offset();
-    auto entry = [&](std::int32_t offset, const std::string& abbreviation) {
+    // Asked in 2050, a minute after each change of the rule.
+    const auto changes = rule->ChangesIn(2050);
+    auto entry = [&](std::int32_t offset, const std::string& abbreviation, bool to_daylight) {
       const ZoneKind kind = offset == low                ? ZoneKind::kStandard
                             : offset - low >= 2 * kHour ? ZoneKind::kDoubleSummer
                                                         : ZoneKind::kSummer;
-      return Entry(name, SerialOfDate(kLastRuleYear + 1, 1, 1), offset, kind, low, abbreviation);
+      std::int64_t probe = changes.empty() ? kUnix2038 : changes.front().at;
+      for (const auto& c : changes) {
+        if (c.to_daylight == to_daylight) probe = c.at + 60;
+      }
+      return Entry(name, SerialOfDate(kLastRuleYear + 1, 1, 1), probe, offset, kind, low,
+                   abbreviation);
     };
-    own.rule_standard_entry = entry(rule->standard_offset(), rule->standard_name());
+    own.rule_standard_entry = entry(rule->standard_offset(), rule->standard_name(), false);
     own.rule_daylight_entry = rule->has_daylight()
-                                  ? entry(rule->daylight_offset(), rule->daylight_name())
+                                  ? entry(rule->daylight_offset(), rule->daylight_name(), true)
                                   : own.rule_standard_entry;
     return own;
   }
 
+  const TzifZone& Tzif(const std::string& zone) const { return tzifs_.at(zone).tzif; }
+
   std::string root_;
   const std::vector<ZoneRecord>& table_;
+  const std::map<std::string, ZonePopulation>& tzifs_;
   std::map<std::string, ZoneInfo> zones_;
   std::vector<std::string> approximated_;
 };
@@ -564,13 +594,20 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   const fs::path out = options.out;
   fs::create_directories(out);
 
-  Progress(options, "reading the zone table", 0.0);
-  const std::string zones_tsv = (fs::path(options.data) / "zones.tsv").string();
-  const auto table = ParseZoneTableSource(ReadText(zones_tsv), zones_tsv);
-  ZoneLibrary zones(options.zoneinfo, table);
-
-  Progress(options, "reading GeoNames", 0.02);
+  Progress(options, "reading GeoNames", 0.0);
   const auto places = ReadGeoNames(options.geonames, summary.skipped_lines);
+
+  Progress(options, "designing the zone table", 0.02);
+  const std::string zones_tsv = (fs::path(options.data) / "zones.tsv").string();
+  std::map<std::string, ZonePopulation> zone_uses;
+  for (const auto& p : places)
+    zone_uses[p.timezone].population += 1.0 + static_cast<double>(p.population);
+  for (auto& [name, use] : zone_uses)
+    use.tzif = ReadTzif((fs::path(options.zoneinfo) / name).string());
+  auto design = DesignZoneTable(ParseZoneTableSource(ReadText(zones_tsv), zones_tsv), zone_uses);
+  const std::vector<ZoneRecord> table = std::move(design.table);
+  summary.unnamed_zones = std::move(design.unnamed);
+  ZoneLibrary zones(options.zoneinfo, table, zone_uses);
   const auto german = ReadCountryNames((fs::path(options.country_names) / "de.json").string());
   const auto english = ReadCountryNames((fs::path(options.country_names) / "en.json").string());
 
@@ -669,7 +706,9 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     r.CountryId = plan.id;
     r.CountryTitle = AnsiFromUtf8(plan.title);
     r.CountryShort = plan.code;
-    r.TimezoneShort = zones.NameOf(zones.StandardEntry(main.standard_1999));
+    r.TimezoneShort = zones.NameOf(main.standard_entry_1999 != 0
+                                       ? main.standard_entry_1999
+                                       : zones.StandardEntry(main.standard_1999));
     r.Continent = kContinentNames[plan.continent];
     r.Meaning = AnsiFromUtf8(plan.english);
     r.Info = "ISO " + plan.iso;

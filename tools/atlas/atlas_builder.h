@@ -51,6 +51,10 @@ struct BuildSummary {
   // Periods the zone table has no entry of their offset and kind for: "zone
   // from-date offset kind", expressed by another entry of the same offset.
   std::vector<std::string> approximated;
+  // Zone names (CLDR's, English) without an entry of their own in the zone
+  // table, most populous first; their periods show another entry of the
+  // same offset and kind.
+  std::vector<std::string> unnamed_zones;
 };
 
 // Writes Country.dat, Zones13.bin, one place file with its index, name index

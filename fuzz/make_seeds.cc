@@ -14,6 +14,7 @@
 #include "atlas/place_file_writer.h"
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
+#include "atlas/zone_history.h"
 #include "fuzz_support.h"
 #include "platform/lz.h"
 #include "support/country_fixture.h"
@@ -215,6 +216,29 @@ void NameIndexSeeds() {
        "d\xC5\xBA");
 }
 
+void ZoneHistorySeeds() {
+  const ZoneHistory berlin{"Europe/Berlin",
+                           {{0, 3208, false, true, 0, "LMT"},
+                            {-2422054408, 3600, false, false, 2, "CET"},
+                            {323830800, 7200, true, false, 285, "CEST"},
+                            {338950800, 3600, false, false, 2, "CET"}},
+                           "CET-1CEST,M3.5.0,M10.5.0/3",
+                           2,
+                           285};
+  const ZoneHistory lagos{"Africa/Lagos",
+                          {{0, 815, false, true, 0, "LMT"},
+                           {-2035584815, 0, false, false, 1, "GMT"},
+                           {-1940889600, 815, false, true, 0, "LMT"},
+                           {-1767226415, 1800, false, false, 83, "+0030"}},
+                          "WAT-1",
+                          37,
+                          37};
+  Save("zone_history_fuzzer", "two_zones", EncodeZoneHistories({berlin, lagos}));
+  Save("zone_history_fuzzer", "place_zones", EncodePlaceZones({0, 1, kNoPlaceZone}, {0}));
+  Save("zone_history_fuzzer", "southern_rule", "AEST-10AEDT,M10.1.0,M4.1.0/3");
+  Save("zone_history_fuzzer", "odd_rule", "<-02>2<-01>,M3.5.0/-1,J365/25");
+}
+
 int main(int argc, char** argv) {
   if (argc != 3) {
     std::fprintf(stderr, "usage: %s <corpus folder> <folder of sample SZDD files>\n", argv[0]);
@@ -231,5 +255,6 @@ int main(int argc, char** argv) {
   SearchSeeds();
   UserPlaceSeeds();
   NameIndexSeeds();
+  ZoneHistorySeeds();
   return 0;
 }

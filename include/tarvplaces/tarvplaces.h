@@ -151,10 +151,10 @@ typedef struct tarv_place {
   /* With a date, where the atlas knows them (else ""): the IANA zone the
    * place follows (a user place: its timetable's), tzdata's abbreviation at
    * that instant and the zone's long name then in the atlas's language. */
-  char iana[TARV_IANA_SIZE];                 /* "Europe/Berlin" */
-  char tz_abbreviation[TARV_ZONE_SIZE];      /* "CEST" */
-  char zone_long_name[TARV_ZONE_NAME_SIZE];  /* "Central European Summer Time" */
-  int32_t own_history; /* 1 when the zone came from the place's own history */
+  char iana[TARV_IANA_SIZE];                /* "Europe/Berlin" */
+  char tz_abbreviation[TARV_ZONE_SIZE];     /* "CEST" */
+  char zone_long_name[TARV_ZONE_NAME_SIZE]; /* "Central European Summer Time" */
+  int32_t own_history;                      /* 1 when the zone came from the place's own history */
 } tarv_place;
 
 /* Looks up `name` in the country or group `country` ("D", "usca", "RUS",

@@ -202,9 +202,8 @@ std::optional<PosixTzRule> PosixTzRule::Parse(std::string_view text) {
   rule.end_ = *end;
   // Daylight time from the first moment of the year to past its last
   // ("EST5EDT,0/0,J365/25"): no change at all.
-  const bool starts_at_new_year =
-      (start->kind == Date::Kind::kZeroBased && start->day == 0) ||
-      (start->kind == Date::Kind::kJulianNoLeap && start->day == 1);
+  const bool starts_at_new_year = (start->kind == Date::Kind::kZeroBased && start->day == 0) ||
+                                  (start->kind == Date::Kind::kJulianNoLeap && start->day == 1);
   const bool ends_after_year = (end->kind == Date::Kind::kJulianNoLeap && end->day == 365) ||
                                (end->kind == Date::Kind::kZeroBased && end->day == 365);
   rule.always_daylight_ =
@@ -215,9 +214,8 @@ std::optional<PosixTzRule> PosixTzRule::Parse(std::string_view text) {
 
 std::vector<PosixChange> PosixTzRule::ChangesIn(int year) const {
   if (!has_daylight_ || always_daylight_) return {};
-  std::vector<PosixChange> changes = {
-      {start_.LocalSecondsIn(year) - standard_offset_, true},
-      {end_.LocalSecondsIn(year) - daylight_offset_, false}};
+  std::vector<PosixChange> changes = {{start_.LocalSecondsIn(year) - standard_offset_, true},
+                                      {end_.LocalSecondsIn(year) - daylight_offset_, false}};
   std::sort(changes.begin(), changes.end(),
             [](const PosixChange& a, const PosixChange& b) { return a.at < b.at; });
   return changes;

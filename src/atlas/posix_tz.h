@@ -45,7 +45,7 @@ class PosixTzRule {
     Kind kind = Kind::kMonthWeekDay;
     int day = 0;  // Jn: 1-365, n: 0-365
     int month = 0, week = 0, weekday = 0;
-    std::int32_t time = 7200;  // seconds after local midnight, may be negative
+    std::int32_t time = 7200;                     // seconds after local midnight, may be negative
     std::int64_t LocalSecondsIn(int year) const;  // since 1970, local time
   };
 

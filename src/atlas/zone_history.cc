@@ -95,13 +95,14 @@ class Reader {
     at_ = 4;
     const auto version = static_cast<std::uint16_t>(Int16("the version"));
     if (version != kZoneHistoryVersion) {
-      throw AtlasError(file_, kind + " version " + std::to_string(version) +
-                                  " is not known (1 is)");
+      throw AtlasError(file_,
+                       kind + " version " + std::to_string(version) + " is not known (1 is)");
     }
     if (Int16("the header") != 0) throw AtlasError(file_, "header bytes 6-7 are not zero");
   }
   void End() const {
-    if (Left() != 0) throw AtlasError(file_, std::to_string(Left()) + " bytes after the last field");
+    if (Left() != 0)
+      throw AtlasError(file_, std::to_string(Left()) + " bytes after the last field");
   }
 
  private:
@@ -255,7 +256,8 @@ ZoneHistories::ZoneHistories(std::string_view bytes, const std::string& file,
       const std::uint8_t flags = in.Byte(period);
       p.entry = CheckedEntry(in.Int16(period), zone_count, file, period);
       const std::size_t length = in.Byte(period);
-      if (length > kMaxAbbreviationLength) throw AtlasError(file, period + ": abbreviation too long");
+      if (length > kMaxAbbreviationLength)
+        throw AtlasError(file, period + ": abbreviation too long");
       p.abbreviation = in.Text(length, period);
       if ((flags & ~(kDaylightFlag | kLocalMeanTimeFlag)) != 0) {
         throw AtlasError(file, period + ": unknown flags " + std::to_string(flags));
@@ -302,10 +304,10 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
     const std::int32_t low = rule->has_daylight()
                                  ? std::min(rule->standard_offset(), rule->daylight_offset())
                                  : rule->standard_offset();
-    standard = {0, rule->standard_offset(), rule->standard_offset() > low, false,
-                zone.rule_standard_entry, rule->standard_name()};
-    daylight = {0, rule->daylight_offset(), rule->daylight_offset() > low, false,
-                zone.rule_daylight_entry, rule->daylight_name()};
+    standard = {0,     rule->standard_offset(),  rule->standard_offset() > low,
+                false, zone.rule_standard_entry, rule->standard_name()};
+    daylight = {0,     rule->daylight_offset(),  rule->daylight_offset() > low,
+                false, zone.rule_daylight_entry, rule->daylight_name()};
     const int year = YearOfSeconds(local);
     const std::int64_t listed_until = periods.back().from;
     if (!rule->has_daylight() || rule->AlwaysDaylight()) {
@@ -332,8 +334,9 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
     }
   }
   const HistoryPeriod& p = *spans[found].period;
-  HistoryAnswer answer{zone.name,      p.utc_offset,  p.daylight, p.local_mean_time,
-                       p.entry,        p.abbreviation, LocalTimeKind::kNormal};
+  HistoryAnswer answer{
+      zone.name,      p.utc_offset,          p.daylight, p.local_mean_time, p.entry,
+      p.abbreviation, LocalTimeKind::kNormal};
   for (std::size_t k = 1; k < spans.size(); ++k) {
     const HistoryPeriod& before = *spans[k - 1].period;
     const HistoryPeriod& now = *spans[k].period;
@@ -341,7 +344,8 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
     const std::int64_t change = spans[k].from + before.utc_offset;  // in the old clock
     const std::int64_t jump = now.utc_offset - before.utc_offset;
     if (jump > 0 && local >= change && local < change + jump) answer.kind = LocalTimeKind::kSkipped;
-    if (jump < 0 && local >= change + jump && local < change) answer.kind = LocalTimeKind::kRepeated;
+    if (jump < 0 && local >= change + jump && local < change)
+      answer.kind = LocalTimeKind::kRepeated;
   }
   return answer;
 }
@@ -356,8 +360,8 @@ PlaceZones::PlaceZones(std::string_view bytes, const std::string& file, std::siz
   auto zone_of = [&](const std::string& what) {
     const auto zone = static_cast<std::uint16_t>(in.Int16(what));
     if (zone != kNoPlaceZone && zone >= zone_count) {
-      throw AtlasError(file, what + " names zone " + std::to_string(zone) + " of " +
-                                 std::to_string(zone_count));
+      throw AtlasError(
+          file, what + " names zone " + std::to_string(zone) + " of " + std::to_string(zone_count));
     }
     return zone;
   };
@@ -431,8 +435,7 @@ std::optional<LoadedHistories> LoadHistories(std::string_view code) {
   if (loaded.place_zones->RecordCount() != records) {
     throw AtlasError(zones_file, "written for a place file of " +
                                      std::to_string(loaded.place_zones->RecordCount()) +
-                                     " records, " + place_file + " has " +
-                                     std::to_string(records));
+                                     " records, " + place_file + " has " + std::to_string(records));
   }
   return loaded;
 }
@@ -444,8 +447,7 @@ HistoryAnswer AnswerAt(const ZoneHistories& histories, std::uint16_t zone, doubl
 
 }  // namespace
 
-std::optional<HistoryAnswer> OwnHistoryAt(std::string_view code, std::int32_t record,
-                                          double date) {
+std::optional<HistoryAnswer> OwnHistoryAt(std::string_view code, std::int32_t record, double date) {
   if (!std::isfinite(date)) return std::nullopt;
   const auto history = OwnHistoryOf(code, record);
   if (!history) return std::nullopt;

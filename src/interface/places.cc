@@ -214,8 +214,7 @@ FoundPlace PlaceOfName(const std::string& code, const std::string& name) {
   PlaceList other_names;
   if (Get_City_Data_UserFirst(GetCompressedPlaceFile(code), name, found.Place, &ref)) {
     found.RecordNo = ref.RecordNo;
-  } else if (!name.empty() && name.back() != '*' &&
-             SearchNameIndex(code, name, other_names) > 0) {
+  } else if (!name.empty() && name.back() != '*' && SearchNameIndex(code, name, other_names) > 0) {
     // A place known by another name ("Jekaterinburg") keeps its own
     // timetable rather than the country's first.
     found.Place = other_names.places.front();

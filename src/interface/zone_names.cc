@@ -37,8 +37,8 @@ std::string ZoneLongName(const std::string& iana, std::int64_t utc_seconds, bool
   const icu::UnicodeString zone = icu::UnicodeString::fromUTF8(iana);
   const auto when = static_cast<UDate>(utc_seconds) * 1000.0;
   icu::UnicodeString name;
-  language.names->getDisplayName(zone, daylight ? UTZNM_LONG_DAYLIGHT : UTZNM_LONG_STANDARD,
-                                 when, name);
+  language.names->getDisplayName(zone, daylight ? UTZNM_LONG_DAYLIGHT : UTZNM_LONG_STANDARD, when,
+                                 name);
   if (name.isEmpty()) {
     // Zones CLDR gives no metazone then (Damascus since 2022) are named
     // after their country or city: "Syria Time".

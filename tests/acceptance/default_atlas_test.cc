@@ -174,17 +174,16 @@ void ExpectAgreement(classPlaces& places, const std::vector<Sample>& sample, int
     }
     bool lmt = false;
     double hours = 0;
-    places.GetPlaceDataOfId(*element, JulianAt(date.year, date.month, date.day, 12), &lmt,
-                            &hours);
+    places.GetPlaceDataOfId(*element, JulianAt(date.year, date.month, date.day, 12), &lmt, &hours);
     const LibcZone truth = LibcAtLocal(p.timezone, date.year, date.month, date.day, 12);
-    const bool same = lmt == truth.lmt &&
-                      (lmt || std::lround(hours * 3600.0) == truth.offset);
+    const bool same = lmt == truth.lmt && (lmt || std::lround(hours * 3600.0) == truth.offset);
     agree += same;
     if (!same) {
-      disagree.push_back(p.name + " (" + code + ", " + p.timezone + ") " +
-                         DateTimeText(SerialOfDate(date.year, date.month, date.day)) + ": " +
-                         (lmt ? "LMT" : std::to_string(hours)) + " h, tzdata " +
-                         (truth.lmt ? "LMT" : std::to_string(static_cast<double>(truth.offset) / 3600.0)));
+      disagree.push_back(
+          p.name + " (" + code + ", " + p.timezone + ") " +
+          DateTimeText(SerialOfDate(date.year, date.month, date.day)) + ": " +
+          (lmt ? "LMT" : std::to_string(hours)) + " h, tzdata " +
+          (truth.lmt ? "LMT" : std::to_string(static_cast<double>(truth.offset) / 3600.0)));
     }
   }
   std::cout << "zone agreement with tzdata " << first_year << "-" << last_year << ": " << agree
@@ -264,8 +263,8 @@ TEST_F(DefaultAtlasTest, ChangesOfOffsetAreWhereTzdataPutsThem) {
       wrong.push_back(what + "offsets " + std::to_string(before->zone.utc_offset) + ", " +
                       std::to_string(after->zone.utc_offset));
     }
-    const LocalTimeKind expected = change->after > change->before ? LocalTimeKind::kSkipped
-                                                                  : LocalTimeKind::kRepeated;
+    const LocalTimeKind expected =
+        change->after > change->before ? LocalTimeKind::kSkipped : LocalTimeKind::kRepeated;
     if (middle->local_time != expected || before->local_time != LocalTimeKind::kNormal ||
         after->local_time != LocalTimeKind::kNormal) {
       wrong.push_back(what + "kinds " + LocalTimeName(before->local_time) + " " +
@@ -304,10 +303,9 @@ TEST_F(DefaultAtlasTest, MostPeopleReadTheNameCldrGivesTheirZone) {
   for (const auto& p : *places_) {
     if (const std::string code = AtlasCodeOf(p); !code.empty()) largest.push_back({p, code});
   }
-  std::partial_sort(largest.begin(), largest.begin() + 1000, largest.end(),
-                    [](const Sample& a, const Sample& b) {
-                      return a.place.population > b.place.population;
-                    });
+  std::partial_sort(
+      largest.begin(), largest.begin() + 1000, largest.end(),
+      [](const Sample& a, const Sample& b) { return a.place.population > b.place.population; });
   largest.resize(1000);
   for (const auto& [year, month, day] : {std::tuple{1980, 7, 1}, std::tuple{2020, 1, 15}}) {
     double all = 0;
@@ -333,15 +331,16 @@ TEST_F(DefaultAtlasTest, MostPeopleReadTheNameCldrGivesTheirZone) {
       if (report->zone.name == cldr) {
         same += population;
       } else {
-        others.emplace_back(population, p.name + " (" + code + ", " + p.timezone + "): " +
-                                            report->zone.abbreviation + " \"" +
+        others.emplace_back(population, p.name + " (" + code + ", " + p.timezone +
+                                            "): " + report->zone.abbreviation + " \"" +
                                             report->zone.name + "\", CLDR \"" + cldr + "\"");
       }
     }
     std::sort(others.rbegin(), others.rend());
     std::cout << year << ": the zone table's name is CLDR's for " << 100.0 * same / all
               << "% of the people of the 1,000 most populous places whose zone CLDR names then ("
-              << static_cast<std::int64_t>(unnamed) << " people live where it names none); the others:\n";
+              << static_cast<std::int64_t>(unnamed)
+              << " people live where it names none); the others:\n";
     for (const auto& [population, line] : others)
       std::cout << "  " << static_cast<std::int64_t>(population) << " " << line << "\n";
     EXPECT_GE(same / all, 0.95) << year;

@@ -210,8 +210,8 @@ TEST(ZoneHistoryCodec, RoundTripsAndRefusesWhatItCannotHold) {
   ASSERT_EQ(decoded.size(), 1U);
   EXPECT_EQ(decoded[0].name, "Area/City");
   EXPECT_EQ(decoded[0].periods[1], zone.periods[1]);
-  EXPECT_EQ(decoded.At(0, -3701).abbreviation, "LMT");  // local -3700 is UTC -100
-  EXPECT_EQ(decoded.At(0, -3600).abbreviation, "GMT");  // clocks moved forward an hour
+  EXPECT_EQ(decoded.At(0, -3701).abbreviation, "LMT");           // local -3700 is UTC -100
+  EXPECT_EQ(decoded.At(0, -3600).abbreviation, "GMT");           // clocks moved forward an hour
   EXPECT_EQ(decoded.At(0, -3600).kind, LocalTimeKind::kNormal);  // out of LMT: not judged
 
   auto bad = zone;

@@ -23,7 +23,8 @@ const ZoneRecord* Named(const std::vector<ZoneRecord>& table, const std::string&
 class ZoneDesignTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists(kZoneinfo + "/Asia/Seoul")) GTEST_SKIP() << "tzdata is not installed";
+    if (!std::filesystem::exists(kZoneinfo + "/Asia/Seoul"))
+      GTEST_SKIP() << "tzdata is not installed";
     base_ = testing::ProjectZoneTable();
     for (const auto& [zone, people] :
          std::vector<std::pair<std::string, double>>{{"Asia/Tokyo", 120e6},
@@ -70,11 +71,10 @@ TEST_F(ZoneDesignTest, FixedNamesStayAndEveryNameFindsItsOwnTime) {
   for (const auto& alias : ZoneAliasNames()) {
     const std::string target = ResolveZoneAlias(alias);
     if (target.empty()) continue;
-    const bool in_base = std::any_of(base_.begin(), base_.end(),
-                                     [&](const ZoneRecord& r) { return Trim(r.TZShort) == target; });
-    const bool in_design = std::any_of(table.begin(), table.end(), [&](const ZoneRecord& r) {
-      return Trim(r.TZShort) == target;
-    });
+    const bool in_base = std::any_of(
+        base_.begin(), base_.end(), [&](const ZoneRecord& r) { return Trim(r.TZShort) == target; });
+    const bool in_design = std::any_of(
+        table.begin(), table.end(), [&](const ZoneRecord& r) { return Trim(r.TZShort) == target; });
     EXPECT_EQ(in_design, in_base) << alias << " -> " << target;
   }
   // The first entry GetTimezoneId finds by an entry's name has its offset

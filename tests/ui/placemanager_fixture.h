@@ -42,12 +42,12 @@ class DialogAtlasFixture : public AtlasFixture {
     const std::int16_t met = Zone("MET");
     const std::int64_t from = DaysOfCivil(1893, 3, 31) * 86400 + 23 * 3600;
     folder_.Write(kZoneHistoryFile,
-                  CompressSzdd(EncodeZoneHistories({{"Test/Plain",
-                                                     {{0, 3208, false, true, 0, "LMT"},
-                                                      {from, 3600, false, false, met, "CET"}},
-                                                     "CET-1",
-                                                     met,
-                                                     met}})));
+                  CompressSzdd(EncodeZoneHistories(
+                      {{"Test/Plain",
+                        {{0, 3208, false, true, 0, "LMT"}, {from, 3600, false, false, met, "CET"}},
+                        "CET-1",
+                        met,
+                        met}})));
     std::vector<std::uint16_t> zones(6, kNoPlaceZone);
     zones[1] = 0;
     folder_.Write("D.TZP", CompressSzdd(EncodePlaceZones(zones)));

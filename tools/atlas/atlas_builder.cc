@@ -109,12 +109,12 @@ double LocalSerial(std::int64_t unix_seconds, std::int32_t offset) {
 // One IANA zone as the atlas uses it.
 struct ZoneInfo {
   TzifZone tzif;
-  std::vector<TimetableEntry> history;  // from the end of local mean time to 1999
-  std::vector<TimetableEntry> later;    // its changes from 2000 through 2037
-  std::int32_t standard_1999 = 0;       // standard offset at the end of 1999
-  std::int16_t standard_entry_1999 = 0; // its entry (0 before any standard time)
-  int zones_since = 0;                  // year local mean time ended
-  ZoneHistory own;                      // the whole history, for places of this zone
+  std::vector<TimetableEntry> history;   // from the end of local mean time to 1999
+  std::vector<TimetableEntry> later;     // its changes from 2000 through 2037
+  std::int32_t standard_1999 = 0;        // standard offset at the end of 1999
+  std::int16_t standard_entry_1999 = 0;  // its entry (0 before any standard time)
+  int zones_since = 0;                   // year local mean time ended
+  ZoneHistory own;                       // the whole history, for places of this zone
 
   // The whole history as one list, later changes included: what timetables
   // are told apart by.
@@ -200,11 +200,10 @@ class ZoneLibrary {
   // The entry of a period: the one of its offset and kind that bears the
   // name CLDR gives the zone at `probe` (seconds since 1970, inside the
   // period), else the one its abbreviation suggests, else the first.
-  std::int16_t Entry(const std::string& zone, double from, std::int64_t probe,
-                     std::int32_t offset, ZoneKind kind, std::int32_t standard,
-                     const std::string& abbreviation) {
-    const std::string cldr = AnsiFromUtf8(
-        PeriodName(zone, Tzif(zone), probe, offset, kind != ZoneKind::kStandard));
+  std::int16_t Entry(const std::string& zone, double from, std::int64_t probe, std::int32_t offset,
+                     ZoneKind kind, std::int32_t standard, const std::string& abbreviation) {
+    const std::string cldr =
+        AnsiFromUtf8(PeriodName(zone, Tzif(zone), probe, offset, kind != ZoneKind::kStandard));
     for (std::size_t i = 1; i < table_.size(); ++i) {
       const ZoneRecord& r = table_[i];
       if (r.TZType == static_cast<char>(kind) &&
@@ -254,8 +253,8 @@ class ZoneLibrary {
     const auto periods = HistoricPeriods(tzif, std::numeric_limits<std::int64_t>::max());
     for (std::size_t i = 0; i < periods.size(); ++i) {
       const ZonePeriod& p = periods[i];
-      HistoryPeriod period{p.from, p.utc_offset, p.kind != ZoneKind::kStandard,
-                           p.local_mean_time, 0, p.abbreviation};
+      HistoryPeriod period{p.from, p.utc_offset,  p.kind != ZoneKind::kStandard, p.local_mean_time,
+                           0,      p.abbreviation};
       if (!p.local_mean_time) {
         period.entry = Entry(name, LocalSerial(p.from, p.utc_offset), ProbeOf(periods, i),
                              p.utc_offset, p.kind, p.standard_offset, p.abbreviation);
@@ -273,7 +272,8 @@ class ZoneLibrary {
     if (!rule) {
       // Without a rule the last period holds for ever; a footer that is
       // there but does not parse would silently freeze the zone.
-      if (!tzif.footer.empty()) throw AtlasError(root_ + "/" + name, "footer \"" + tzif.footer + "\" is no POSIX TZ rule");
+      if (!tzif.footer.empty())
+        throw AtlasError(root_ + "/" + name, "footer \"" + tzif.footer + "\" is no POSIX TZ rule");
       return own;
     }
     own.rule = tzif.footer;
@@ -285,7 +285,7 @@ class ZoneLibrary {
     // Asked in 2050, a minute after each change of the rule.
     const auto changes = rule->ChangesIn(2050);
     auto entry = [&](std::int32_t offset, const std::string& abbreviation, bool to_daylight) {
-      const ZoneKind kind = offset == low                ? ZoneKind::kStandard
+      const ZoneKind kind = offset == low               ? ZoneKind::kStandard
                             : offset - low >= 2 * kHour ? ZoneKind::kDoubleSummer
                                                         : ZoneKind::kSummer;
       std::int64_t probe = changes.empty() ? kUnix2038 : changes.front().at;
@@ -706,9 +706,9 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     r.CountryId = plan.id;
     r.CountryTitle = AnsiFromUtf8(plan.title);
     r.CountryShort = plan.code;
-    r.TimezoneShort = zones.NameOf(main.standard_entry_1999 != 0
-                                       ? main.standard_entry_1999
-                                       : zones.StandardEntry(main.standard_1999));
+    r.TimezoneShort =
+        zones.NameOf(main.standard_entry_1999 != 0 ? main.standard_entry_1999
+                                                   : zones.StandardEntry(main.standard_1999));
     r.Continent = kContinentNames[plan.continent];
     r.Meaning = AnsiFromUtf8(plan.english);
     r.Info = "ISO " + plan.iso;
@@ -779,9 +779,8 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
       place_zones.push_back(zone_numbers.at(p->timezone));
     }
     summary.places += file.size();
-    summary.index_entries +=
-        WritePlaceFiles(out, plan.code, std::move(file), true, populations, keys, place_zones,
-                        timetable_zones);
+    summary.index_entries += WritePlaceFiles(out, plan.code, std::move(file), true, populations,
+                                             keys, place_zones, timetable_zones);
   }
   for (std::size_t g = 0; g < std::size(kGroups); ++g) {
     CountryRecord r;
@@ -801,8 +800,7 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   WriteFileAtomically(out / "Zones13.bin", EncodeZoneFile(table));
   WriteFileAtomically(out / "ttx.dao", CompressSzdd(EncodeTimetableFile(ttx), 'o'));
   WriteFileAtomically(out / "TTUSA.dao", CompressSzdd(EncodeTimetableFile(ttusa), 'o'));
-  WriteFileAtomically(out / kZoneHistoryFile,
-                      CompressSzdd(EncodeZoneHistories(histories), 't'));
+  WriteFileAtomically(out / kZoneHistoryFile, CompressSzdd(EncodeZoneHistories(histories), 't'));
   summary.zone_histories = histories.size();
   WriteFileAtomically(out / kDstRulesFile,
                       CompressSzdd(DstRules::Format(rules, changes, same), 't'));

@@ -29,16 +29,16 @@ struct BuildOptions {
 };
 
 struct BuildSummary {
-  std::size_t countries = 0;      // lines of Country.dat, groups included
-  std::size_t places = 0;         // place records, one per place
-  std::size_t local_names = 0;    // places named otherwise than GeoNames names them
-  std::size_t index_entries = 0;  // entries of the name indexes
-  std::size_t timetables = 0;     // blocks written
-  std::size_t entries = 0;        // timetable entries written
-  std::size_t rule_lines = 0;     // rule lines of DstRules.dat
-  std::size_t change_lines = 0;   // change lines of DstRules.dat (history after 1999)
-  std::size_t zone_histories = 0; // IANA zones in Zones.hst, each place's own history
-  std::uintmax_t bytes = 0;       // size of all files written
+  std::size_t countries = 0;       // lines of Country.dat, groups included
+  std::size_t places = 0;          // place records, one per place
+  std::size_t local_names = 0;     // places named otherwise than GeoNames names them
+  std::size_t index_entries = 0;   // entries of the name indexes
+  std::size_t timetables = 0;      // blocks written
+  std::size_t entries = 0;         // timetable entries written
+  std::size_t rule_lines = 0;      // rule lines of DstRules.dat
+  std::size_t change_lines = 0;    // change lines of DstRules.dat (history after 1999)
+  std::size_t zone_histories = 0;  // IANA zones in Zones.hst, each place's own history
+  std::uintmax_t bytes = 0;        // size of all files written
   std::size_t skipped_lines = 0;
   // "Zone year" pairs whose summer time after 1999 no weekday rule of the
   // rules file expresses (the change lines hold them; the rules serve only

@@ -173,10 +173,9 @@ std::vector<Span> SpansOf(const TzifZone& tzif) {
   if (from >= kTo2101) return spans;
   if (!rule->has_daylight() || rule->AlwaysDaylight()) {
     const bool daylight = rule->AlwaysDaylight();
-    spans.push_back({from, kTo2101, from + kDay,
-                     daylight ? rule->daylight_offset() : rule->standard_offset(),
-                     ZoneKind::kStandard,
-                     daylight ? rule->daylight_name() : rule->standard_name()});
+    spans.push_back(
+        {from, kTo2101, from + kDay, daylight ? rule->daylight_offset() : rule->standard_offset(),
+         ZoneKind::kStandard, daylight ? rule->daylight_name() : rule->standard_name()});
     return spans;
   }
   // Both times of the rule, weighed by the share of 2050 each holds.
@@ -185,16 +184,16 @@ std::vector<Span> SpansOf(const TzifZone& tzif) {
   for (const auto& change : changes) {
     const std::int32_t offset =
         change.to_daylight ? rule->daylight_offset() : rule->standard_offset();
-    const std::int64_t length = change.to_daylight == (changes.front().to_daylight)
-                                    ? changes.back().at - changes.front().at
-                                    : static_cast<std::int64_t>(kSecondsPerYear) -
-                                          (changes.back().at - changes.front().at);
+    const std::int64_t length =
+        change.to_daylight == (changes.front().to_daylight)
+            ? changes.back().at - changes.front().at
+            : static_cast<std::int64_t>(kSecondsPerYear) - (changes.back().at - changes.front().at);
     const double share = static_cast<double>(length) / kSecondsPerYear;
     const auto span_length = static_cast<std::int64_t>(static_cast<double>(kTo2101 - from) * share);
     spans.push_back({from, from + span_length, change.at + kDay, offset,
-                     offset == low                ? ZoneKind::kStandard
+                     offset == low               ? ZoneKind::kStandard
                      : offset - low >= 2 * kHour ? ZoneKind::kDoubleSummer
-                                                  : ZoneKind::kSummer,
+                                                 : ZoneKind::kSummer,
                      change.to_daylight ? rule->daylight_name() : rule->standard_name()});
   }
   return spans;
@@ -322,7 +321,9 @@ class Designer {
     for (const auto& [i, name] : old_names_) {
       if (table_[i].TZShort.front() != '#') continue;
       const std::string grid = GridName(OffsetOf(table_[i])) + KindSuffix(KindOf(table_[i]));
-      table_[i].TZShort = Fits(i, name) ? name : Fits(i, grid) ? grid : grid.substr(0, 1) + std::to_string(i);
+      table_[i].TZShort = Fits(i, name)   ? name
+                          : Fits(i, grid) ? grid
+                                          : grid.substr(0, 1) + std::to_string(i);
     }
   }
 
@@ -350,7 +351,7 @@ class Designer {
       }
     }
     if (IsAlphabetic(vote)) wanted.push_back(vote);
-    wanted.push_back(GridName(g.offset - (g.kind == ZoneKind::kStandard     ? 0
+    wanted.push_back(GridName(g.offset - (g.kind == ZoneKind::kStandard ? 0
                                           : g.kind == ZoneKind::kSummer ? kHour
                                                                         : 2 * kHour)) +
                      suffix);

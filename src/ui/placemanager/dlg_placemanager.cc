@@ -507,7 +507,7 @@ void DlgPlacemanager::ShowTimetable(std::int16_t timetable) {
   // timetable: the line under the list says so.
   C("lb_Zeittabelle_1").text =
       step_ == 0 ? OwnHistoryNote(CountryCode(), place_.record, timetable, State().Language())
-          : std::string();
+                 : std::string();
   C("ig_Sommerzeit").visible =
       std::any_of(timetable_listing_.entries.begin(), timetable_listing_.entries.end(),
                   [](const TimetableEntryLine& e) { return e.summer_time; });

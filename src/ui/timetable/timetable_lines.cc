@@ -98,8 +98,8 @@ std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLang
          ")";
 }
 
-std::string OwnHistoryNote(const std::string& country, std::int16_t record,
-                           std::int16_t timetable, const TarvLanguage& language) {
+std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,
+                           const TarvLanguage& language) {
   if (record <= 0) return {};
   FoundPlace place;
   place.Country = GetInternalCountryAbbreviation(AnsiFromUtf8(country));

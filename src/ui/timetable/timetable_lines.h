@@ -50,8 +50,8 @@ std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLang
 // ab)"; for timetable 0, a country's only history, "(differs from the
 // country's history)". "" when they agree, for user places and where the
 // atlas keeps no own histories.
-std::string OwnHistoryNote(const std::string& country, std::int16_t record,
-                           std::int16_t timetable, const TarvLanguage& language);
+std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,
+                           const TarvLanguage& language);
 
 }  // namespace tarv::ui
 

@@ -35,7 +35,9 @@ apt_opts=(-o Dir::Etc::SourceList=/dev/null -o "Dir::Etc::SourceParts=$apt_state
 
 # The same ICU version as the Linux build's libicu-dev.
 version="$(dpkg-query -W -f='${source:Version}' libicu-dev)"
-root="$cache/icu-$version-mingw-x86_64"
+# The data items are part of the build: another list is another ICU.
+items="$(sha256sum "$here/cmake/windows/icu/data-items.txt" | cut -c1-12)"
+root="$cache/icu-$version-$items-mingw-x86_64"
 if [ -f "$root/.complete" ]; then
   echo "$root"
   exit 0

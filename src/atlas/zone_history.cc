@@ -17,7 +17,6 @@
 namespace tarv {
 namespace {
 
-constexpr std::size_t kHeaderSize = 12;
 constexpr std::size_t kMaxZones = 4096;
 constexpr std::size_t kMaxPeriods = 4096;
 constexpr std::size_t kMaxNameLength = 64;

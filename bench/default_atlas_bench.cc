@@ -319,6 +319,7 @@ void ZoneAtDate(benchmark::State& state, int first_year, int last_year) {
 }
 BENCHMARK_CAPTURE(ZoneAtDate, before2000, 1900, 1999)->Name("Default/ZoneBefore2000/ours");
 BENCHMARK_CAPTURE(ZoneAtDate, after2000, 2000, 2037)->Name("Default/ZoneAfter2000/ours");
+BENCHMARK_CAPTURE(ZoneAtDate, after2037, 2038, 2100)->Name("Default/ZoneAfter2037/ours");
 
 // ---- Country number ----
 

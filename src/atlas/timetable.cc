@@ -642,18 +642,17 @@ std::optional<OwnHistoryDifference> CompareWithTimetable(const FoundPlace& place
   if (!history) return std::nullopt;
   OwnHistoryDifference difference;
   difference.iana = (*history->histories)[history->zone].name;
-  auto offset = [](const ZoneRecord& zone) {
-    return Trim(zone.TZShort) == "LMT" ? std::optional<float>() : std::optional(zone.TZDif);
-  };
+  // Local mean time as an offset no zone has.
+  constexpr float kMeanTime = 99.0F;
   for (int year = kFirstYear; year <= kLastYear; ++year) {
     bool differs = false;
     for (int month = 1; month <= 12 && !differs; ++month) {
       const double noon = SerialOfDate(year, month, 15) + 0.5;
       const auto own = history->At(noon);
       const auto table = ZoneAt(place.Country, timetable, noon);
-      const std::optional<float> ours =
-          own.local_mean_time ? std::nullopt : std::optional(ZoneRecordOf(own.entry).TZDif);
-      differs = !table || offset(table->zone) != ours;
+      const float ours = own.local_mean_time ? kMeanTime : ZoneRecordOf(own.entry).TZDif;
+      differs = !table ||
+                (Trim(table->zone.TZShort) == "LMT" ? kMeanTime : table->zone.TZDif) != ours;
     }
     if (!differs) continue;
     if (!difference.years.empty() && difference.years.back().second == year - 1) {

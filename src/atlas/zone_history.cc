@@ -1,6 +1,7 @@
 #include "atlas/zone_history.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -9,7 +10,9 @@
 
 #include "atlas/place_file.h"
 #include "atlas/process_state.h"
+#include "platform/file_status.h"
 #include "platform/lz.h"
+#include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/bytes.h"
 #include "util/serial_date.h"
@@ -288,10 +291,11 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
       periods.begin() + 1, periods.end(), local,
       [](std::int64_t at, const HistoryPeriod& p) { return at + kOffsetBound < p.from; });
   const auto last = static_cast<std::size_t>(after - periods.begin()) - 1;
-  std::vector<Span> spans;
-  spans.reserve(8);
+  // At most four listed periods and six changes of the rule: no allocation.
+  std::array<Span, 10> spans{};
+  std::size_t count = 0;
   for (std::size_t k = last >= 3 ? last - 3 : 0; k <= last; ++k)
-    spans.push_back({periods[k].from, &periods[k]});
+    spans[count++] = {periods[k].from, &periods[k]};
 
   // Past the listed periods the rule goes on: its changes around the year.
   HistoryPeriod standard;
@@ -312,12 +316,12 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
     if (!rule->has_daylight() || rule->AlwaysDaylight()) {
       // A rule of one time alone: it holds from the last listed change on.
       const HistoryPeriod& p = rule->AlwaysDaylight() ? daylight : standard;
-      if (p.utc_offset != periods.back().utc_offset) spans.push_back({listed_until + 1, &p});
+      if (p.utc_offset != periods.back().utc_offset) spans[count++] = {listed_until + 1, &p};
     } else {
       for (int y = year - 1; y <= year + 1; ++y) {
         for (const auto& change : rule->ChangesIn(y)) {
           if (change.at > listed_until) {
-            spans.push_back({change.at, change.to_daylight ? &daylight : &standard});
+            spans[count++] = {change.at, change.to_daylight ? &daylight : &standard};
           }
         }
       }
@@ -326,7 +330,7 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
 
   // The last span whose start, in the clock before it, is at or before `local`.
   std::size_t found = 0;
-  for (std::size_t k = spans.size(); k-- > 1;) {
+  for (std::size_t k = count; k-- > 1;) {
     if (spans[k].from + spans[k - 1].period->utc_offset <= local) {
       found = k;
       break;
@@ -336,7 +340,7 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
   HistoryAnswer answer{
       zone.name,      p.utc_offset,          p.daylight, p.local_mean_time, p.entry,
       p.abbreviation, LocalTimeKind::kNormal};
-  for (std::size_t k = 1; k < spans.size(); ++k) {
+  for (std::size_t k = 1; k < count; ++k) {
     const HistoryPeriod& before = *spans[k - 1].period;
     const HistoryPeriod& now = *spans[k].period;
     if (before.local_mean_time || now.local_mean_time) continue;
@@ -407,9 +411,7 @@ struct LoadedHistories {
   std::shared_ptr<const PlaceZones> place_zones;
 };
 
-// The decoded files for the database place file of `code`; nullopt when the
-// atlas has no such files.
-std::optional<LoadedHistories> LoadHistories(std::string_view code) {
+std::optional<LoadedHistories> ReadHistories(std::string_view code) {
   static DecodedFiles<ZoneHistories> histories;
   static DecodedFiles<PlaceZones> place_zones;
   const std::string folder = AtlasFolder("");
@@ -436,6 +438,36 @@ std::optional<LoadedHistories> LoadHistories(std::string_view code) {
                                      std::to_string(loaded.place_zones->RecordCount()) +
                                      " records, " + place_file + " has " + std::to_string(records));
   }
+  return loaded;
+}
+
+// What this thread last found for a country, kept while the file statuses
+// and the tables it was read with stand: warm lookups of one country make no
+// path, lock or map work.
+struct HistoryMemo {
+  std::uint64_t call = 0;
+  std::uint64_t tables = 0;
+  std::string places_path;
+  std::string code;
+  std::optional<LoadedHistories> loaded;
+};
+
+// The decoded files for the database place file of `code`; nullopt when the
+// atlas has no such files.
+std::optional<LoadedHistories> LoadHistories(std::string_view code) {
+  HistoryMemo& memo = PerThread<HistoryMemo>();
+  const std::uint64_t call = CallNumber();
+  const ProcessState& state = State();
+  if (call != 0 && memo.call == call && memo.tables == state.tables_version &&
+      memo.code == code && memo.places_path == state.places_path) {
+    return memo.loaded;
+  }
+  auto loaded = ReadHistories(code);
+  memo.call = call;
+  memo.tables = state.tables_version;
+  memo.places_path = state.places_path;
+  memo.code = code;
+  memo.loaded = loaded;
   return loaded;
 }
 

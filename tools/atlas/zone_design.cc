@@ -1,11 +1,5 @@
 #include "atlas/zone_design.h"
 
-#include <unicode/locid.h>
-#include <unicode/timezone.h>
-#include <unicode/tzfmt.h>
-#include <unicode/tznames.h>
-#include <unicode/unistr.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -18,6 +12,7 @@
 
 #include "atlas/posix_tz.h"
 #include "atlas/zone_periods.h"
+#include "interface/zone_names.h"
 #include "platform/codepage.h"
 #include "util/text.h"
 
@@ -279,7 +274,7 @@ class Designer {
         g.offset = s.offset;
         g.kind = s.kind;
         g.name = name;
-        if (daylight) g.standard_name = CldrLongName(zone, std::max(s.probe, kDay), false);
+        if (daylight) g.standard_name = ZoneLongName(zone, std::max(s.probe, kDay), false, "en");
         // Years since 1970 count fully, earlier ones a fifth (charts of the
         // living matter most); a period outside the years still counts a
         // little: it is history.
@@ -502,40 +497,6 @@ std::string TableNameOf(const std::string& abbreviation) {
   return it == kNames.end() ? abbreviation : it->second;
 }
 
-std::string LocationName(const std::string& zone, std::int64_t at) {
-  static const std::unique_ptr<icu::TimeZoneFormat> format = [] {
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::TimeZoneFormat> english(
-        icu::TimeZoneFormat::createInstance(icu::Locale::getEnglish(), status));
-    return U_SUCCESS(status) ? std::move(english) : nullptr;
-  }();
-  if (!format) return {};
-  const std::unique_ptr<icu::TimeZone> tz(
-      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
-  icu::UnicodeString name;
-  format->format(UTZFMT_STYLE_GENERIC_LOCATION, *tz, static_cast<UDate>(at) * 1000.0, name);
-  std::string utf8;
-  name.toUTF8String(utf8);
-  return utf8;
-}
-
-std::string CldrLongName(const std::string& zone, std::int64_t at, bool daylight) {
-  static const std::unique_ptr<icu::TimeZoneNames> names = [] {
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::TimeZoneNames> english(
-        icu::TimeZoneNames::createInstance(icu::Locale::getEnglish(), status));
-    return U_SUCCESS(status) ? std::move(english) : nullptr;
-  }();
-  if (!names) return {};
-  icu::UnicodeString name;
-  names->getDisplayName(icu::UnicodeString::fromUTF8(zone),
-                        daylight ? UTZNM_LONG_DAYLIGHT : UTZNM_LONG_STANDARD,
-                        static_cast<UDate>(at) * 1000.0, name);
-  std::string utf8;
-  name.toUTF8String(utf8);
-  return utf8;
-}
-
 std::string PeriodName(const std::string& zone, const TzifZone& tzif, std::int64_t probe,
                        std::int32_t offset, bool daylight) {
   // ICU's metazone mappings begin in 1970. An earlier period takes the name
@@ -550,10 +511,9 @@ std::string PeriodName(const std::string& zone, const TzifZone& tzif, std::int64
     }
     probe = kJanuary1970;
   }
-  std::string name = CldrLongName(zone, probe, daylight);
   // Where CLDR maps no metazone (Turkey 1978-1985, Tashkent, Ürümqi), the
   // zone's location name ("Turkey Time") rather than another country's.
-  return name.empty() ? LocationName(zone, probe) : name;
+  return ZoneLongName(zone, probe, daylight, "en");
 }
 
 ZoneDesign DesignZoneTable(const std::vector<ZoneRecord>& base,

@@ -29,18 +29,10 @@ namespace tarv::atlas {
 // "MET/S", "UTC" is "GMT"); others stand for themselves.
 std::string TableNameOf(const std::string& abbreviation);
 
-// The English long name CLDR gives `zone` at `at` (seconds since 1970), its
-// daylight name when `daylight`; "" where CLDR names none.
-std::string CldrLongName(const std::string& zone, std::int64_t at, bool daylight);
-
-// CLDR's English location name of `zone` at `at`: "Turkey Time",
-// "Urumqi Time".
-std::string LocationName(const std::string& zone, std::int64_t at);
-
-// The name of a period of `zone` (its offset, whether it is summer time, an
-// instant inside it): CLDR's long name, else its location name; before
-// 1970, where ICU maps no names, the zone's name of 1970 if the period kept
-// one of its 1970 offsets, else "".
+// The English name of a period of `zone` (its offset, whether it is summer
+// time, an instant inside it) as ZoneLongName gives it: CLDR's long name,
+// else the zone's location name; before 1970, where ICU maps no names, the
+// zone's name of 1970 if the period kept one of its 1970 offsets, else "".
 std::string PeriodName(const std::string& zone, const TzifZone& tzif, std::int64_t probe,
                        std::int32_t offset, bool daylight);
 

@@ -21,6 +21,8 @@
 #include "atlas/place_file.h"
 #include "atlas/posix_tz.h"
 #include "atlas/process_state.h"
+#include "atlas/timetable.h"
+#include "atlas/zone_history.h"
 #include "export/text_export.h"
 #include "geonames_atlas_fixture.h"
 #include "interface/place_report.h"
@@ -201,6 +203,45 @@ TEST_F(DefaultAtlasTest, EveryPlaceHasTheOffsetsOfItsOwnZone) {
   ExpectAgreement(places, sample, 1900, 1999, rng);
   ExpectAgreement(places, sample, 2000, 2037, rng);
   ExpectAgreement(places, sample, 2038, 2100, rng);
+}
+
+// The timetables, which user places follow, keep the history of their zone:
+// for the sampled places whose zone a timetable keeps, that timetable gives
+// tzdata's offsets through 2037 (later years follow the rule of its last
+// ones).
+TEST_F(DefaultAtlasTest, TimetablesKeepTheHistoryOfTheirZone) {
+  std::mt19937 rng(2027);
+  const auto sample = RandomPlaces(*places_, 3000, rng);
+  std::uniform_int_distribution<int> year(1900, 2037);
+  std::uniform_int_distribution<int> day(0, 364);
+  std::size_t asked = 0;
+  std::vector<std::string> wrong;
+  for (const auto& [p, code] : sample) {
+    const CalendarTime date = CalendarOfSerial(SerialOfDate(year(rng), 1, 1 + day(rng)));
+    const double noon = SerialOfDate(date.year, date.month, date.day) + 0.5;
+    const auto element = FindPlace(places, p, code);
+    ASSERT_TRUE(element) << p.name;
+    const std::int16_t timetable =
+        places.HaveTimetables(code) > 0
+            ? static_cast<std::int16_t>(std::stoi(places.GetPlaceDataOfId(*element)[4]))
+            : std::int16_t{0};
+    const auto kept = TimetableHistoryAt(code, timetable, noon);
+    if (!kept || kept->zone_name != p.timezone) continue;  // a merged history
+    ++asked;
+    const auto at = ZoneAt(code, timetable, noon);
+    ASSERT_TRUE(at) << p.name;
+    const LibcZone truth = LibcAtLocal(p.timezone, date.year, date.month, date.day, 12);
+    const bool lmt = at->zone_id == 0;
+    if (lmt != truth.lmt || (!lmt && std::lround(at->zone.TZDif * 3600.0F) != truth.offset)) {
+      wrong.push_back(p.name + " (" + code + " " + std::to_string(timetable) + ", " + p.timezone +
+                      ") " + DateTimeText(noon) + ": " + Trim(at->zone.TZShort) + ", tzdata " +
+                      (truth.lmt ? "LMT" : std::to_string(truth.offset)));
+    }
+  }
+  std::cout << "timetables against tzdata 1900-2037: " << asked - wrong.size() << " of " << asked
+            << "\n";
+  EXPECT_GT(asked, 2900U);
+  EXPECT_TRUE(wrong.empty()) << ::testing::PrintToString(wrong);
 }
 
 // A change of offset in `zone` within `year` (UTC instant, old and new

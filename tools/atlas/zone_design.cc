@@ -26,8 +26,10 @@ constexpr std::int64_t kDay = 86400;
 constexpr std::int32_t kHour = 3600;
 constexpr std::size_t kNameWidth = 45;
 constexpr std::size_t kShortWidth = 12;
-// The timetable codes 138-140 stand for the last three entries.
+// The timetable codes 138-140 stand for the last three entries, so the
+// entries numbered 138-140 can never be written into a timetable.
 constexpr std::size_t kCodeEntries = 3;
+constexpr std::size_t kFirstCode = 138;
 
 // Abbreviations for CLDR names whose zones tzdata abbreviates by numbers
 // ("-03") or by letters another zone holds ("CST" for China, "PST" for
@@ -297,6 +299,10 @@ class Designer {
     state_.assign(table_.size(), State::kRecyclable);
     state_[0] = State::kFixed;  // local mean time
     for (std::size_t i = 1; i < table_.size(); ++i) {
+      if (i >= kFirstCode && i < kFirstCode + kCodeEntries) {
+        state_[i] = State::kUnusable;
+        continue;
+      }
       const bool code_entry = i + kCodeEntries >= table_.size();
       if (code_entry || fixed.count(UCase(Trim(table_[i].TZShort))) != 0) {
         state_[i] = State::kFixed;
@@ -470,7 +476,7 @@ class Designer {
     }
   }
 
-  enum class State { kFixed, kRecyclable, kFree, kTaken };
+  enum class State { kFixed, kRecyclable, kFree, kTaken, kUnusable };
   std::vector<ZoneRecord> table_;
   std::vector<State> state_;
   std::map<GroupKey, Group> groups_;

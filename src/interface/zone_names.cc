@@ -25,21 +25,22 @@ std::string ZoneLongName(const std::string& iana, std::int64_t utc_seconds, bool
   const std::lock_guard<std::mutex> lock(mutex);
   Language& language = by_locale[locale];
   if (!language.names) {
-    UErrorCode status = U_ZERO_ERROR;
     const icu::Locale where(locale.c_str());
+    UErrorCode status = U_ZERO_ERROR;
     language.names.reset(icu::TimeZoneNames::createInstance(where, status));
+    if (U_FAILURE(status)) language.names.reset();
+    if (!language.names) return {};
+    // Without its data the location fallback is missing; the names still work.
+    status = U_ZERO_ERROR;
     language.format.reset(icu::TimeZoneFormat::createInstance(where, status));
-    if (U_FAILURE(status) || !language.names || !language.format) {
-      language = {};
-      return {};
-    }
+    if (U_FAILURE(status)) language.format.reset();
   }
   const icu::UnicodeString zone = icu::UnicodeString::fromUTF8(iana);
   const auto when = static_cast<UDate>(utc_seconds) * 1000.0;
   icu::UnicodeString name;
   language.names->getDisplayName(zone, daylight ? UTZNM_LONG_DAYLIGHT : UTZNM_LONG_STANDARD, when,
                                  name);
-  if (name.isEmpty()) {
+  if (name.isEmpty() && language.format) {
     // Zones CLDR gives no metazone then (Damascus since 2022) are named
     // after their country or city: "Syria Time".
     const std::unique_ptr<icu::TimeZone> tz(icu::TimeZone::createTimeZone(zone));

@@ -9,6 +9,7 @@
 
 #include "atlas/process_state.h"
 #include "platform/paths.h"
+#include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/file_tests.h"
 #include "util/numeric.h"
@@ -353,11 +354,26 @@ std::int16_t HaveTimetables(std::string_view code) {
       {"MSH", 6},    {"E", 7},      {"MEX", 8},    {"NL", 9},     {"AUS", 10},   {"TJ", 12},
       {"SSR", 47},   {"RI", 93},    {"F", 153},    {"CDN", 301},
   };
-  const std::string mapped = Trim(GetInternalCountryAbbreviation(code));
-  for (const auto& entry : kTimetables) {
-    if (TextEqual(mapped, entry.code)) return entry.count;
+  // Every zone lookup asks, mostly for the country it asked before.
+  struct Last {
+    std::uint64_t tables = 0;
+    std::string code;
+    std::int16_t count = -1;
+  };
+  Last& last = PerThread<Last>();
+  if (last.count >= 0 && last.tables == State().tables_version && last.code == code) {
+    return last.count;
   }
-  return 0;
+  const std::string mapped = Trim(GetInternalCountryAbbreviation(code));
+  std::int16_t count = 0;
+  for (const auto& entry : kTimetables) {
+    if (TextEqual(mapped, entry.code)) {
+      count = entry.count;
+      break;
+    }
+  }
+  last = {State().tables_version, std::string(code), count};
+  return count;
 }
 
 }  // namespace tarv

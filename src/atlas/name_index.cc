@@ -117,8 +117,8 @@ NameIndex::NameIndex(std::string_view bytes, const std::string& file) : bytes_(b
     throw AtlasError(file, "not a name index (no \"TPNX\" header)");
   }
   if (DecodeInt16(b, 4) != kNameIndexVersion) {
-    throw AtlasError(file, "name index version " + std::to_string(DecodeInt16(b, 4)) +
-                               " is not known (1 is)");
+    throw AtlasError(
+        file, "name index version " + std::to_string(DecodeInt16(b, 4)) + " is not known (1 is)");
   }
   record_count_ = DecodeInt32(b, 8);
   if (record_count_ < 0 || record_count_ > static_cast<std::int32_t>(kMaxPlaceRecords)) {
@@ -206,12 +206,12 @@ std::int32_t SearchNameIndex(std::string_view code, std::string_view search, Pla
     const auto places = ExistingImage(file, error);
     if (!places) continue;
     const auto index = Indexes().Get(index_file, index_bytes);
-    const auto records = static_cast<std::int32_t>(
-        std::min(places->size() / kPlaceRecordSize, kMaxPlaceRecords));
+    const auto records =
+        static_cast<std::int32_t>(std::min(places->size() / kPlaceRecordSize, kMaxPlaceRecords));
     if (index->RecordCount() != records) {
       throw AtlasError(index_file, "written for a place file of " +
-                                       std::to_string(index->RecordCount()) + " records, " +
-                                       file + " has " + std::to_string(records));
+                                       std::to_string(index->RecordCount()) + " records, " + file +
+                                       " has " + std::to_string(records));
     }
     for (const auto& e : index->Find(key, prefix)) {
       const auto at = static_cast<std::size_t>(e.record - 1) * kPlaceRecordSize;

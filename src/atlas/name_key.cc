@@ -20,23 +20,23 @@ constexpr FoldTable MakeFoldTable(bool german) {
   for (std::size_t i = 0; i < 10; ++i)
     t['0' + i] = kDigits.substr(i, 1);
   // 0xC0-0xFF in pairs of capital and small letter (0xD7 and 0xF7 are signs).
-  constexpr std::string_view kLatin1[32] = {
-      "a", "a", "a", "a", "a", "a", "ae", "c", "e", "e", "e", "e", "i", "i", "i", "i",
-      "d", "n", "o", "o", "o", "o", "o",  "",  "o", "u", "u", "u", "u", "y", "th", "ss"};
+  constexpr std::string_view kLatin1[32] = {"a", "a", "a", "a", "a", "a", "ae", "c", "e",  "e", "e",
+                                            "e", "i", "i", "i", "i", "d", "n",  "o", "o",  "o", "o",
+                                            "o", "",  "o", "u", "u", "u", "u",  "y", "th", "ss"};
   for (std::size_t i = 0; i < 32; ++i) {
     t[0xC0 + i] = kLatin1[i];
     t[0xE0 + i] = kLatin1[i];
   }
-  t[0xF7] = "";     // division sign
-  t[0xFF] = "y";    // ÿ
-  t[0x8A] = "s";    // Š
-  t[0x9A] = "s";    // š
-  t[0x8E] = "z";    // Ž
-  t[0x9E] = "z";    // ž
-  t[0x8C] = "oe";   // Œ
-  t[0x9C] = "oe";   // œ
-  t[0x9F] = "y";    // Ÿ
-  t[0x83] = "f";    // ƒ
+  t[0xF7] = "";      // division sign
+  t[0xFF] = "y";     // ÿ
+  t[0x8A] = "s";     // Š
+  t[0x9A] = "s";     // š
+  t[0x8E] = "z";     // Ž
+  t[0x9E] = "z";     // ž
+  t[0x8C] = "oe";    // Œ
+  t[0x9C] = "oe";    // œ
+  t[0x9F] = "y";     // Ÿ
+  t[0x83] = "f";     // ƒ
   t[0x81] = "\x81";  // an unmappable character matches nothing
   if (german) {
     t[0xC4] = t[0xE4] = "ae";
@@ -60,7 +60,12 @@ std::string Fold(std::string_view ansi, const FoldTable& table) {
 bool HasUmlaut(std::string_view ansi) {
   for (const char c : ansi) {
     switch (static_cast<unsigned char>(c)) {
-      case 0xC4: case 0xE4: case 0xD6: case 0xF6: case 0xDC: case 0xFC:
+      case 0xC4:
+      case 0xE4:
+      case 0xD6:
+      case 0xF6:
+      case 0xDC:
+      case 0xFC:
         return true;
       default:
         break;

@@ -119,7 +119,7 @@ std::int32_t ZoneOfPlace(std::string_view code, std::int16_t timetable) {
     if (k.timetable == timetable && k.code == code) return k.id;
   }
   const std::string country(code);
-  const std::int32_t id = GetTimezoneId(GetRightTimeZone(country, timetable));
+  const std::int32_t id = RightTimeZoneId(country, timetable);
   if (call != 0 && known.size() < 4096) known.push_back({country, timetable, id});
   return id;
 }

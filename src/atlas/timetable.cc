@@ -544,6 +544,18 @@ std::string GetRightTimeZone(std::string_view code, std::int16_t timetable) {
   return Trim(ZoneRecordOf(StandardZoneOf1999(*history)).TZShort);
 }
 
+std::int16_t RightTimeZoneId(std::string_view code, std::int16_t timetable) {
+  InitializeCountries("", "Country.dat", false, false);
+  InitializeTimeZones("", "Zones13.bin");
+  const std::string mapped = GetInternalCountryAbbreviation(code);
+  const CountryRecord* country = CountryOf(mapped);
+  if (country == nullptr) return 0;
+  const auto history = History(*country, timetable);
+  if (!history) return 0;
+  if (!HasHistory(*history)) return GetTimezoneId(Get_BaseTimeZone(mapped));
+  return StandardZoneOf1999(*history);
+}
+
 LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, double date) {
   InitializeCountries("", "Country.dat", false, false);
   InitializeTimeZones("", "Zones13.bin");
@@ -651,8 +663,8 @@ std::optional<OwnHistoryDifference> CompareWithTimetable(const FoundPlace& place
       const auto own = history->At(noon);
       const auto table = ZoneAt(place.Country, timetable, noon);
       const float ours = own.local_mean_time ? kMeanTime : ZoneRecordOf(own.entry).TZDif;
-      differs = !table ||
-                (Trim(table->zone.TZShort) == "LMT" ? kMeanTime : table->zone.TZDif) != ours;
+      differs =
+          !table || (Trim(table->zone.TZShort) == "LMT" ? kMeanTime : table->zone.TZDif) != ours;
     }
     if (!differs) continue;
     if (!difference.years.empty() && difference.years.back().second == year - 1) {

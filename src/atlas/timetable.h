@@ -143,6 +143,11 @@ std::string GetRightTimeZone(std::string_view code, std::int16_t timetable);
 // forward over it) or twice (clocks were set back over it) under a country's
 // timetable: changes before 2000 come from the timetable, later ones from the
 // year's summer-time period. Changes out of local mean time are not judged.
+// The zone identifier of GetRightTimeZone's answer, found by its place in
+// the table, not by its text (abbreviations may be shared): 0 when there is
+// none.
+std::int16_t RightTimeZoneId(std::string_view code, std::int16_t timetable);
+
 LocalTimeKind LocalTimeStatus(std::string_view code, std::int16_t timetable, double date);
 
 // The serial date a Julian day stands for in zone lookups: JulianInSerial,

@@ -33,6 +33,9 @@ constexpr std::int64_t kSecondsPerDay = 86400;
 constexpr double kSerialOf1970 = 25569.0;
 // No offset reaches a day: a change's local start lies within a day of it.
 constexpr std::int64_t kOffsetBound = kSecondsPerDay;
+// Starts lie within some 300,000 years of 1970, so that adding offsets and
+// days to them never overflows.
+constexpr std::int64_t kStartBound = 10'000'000'000'000;
 
 std::int64_t DecodeInt64(std::string_view bytes, std::size_t at) {
   return static_cast<std::int64_t>(bytes_detail::DecodeUnsigned(bytes, at, 8));
@@ -191,6 +194,10 @@ std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones) {
       if (p.abbreviation.size() > kMaxAbbreviationLength) {
         throw std::invalid_argument(z.name + ": abbreviation \"" + p.abbreviation + "\"");
       }
+      if ((i > 0 && std::abs(p.from) > kStartBound) ||
+          std::abs(static_cast<std::int64_t>(p.utc_offset)) >= kOffsetBound) {
+        throw std::invalid_argument(z.name + ": period " + std::to_string(i + 1) + " out of range");
+      }
       AppendInt64(out, i == 0 ? std::numeric_limits<std::int64_t>::min() : p.from);
       AppendInt32(out, p.utc_offset);
       out += static_cast<char>((p.daylight ? kDaylightFlag : 0) |
@@ -272,6 +279,9 @@ ZoneHistories::ZoneHistories(std::string_view bytes, const std::string& file,
       }
       if (i > 0 && p.from <= zone.periods.back().from) {
         throw AtlasError(file, period + " starts before the period it follows");
+      }
+      if (i > 0 && std::abs(p.from) > kStartBound) {
+        throw AtlasError(file, period + " starts " + std::to_string(p.from) + " s from 1970");
       }
       if (i == 0) p.from = std::numeric_limits<std::int64_t>::min();
       zone.periods.push_back(std::move(p));
@@ -414,10 +424,12 @@ struct LoadedHistories {
 std::optional<LoadedHistories> ReadHistories(std::string_view code) {
   static DecodedFiles<ZoneHistories> histories;
   static DecodedFiles<PlaceZones> place_zones;
-  const std::string folder = AtlasFolder("");
-  const std::string place_file = folder + std::string(code) + ".dao";
+  // The place file as the searches name it: codes that name no country's
+  // file (a group, "..") have none.
+  const std::string place_file = GetCompressedPlaceFile(code);
+  if (!place_file.ends_with(".dao")) return std::nullopt;
   const std::string zones_file = PlaceZonesPathOf(place_file);
-  const std::string history_file = folder + kZoneHistoryFile;
+  const std::string history_file = AtlasFolder("") + kZoneHistoryFile;
   std::int32_t error = 0;
   const auto zone_bytes = ExistingImage(zones_file, error);
   if (error != 0) throw AtlasError(zones_file, LZERROR_Msg(error, zones_file));
@@ -458,8 +470,8 @@ std::optional<LoadedHistories> LoadHistories(std::string_view code) {
   HistoryMemo& memo = PerThread<HistoryMemo>();
   const std::uint64_t call = CallNumber();
   const ProcessState& state = State();
-  if (call != 0 && memo.call == call && memo.tables == state.tables_version &&
-      memo.code == code && memo.places_path == state.places_path) {
+  if (call != 0 && memo.call == call && memo.tables == state.tables_version && memo.code == code &&
+      memo.places_path == state.places_path) {
     return memo.loaded;
   }
   auto loaded = ReadHistories(code);

@@ -119,9 +119,9 @@ std::optional<PlaceReport> ReportNearestPlace(classPlaces& places, const std::st
   p.longitude = NumberOfText(f[1]);
   p.latitude = NumberOfText(f[2]);
   p.timetable = IntegerOfText(f[3]);
-  const std::string standard =
-      places.GetRightTimeZone(code, static_cast<std::int16_t>(p.timetable));
-  p.zone = ReportZone(places, places.GetTimezoneId(standard), p.longitude);
+  // By its place in the table: an abbreviation may name several entries.
+  const std::int16_t standard = RightTimeZoneId(p.country, static_cast<std::int16_t>(p.timetable));
+  p.zone = ReportZone(places, standard, p.longitude);
   return p;
 }
 

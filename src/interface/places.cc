@@ -313,7 +313,7 @@ std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
     // The text as GetRightTimeZone gives it ("MEZ" stays "MEZ"), "" when it
     // names no zone; the identifier is the zone it names.
     const std::string text = tarv::GetRightTimeZone(code, place.Place.Timetable);
-    id = tarv::GetTimezoneId(text);
+    id = text.empty() ? std::int16_t{0} : RightTimeZoneId(code, place.Place.Timetable);
     if (GetTimezoneId != nullptr) *GetTimezoneId = id;
     if (!LongString) return Host(text);
     if (text.empty() || static_cast<std::size_t>(id) >= State().zones.size()) return {};

@@ -128,12 +128,14 @@ struct ZoneInfo {
   }
 };
 
-// An instant inside period `i`, to ask its name at: a day after its start, or
-// its middle when it is shorter.
+// An instant inside period `i`, to ask its name at: its middle, so that a
+// long period takes the name it bore longest (the last one runs to 2100).
 std::int64_t ProbeOf(const std::vector<ZonePeriod>& periods, std::size_t i) {
+  constexpr std::int64_t kEnd2100 = 4133980800;
   const std::int64_t from = periods[i].from;
-  const std::int64_t to = i + 1 < periods.size() ? periods[i + 1].from : from + 2 * 86400;
-  return from + std::min<std::int64_t>(86400, (to - from) / 2);
+  const std::int64_t to =
+      i + 1 < periods.size() ? periods[i + 1].from : std::max(from + 2 * 86400, kEnd2100);
+  return from + (to - from) / 2;
 }
 
 // An instant of a zone's first type: before its first change.

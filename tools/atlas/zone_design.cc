@@ -68,7 +68,7 @@ const std::multimap<std::string, std::string>& KnownAbbreviations() {
       {"Kyrgyzstan Time", "KGT"},
       {"Magadan Standard Time", "MAGT"},
       {"Malaysia Time", "MYT"},
-      {"Mongolia Standard Time", "ULAT"},
+      {"Ulaanbaatar Standard Time", "ULAT"},
       {"Myanmar Time", "MMT"},
       {"Nepal Time", "NPT"},
       {"Novosibirsk Standard Time", "NOVT"},
@@ -161,8 +161,8 @@ std::vector<Span> SpansOf(const TzifZone& tzif) {
     const ZonePeriod& p = periods[i];
     if (p.local_mean_time) continue;
     const std::int64_t to = i + 1 < periods.size() ? periods[i + 1].from : kTo2101;
-    spans.push_back({p.from, to, p.from + std::min(kDay, (to - p.from) / 2), p.utc_offset, p.kind,
-                     p.abbreviation});
+    // Asked in its middle, as the builder asks for the period's entry.
+    spans.push_back({p.from, to, p.from + (to - p.from) / 2, p.utc_offset, p.kind, p.abbreviation});
   }
   const auto rule = PosixTzRule::Parse(tzif.footer);
   if (!rule) return spans;
@@ -243,6 +243,9 @@ class Designer {
     }
     for (Group* g : order) {
       if (!g->entry) TakeFreeEntry(*g);
+    }
+    for (Group* g : order) {
+      if (!g->entry) TakeUnclaimedFixedEntry(*g);
     }
 
     RestoreNames();
@@ -410,16 +413,32 @@ class Designer {
     }
   }
 
-  // An entry of the group's time: one to rename, else a fixed one nobody
-  // claimed (its abbreviation stays).
+  // An entry of the group's time to rename.
   void TakeEntryOfItsTime(Group& g) {
-    for (const State wanted : {State::kRecyclable, State::kFixed}) {
-      for (std::size_t i = 1; i < table_.size(); ++i) {
-        if (state_[i] == wanted && Matches(i, g)) {
-          Assign(g, i, wanted == State::kRecyclable);
-          return;
+    for (std::size_t i = 1; i < table_.size(); ++i) {
+      if (state_[i] == State::kRecyclable && Matches(i, g)) {
+        Assign(g, i, true);
+        return;
+      }
+    }
+  }
+
+  // Last: a fixed entry of the group's time nobody claimed keeps its
+  // abbreviation and takes the name, when the abbreviation is no other
+  // zone's summer time ("JST/S" is not Korea's).
+  void TakeUnclaimedFixedEntry(Group& g) {
+    for (std::size_t i = 1; i < table_.size(); ++i) {
+      if (state_[i] != State::kFixed || !Matches(i, g)) continue;
+      if (g.kind != ZoneKind::kStandard) {
+        const std::string name = Trim(table_[i].TZShort);
+        const auto base = standard_abbreviations_.find(g.standard_name);
+        if (base == standard_abbreviations_.end() ||
+            name.substr(0, name.find('/')) != base->second) {
+          continue;
         }
       }
+      Assign(g, i, false);
+      return;
     }
   }
 

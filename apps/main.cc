@@ -101,9 +101,10 @@ std::string CodePoint(std::string_view character) {
   return out.str();
 }
 
-// Why a name or code cannot be looked up: its first character that the
-// atlas's code page can hold in no form (an emoji, a byte that is not UTF-8).
-// Empty when every character can be written, in other scripts transliterated.
+// Why a name cannot be stored among the user's places: its first character
+// that the atlas's code page cannot hold in any form, even romanised (an
+// emoji, a Khmer letter, a byte that is not UTF-8). Empty when every
+// character can be written.
 std::string Unwritable(const std::string& what, const std::string& text) {
   if (tarv::IsTransliterable(text)) return {};
   const std::size_t length = tarv::Utf8Length(text);
@@ -123,12 +124,27 @@ std::string Unwritable(const std::string& what, const std::string& text) {
   return "the " + what + " \"" + text + "\" cannot be written in the atlas's letters";
 }
 
-// A lookup of a name or code the atlas's letters cannot hold finds nothing:
+// Why a name or code cannot be looked up: its first character that is part
+// of no name in any script (an emoji, a control character, a byte that is
+// not UTF-8). Names in every script are looked up, in their own letters
+// where nothing romanises them.
+std::string NotAName(const std::string& what, const std::string& text) {
+  const tarv::NonNameCharacter bad = tarv::FirstNonNameCharacter(text);
+  if (bad.position == 0) return {};
+  const std::string position = "character " + std::to_string(bad.position);
+  if (bad.code_point < 0) return position + " of the " + what + " is not UTF-8";
+  const std::string_view character = std::string_view(tarv::Utf8Prefix(text, bad.position))
+                                         .substr(tarv::Utf8Prefix(text, bad.position - 1).size());
+  return position + " (" + CodePoint(character) + ") of the " + what + " \"" + text +
+         "\" is part of no name";
+}
+
+// A lookup of a name or code holding what is part of no name finds nothing:
 // `nothing` is what --json prints then.
 void CheckWritable(const Options& o, const json& nothing,
                    std::initializer_list<std::pair<const char*, const std::string*>> arguments) {
   for (const auto& [what, text] : arguments) {
-    const std::string reason = Unwritable(what, *text);
+    const std::string reason = NotAName(what, *text);
     if (reason.empty()) continue;
     if (o.json && !nothing.is_null()) std::cout << nothing.dump(2) << '\n';
     throw Exit{kNotFound, "nothing found: " + reason};

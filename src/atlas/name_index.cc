@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 
 #include "atlas/name_key.h"
@@ -17,14 +18,20 @@ namespace tarv {
 namespace {
 
 constexpr std::size_t kHeaderSize = 16;
-constexpr std::size_t kEntryFixedSize = 1 + 2 + 4;  // key length, record, population
 constexpr std::size_t kMaxKeyLength = 255;
+constexpr std::uint16_t kFirstVersion = 1;  // populations in the entries
 
 bool EntryBefore(const NameIndexEntry& a, const NameIndexEntry& b) {
   if (a.key != b.key) return a.key < b.key;
-  if (a.population != b.population) return a.population > b.population;
+  const double pa = Prominence(a.population, a.rank);
+  const double pb = Prominence(b.population, b.rank);
+  if (pa != pb) return pa > pb;
   return a.record < b.record;
 }
+
+// A seat of government (a capital, the seat of any division) counts a
+// twentieth more than a place of its size (see Prominence).
+constexpr double kSeatWeight = 1.05;
 
 std::uint32_t DecodeUint32(std::string_view bytes, std::size_t at) {
   return static_cast<std::uint32_t>(DecodeInt32(bytes, at));
@@ -33,26 +40,29 @@ std::uint32_t DecodeUint32(std::string_view bytes, std::size_t at) {
 // Decoded indexes per expanded image, dropped with the image.
 class NameIndexes {
  public:
-  std::shared_ptr<const NameIndex> Get(const std::string& file,
-                                       const std::shared_ptr<const std::string>& bytes) {
+  using Images = std::pair<std::shared_ptr<const std::string>, std::shared_ptr<const std::string>>;
+
+  std::shared_ptr<const NameIndex> Get(const std::string& file, const Images& images) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    auto& slot = indexes_[file];
-    if (slot.first != bytes) {
-      if (indexes_.size() > kMaxFiles) indexes_.clear();
-      auto decoded = std::make_shared<const NameIndex>(*bytes, file);  // may throw
-      auto& fresh = indexes_[file];
-      fresh = {bytes, std::move(decoded)};
-      return fresh.second;
+    const auto known = indexes_.find(file);
+    if (known != indexes_.end() && known->second.first == images) return known->second.second;
+    if (indexes_.size() > kMaxFiles) indexes_.clear();
+    auto decoded = std::make_shared<const NameIndex>(*images.first, file);  // may throw
+    const auto records = static_cast<std::int32_t>(
+        std::min(images.second->size() / kPlaceRecordSize, kMaxPlaceRecords));
+    if (decoded->RecordCount() != records) {
+      throw AtlasError(file, "written for a place file of " +
+                                 std::to_string(decoded->RecordCount()) + " records, not " +
+                                 std::to_string(records));
     }
-    return slot.second;
+    indexes_[file] = {images, decoded};
+    return decoded;
   }
 
  private:
   static constexpr std::size_t kMaxFiles = 512;
   std::mutex mutex_;
-  std::map<std::string,
-           std::pair<std::shared_ptr<const std::string>, std::shared_ptr<const NameIndex>>>
-      indexes_;
+  std::map<std::string, std::pair<Images, std::shared_ptr<const NameIndex>>> indexes_;
 };
 
 NameIndexes& Indexes() {
@@ -60,17 +70,16 @@ NameIndexes& Indexes() {
   return indexes;
 }
 
-// The folded key of a search text and whether it asks for a beginning; an
-// empty key when the text cannot be asked.
-std::pair<std::string, bool> KeyOfSearch(std::string_view search) {
-  std::string text = Trim(search);
+// A whole name or a beginning: a trailing "*" asks for the beginning, any
+// other wildcard for a pattern the index cannot answer.
+std::optional<std::pair<std::string, bool>> SplitPrefix(std::string text) {
   bool prefix = false;
   if (!text.empty() && text.back() == '*') {
     prefix = true;
     text.pop_back();
   }
-  if (text.find_first_of("*?[") != std::string::npos) return {"", false};
-  return {NameKey(text), prefix};
+  if (text.find_first_of("*?[") != std::string::npos) return std::nullopt;
+  return std::make_pair(std::move(text), prefix);
 }
 
 }  // namespace
@@ -80,7 +89,15 @@ std::string NameIndexPathOf(const std::string& place_file) {
   return (dot == std::string::npos ? place_file + "." : place_file.substr(0, dot + 1)) + "NDX";
 }
 
+double Prominence(std::uint32_t population, std::uint8_t rank) {
+  return static_cast<double>(population) * (rank < kOrdinaryPlaceRank ? kSeatWeight : 1.0);
+}
+
 std::string EncodeNameIndex(std::vector<NameIndexEntry> entries, std::int32_t record_count) {
+  const auto records = static_cast<std::size_t>(std::max(record_count, 0));
+  std::vector<std::uint32_t> populations(records, 0);
+  std::vector<std::uint8_t> ranks(records, kOrdinaryPlaceRank);
+  std::vector<bool> named(records, false);
   for (const auto& e : entries) {
     if (e.key.empty() || e.key.size() > kMaxKeyLength) {
       throw std::invalid_argument("name index key of " + std::to_string(e.key.size()) + " bytes");
@@ -90,6 +107,17 @@ std::string EncodeNameIndex(std::vector<NameIndexEntry> entries, std::int32_t re
       throw std::invalid_argument("name index record " + std::to_string(e.record) +
                                   " outside the place file");
     }
+    if (e.rank > kSectionRank) {
+      throw std::invalid_argument("name index rank " + std::to_string(e.rank));
+    }
+    const auto r = static_cast<std::size_t>(e.record - 1);
+    populations[r] = std::max(populations[r], e.population);
+    ranks[r] = named[r] ? std::min(ranks[r], e.rank) : e.rank;
+    named[r] = true;
+  }
+  for (auto& e : entries) {
+    e.population = populations[static_cast<std::size_t>(e.record - 1)];
+    e.rank = ranks[static_cast<std::size_t>(e.record - 1)];
   }
   std::sort(entries.begin(), entries.end(), EntryBefore);
   entries.erase(std::unique(entries.begin(), entries.end(),
@@ -102,11 +130,14 @@ std::string EncodeNameIndex(std::vector<NameIndexEntry> entries, std::int32_t re
   AppendInt16(bytes, 0);
   AppendInt32(bytes, record_count);
   AppendInt32(bytes, static_cast<std::int32_t>(entries.size()));
+  for (const auto population : populations)
+    AppendInt32(bytes, static_cast<std::int32_t>(population));
+  for (const auto rank : ranks)
+    bytes += static_cast<char>(rank);
   for (const auto& e : entries) {
     bytes += static_cast<char>(e.key.size());
     bytes += e.key;
     AppendInt16(bytes, static_cast<std::int16_t>(e.record));
-    AppendInt32(bytes, static_cast<std::int32_t>(e.population));
   }
   return bytes;
 }
@@ -116,29 +147,54 @@ NameIndex::NameIndex(std::string_view bytes, const std::string& file) : bytes_(b
   if (b.size() < kHeaderSize || b.substr(0, 4) != kNameIndexMagic) {
     throw AtlasError(file, "not a name index (no \"TPNX\" header)");
   }
-  if (DecodeInt16(b, 4) != kNameIndexVersion) {
+  const auto version = static_cast<std::uint16_t>(DecodeInt16(b, 4));
+  if (version != kNameIndexVersion && version != kFirstVersion) {
     throw AtlasError(
-        file, "name index version " + std::to_string(DecodeInt16(b, 4)) + " is not known (1 is)");
+        file, "name index version " + std::to_string(version) + " is not known (1 and 2 are)");
   }
   record_count_ = DecodeInt32(b, 8);
   if (record_count_ < 0 || record_count_ > static_cast<std::int32_t>(kMaxPlaceRecords)) {
     throw AtlasError(file, "record count " + std::to_string(record_count_) + " out of range");
   }
-  const std::uint32_t count = DecodeUint32(b, 12);
-  // Each entry takes at least 8 bytes: a count beyond that is a lie.
-  if (count > (b.size() - kHeaderSize) / (kEntryFixedSize + 1)) {
+  const auto records = static_cast<std::size_t>(record_count_);
+  populations_.assign(records, 0);
+  ranks_.assign(records, kOrdinaryPlaceRank);
+  std::size_t at = kHeaderSize;
+  if (version == kNameIndexVersion) {
+    if (b.size() - kHeaderSize < 5 * records) {
+      throw AtlasError(file, "the populations and ranks of " + std::to_string(records) +
+                                 " records do not fit in " + std::to_string(b.size()) + " bytes");
+    }
+    for (std::size_t r = 0; r < records; ++r, at += 4)
+      populations_[r] = DecodeUint32(b, at);
+    for (std::size_t r = 0; r < records; ++r, ++at) {
+      ranks_[r] = static_cast<std::uint8_t>(b[at]);
+      if (ranks_[r] > kSectionRank) {
+        throw AtlasError(file, "record " + std::to_string(r + 1) + " has rank " +
+                                   std::to_string(ranks_[r]) + " (0 to 7 are known)");
+      }
+    }
+  }
+  DecodeEntries(at, DecodeUint32(b, 12), version == kFirstVersion, file);
+}
+
+void NameIndex::DecodeEntries(std::size_t at, std::uint32_t count, bool with_populations,
+                              const std::string& file) {
+  const std::string_view b = bytes_;
+  const std::size_t fixed = 1 + 2 + (with_populations ? 4 : 0);  // length, record, population
+  // Each entry takes its fixed bytes and a key byte at least: a count beyond
+  // that is a lie.
+  if (count > (b.size() - at) / (fixed + 1)) {
     throw AtlasError(file, std::to_string(count) + " entries do not fit in " +
                                std::to_string(b.size()) + " bytes");
   }
   entries_.reserve(count);
-  std::size_t at = kHeaderSize;
   for (std::uint32_t i = 0; i < count; ++i) {
     const auto length = static_cast<std::uint8_t>(b[at]);
-    if (length == 0 || at + 1 + length + 6 > b.size()) {
+    if (length == 0 || at + length + fixed > b.size()) {
       throw AtlasError(file, "entry " + std::to_string(i + 1) + " is cut off or has no key");
     }
-    Slot slot{static_cast<std::uint32_t>(at + 1), length, DecodeInt16(b, at + 1 + length),
-              DecodeUint32(b, at + 1 + length + 2)};
+    const Slot slot{static_cast<std::uint32_t>(at + 1), length, DecodeInt16(b, at + 1 + length)};
     if (slot.record < 1 || slot.record > record_count_) {
       throw AtlasError(file, "entry " + std::to_string(i + 1) + " names record " +
                                  std::to_string(slot.record) + " of " +
@@ -147,8 +203,12 @@ NameIndex::NameIndex(std::string_view bytes, const std::string& file) : bytes_(b
     if (!entries_.empty() && KeyOf(slot) < KeyOf(entries_.back())) {
       throw AtlasError(file, "entry " + std::to_string(i + 1) + " is out of key order");
     }
+    if (with_populations) {
+      auto& population = populations_[static_cast<std::size_t>(slot.record - 1)];
+      population = std::max(population, DecodeUint32(b, at + 1 + length + 2));
+    }
     entries_.push_back(slot);
-    at += 1 + length + 6;
+    at += length + fixed;
   }
   if (at != b.size()) {
     throw AtlasError(file, std::to_string(b.size() - at) + " bytes after the last entry");
@@ -163,10 +223,12 @@ std::vector<NameIndexEntry> NameIndex::Find(std::string_view key, bool prefix) c
   for (; it != entries_.end(); ++it) {
     const std::string_view k = KeyOf(*it);
     if (prefix ? k.substr(0, key.size()) != key : k != key) break;
-    found.push_back({std::string(k), it->record, it->population});
+    found.push_back({std::string(k), it->record, Population(it->record), Rank(it->record)});
   }
   std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
-    return a.population != b.population ? a.population > b.population : a.record < b.record;
+    const double pa = Prominence(a.population, a.rank);
+    const double pb = Prominence(b.population, b.rank);
+    return pa != pb ? pa > pb : a.record < b.record;
   });
   found.erase(std::unique(found.begin(), found.end(),
                           [](const auto& a, const auto& b) { return a.record == b.record; }),
@@ -178,18 +240,46 @@ std::vector<NameIndexEntry> NameIndex::Entries() const {
   std::vector<NameIndexEntry> all;
   all.reserve(entries_.size());
   for (const auto& slot : entries_)
-    all.push_back({std::string(KeyOf(slot)), slot.record, slot.population});
+    all.push_back(
+        {std::string(KeyOf(slot)), slot.record, Population(slot.record), Rank(slot.record)});
   return all;
 }
 
-std::int32_t SearchNameIndex(std::string_view code, std::string_view search, PlaceList& result) {
-  const auto [key, prefix] = KeyOfSearch(search);
-  if (key.empty()) return 0;
+std::shared_ptr<const NameIndex> NameIndexOf(const std::string& place_file) {
+  const std::string index_file = NameIndexPathOf(place_file);
+  std::int32_t error = 0;
+  auto index_bytes = ExistingImage(index_file, error);
+  if (error != 0) throw AtlasError(index_file, LZERROR_Msg(error, index_file));
+  if (!index_bytes) return nullptr;
+  auto places = ExistingImage(place_file, error);
+  if (!places) return nullptr;
+  return Indexes().Get(index_file, {std::move(index_bytes), std::move(places)});
+}
+
+std::optional<NameQuery> NameQueryOf(std::string_view ansi) {
+  auto split = SplitPrefix(Trim(ansi));
+  if (!split) return std::nullopt;
+  NameQuery query{NameKey(split->first), split->second};
+  if (query.key.empty()) return std::nullopt;
+  return query;
+}
+
+std::optional<NameQuery> NameQueryOfUtf8(std::string_view utf8) {
+  auto split = SplitPrefix(Trim(utf8));
+  if (!split) return std::nullopt;
+  NameQuery query{TypedNameKey(split->first), split->second};
+  if (query.key.empty()) return std::nullopt;
+  return query;
+}
+
+std::int32_t SearchNameIndex(std::string_view code, const NameQuery& query, PlaceList& result,
+                             std::vector<PlaceWeight>* weights) {
+  if (query.key.empty()) return 0;
   std::vector<std::string> files;
   std::vector<PlaceRef> refs;
   Get_CompressedFiles(Get_PraePost(GetCompressedPlaceFile(code)), files, refs);
   struct Hit {
-    std::uint32_t population;
+    PlaceWeight weight;
     PlaceRecord place;
     PlaceRef ref;
   };
@@ -197,37 +287,46 @@ std::int32_t SearchNameIndex(std::string_view code, std::string_view search, Pla
   for (std::size_t f = 0; f < files.size(); ++f) {
     const std::string& file = files[f];
     if (TextContains(file, "\\USER\\")) continue;  // user places have no other names
-    const std::string index_file = NameIndexPathOf(file);
+    const auto index = NameIndexOf(file);
+    if (!index) continue;
     std::int32_t error = 0;
-    const auto index_bytes = ExistingImage(index_file, error);
-    if (error != 0) throw AtlasError(index_file, LZERROR_Msg(error, index_file));
-    if (!index_bytes) continue;
-    // A place file that cannot be read is the place search's to report.
     const auto places = ExistingImage(file, error);
     if (!places) continue;
-    const auto index = Indexes().Get(index_file, index_bytes);
-    const auto records =
-        static_cast<std::int32_t>(std::min(places->size() / kPlaceRecordSize, kMaxPlaceRecords));
-    if (index->RecordCount() != records) {
-      throw AtlasError(index_file, "written for a place file of " +
-                                       std::to_string(index->RecordCount()) + " records, " + file +
-                                       " has " + std::to_string(records));
-    }
-    for (const auto& e : index->Find(key, prefix)) {
+    for (const auto& e : index->Find(query.key, query.prefix)) {
       const auto at = static_cast<std::size_t>(e.record - 1) * kPlaceRecordSize;
       const PlaceRecord place = DecodePlaceRecord(std::string_view(*places).substr(at));
       if (place.IsDeleted()) continue;
       PlaceRef ref = refs[f];
       ref.RecordNo = static_cast<std::int16_t>(e.record);
-      hits.push_back({e.population, place, std::move(ref)});
+      hits.push_back({{e.population, e.rank}, place, std::move(ref)});
     }
   }
   // Across a group's countries too, the place people mean most likely first.
-  std::stable_sort(hits.begin(), hits.end(),
-                   [](const Hit& a, const Hit& b) { return a.population > b.population; });
-  for (auto& h : hits)
+  std::stable_sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
+    return a.weight.Prominence() > b.weight.Prominence();
+  });
+  for (auto& h : hits) {
     result.Add(h.place, std::move(h.ref));
+    if (weights != nullptr) weights->push_back(h.weight);
+  }
   return static_cast<std::int32_t>(hits.size());
+}
+
+std::vector<PlaceWeight> WeightsOf(const std::vector<PlaceRef>& refs) {
+  std::vector<PlaceWeight> weights(refs.size());
+  std::string country;
+  std::shared_ptr<const NameIndex> index;
+  bool looked = false;
+  for (std::size_t i = 0; i < refs.size(); ++i) {
+    if (refs[i].RecordNo <= 0 || refs[i].Country.empty()) continue;
+    if (!looked || refs[i].Country != country) {
+      country = refs[i].Country;
+      index = NameIndexOf(GetCompressedPlaceFile(country));
+      looked = true;
+    }
+    if (index) weights[i] = {index->Population(refs[i].RecordNo), index->Rank(refs[i].RecordNo)};
+  }
+  return weights;
 }
 
 }  // namespace tarv

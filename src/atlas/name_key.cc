@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "platform/codepage.h"
+
 namespace tarv {
 namespace {
 
@@ -87,6 +89,23 @@ std::vector<std::string> NameKeysOf(std::string_view ansi) {
   keys.push_back(std::move(key));
   if (HasUmlaut(ansi)) keys.push_back(Fold(ansi, kGermanFold));
   return keys;
+}
+
+std::string TypedNameKey(std::string_view utf8) {
+  const std::string ansi = AnsiFromUtf8(utf8);
+  if (ansi.find(kUnmappable) == std::string::npos) return NameKey(ansi);
+  return FoldedScriptText(utf8);
+}
+
+std::vector<std::string> NameKeysOfText(std::string_view utf8) {
+  return NameKeysOfText(utf8, AnsiFromUtf8(utf8));
+}
+
+std::vector<std::string> NameKeysOfText(std::string_view utf8, std::string_view ansi) {
+  if (ansi.find(kUnmappable) == std::string::npos) return NameKeysOf(ansi);
+  std::string key = FoldedScriptText(utf8);
+  if (key.empty()) return {};
+  return {std::move(key)};
 }
 
 }  // namespace tarv

@@ -18,11 +18,11 @@ char RunLetterOf(const PlaceRecord& place) {
 }
 
 std::vector<std::size_t> SortForPlaceFile(std::vector<PlaceRecord>& places,
-                                          const std::vector<std::int64_t>& populations) {
+                                          const std::vector<double>& prominence) {
   struct Keyed {
     char letter;
     std::string letters;
-    std::int64_t population;
+    double prominence;
     std::string bytes;
     std::size_t at;
   };
@@ -31,11 +31,11 @@ std::vector<std::size_t> SortForPlaceFile(std::vector<PlaceRecord>& places,
   for (std::size_t i = 0; i < places.size(); ++i) {
     std::string name = places[i].TrimmedName();
     keyed.push_back({RunLetterOf(places[i]), UCase(GetCleanString(name)),
-                     i < populations.size() ? populations[i] : 0, std::move(name), i});
+                     i < prominence.size() ? prominence[i] : 0.0, std::move(name), i});
   }
   std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
-    return std::tie(a.letter, a.letters, b.population, a.bytes) <
-           std::tie(b.letter, b.letters, a.population, b.bytes);
+    return std::tie(a.letter, a.letters, b.prominence, a.bytes) <
+           std::tie(b.letter, b.letters, a.prominence, b.bytes);
   });
   std::vector<PlaceRecord> sorted;
   sorted.reserve(places.size());
@@ -72,34 +72,39 @@ std::string EncodePlaceIndex(const std::vector<PlaceRecord>& places) {
 
 std::size_t WritePlaceFiles(const std::filesystem::path& folder, const std::string& code,
                             std::vector<PlaceRecord> places, bool compress,
-                            const std::vector<std::int64_t>& populations,
-                            const std::vector<std::vector<std::string>>& name_keys,
-                            const std::vector<std::uint16_t>& place_zones,
-                            const std::vector<std::uint16_t>& timetable_zones) {
-  const auto order = SortForPlaceFile(places, populations);
+                            const PlaceFileExtras& extras) {
+  // Populations as the name index keeps them, 32 bits.
+  std::vector<std::uint32_t> populations;
+  std::vector<double> prominence;
+  for (std::size_t i = 0; i < extras.populations.size(); ++i) {
+    populations.push_back(static_cast<std::uint32_t>(std::clamp<std::int64_t>(
+        extras.populations[i], 0, std::numeric_limits<std::uint32_t>::max())));
+    prominence.push_back(Prominence(
+        populations.back(), i < extras.ranks.size() ? extras.ranks[i] : kOrdinaryPlaceRank));
+  }
+  const auto order = SortForPlaceFile(places, prominence);
   const std::string data = EncodePlaceFile(places);
   WriteFileAtomically(folder / (code + ".dao"), compress ? CompressSzdd(data, 'o') : data);
   WriteFileAtomically(folder / (code + ".IDX"), EncodePlaceIndex(places));
   // Record numbers are 16-bit; readers see no further records.
   const std::size_t records = std::min(places.size(), kMaxPlaceRecords);
-  if (!place_zones.empty()) {
+  if (!extras.place_zones.empty()) {
     std::vector<std::uint16_t> zones(records, kNoPlaceZone);
     for (std::size_t r = 0; r < records; ++r) {
-      if (order[r] < place_zones.size()) zones[r] = place_zones[order[r]];
+      if (order[r] < extras.place_zones.size()) zones[r] = extras.place_zones[order[r]];
     }
-    const std::string bytes = EncodePlaceZones(zones, timetable_zones);
+    const std::string bytes = EncodePlaceZones(zones, extras.timetable_zones);
     WriteFileAtomically(folder / (code + ".TZP"), compress ? CompressSzdd(bytes, 'P') : bytes);
   }
-  if (name_keys.empty()) return 0;
+  if (extras.name_keys.empty()) return 0;
   std::vector<NameIndexEntry> entries;
   for (std::size_t r = 0; r < records; ++r) {
     const std::size_t at = order[r];
-    const std::int64_t population = at < populations.size() ? populations[at] : 0;
-    const auto clamped = static_cast<std::uint32_t>(
-        std::clamp<std::int64_t>(population, 0, std::numeric_limits<std::uint32_t>::max()));
-    if (at >= name_keys.size()) continue;
-    for (const auto& key : name_keys[at])
-      entries.push_back({key, static_cast<std::int32_t>(r + 1), clamped});
+    if (at >= extras.name_keys.size()) continue;
+    const std::uint32_t population = at < populations.size() ? populations[at] : 0;
+    const std::uint8_t rank = at < extras.ranks.size() ? extras.ranks[at] : kOrdinaryPlaceRank;
+    for (const auto& key : extras.name_keys[at])
+      entries.push_back({key, static_cast<std::int32_t>(r + 1), population, rank});
   }
   const std::size_t count = entries.size();
   const std::string index = EncodeNameIndex(std::move(entries), static_cast<std::int32_t>(records));

@@ -8,6 +8,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
+#include "atlas/name_key.h"
 #include "atlas/nearest_place.h"
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
@@ -124,7 +125,9 @@ std::int32_t ZoneOfPlace(std::string_view code, std::int16_t timetable) {
   return id;
 }
 
-void StoreFound(const PlaceList& list, std::string_view default_code) {
+void StoreFound(const PlaceList& list, std::string_view default_code,
+                const std::vector<PlaceWeight>& weights = {},
+                const std::vector<bool>& other_names = {}) {
   auto& found = State().found_places;
   found.resize(list.size());
   for (std::size_t i = 0; i < list.size(); ++i) {
@@ -137,7 +140,78 @@ void StoreFound(const PlaceList& list, std::string_view default_code) {
     f.Longitude = f.Place.Longitude;
     f.Latitude = f.Place.Latitude;
     f.ZoneId = ZoneOfPlace(country, f.Place.Timetable);
+    f.Population = i < weights.size() ? weights[i].population : 0;
+    f.OtherName = i < other_names.size() && other_names[i];
   }
+}
+
+// Whether a place's own name is filed under the query's key, so that an
+// index entry of that key is its own name rather than another.
+bool OwnNameAnswers(const PlaceRecord& place, const NameQuery& query) {
+  for (const auto& key : NameKeysOf(place.TrimmedName())) {
+    if (query.prefix ? key.compare(0, query.key.size(), query.key) == 0 : key == query.key)
+      return true;
+  }
+  return false;
+}
+
+// The places a whole name finds, ranked: what the place files found by the
+// places' own names (`list`, in file order) and what the name index found,
+// each place once. User places come first; then the database places whose
+// name, or other name, has the typed key; then those the place files' looser
+// test let in, which ignores digits ("Sector 3" for "Sector 1"); each group
+// most prominent first, file order among equals.
+struct Ranked {
+  PlaceList list;
+  std::vector<PlaceWeight> weights;
+  std::vector<bool> other_names;
+};
+
+Ranked RankWholeName(const PlaceList& own, const PlaceList& indexed,
+                     const std::vector<PlaceWeight>& indexed_weights, const NameQuery& query) {
+  enum Group { kUser, kKeyed, kLoose };
+  struct Candidate {
+    std::size_t from;  // into own, then into indexed
+    PlaceWeight weight;
+    Group group;
+    bool other_name;
+  };
+  std::vector<Candidate> candidates;
+  const auto own_weights = WeightsOf(own.refs);
+  for (std::size_t i = 0; i < own.size(); ++i) {
+    const Group group = own.refs[i].RecordNo < 0               ? kUser
+                        : OwnNameAnswers(own.places[i], query) ? kKeyed
+                                                               : kLoose;
+    candidates.push_back({i, own_weights[i], group, false});
+  }
+  for (std::size_t i = 0; i < indexed.size(); ++i) {
+    const PlaceRef& ref = indexed.refs[i];
+    const auto known = std::find_if(own.refs.begin(), own.refs.end(), [&ref](const PlaceRef& r) {
+      return r.RecordNo == ref.RecordNo && TextEqual(r.Country, ref.Country);
+    });
+    if (known != own.refs.end()) {
+      // Found loosely by its own name, and by the key too.
+      candidates[static_cast<std::size_t>(known - own.refs.begin())].group = kKeyed;
+      continue;
+    }
+    candidates.push_back(
+        {own.size() + i, indexed_weights[i], kKeyed, !OwnNameAnswers(indexed.places[i], query)});
+  }
+  std::stable_sort(candidates.begin(), candidates.end(),
+                   [](const Candidate& a, const Candidate& b) {
+                     if (a.group != b.group) return a.group < b.group;
+                     return a.group != kUser && a.weight.Prominence() > b.weight.Prominence();
+                   });
+  Ranked ranked;
+  for (const auto& c : candidates) {
+    const bool is_own = c.from < own.size();
+    const PlaceList& from = is_own ? own : indexed;
+    const std::size_t at = is_own ? c.from : c.from - own.size();
+    ranked.list.Add(from.places[at], from.refs[at]);
+    ranked.weights.push_back(c.weight);
+    ranked.other_names.push_back(c.other_name);
+  }
+  return ranked;
 }
 
 // The two parts of a text that reads as coordinates, or nullopt.
@@ -339,7 +413,8 @@ bool NameTest::Matches(const PlaceRecord& place) const {
 // The most places a search keeps room for between calls.
 constexpr std::size_t kKeptRoom = 4096;
 
-std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search) {
+std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search,
+                                  const NameQuery* query) {
   const std::string mapped = GetInternalCountryAbbreviation(code);
   const std::string file = GetCompressedPlaceFile(mapped);
   const std::string text = Trim(search);
@@ -368,15 +443,36 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   if (first.size() != text.size()) first += '*';
   if (failed(Read_Cp_Indexed_City(file, first, list, 0))) return 0;
   if (list.size() == 0 && failed(Read_Cp_Indexed_City(file, text, list, 1))) return 0;
-  // Other names (exonyms, transcriptions, other scripts) only when the
-  // place files' own names found nothing.
-  if (list.size() == 0) SearchNameIndex(mapped, first, list);
+  const std::optional<NameQuery> own_query =
+      query ? std::optional<NameQuery>(*query) : NameQueryOf(first);
+  const bool whole_name = text.find_first_of("*?[") == std::string::npos;
+  if (whole_name && own_query) {
+    // The place people mean may be known by this name without bearing it.
+    PlaceList indexed;
+    std::vector<PlaceWeight> weights;
+    SearchNameIndex(mapped, *own_query, indexed, &weights);
+    if (indexed.size() > 0 || list.size() > 1) {
+      Ranked ranked = RankWholeName(list, indexed, weights, *own_query);
+      StoreFound(ranked.list, mapped, ranked.weights, ranked.other_names);
+      return static_cast<std::int32_t>(ranked.list.size());
+    }
+  } else if (list.size() == 0 && own_query) {
+    // Other names (exonyms, transcriptions, other scripts) of beginnings
+    // only when the place files' own names found nothing.
+    std::vector<PlaceWeight> weights;
+    SearchNameIndex(mapped, *own_query, list, &weights);
+    std::vector<bool> other_names;
+    for (const auto& place : list.places)
+      other_names.push_back(!OwnNameAnswers(place, *own_query));
+    StoreFound(list, mapped, weights, other_names);
+    return static_cast<std::int32_t>(list.size());
+  }
   if (list.size() == 0) {
     if (const auto nearest = NearestToCoordinates(mapped, text)) {
       list.Add(nearest->place, nearest->ref);
     }
   }
-  StoreFound(list, mapped);
+  StoreFound(list, mapped, WeightsOf(list.refs));
   const auto found = static_cast<std::int32_t>(list.size());
   if (list.places.capacity() > kKeptRoom) list = PlaceList{};  // "*" over a continent
   return found;
@@ -388,9 +484,9 @@ const std::vector<FoundPlace>& FoundPlaces() {
 
 std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view search,
                                 std::string_view code, std::int32_t& places_found,
-                                std::int32_t& places_added) {
+                                std::int32_t& places_added, const NameQuery* query) {
   const std::string mapped = GetInternalCountryAbbreviation(code);
-  places_found = SearchandStorePlaces(mapped, search);
+  places_found = SearchandStorePlaces(mapped, search, query);
   control.Clear();
   const bool group = GetContinentID(mapped) != 0;
   auto& found = State().found_places;

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/name_index.h"
 #include "atlas/place_file.h"
 #include "tarvplaces/list_control.h"
 #include "util/text.h"
@@ -90,6 +91,11 @@ struct FoundPlace {
   float Longitude = 0.0F;
   float Latitude = 0.0F;
   std::int32_t ZoneId = 0;  // the zone the host gets for this place
+  // GeoNames' population of a database place where the name index keeps it
+  // (0 for user places and atlases without one).
+  std::uint32_t Population = 0;
+  // Found by another of its names (the name index), not by its own.
+  bool OtherName = false;
 };
 
 // Runs a search for `search` in the country or group `code` and stores the
@@ -100,13 +106,25 @@ struct FoundPlace {
 // first searched by whole name, or by prefix when it ends in "*"; a trailing
 // "?" counts as that "*" here. Only when that finds nothing is it searched
 // again as an accent-folding pattern, which honours "*", "?" and "[...]"
-// anywhere: "Munchen" finds "München" then. When that finds nothing either
-// and the text reads as two coordinates ("48N08 11E34", "48.14; 11.58",
-// latitude first unless the letters say otherwise), the place nearest to
-// them is stored. A lookup never writes the user's places. A place or index
-// file that cannot be read makes the search store and return nothing; the
-// reader notes it as the call's atlas fault.
-std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search);
+// anywhere: "Munchen" finds "München" then.
+//
+// A whole name (no wildcard) also finds the places one of whose other names
+// it is (the name index), and all are ranked: user places first, in file
+// order, then the database places most populous first (file order among
+// equals), so the first place is the one people most likely mean: "Aktau"
+// gives the city GeoNames lists as Shevchenko before a village named Aktau.
+// Prefixes and patterns keep file order and ask the name index only when
+// the place files find nothing. `query`, when given, is what the name index
+// is asked instead of the key of `search`: hosts key the text as typed, in
+// scripts the code page cannot write (name_index.h).
+//
+// When nothing is found and the text reads as two coordinates ("48N08
+// 11E34", "48.14; 11.58", latitude first unless the letters say otherwise),
+// the place nearest to them is stored. A lookup never writes the user's
+// places. A place or index file that cannot be read makes the search store
+// and return nothing; the reader notes it as the call's atlas fault.
+std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search,
+                                  const NameQuery* query = nullptr);
 
 // The found-place list of the last search.
 const std::vector<FoundPlace>& FoundPlaces();
@@ -120,7 +138,7 @@ const std::vector<FoundPlace>& FoundPlaces();
 // the public class converts them for the host. Returns the search's result.
 std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view search,
                                 std::string_view code, std::int32_t& places_found,
-                                std::int32_t& places_added);
+                                std::int32_t& places_added, const NameQuery* query = nullptr);
 
 // Fills the place manager's list with the places of `code` matching
 // `search`: the text is trimmed (and handed back trimmed) and, with

@@ -1,6 +1,7 @@
 #include "tarvplaces/places.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "atlas/atlas_fault.h"
 #include "atlas/country_table.h"
@@ -30,6 +31,25 @@ std::string Ansi(const std::string& utf8) {
 }
 std::string Host(const std::string& ansi) {
   return Utf8FromAnsi(ansi);
+}
+
+// A name as searches take it: in the atlas's letters, and where even a
+// romanisation cannot write it there (Khmer, Lao, Sinhala), with the name
+// index query of the text as typed, so that such a name is still found by
+// the other names the index files in its script.
+struct SearchText {
+  std::string ansi;
+  std::optional<NameQuery> query;
+  const NameQuery* Query() const { return query ? &*query : nullptr; }
+};
+
+SearchText SearchOf(const std::string& utf8) {
+  SearchText text{Ansi(utf8), std::nullopt};
+  if (text.ansi.find(kUnmappable) != std::string::npos) {
+    // No key at all (an emoji) asks the index nothing.
+    text.query = NameQueryOfUtf8(utf8).value_or(NameQuery{});
+  }
+  return text;
 }
 
 // Hands the host's list control UTF-8 items.
@@ -133,7 +153,8 @@ std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
   const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
-  const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
+  const SearchText text = SearchOf(SearchPlace);
+  const std::int32_t found = SearchandStorePlaces(code, text.ansi, text.Query());
   const auto& list = FoundPlaces();
   const bool any = found > 0 && !list.empty();
   if (Longitude != nullptr) *Longitude = any ? static_cast<double>(list[0].Longitude) : 0.0;
@@ -152,9 +173,10 @@ std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
   HostListControl control(PlaceListControl);
   std::int32_t found = 0;
   std::int32_t added = 0;
+  const SearchText text = SearchOf(SearchPlace);
   const std::int32_t result = tarv::SearchPlacesInForm(
-      control, Ansi(SearchPlace), tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), found,
-      added);
+      control, text.ansi, tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), found, added,
+      text.Query());
   if (PlacesFound != nullptr) *PlacesFound = found;
   if (PlacesAdded != nullptr) *PlacesAdded = added;
   return result;
@@ -203,18 +225,20 @@ std::string classPlaces::GetTimeZoneListString(std::int16_t ZoneId, double ZoneT
 namespace {
 
 // The place a name stands for in a country, as the zone members read it: a
-// user place of that name first, then a database place, then one known by
-// that name in the name index; its timetable is the number the country's
-// count allows (1 for a name not found, 0 in a country without timetables).
-FoundPlace PlaceOfName(const std::string& code, const std::string& name) {
+// user place of that name first, then the database place of that own name
+// (the most populous of them), then the most populous one known by that name
+// in the name index; its timetable is the number the country's count allows
+// (1 for a name not found, 0 in a country without timetables).
+FoundPlace PlaceOfName(const std::string& code, const SearchText& name) {
   FoundPlace found;
   found.Country = code;
   const std::int16_t count = tarv::HaveTimetables(code);
   PlaceRef ref;
   PlaceList other_names;
-  if (Get_City_Data_UserFirst(GetCompressedPlaceFile(code), name, found.Place, &ref)) {
+  const std::optional<NameQuery> query = name.query ? name.query : NameQueryOf(name.ansi);
+  if (Get_City_Data_UserFirst(GetCompressedPlaceFile(code), name.ansi, found.Place, &ref)) {
     found.RecordNo = ref.RecordNo;
-  } else if (!name.empty() && name.back() != '*' && SearchNameIndex(code, name, other_names) > 0) {
+  } else if (query && !query->prefix && SearchNameIndex(code, *query, other_names) > 0) {
     // A place known by another name ("Jekaterinburg") keeps its own
     // timetable rather than the country's first.
     found.Place = other_names.places.front();
@@ -236,7 +260,7 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int16_t count = tarv::HaveTimetables(code);
   if (count > 0 && Timetable != nullptr) {
-    *Timetable = PlaceOfName(code, Ansi(SearchPlace)).Place.Timetable;
+    *Timetable = PlaceOfName(code, SearchOf(SearchPlace)).Place.Timetable;
   }
   return count;
 }
@@ -249,7 +273,8 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
   const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
-  const std::int32_t found = SearchandStorePlaces(code, Ansi(SearchPlace));
+  const SearchText text = SearchOf(SearchPlace);
+  const std::int32_t found = SearchandStorePlaces(code, text.ansi, text.Query());
   const auto& list = FoundPlaces();
   const bool valid =
       PlaceId >= 0 && PlaceId < found && static_cast<std::size_t>(PlaceId) < list.size();
@@ -303,7 +328,7 @@ std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
   const FaultScope fault;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
-  const FoundPlace place = PlaceOfName(code, Ansi(SearchPlace));
+  const FoundPlace place = PlaceOfName(code, SearchOf(SearchPlace));
   if (GetTimezoneId != nullptr) *GetTimezoneId = 0;
   // Without the place's own timetable any zone would be a guess.
   if (tarv::LastAtlasFault()) return {};
@@ -407,7 +432,7 @@ int classPlaces::GetLocalTimeKind(const std::string& SearchPlace, const std::str
   const FaultScope fault;
   LoadTables();
   const FoundPlace place =
-      PlaceOfName(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), Ansi(SearchPlace));
+      PlaceOfName(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), SearchOf(SearchPlace));
   if (tarv::LastAtlasFault()) return 0;
   const auto at = ZoneOfPlaceAt(place, LookupSerialOfJulian(Julian));
   const LocalTimeKind kind = at ? at->kind : LocalTimeKind::kNormal;

@@ -2,6 +2,7 @@
 
 #include <unicode/normalizer2.h>
 #include <unicode/translit.h>
+#include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
@@ -85,6 +86,24 @@ std::string OutsideCodePageSet() {
 
 // One transliterator for the process: building it reads ICU's rule data,
 // which takes milliseconds.
+// Letters of names that ICU's romanisations leave as they are: those of
+// Azerbaijani and Old English among the Latin ones, of Kazakh, Tatar,
+// Bashkir, Tajik and Uzbek among the Cyrillic ones, of Urdu and Kurdish
+// among the Arabic ones, and the commas and middle dots that join names.
+// Each gets the letter its languages' own romanisations give it.
+constexpr const char* kLettersLeftOver =
+    "ə > a; Ə > A; ǝ > a; Ǝ > A; ƿ > w; Ƿ > W;"
+    "һ > h; Һ > H; ә > a; Ә > A; ү > u; Ү > U; ұ > u;"
+    "Ұ > U; ө > o; Ө > O; ҳ > h; Ҳ > H; ң > ng; Ң > Ng;"
+    "ҷ > j; Ҷ > J; җ > zh; Җ > Zh; ғ > gh; Ғ > Gh; қ > q;"
+    "Қ > Q; ҡ > q; Ҡ > Q; ҙ > z; Ҙ > Z; ҫ > s; Ҫ > S;"
+    "ӣ > i; Ӣ > I; ӯ > u; Ӯ > U; і > i; І > I;"
+    "ٹ > t; ڈ > d; ڑ > r; ہ > h; ھ > h; ے > e; ں > n;"
+    "ە > e; ۆ > o; ێ > e; ې > e; ۇ > u; ۈ > u; ڵ > l;"
+    "ڕ > r; ، > ','; ・ > ' ';";
+
+// One transliterator for the process: building it reads ICU's rule data,
+// which takes milliseconds.
 class Romaniser {
  public:
   Romaniser() {
@@ -92,15 +111,19 @@ class Romaniser {
     // Script-specific romanisations before the general one: BGN/PCGN for
     // Cyrillic is what GeoNames' own names use. What the code page still
     // lacks afterwards loses its accents (Latin-ASCII, then any remaining
-    // combining mark).
-    const std::string id =
-        "NFC; [:Cf:] Remove; [:Cyrillic:] Russian-Latin/BGN; "
-        "[:Greek:] Greek-Latin/UNGEGN; Any-Latin; " +
-        outside + " Latin-ASCII; " + outside + " NFD; [:Mn:] Remove; NFC";
+    // combining mark) and the modifier letters that stand for sounds rather
+    // than letters (Arabic's ain becomes ʿ).
+    const std::string rules =
+        ":: NFC; :: [:Cf:] Remove; :: [:Cyrillic:] Russian-Latin/BGN; "
+        ":: [:Greek:] Greek-Latin/UNGEGN; " +
+        std::string(kLettersLeftOver) + " :: Any-Latin; :: " + outside +
+        " Latin-ASCII; :: " + outside + " NFD; :: [:Mn:] Remove; :: [[:Lm:]&" + outside +
+        "] Remove; :: NFC;";
     UErrorCode status = U_ZERO_ERROR;
     UParseError parse_error;
-    transliterator_.reset(icu::Transliterator::createInstance(icu::UnicodeString::fromUTF8(id),
-                                                              UTRANS_FORWARD, parse_error, status));
+    transliterator_.reset(
+        icu::Transliterator::createFromRules("tarv-romaniser", icu::UnicodeString::fromUTF8(rules),
+                                             UTRANS_FORWARD, parse_error, status));
     if (U_FAILURE(status)) transliterator_.reset();
   }
 
@@ -223,6 +246,76 @@ std::string Utf8WithoutDiacritics(std::string_view utf8) {
   std::string out;
   text.toUTF8String(out);
   return out;
+}
+
+namespace {
+
+// Letters, marks and digits make names; blanks, punctuation and the format
+// characters between them are left out of keys but belong in a name.
+enum class NamePart { kKept, kDropped, kForeign };
+
+NamePart PartOfName(UChar32 cp) {
+  switch (u_charType(cp)) {
+    case U_UPPERCASE_LETTER:
+    case U_LOWERCASE_LETTER:
+    case U_TITLECASE_LETTER:
+    case U_MODIFIER_LETTER:
+    case U_OTHER_LETTER:
+    case U_NON_SPACING_MARK:
+    case U_ENCLOSING_MARK:
+    case U_COMBINING_SPACING_MARK:
+    case U_DECIMAL_DIGIT_NUMBER:
+    case U_LETTER_NUMBER:
+    case U_OTHER_NUMBER:
+      return NamePart::kKept;
+    case U_SPACE_SEPARATOR:
+    case U_DASH_PUNCTUATION:
+    case U_START_PUNCTUATION:
+    case U_END_PUNCTUATION:
+    case U_CONNECTOR_PUNCTUATION:
+    case U_OTHER_PUNCTUATION:
+    case U_INITIAL_PUNCTUATION:
+    case U_FINAL_PUNCTUATION:
+    case U_FORMAT_CHAR:
+      return NamePart::kDropped;
+    default:
+      return NamePart::kForeign;
+  }
+}
+
+}  // namespace
+
+std::string FoldedScriptText(std::string_view utf8) {
+  std::size_t pos = 0;
+  while (pos < utf8.size()) {
+    const UChar32 cp = NextCodePoint(utf8, pos);
+    if (cp < 0 || PartOfName(cp) == NamePart::kForeign) return {};
+  }
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::Normalizer2* fold = icu::Normalizer2::getNFKCCasefoldInstance(status);
+  if (U_FAILURE(status)) return {};
+  const icu::UnicodeString folded = fold->normalize(FromUtf8(utf8), status);
+  if (U_FAILURE(status)) return {};
+  icu::UnicodeString kept;
+  for (std::int32_t i = 0; i < folded.length();) {
+    const UChar32 cp = folded.char32At(i);
+    if (PartOfName(cp) == NamePart::kKept) kept.append(cp);
+    i += U16_LENGTH(cp);
+  }
+  std::string out;
+  kept.toUTF8String(out);
+  return out;
+}
+
+NonNameCharacter FirstNonNameCharacter(std::string_view utf8) {
+  std::size_t pos = 0;
+  for (std::size_t n = 1; pos < utf8.size(); ++n) {
+    const UChar32 cp = NextCodePoint(utf8, pos);
+    if (cp < 0) return {n, -1};
+    if (PartOfName(cp) == NamePart::kForeign && !ByteOfCodePoint(static_cast<char32_t>(cp)))
+      return {n, cp};
+  }
+  return {};
 }
 
 std::string_view Utf8Prefix(std::string_view utf8, std::size_t max_chars) {

@@ -13,7 +13,9 @@
 // scripts are romanised (Russian, Ukrainian and other Cyrillic by BGN/PCGN,
 // Greek by UNGEGN, everything else by ICU's Any-Latin: Arabic, Hebrew, Han,
 // Kana, Hangul, Devanagari, ...). Format characters (right-to-left marks,
-// zero-width joiners, byte-order marks) are dropped. Only the characters the
+// zero-width joiners, byte-order marks) are dropped, and so are the modifier
+// letters a romanisation leaves for sounds Latin has no letter for (the ʿ and
+// ʾ of Arabic's ain and hamza). Only the characters the
 // code page lacks are transliterated, and a romanisation never yields a
 // wildcard ("＊" and "؟" count as unmappable). A character that nothing
 // can be made of (an emoji, a private-use character, a byte that is not
@@ -22,6 +24,7 @@
 #ifndef TARVPLACES_PLATFORM_CODEPAGE_H_
 #define TARVPLACES_PLATFORM_CODEPAGE_H_
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -46,6 +49,23 @@ std::string AnsiFromUtf8(std::string_view utf8);
 // True when AnsiFromUtf8 can write every character of `utf8`, so that the
 // result holds no kUnmappable.
 bool IsTransliterable(std::string_view utf8);
+
+// A name in a script ICU has no romanisation for (Khmer, Lao, Sinhala,
+// Tibetan, ...) as the name index files it: NFKC, case folded, its letters,
+// marks and digits only (blanks and punctuation dropped), UTF-8. "" when the
+// text holds a character that is part of no name: a symbol (an emoji), a
+// control or private-use character, a byte that is not UTF-8.
+std::string FoldedScriptText(std::string_view utf8);
+
+// The 1-based position of the first character of `utf8` that is part of no
+// name (see FoldedScriptText) and that the code page cannot write either,
+// and its code point (-1 for a byte that is not UTF-8); position 0 when there
+// is none.
+struct NonNameCharacter {
+  std::size_t position = 0;
+  std::int32_t code_point = 0;
+};
+NonNameCharacter FirstNonNameCharacter(std::string_view utf8);
 
 // True when every code point of the UTF-8 text exists in Windows-1252 as it
 // stands (nothing to transliterate).

@@ -9,6 +9,7 @@
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
 #include "tarvplaces/places.h"
+#include "util/bytes.h"
 
 namespace tarv {
 namespace {
@@ -20,9 +21,15 @@ using testing::Place;
 TEST(NameKey, FoldsCaseAccentsPunctuationAndBlanks) {
   EXPECT_EQ(NameKey("Sankt P\xF6lten"), "sanktpolten");
   EXPECT_EQ(NameKey("St.-Jean-d'Ang\xE9ly"), "stjeandangely");
-  EXPECT_EQ(NameKey("\xC6r\xF8sk\xF8" "bing"), "aeroskobing");
-  EXPECT_EQ(NameKey("Stra\xDF" "e"), "strasse");
-  EXPECT_EQ(NameKey("\x8A" "ibenik"), "sibenik");
+  EXPECT_EQ(NameKey("\xC6r\xF8sk\xF8"
+                    "bing"),
+            "aeroskobing");
+  EXPECT_EQ(NameKey("Stra\xDF"
+                    "e"),
+            "strasse");
+  EXPECT_EQ(NameKey("\x8A"
+                    "ibenik"),
+            "sibenik");
   EXPECT_EQ(NameKey("Praha 5"), "praha5");  // digits tell districts apart
   EXPECT_EQ(NameKey(" .-'"), "");
 }
@@ -41,10 +48,37 @@ TEST(NameKey, AnUnmappableCharacterMatchesNoName) {
   EXPECT_NE(NameKey(typed), NameKey("Berlin"));
 }
 
+// What a host types, in any script, meets the key the builder files the
+// place's name under in that script.
+TEST(NameKey, TypedNamesGetTheKeysTheirScriptsAreFiledUnder) {
+  EXPECT_EQ(TypedNameKey("M\xC3\xBCnchen"), "munchen");
+  EXPECT_EQ(TypedNameKey("\xD0\x9C\xD0\xBE\xD1\x81\xD0\xBA\xD0\xB2\xD0\xB0"), "moskva");
+  // Arabic's ain comes out of the romanisation as a modifier letter (U+02BF),
+  // which no key keeps: عمّان.
+  const std::string amman = "\xD8\xB9\xD9\x85\xD9\x91\xD8\xA7\xD9\x86";
+  EXPECT_TRUE(IsTransliterable(amman));
+  EXPECT_EQ(TypedNameKey(amman), "man");
+  // Khmer has no romanisation: its letters themselves, blanks dropped.
+  const std::string phnom = "\xE1\x9E\x97\xE1\x9F\x92\xE1\x9E\x93\xE1\x9F\x86";
+  const std::string penh = "\xE1\x9E\x96\xE1\x9F\x81\xE1\x9E\x89";
+  EXPECT_EQ(TypedNameKey(phnom + " " + penh), phnom + penh);
+  EXPECT_EQ(NameKeysOfText(phnom + penh), std::vector<std::string>{phnom + penh});
+  // What is part of no name makes no key.
+  EXPECT_EQ(TypedNameKey("\xF0\x9F\x98\x80"), "");
+  EXPECT_EQ(TypedNameKey(phnom + "\x01"), "");
+  EXPECT_EQ(TypedNameKey("Berlin\xF0\x9F\x98\x80"), "");
+  EXPECT_EQ(FirstNonNameCharacter(phnom + "\xF0\x9F\x98\x80").position, 5U);
+  EXPECT_EQ(FirstNonNameCharacter("\xF0\x9F\x98\x80").code_point, 0x1F600);
+  EXPECT_EQ(FirstNonNameCharacter("ab\xFF").code_point, -1);
+  EXPECT_EQ(FirstNonNameCharacter("48\xC2\xB0"
+                                  "08' N")
+                .position,
+            0U);  // ° is the code page's
+}
+
 TEST(NameIndexFormat, RoundTripsAndRanksByPopulation) {
-  const std::string bytes = EncodeNameIndex({{"perth", 3, 2000}, {"perth", 1, 2000000},
-                                             {"munich", 2, 1500000}, {"perth", 3, 2000}},
-                                            5);
+  const std::string bytes = EncodeNameIndex(
+      {{"perth", 3, 2000}, {"perth", 1, 2000000}, {"munich", 2, 1500000}, {"perth", 3, 2000}}, 5);
   const NameIndex index(bytes, "D.NDX");
   EXPECT_EQ(index.RecordCount(), 5);
   EXPECT_EQ(index.size(), 3U);  // the repeated entry once
@@ -82,8 +116,12 @@ TEST(NameIndexFormat, EveryDamageIsAnAtlasErrorNamingTheFile) {
   rejects(good.substr(0, good.size() - 1), "cut in the last entry");
   rejects(good + "x", "bytes after the end");
   std::string version = good;
-  version[4] = 2;
+  version[4] = 3;
   rejects(version, "version");
+  std::string rank = good;
+  rank[16 + 2 * 4] = 8;
+  rejects(rank, "rank beyond a section");
+  rejects(good.substr(0, 16 + 2 * 4), "populations without ranks");
   std::string count = good;
   count[12] = count[13] = count[14] = count[15] = '\xFF';
   rejects(count, "absurd entry count");
@@ -92,12 +130,36 @@ TEST(NameIndexFormat, EveryDamageIsAnAtlasErrorNamingTheFile) {
   std::string far = EncodeNameIndex({{"wien", 2, 100}}, 2);
   far[8] = 1;
   rejects(far, "record beyond the place file");
+  constexpr std::size_t kFirstEntry = 16 + 2 * 5;  // header, populations and ranks
   std::string order = good;  // "vienna" < "wien": swap the first key's letters
-  order[17] = 'z';
+  order[kFirstEntry + 1] = 'z';
   rejects(order, "keys out of order");
   std::string empty_key = good;
-  empty_key[16] = 0;
+  empty_key[kFirstEntry] = 0;
   rejects(empty_key, "entry without a key");
+}
+
+// Atlases built before keep populations in their entries.
+TEST(NameIndexFormat, VersionOneIsReadWithTheLargestPopulationOfARecord) {
+  std::string v1 = "TPNX";
+  AppendInt16(v1, 1);
+  AppendInt16(v1, 0);
+  AppendInt32(v1, 2);  // records
+  AppendInt32(v1, 3);  // entries
+  for (const auto& [key, record, population] :
+       std::vector<std::tuple<std::string, std::int16_t, std::int32_t>>{
+           {"muenchen", 2, 1400000}, {"munich", 2, 1500000}, {"perth", 1, 2000}}) {
+    v1 += static_cast<char>(key.size());
+    v1 += key;
+    AppendInt16(v1, record);
+    AppendInt32(v1, population);
+  }
+  const NameIndex index(v1, "D.NDX");
+  EXPECT_EQ(index.Population(2), 1500000U);
+  EXPECT_EQ(index.Population(1), 2000U);
+  EXPECT_EQ(index.Rank(1), kOrdinaryPlaceRank);
+  EXPECT_EQ(index.Find("muenchen", false).at(0).population, 1500000U);
+  EXPECT_THROW(NameIndex(v1.substr(0, v1.size() - 1), "D.NDX"), AtlasError);
 }
 
 class NameIndexSearch : public testing::AtlasFixture {
@@ -114,8 +176,8 @@ class NameIndexSearch : public testing::AtlasFixture {
   void WriteIndex(const std::string& code, const std::vector<NameIndexEntry>& names) {
     PlaceList all;
     Read_Cp_ORTE(PlaceFile(code), all);
-    folder_.Write(code + ".NDX", CompressSzdd(EncodeNameIndex(names, static_cast<std::int32_t>(
-                                                                          all.size()))));
+    folder_.Write(code + ".NDX",
+                  CompressSzdd(EncodeNameIndex(names, static_cast<std::int32_t>(all.size()))));
   }
   std::int32_t RecordOf(const std::string& code, const std::string& name) {
     PlaceList all;
@@ -134,12 +196,14 @@ class NameIndexSearch : public testing::AtlasFixture {
 
 TEST_F(NameIndexSearch, OtherNamesFindThePlaceWithItsRealRecord) {
   const std::int32_t munich = RecordOf("D", "M\xFCnchen");
-  WriteIndex("D", {{"munich", munich, 1500000}, {"muenchen", munich, 1500000},
+  WriteIndex("D", {{"munich", munich, 1500000},
+                   {"muenchen", munich, 1500000},
                    {NameKey(AnsiFromUtf8("Мюнхен")), munich, 1500000}});
   ASSERT_EQ(SearchandStorePlaces("D", "Munich"), 1);
   EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)"));
   EXPECT_EQ(FoundPlaces()[0].RecordNo, munich);
   EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8("Мюнхен")), 1);
+  EXPECT_TRUE(FoundPlaces()[0].OtherName);
   EXPECT_EQ(SearchandStorePlaces("D", "Muenchen"), 1);
   EXPECT_EQ(SearchandStorePlaces("D", "Munic*"), 1);  // the beginning of an other name
 }
@@ -154,13 +218,44 @@ TEST_F(NameIndexSearch, APlacesTimetableByAnOtherName) {
   EXPECT_EQ(timetable, 1);
 }
 
-TEST_F(NameIndexSearch, ThePlaceFilesOwnNamesComeFirst) {
-  // An other name of Berlin that is also a place of the file: the place
-  // file's own name wins, the index is not asked.
-  WriteIndex("D", {{"berlin", RecordOf("D", "Berlin"), 3000000},
-                   {"munchen", RecordOf("D", "Berlin"), 3000000}});
-  ASSERT_EQ(SearchandStorePlaces("D", "M\xFCnchen"), 1);
-  EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)"));
+// A whole name finds the places bearing it and those known by it, most
+// populous first; a user place of the name before them all.
+TEST_F(NameIndexSearch, WholeNamesRankOwnAndOtherNamesByPopulation) {
+  const std::int32_t munich = RecordOf("D", "M\xFCnchen");
+  const std::int32_t berlin = RecordOf("D", "Berlin");
+  WriteIndex("D", {{"munchen", munich, 1500000},
+                   {"berlin", berlin, 3600000},
+                   {"munchen", berlin, 3600000}});  // a name Berlin is known by too
+  ASSERT_EQ(SearchandStorePlaces("D", "M\xFCnchen"), 2);
+  EXPECT_THAT(Found(), ElementsAre("Berlin (D)", "M\xFCnchen (D)"));
+  EXPECT_TRUE(FoundPlaces()[0].OtherName);
+  EXPECT_FALSE(FoundPlaces()[1].OtherName);
+  EXPECT_EQ(FoundPlaces()[0].Population, 3600000U);
+  // Beginnings keep the file's order and its own names.
+  ASSERT_EQ(SearchandStorePlaces("D", "M\xFCnchen*"), 2);
+  EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)", "M\xFCnchenbernsdorf (D)"));
+  // The user's own place of the name comes first.
+  classPlaces places;
+  ASSERT_EQ(places.AddUserPlace("D", "M\xC3\xBCnchen", 11.6, 48.1), -1);
+  ASSERT_EQ(SearchandStorePlaces("D", "M\xFCnchen"), 3);
+  EXPECT_LT(FoundPlaces()[0].RecordNo, 0);
+  EXPECT_THAT(Found(), ElementsAre("M\xFCnchen (D)", "Berlin (D)", "M\xFCnchen (D)"));
+}
+
+// A name in a script nothing romanises is keyed by its own letters, as the
+// builder files it, and found through the public members.
+TEST_F(NameIndexSearch, ScriptsWithoutRomanisationAreFoundByTheirOwnLetters) {
+  const std::string khmer = "\xE1\x9E\x97\xE1\x9F\x92\xE1\x9E\x93\xE1\x9F\x86";  // ភ្នំ
+  ASSERT_FALSE(IsTransliterable(khmer));
+  const auto keys = NameKeysOfText(khmer);
+  ASSERT_EQ(keys.size(), 1U);
+  EXPECT_EQ(keys[0], TypedNameKey(" " + khmer + " "));
+  WriteIndex("D", {{keys[0], RecordOf("D", "Berlin"), 10}});
+  classPlaces places;
+  ASSERT_EQ(places.GetPlaceData(khmer, "D"), 1);
+  EXPECT_EQ(places.GetPlaceDataOfId(0).at(0), "Berlin");
+  ASSERT_EQ(places.GetPlaceData(khmer.substr(0, 6) + "*", "D"), 1);
+  EXPECT_EQ(places.GetPlaceData(khmer + "\xF0\x9F\x98\x80", "D"), 0);  // an emoji is no letter
 }
 
 TEST_F(NameIndexSearch, GroupsAskEveryMembersIndexMostPopulousFirst) {
@@ -210,8 +305,8 @@ TEST_F(NameIndexSearch, CoordinatesWithoutLettersAreReadInsideTheCountry) {
 TEST_F(NameIndexSearch, HostileTextsFindNothing) {
   WriteIndex("D", {{"munich", RecordOf("D", "M\xFCnchen"), 1}});
   for (const std::string& utf8 :
-       {std::string("M\xC3"), std::string("\xED\xA0\x80"), std::string("😀"),
-        std::string("Berlin😀"), std::string(10000, 'M'), std::string("M\x01\x02\x7F"),
+       {std::string("M\xC3"), std::string("\xED\xA0\x80"), std::string("😀"), std::string("Berlin😀"),
+        std::string(10000, 'M'), std::string("M\x01\x02\x7F"),
         std::string("\xE2\x80\x8F") + "\xD7\x90", std::string("Mu\0nchen", 8)}) {
     EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(utf8)), 0) << utf8.substr(0, 20);
   }

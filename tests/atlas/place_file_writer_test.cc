@@ -20,15 +20,15 @@ std::vector<std::string> NamesOf(const std::vector<PlaceRecord>& places) {
   return names;
 }
 
-TEST(SortForPlaceFile, EqualNamesComeMostPopulousFirst) {
+TEST(SortForPlaceFile, EqualNamesComeMostProminentFirst) {
   // Equal in their letters without regard to case or signs: one name.
   std::vector<PlaceRecord> places = {
       Place("Perth", 147.1F, -41.6F),   Place("Paris", 2.3F, 48.9F),
       Place("PERTH", 115.9F, -32.0F),   Place("Per-th", 1.0F, 1.0F),
       Place("Penrith", 150.7F, -33.8F), Place("Perth", -3.4F, 56.4F)};
-  const std::vector<std::int64_t> populations = {3000, 2000000, 2000000, 50000, 200000, 47000};
+  const std::vector<double> prominence = {3000, 2000000, 2000000, 50000, 200000, 47000};
   const std::vector<PlaceRecord> before = places;
-  const auto order = SortForPlaceFile(places, populations);
+  const auto order = SortForPlaceFile(places, prominence);
   EXPECT_EQ(NamesOf(places),
             (std::vector<std::string>{"Paris", "Penrith", "PERTH", "Per-th", "Perth", "Perth"}));
   EXPECT_EQ(places[2].Longitude, 115.9F);
@@ -61,9 +61,11 @@ TEST(WritePlaceFiles, TheNameIndexPointsAtTheSortedRecords) {
   testing::TempFolder folder;
   std::vector<PlaceRecord> places = {Place("Wien", 16.4F, 48.2F), Place("Graz", 15.4F, 47.1F),
                                      Place("Linz", 14.3F, 48.3F)};
-  const std::vector<std::int64_t> populations = {1900000, 5000000000, 200000};
-  const std::vector<std::vector<std::string>> keys = {{"vienna", "vieden"}, {"graz"}, {"linz"}};
-  EXPECT_EQ(WritePlaceFiles(folder.path(), "A", places, true, populations, keys), 4U);
+  PlaceFileExtras extras;
+  extras.populations = {1900000, 5000000000, 200000};
+  extras.ranks = {kCapitalRank, 1, 1};
+  extras.name_keys = {{"vienna", "vieden"}, {"graz"}, {"linz"}};
+  EXPECT_EQ(WritePlaceFiles(folder.path(), "A", places, true, extras), 4U);
   const std::string file = (folder.path() / "A.NDX").string();
   std::int32_t error = 0;
   const auto image = ExpandedImage(file, error);
@@ -74,6 +76,7 @@ TEST(WritePlaceFiles, TheNameIndexPointsAtTheSortedRecords) {
   ASSERT_EQ(vienna.size(), 1U);
   EXPECT_EQ(vienna[0].record, 3);  // Graz, Linz, Wien
   EXPECT_EQ(vienna[0].population, 1900000U);
+  EXPECT_EQ(index.Rank(3), kCapitalRank);
   const auto graz = index.Find("graz", false);
   ASSERT_EQ(graz.size(), 1U);
   EXPECT_EQ(graz[0].record, 1);
@@ -82,6 +85,26 @@ TEST(WritePlaceFiles, TheNameIndexPointsAtTheSortedRecords) {
   // Without keys no name index is written.
   WritePlaceFiles(folder.path(), "CH", places);
   EXPECT_FALSE(std::filesystem::exists(folder.path() / "CH.NDX"));
+}
+
+// Two Monticellos of Kentucky: the county seat of 6,090 people comes before
+// a part of Lexington of 6,103, in the file and in the index.
+TEST(WritePlaceFiles, ASeatComesBeforeAPlaceOfAboutItsSize) {
+  testing::TempFolder folder;
+  PlaceFileExtras extras;
+  extras.populations = {6103, 6090};
+  extras.ranks = {kOrdinaryPlaceRank, 2};
+  extras.name_keys = {{"monticello"}, {"monticello"}};
+  WritePlaceFiles(folder.path(), "USKY",
+                  {Place("Monticello", -84.55F, 37.99F), Place("Monticello", -84.85F, 36.83F)},
+                  true, extras);
+  std::int32_t error = 0;
+  const auto file = ExpandedImage((folder.path() / "USKY.dao").string(), error);
+  ASSERT_TRUE(file);
+  EXPECT_EQ(DecodePlaceRecord(*file).Longitude, -84.85F);
+  const NameIndex index(*ExpandedImage((folder.path() / "USKY.NDX").string(), error), "USKY.NDX");
+  EXPECT_EQ(index.Find("monticello", false).at(0).record, 1);
+  EXPECT_GT(index.ProminenceOf(1), index.ProminenceOf(2));
 }
 
 }  // namespace

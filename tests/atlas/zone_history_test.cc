@@ -44,7 +44,14 @@ class ZoneHistoryTest : public testing::AtlasFixture {
     WritePlaceFiles(folder_.path(), "D",
                     {Place("Berlin", 13.4F, 52.5F), Place("Lagos Town", 3.4F, 6.5F),
                      Place("Ohne", 10.0F, 50.0F)},
-                    true, {}, {}, {0, 1, kNoPlaceZone}, {0});
+                    true, ZoneExtras());
+  }
+
+  static PlaceFileExtras ZoneExtras() {
+    PlaceFileExtras extras;
+    extras.place_zones = {0, 1, kNoPlaceZone};
+    extras.timetable_zones = {0};
+    return extras;
   }
 
   std::vector<ZoneHistory> Histories() const {

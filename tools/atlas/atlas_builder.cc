@@ -749,12 +749,9 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     }
 
     std::vector<PlaceRecord> file;
-    std::vector<std::int64_t> populations;
-    std::vector<std::vector<std::string>> keys;
-    std::vector<std::uint16_t> place_zones;
-    std::vector<std::uint16_t> timetable_zones;
+    PlaceFileExtras extras;
     for (const auto& zone : t.block_zone)
-      timetable_zones.push_back(zone_numbers.at(zone));
+      extras.timetable_zones.push_back(zone_numbers.at(zone));
     // Larger places first, so that only the smallest fall beyond the last
     // record number; among equal populations the capital before the seat of
     // a province before the others, which the file keeps for equal names.
@@ -776,13 +773,13 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
       const auto number = t.number_of_zone.find(p->timezone);
       record.Timetable = number == t.number_of_zone.end() ? std::int16_t{0} : number->second;
       file.push_back(record);
-      populations.push_back(p->population);
-      keys.push_back(namer.IndexKeys(*p, name));
-      place_zones.push_back(zone_numbers.at(p->timezone));
+      extras.populations.push_back(p->population);
+      extras.ranks.push_back(static_cast<std::uint8_t>(FeatureRank(p->feature_code)));
+      extras.name_keys.push_back(namer.IndexKeys(*p, name));
+      extras.place_zones.push_back(zone_numbers.at(p->timezone));
     }
     summary.places += file.size();
-    summary.index_entries += WritePlaceFiles(out, plan.code, std::move(file), true, populations,
-                                             keys, place_zones, timetable_zones);
+    summary.index_entries += WritePlaceFiles(out, plan.code, std::move(file), true, extras);
   }
   for (std::size_t g = 0; g < std::size(kGroups); ++g) {
     CountryRecord r;

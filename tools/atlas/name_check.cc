@@ -26,14 +26,13 @@ std::vector<std::string> NamesOf(const GeoPlace& p) {
   std::sort(names.begin(), names.end());
   names.erase(std::unique(names.begin(), names.end()), names.end());
   std::erase_if(names, [](const std::string& n) {
-    return n.empty() || n.find_first_of("*?[") != std::string::npos || !IsTransliterable(n) ||
-           IsCodeName(n);
+    return n.find_first_of("*?[") != std::string::npos || TypedNameKey(n).empty() || IsCodeName(n);
   });
   return names;
 }
 
 std::string KeyOf(const std::string& utf8) {
-  return NameKey(AnsiFromUtf8(utf8));
+  return TypedNameKey(utf8);
 }
 
 }  // namespace
@@ -110,8 +109,7 @@ NameCheckResult CheckNames(classPlaces& places, const std::vector<GeoPlace>& geo
                            std::fabs(latitude - p->latitude) < kSamePlaceDegrees;
         r.right += right;
         r.shared_right += shared && right;
-        if (found && !shared &&
-            DistanceKm(longitude, latitude, p->longitude, p->latitude) > kFarKm) {
+        if (found && DistanceKm(longitude, latitude, p->longitude, p->latitude) > kFarKm) {
           ++r.far;
         }
         if (!right && r.misses.size() < kMissSamples) {

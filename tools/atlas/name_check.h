@@ -2,14 +2,14 @@
 // measured on the atlas's own open data.
 //
 // For the most populous places of the atlas, every name GeoNames lists for a
-// place (its name, ASCII name and alternate names) that no more populous
-// place of its country also carries is typed as it is written, and once more
-// without its diacritics when that differs, and looked up in the place's
-// country with GetPlaceData. The lookup counts as right when the first
-// place found lies where GeoNames puts the place. Two names are "the same"
-// when they fold to the same key (NameKey of the transliterated text), which
-// is how the search compares them. Names holding a wildcard ("*", "?", "[")
-// or a character nothing can be made of are not typed, nor airport codes,
+// place (its name, ASCII name and alternate names, in every script) that no
+// more populous place of its country also carries is typed as it is
+// written, and once more without its diacritics when that differs, and
+// looked up in the place's country with GetPlaceData. The lookup counts as
+// right when the first place found lies where GeoNames puts the place. Two
+// names are "the same" when they get the same key (TypedNameKey), which is
+// how the search compares them. Names holding a wildcard ("*", "?", "[") or
+// a character that is part of no name are not typed, nor airport codes,
 // which the name index leaves out.
 #ifndef TARVPLACES_TOOLS_ATLAS_NAME_CHECK_H_
 #define TARVPLACES_TOOLS_ATLAS_NAME_CHECK_H_
@@ -31,7 +31,7 @@ struct NameCheckResult {
   std::size_t shared = 0;           // lookups of names that less populous places carry too
   std::size_t shared_right = 0;     // of them, the most populous came first
   std::size_t unique = 0;           // lookups of names only this place of its country carries
-  std::size_t far = 0;              // of them, the first place found lies over 50 km away
+  std::size_t far = 0;              // lookups whose first place lies over 50 km away
   std::vector<std::string> misses;  // "typed (code): what came first" for the first 50 misses
 
   double RightPercent() const {

@@ -220,6 +220,7 @@ std::string AtlasName(const GeoPlace& place) {
 
 int FeatureRank(std::string_view feature_code) {
   if (feature_code == "PPLC") return 0;
+  if (feature_code == "PPLX") return 7;
   if (feature_code == "PPLA") return 1;
   if (feature_code.size() == 5 && feature_code.substr(0, 4) == "PPLA" && feature_code[4] >= '2' &&
       feature_code[4] <= '5') {
@@ -437,17 +438,34 @@ std::string PlaceNamer::LocalName(const GeoPlace& place) const {
 
 std::vector<std::string> PlaceNamer::IndexKeys(const GeoPlace& place,
                                                const std::string& local_name) const {
-  std::vector<std::string> names = {local_name, Ansi(place.name), Ansi(place.ascii_name)};
-  for (const auto& n : place.alternate_names)
-    names.push_back(Ansi(n));
-  std::vector<std::string> keys;
-  for (const auto& raw : names) {
-    const std::string name = Trim(raw);
-    if (name.find(kUnmappable) != std::string::npos || IsCodeName(name)) continue;
-    for (auto& key : NameKeysOf(name)) {
-      if (key.size() <= kMaxKey) keys.push_back(std::move(key));
+  std::vector<std::string> names = {place.name, place.ascii_name};
+  for (const auto& n : place.alternate_names) {
+    names.push_back(n);
+    // GeoNames writes some names in two scripts at once.
+    const auto dash = n.find(" - ");
+    if (dash != std::string::npos && n.find(" - ", dash + 3) == std::string::npos &&
+        ScriptOf(n.substr(0, dash)) != ScriptOf(n.substr(dash + 3))) {
+      names.push_back(n.substr(0, dash));
+      names.push_back(n.substr(dash + 3));
     }
   }
+  // Greek typed without its accents romanises otherwise ("ευ" is "ev",
+  // "έυ" is "éy"): both forms are filed.
+  const std::size_t typed = names.size();
+  for (std::size_t i = 0; i < typed; ++i) {
+    if (ScriptOf(names[i]) != Script::kGreek) continue;
+    std::string plain = Utf8WithoutDiacritics(names[i]);
+    if (plain != names[i]) names.push_back(std::move(plain));
+  }
+  std::vector<std::string> keys = NameKeysOf(local_name);
+  for (const auto& utf8 : names) {
+    const std::string name = Trim(utf8);
+    const std::string ansi = Trim(Ansi(name));
+    if (IsCodeName(ansi)) continue;
+    for (auto& key : NameKeysOfText(name, ansi))
+      keys.push_back(std::move(key));
+  }
+  std::erase_if(keys, [](const std::string& key) { return key.empty() || key.size() > kMaxKey; });
   std::sort(keys.begin(), keys.end());
   keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
   return keys;

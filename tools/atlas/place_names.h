@@ -31,7 +31,8 @@ std::string AtlasName(const GeoPlace& place);
 
 // How GeoNames ranks a populated place by its feature code: 0 for a capital
 // (PPLC), 1 to 5 for the seat of an administrative division (PPLA to
-// PPLA5), 6 for every other place.
+// PPLA5), 7 for a section of a populated place (PPLX), 6 for every other
+// place (the ranks of the name index, PlaceRank).
 int FeatureRank(std::string_view feature_code);
 
 // An airport or other code among GeoNames' names ("MUC", "BJS"): up to four
@@ -91,10 +92,13 @@ class PlaceNamer {
   std::string LocalName(const GeoPlace& place) const;
 
   // The name-index keys of a place whose record is named `local_name`: the
-  // NameKeysOf of that name, of GeoNames' name and ASCII name and of every
-  // alternate name (other scripts transliterated). Names that keep an
-  // unmappable character and codes of up to four capitals ("MUC") are left
-  // out, and so are keys longer than 255 bytes. Each key once.
+  // NameKeysOf of that name, and the keys a search gives GeoNames' name, its
+  // ASCII name and every alternate name as they are written
+  // (NameKeysOfText: romanised, or in a script nothing romanises, its own
+  // folded letters). A name written in two scripts joined by " - "
+  // ("Khartún - الخرطوم") is filed under each half too. Names holding a
+  // character that is part of no name, codes of up to four capitals ("MUC")
+  // and keys longer than 255 bytes are left out. Each key once.
   std::vector<std::string> IndexKeys(const GeoPlace& place, const std::string& local_name) const;
 
   // AnsiFromUtf8 of `utf8`. What goes through ICU is remembered per text:

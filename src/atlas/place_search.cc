@@ -559,8 +559,57 @@ std::int32_t ReadWithSets(const std::string& file, const std::string& text, Plac
 
 }  // namespace
 
+namespace {
+
+// Adds to `list` (a country's or group's places in file order) the places the
+// name index finds for `query` that it lacks, each in its place of that
+// order: after its country's user places, among its database places by
+// record number. Returns, item by item, whether it came by another name.
+std::vector<bool> AddPlacesOfOtherNames(std::string_view code, const NameQuery& query,
+                                        PlaceList& list) {
+  PlaceList indexed;
+  SearchNameIndex(code, query, indexed);
+  std::vector<bool> other(list.size(), false);
+  for (std::size_t i = 0; i < indexed.size(); ++i) {
+    const PlaceRef& ref = indexed.refs[i];
+    auto same_country = [&ref](const PlaceRef& r) { return TextEqual(r.Country, ref.Country); };
+    if (std::any_of(list.refs.begin(), list.refs.end(), [&](const PlaceRef& r) {
+          return r.RecordNo == ref.RecordNo && same_country(r);
+        })) {
+      continue;
+    }
+    // The first database place of its country after it, else the end of its
+    // country's places, else the end.
+    std::size_t at = list.size();
+    bool country_seen = false;
+    for (std::size_t k = 0; k < list.size(); ++k) {
+      if (!same_country(list.refs[k])) {
+        if (country_seen) {
+          at = k;
+          break;
+        }
+        continue;
+      }
+      country_seen = true;
+      if (list.refs[k].RecordNo > ref.RecordNo) {
+        at = k;
+        break;
+      }
+      at = k + 1;
+    }
+    list.places.insert(list.places.begin() + static_cast<std::ptrdiff_t>(at), indexed.places[i]);
+    list.refs.insert(list.refs.begin() + static_cast<std::ptrdiff_t>(at), ref);
+    other.insert(other.begin() + static_cast<std::ptrdiff_t>(at),
+                 !OwnNameAnswers(indexed.places[i], query));
+  }
+  return other;
+}
+
+}  // namespace
+
 std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
-                               PlaceListControl& control, bool prefix) {
+                               PlaceListControl& control, bool prefix,
+                               std::vector<bool>* other_names, const NameQuery* query) {
   const std::string mapped = GetInternalCountryAbbreviation(code);
   search = Trim(search);
   std::string text = search;
@@ -580,6 +629,13 @@ std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
     result = Read_Cp_Indexed_City(file, text, list, pattern ? 1 : 0);
   }
   if (result < 0) list = PlaceList{};  // noted as the call's fault
+  std::vector<bool> by_other_name(list.size(), false);
+  if (result >= 0 && other_names != nullptr && text != "*" && !pattern) {
+    if (const auto asked = query ? std::optional<NameQuery>(*query) : NameQueryOf(text)) {
+      by_other_name = AddPlacesOfOtherNames(mapped, *asked, list);
+    }
+  }
+  if (other_names != nullptr) *other_names = by_other_name;
   control.Clear();
   const bool group = GetContinentID(mapped) != 0;
   for (std::size_t i = 0; i < list.size(); ++i) {

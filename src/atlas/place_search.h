@@ -152,8 +152,16 @@ std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view sear
 // and for a continent or group a TAB and the country code; its data is the
 // place's record number (negative for a user place). Returns the number of
 // items; none when a file cannot be read (noted as the call's atlas fault).
+//
+// With `other_names` (not for "*" alone or a pattern) the places the name
+// index finds for the text (a name or the beginning of one, keyed as
+// `query` when given) are listed too, under their own names, each in its
+// place of the file's order; `*other_names` receives, item by item, whether
+// the place was found by another of its names ("München" for "Munich").
 std::int32_t Fill_SuchOrtListe(std::string_view code, std::string& search,
-                               PlaceListControl& control, bool prefix);
+                               PlaceListControl& control, bool prefix,
+                               std::vector<bool>* other_names = nullptr,
+                               const NameQuery* query = nullptr);
 
 }  // namespace tarv
 

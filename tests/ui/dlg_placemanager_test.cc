@@ -7,6 +7,8 @@
 #include <functional>
 #include <memory>
 
+#include "atlas/name_index.h"
+#include "platform/lz.h"
 #include "ui/placemanager_fixture.h"
 
 namespace tarv::ui {
@@ -229,6 +231,41 @@ TEST_F(PlacemanagerModel, ClickInTheListLoadsThePlaceAndItsTimetable) {
   EXPECT_FALSE(Ctl("ig_Sommerzeit").visible);
   EXPECT_EQ(d.City(), "Augsburg");
   EXPECT_EQ(d.Timetable(), 2);
+}
+
+// A typed search also lists the places known by the text as another of
+// their names, in name order under their own names; the info line says so.
+// The letter filter lists own names only.
+TEST_F(PlacemanagerModel, SearchListsPlacesFoundByAnotherNameAndSaysSo) {
+  // Records in file order: Augsburg 1, Berlin 2, Bonn 3, München 4, ...
+  folder_.Write("D.NDX", CompressSzdd(EncodeNameIndex({{"munich", 4, 1500000},
+                                                       {"munchen", 4, 1500000},
+                                                       {"bonna", 3, 300000},
+                                                       {"bonnaria", 1, 290000}},
+                                                      6)));
+  auto& d = Open("Berlin", "D");
+  d.cb_Eingabe_KeyReturn(3, "Munich");
+  EXPECT_THAT(ListedNames(), ElementsAre("München"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
+  EXPECT_EQ(Text("lb_InfoLine"),
+            "München: unter einem anderen seiner Namen gefunden, \u201EMunich\u201C; "
+            "aufgeführt unter seinem eigenen.");
+  // "Bonna" begins other names of Augsburg and Bonn, and Bonn's own.
+  d.cb_Eingabe_KeyReturn(3, "Bonn");
+  EXPECT_THAT(ListedNames(), ElementsAre("Augsburg", "Bonn"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Bonn");
+  d.li_SuchOrte_Click(0);
+  State().Language().SetLanguage(kLanguageEnglish);
+  d.li_SuchOrte_Click(0);
+  EXPECT_EQ(Text("lb_InfoLine"),
+            "Augsburg: found by another of its names, one beginning with \u201C"
+            "Bonn\u201D; listed under its own.");
+  // A place by its own name, spelled without its accent, needs no note.
+  d.cb_Eingabe_KeyReturn(3, "Munchen");
+  EXPECT_THAT(ListedNames(), ElementsAre("München"));
+  EXPECT_NE(Text("lb_InfoLine").substr(0, 8), "München:");
+  d.cb_ABC_Click(2);  // the letter B lists own names only
+  EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
 }
 
 TEST_F(PlacemanagerModel, InfoSaysWhereAPlaceFollowsItsOwnZoneHistory) {

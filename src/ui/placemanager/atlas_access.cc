@@ -1,9 +1,11 @@
 #include "ui/placemanager/atlas_access.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
 #include "atlas/country_table.h"
+#include "atlas/name_index.h"
 #include "atlas/place_file.h"
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
@@ -89,11 +91,21 @@ std::vector<CountryChoice> CountryChoices(bool usa) {
 }
 
 std::int32_t ListPlaces(const std::string& code, const std::string& search, bool prefix,
-                        ControlState& list) {
+                        ControlState& list, std::vector<bool>* other_names) {
   EnsureTablesLoaded();
   ListCollector collector(list);
   std::string text = AnsiFromUtf8(search);
-  return Fill_SuchOrtListe(InternalCode(code), text, collector, prefix);
+  // A name the atlas's letters cannot write is asked of the name index as
+  // typed, in its own script.
+  std::optional<NameQuery> typed;
+  if (other_names != nullptr && text.find(kUnmappable) != std::string::npos) {
+    const std::string trimmed = Trim(search);
+    typed = NameQueryOfUtf8(prefix && !trimmed.empty() && trimmed.back() != '*' ? trimmed + "*"
+                                                                                : trimmed);
+    if (!typed) typed = NameQuery{};
+  }
+  return Fill_SuchOrtListe(InternalCode(code), text, collector, prefix, other_names,
+                           typed ? &*typed : nullptr);
 }
 
 std::optional<PlaceData> FindPlace(const std::string& code, const std::string& name,
@@ -116,6 +128,17 @@ std::optional<PlaceData> FindPlace(const std::string& code, const std::string& n
     }
   }
   return best;
+}
+
+bool KnownAs(const std::string& code, std::int16_t record, const std::string& name) {
+  EnsureTablesLoaded();
+  const auto query = NameQueryOfUtf8(name);
+  if (!query || query->prefix || record <= 0) return false;
+  const auto index = NameIndexOf(GetCompressedPlaceFile(InternalCode(code)));
+  if (!index) return false;
+  const auto found = index->Find(query->key, false);
+  return std::any_of(found.begin(), found.end(),
+                     [record](const NameIndexEntry& e) { return e.record == record; });
 }
 
 bool HasUserPlace(const std::string& code, const std::string& name) {

@@ -36,9 +36,11 @@ std::vector<CountryChoice> CountryChoices(bool usa);
 // anywhere make it a pattern):
 // items "name<TAB>longitude<TAB>latitude" in degree notation, data the
 // record numbers (negative for user places). Clears the selection. Returns
-// the number of places.
+// the number of places. With `other_names` the places known by the text as
+// another of their names are listed too, under their own names, and
+// `*other_names` tells item by item which came so.
 std::int32_t ListPlaces(const std::string& code, const std::string& search, bool prefix,
-                        ControlState& list);
+                        ControlState& list, std::vector<bool>* other_names = nullptr);
 
 // A place of a country's files.
 struct PlaceData {
@@ -58,6 +60,10 @@ struct PlaceData {
 std::optional<PlaceData> FindPlace(const std::string& code, const std::string& name,
                                    std::int16_t record = 0, double longitude = 0.0,
                                    double latitude = 0.0);
+
+// True when the database place `record` of `code` is known by `name`, in
+// any script, as one of its names (the name index files it under that key).
+bool KnownAs(const std::string& code, std::int16_t record, const std::string& name);
 
 // True when `code` holds a user place named `name`.
 bool HasUserPlace(const std::string& code, const std::string& name);

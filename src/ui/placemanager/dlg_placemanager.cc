@@ -432,10 +432,14 @@ void DlgPlacemanager::FillPlaceList() {
   abc.text = abc.items[static_cast<std::size_t>(abc.list_index)];
 }
 
-void DlgPlacemanager::FillPlaceList(const std::string& search) {
+void DlgPlacemanager::FillPlaceList(const std::string& search, bool by_other_names) {
   ControlState& list = C("li_SuchOrte");
-  const std::int32_t count =
-      CurrentCountry() != nullptr ? ListPlaces(CountryCode(), search, true, list) : 0;
+  listed_by_other_name_.clear();
+  listed_search_ = search;
+  const std::int32_t count = CurrentCountry() != nullptr
+                                 ? ListPlaces(CountryCode(), search, true, list,
+                                              by_other_names ? &listed_by_other_name_ : nullptr)
+                                 : 0;
   if (CurrentCountry() == nullptr) {
     list.items.clear();
     list.item_data.clear();
@@ -563,7 +567,7 @@ void DlgPlacemanager::Search(const std::string& text) {
     if (history.size() > kSearchHistory) history.resize(kSearchHistory);
   }
   field.list_index = -1;
-  FillPlaceList(search.empty() ? "*" : search);
+  FillPlaceList(search.empty() ? "*" : search, true);
   const auto& items = Control("li_SuchOrte").items;
   if (items.empty()) return;
   // The list holds every place beginning with the text; a whole name typed
@@ -647,6 +651,12 @@ void DlgPlacemanager::li_SuchOrte_Click(std::int32_t list_index) {
   const auto place = FindPlace(CountryCode(), ItemName(list.items[i]), record);
   if (!place) return;
   ShowPlace(*place);
+  if (i < listed_by_other_name_.size() && listed_by_other_name_[i]) {
+    // The search was for the beginning of names: the note says whether this
+    // place bears the text typed as a whole name.
+    const bool whole = KnownAs(CountryCode(), place->record, listed_search_);
+    SetHilfeIndex(OtherNameNote(place->name, listed_search_ + (whole ? "" : "*"), Language()));
+  }
 }
 
 void DlgPlacemanager::li_Zeittabelle_Click(std::int32_t list_index) {

@@ -203,7 +203,9 @@ class DlgPlacemanager : public FormModel {
 
   // Places.
   void FillPlaceList();
-  void FillPlaceList(const std::string& search);
+  // With `by_other_names` the places known by `search` as another of their
+  // names are listed too (a typed search, not the letter filter).
+  void FillPlaceList(const std::string& search, bool by_other_names = false);
   void SelectListedPlace();
   void ShowPlace(const PlaceData& place);
   void ShowUnlistedPlace();
@@ -256,6 +258,10 @@ class DlgPlacemanager : public FormModel {
   std::vector<CountryChoice> countries_;
   std::int32_t country_ = -1;  // index into countries_
   PlaceData place_;            // the place the fields were loaded from
+  // Item by item of li_SuchOrte: found by another of its names, and the
+  // text searched then.
+  std::vector<bool> listed_by_other_name_;
+  std::string listed_search_;
   std::int16_t shown_timetable_ = 0;
   std::int16_t new_timetable_ = 0;  // the new place's, from step 1 on
   TimetableListing timetable_listing_;

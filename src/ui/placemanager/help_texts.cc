@@ -172,4 +172,19 @@ Bilingual OptionHelpText(std::int16_t index) {
   return index == 1 ? kUsaStates : kOtherCountries;
 }
 
+std::string OtherNameNote(const std::string& place, const std::string& search,
+                          std::int32_t language) {
+  const bool beginning = !search.empty() && search.back() == '*';
+  const std::string name = beginning ? search.substr(0, search.size() - 1) : search;
+  if (DialogRuleIsEnglish(language)) {
+    return place + ": found by another of its names, " +
+           (beginning ? "one beginning with \u201C" : "\u201C") + name +
+           "\u201D; listed under its own.";
+  }
+  return place + ": unter einem anderen seiner Namen gefunden, " +
+         (beginning ? "einem, der mit \u201E" + name + "\u201C beginnt"
+                    : "\u201E" + name + "\u201C") +
+         "; aufgef\u00FChrt unter seinem eigenen.";
+}
+
 }  // namespace tarv::ui

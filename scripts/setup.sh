@@ -10,7 +10,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev
   libcli11-dev nlohmann-json3-dev
   libmspack-dev mscompress libicu-dev
-  tzdata locales
+  tzdata iso-codes locales
   qt6-base-dev fonts-dejavu-core
   python3 python3-pytest python3-venv python3-setuptools python3-wheel
 )

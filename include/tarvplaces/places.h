@@ -19,10 +19,12 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tarvplaces/atlas_error.h"
+#include "tarvplaces/country_info.h"
 #include "tarvplaces/language.h"
 #include "tarvplaces/list_control.h"
 #include "tarvplaces/message_sink.h"
@@ -77,10 +79,28 @@ class classPlaces {
   void FillCountryArray(std::vector<std::string>& Countries);
 
   // The country number of a code ("D", "usca", "RUS" is found as "SSR"), an
-  // exact title ("Deutschland") or a title or code prefix ("Deu"); 0 when
-  // none matches, for "*" and "". Deliberately also 0 on the call that loads
-  // the country table for the first time: ask again.
+  // exact title ("Deutschland") or a title or code prefix ("Deu"), in that
+  // order; where none of these matches, of an ISO 3166 code or a country
+  // name the atlas lists ("CN", "JPN", "CA-QC", "Allemagne"; see
+  // FindCountry): the table's own codes and titles keep their meaning, so
+  // "DE" stays Delaware (a title prefix) and "ES" El Salvador. 0 when none
+  // matches, for "*" and "". Deliberately also 0 on the call that loads the
+  // country table for the first time: ask again.
   std::int32_t GetCountryID(const std::string& CountryShort);
+
+  // The country or group a text names, as people name them: with kIso an
+  // ISO 3166-1 code ("DE", "DEU") or ISO 3166-2 code of a state or province
+  // ("US-CA" is California, "CA-QC" Canada, which files Quebec's places)
+  // first; then an atlas code ("D", "usca", "RUS") or a group ("EUROPA",
+  // "Europe", "USA"); with kAtlas the ISO codes here; then a whole title or
+  // country name in English, German, French, Spanish or the country's own
+  // language ("Germany", "Allemagne", "Deutschland", "ドイツ"); then the
+  // beginning of a title or code ("Deu", "con"). So FindCountry("ES") is
+  // Spain, FindCountry("ES", CountryCodes::kAtlas) El Salvador. nullopt when
+  // nothing matches. Every member that takes a CountryShort takes the Code
+  // of the answer. Throws AtlasError for a damaged "CountryNames.dat".
+  std::optional<CountryInfo> FindCountry(const std::string& Text,
+                                         CountryCodes Codes = CountryCodes::kIso);
 
   // The table position of the first entry with number `CountryId`; 0 when
   // there is none. Does not load the table.
@@ -132,6 +152,16 @@ class classPlaces {
   std::int16_t GetPlaceData(const std::string& SearchPlace, const std::string& CountryShort,
                             double* Longitude = nullptr, double* Latitude = nullptr,
                             std::int16_t* TimeZoneId = nullptr);
+
+  // Looks `SearchPlace` up in every country at once: a whole name ("Paris")
+  // or the beginning of one ("Par*", for typing ahead) among every name the
+  // atlas knows places by, in any script; other wildcards ("M?nchen") through
+  // each country's place file. Ranked as GetPlaceData ranks a whole name in
+  // one country: the user's own places first, then the most populous (a
+  // seat of government counting a twentieth more). At most `MaxPlaces` (1
+  // to 50) become the found-place list, each with its country's code
+  // (GetPlaceDataOfId). Returns their number.
+  std::int32_t SearchAllCountries(const std::string& SearchPlace, std::int32_t MaxPlaces = 50);
 
   // Runs the search of GetPlaceData and lists the places in the host's
   // control: the trimmed name, plus " (country code)" for a continent or

@@ -1,7 +1,7 @@
 /* tarvplaces.h: the atlas for hosts written in C or any language that can
  * call C (Python's ctypes, C#, Delphi, Rust). It is the place service of
  * tarvplaces/places.h behind a handle, in the shared library
- * libtarvplaces.so (SONAME libtarvplaces.so.1). Compiles as C99 and as C++.
+ * libtarvplaces.so (SONAME libtarvplaces.so.2). Compiles as C99 and as C++.
  *
  * Conventions of every function:
  *  - Strings in and out are UTF-8 and NUL-terminated. Input that is not
@@ -77,6 +77,19 @@ TARV_API const char* tarv_status_text(tarv_status status);
  * call on this thread. */
 TARV_API const char* tarv_last_error(void);
 
+/* Countries. Every `country` argument names a country, a US state or a group
+ * as people name them (classPlaces::FindCountry): an ISO 3166-1 code ("DE",
+ * "DEU"), an ISO 3166-2 code of a state or province ("US-CA" California,
+ * "CA-QC" Canada, which files Quebec's places), the atlas's own code ("D",
+ * "usca", "RUS"), a group ("EUROPA", "Europe", "US"), a country name in
+ * English, German, French, Spanish or the country's own language
+ * ("Germany", "Allemagne", "Deutschland") or the beginning of a title or
+ * code ("Deu"). A code that is both an ISO code and another country's atlas
+ * code is read as the ISO code ("ES" is Spain, "RU" Russia); "atlas:" before
+ * a code asks for the atlas's own reading ("atlas:ES" is El Salvador). The
+ * `country` of a tarv_place is the atlas code; its `country_iso` names the
+ * same country as an argument. */
+
 /* ---- Handles ---- */
 
 /* Opens the atlas in `folder` ("build/atlas") and loads its country and
@@ -131,6 +144,7 @@ typedef enum tarv_local_time_kind {
 #define TARV_ZONE_SIZE 48
 #define TARV_ZONE_NAME_SIZE 160
 #define TARV_IANA_SIZE 64
+#define TARV_COUNTRY_NAME_SIZE 160
 
 /* A place with its zone. Coordinates in decimal degrees, east and north
  * positive; the UTC offset in seconds east of UTC. For local mean time
@@ -155,18 +169,28 @@ typedef struct tarv_place {
   char tz_abbreviation[TARV_ZONE_SIZE];     /* "CEST" */
   char zone_long_name[TARV_ZONE_NAME_SIZE]; /* "Central European Summer Time" */
   int32_t own_history;                      /* 1 when the zone came from the place's own history */
+  /* The country's name in the atlas's language ("Germany", "Deutschland")
+   * and its ISO code ("DE"; a US state's "US-CA"; "" where the atlas has
+   * none), which names the same country as a `country` argument. */
+  char country_name[TARV_COUNTRY_NAME_SIZE];
+  char country_iso[TARV_CODE_SIZE];
+  int64_t population; /* GeoNames' population; 0 for a user place or where unknown */
+  int32_t other_name; /* 1 when the place was found by another of its names ("Munich") */
 } tarv_place;
 
-/* Looks up `name` in the country or group `country` ("D", "usca", "RUS",
- * "EUROPA") the way classPlaces::GetPlaceData does (whole name, prefix with
- * "*", accents folded, other names and scripts) and fills *place with the
- * first place found and the zone in force there at the local time `when`,
- * or its standard zone when `when` is NULL. *found (may be NULL) receives
- * the number of places found. TARV_NOT_FOUND when there is none, also for
- * a name of characters the atlas cannot hold (an emoji);
- * TARV_E_UNKNOWN_COUNTRY for an unknown code; TARV_E_ATLAS when a file
- * the lookup needed is damaged. Example: "München", "D", 1980-07-01 12:00
- * gives 11.57549, 48.13743, timetable 1, "MET/S", 7200 seconds. */
+/* Looks up `name` in the country or group `country` (see Countries above:
+ * "D", "DE", "Germany", "EUROPA") the way classPlaces::GetPlaceData does
+ * (whole name, prefix with "*", accents folded, every name a place has in
+ * any script, a whole name ranked so that the place most people mean comes
+ * first) and fills *place with the first place found and the zone in force
+ * there at the local time `when`, or its standard zone when `when` is NULL.
+ * A NULL or empty `country` searches every country at once
+ * (classPlaces::SearchAllCountries). *found (may be NULL) receives the
+ * number of places found. TARV_NOT_FOUND when there is none, also for a
+ * name holding a character that is part of no name (an emoji);
+ * TARV_E_UNKNOWN_COUNTRY for a country nothing names; TARV_E_ATLAS when a
+ * file the lookup needed is damaged. Example: "München", "D", 1980-07-01
+ * 12:00 gives 11.57549, 48.13743, timetable 1, "MET/S", 7200 seconds. */
 TARV_API tarv_status tarv_place_lookup(tarv_atlas* atlas, const char* name, const char* country,
                                        const tarv_local_time* when, tarv_place* place,
                                        int32_t* found);
@@ -176,9 +200,11 @@ typedef struct tarv_place_list tarv_place_list;
 
 /* Every place matching `text` ("Mün*", "M?nchen", "Munchen") in a country
  * or group, each with its zone at `when` (its standard zone when NULL), in
- * the order of the search (same names most populous first). An empty list
- * when nothing matches (TARV_OK). *list receives the list, to be freed with
- * tarv_place_list_free. */
+ * the order of the search (a whole name: the place most people mean first).
+ * A NULL or empty `country` searches every country at once and lists at
+ * most 50 places, the user's own first, then the most populous ("Par*" for
+ * typing ahead). An empty list when nothing matches (TARV_OK). *list
+ * receives the list, to be freed with tarv_place_list_free. */
 TARV_API tarv_status tarv_search(tarv_atlas* atlas, const char* text, const char* country,
                                  const tarv_local_time* when, tarv_place_list** list);
 
@@ -206,6 +232,7 @@ typedef struct tarv_country {
   int32_t continent_id;  /* 4 */
   int32_t timetables;    /* number of timetables, 0 when it has none */
   int32_t several_zones; /* 1 for countries spanning several zones */
+  const char* iso;       /* "DE"; a US state's "US-CA"; "" where the atlas has none */
 } tarv_country;
 
 typedef struct tarv_country_list tarv_country_list;
@@ -216,6 +243,13 @@ TARV_API size_t tarv_country_list_size(const tarv_country_list* list);
 /* Country `index`, its strings valid until the list is freed; NULL outside. */
 TARV_API const tarv_country* tarv_country_list_at(const tarv_country_list* list, size_t index);
 TARV_API void tarv_country_list_free(tarv_country_list* list);
+
+/* The country or group `text` names (see Countries above) as a list of one,
+ * to be freed with tarv_country_list_free; a group has id, code ("EUROPA",
+ * "USA") and title only. TARV_NOT_FOUND, with an empty list, when nothing
+ * matches. */
+TARV_API tarv_status tarv_find_country(tarv_atlas* atlas, const char* text,
+                                       tarv_country_list** list);
 
 typedef struct tarv_zone {
   int32_t id;
@@ -257,12 +291,13 @@ TARV_API void tarv_timetable_free(tarv_timetable* timetable);
 /* ---- The user's own places ---- */
 
 /* Adds a place of the user's (found before the atlas's places of the same
- * name). The name loses outer blanks and is cut to 28 characters. TARV_OK
- * also when a user place of that name exists already. TARV_E_ARGUMENT for
- * an empty name, a group ("EUROPA"), a country's title instead of its code
- * ("Deutsch": places are filed under codes) or a timetable the country does
- * not offer (0 to its number of timetables; 0 and 1 where it has none);
- * TARV_E_WRITE when the atlas folder cannot be written. */
+ * name) to the country `country` names. The name loses outer blanks and is
+ * cut to 28 characters. TARV_OK also when a user place of that name exists
+ * already. TARV_E_ARGUMENT for an empty name, a name the atlas's letters
+ * cannot write even romanised (an emoji, Khmer), a group ("EUROPA") or a
+ * timetable the country does not offer (0 to its number of timetables; 0
+ * and 1 where it has none); TARV_E_WRITE when the atlas folder cannot be
+ * written. */
 TARV_API tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* name,
                                     double longitude, double latitude, int32_t timetable);
 

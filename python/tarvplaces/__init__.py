@@ -8,6 +8,15 @@ from a TarvPlaces atlas, through the C interface of libtarvplaces.so.
     ('MET/S', datetime.timedelta(seconds=7200))
     >>> atlas.close()
 
+A country is named as people name it: an ISO 3166 code ("DE", "DEU",
+"US-CA"), the atlas's own code ("D", "USCA"), a group ("EUROPA", "US") or a
+name in English, German, French, Spanish or the country's own language
+("Germany", "Allemagne"). Where a code is both an ISO code and another
+country's atlas code, the ISO meaning holds ("ES" is Spain); ``code="ES"``
+instead of a country (``place``, ``search``, ``country``), or the country
+"atlas:ES" anywhere, asks for the atlas's own code (El Salvador). Without a
+country, ``place`` and ``search`` look in every country.
+
 The component holds one atlas per process: while an Atlas is open, another
 on a different folder raises AtlasInUseError. Calls from several threads
 are serialized inside the library.
@@ -117,6 +126,10 @@ class Place(typing.NamedTuple):
     tz_abbreviation: str = ""
     zone_long_name: str = ""
     own_history: bool = False  # the zone came from the place's own history
+    country_name: str = ""  # in the atlas's language, "Germany"
+    country_iso: str = ""  # "DE"; a US state's "US-CA": names the country again as `country`
+    population: int = 0  # GeoNames' population; 0 for a user place or where unknown
+    other_name: bool = False  # found by another of its names ("Munich" for München)
 
     def localize(self, when):
         """`when` (a naive local wall-clock time at the place) as an aware
@@ -136,6 +149,7 @@ class Country(typing.NamedTuple):
     continent_id: int
     timetables: int
     several_zones: bool
+    iso: str = ""  # "DE"; a US state's "US-CA"; "" where the atlas has none
 
 
 class TimetableEntry(typing.NamedTuple):
@@ -150,6 +164,21 @@ def _text(value, what):
     if not isinstance(value, str):
         raise TypeError(f"{what} must be a str, not {type(value).__name__}")
     return value.encode("utf-8")
+
+
+def _country(country, code, required=True):
+    """The `country` argument of the C interface: a country as people name
+    it, the atlas's own code with "atlas:" before it, or None for every
+    country."""
+    if code is not None:
+        if country is not None:
+            raise TypeError("give a country or an atlas code (code=), not both")
+        return _text("atlas:" + _text(code, "code").decode(), "code")
+    if country is None:
+        if required:
+            raise TypeError("a country is needed: a code, an ISO code or a name")
+        return None
+    return _text(country, "country")
 
 
 def _local_time(when):
@@ -182,7 +211,36 @@ def _place(s):
         s.tz_abbreviation.decode(),
         s.zone_long_name.decode(),
         bool(s.own_history),
+        s.country_name.decode(),
+        s.country_iso.decode(),
+        s.population,
+        bool(s.other_name),
     )
+
+
+def _countries(countries):
+    """The Country records of a list the library allocated, which is freed."""
+    try:
+        result = []
+        for i in range(lib.tarv_country_list_size(countries)):
+            c = lib.tarv_country_list_at(countries, i).contents
+            result.append(
+                Country(
+                    c.id,
+                    c.code.decode(),
+                    c.title.decode(),
+                    c.english.decode(),
+                    c.zone.decode(),
+                    c.continent.decode(),
+                    c.continent_id,
+                    c.timetables,
+                    bool(c.several_zones),
+                    c.iso.decode(),
+                )
+            )
+        return result
+    finally:
+        lib.tarv_country_list_free(countries)
 
 
 def _zone(s):
@@ -237,19 +295,20 @@ class Atlas:
         _check(lib.tarv_atlas_folder(handle, buffer, needed.value, None))
         return buffer.value.decode()
 
-    def place(self, name, country, when=None):
-        """The first place of that name in a country or group ("D", "usca",
-        "EUROPA") with the zone in force at the local time `when` (a naive
-        datetime, or a date for its noon), or its standard zone when `when`
-        is None. None when no place is found; UnknownCountryError for an
-        unknown code; AtlasError for a damaged atlas file."""
+    def place(self, name, country=None, when=None, *, code=None):
+        """The place of that name most people mean, in a country or group
+        ("DE", "D", "Germany", "EUROPA"; every country when None; `code` an
+        atlas code instead) with the zone in force at the local time `when`
+        (a naive datetime, or a date for its noon), or its standard zone when
+        `when` is None. None when no place is found; UnknownCountryError for
+        a country nothing names; AtlasError for a damaged atlas file."""
         place = _native.PlaceStruct()
         local = _local_time(when)
         status = _check(
             lib.tarv_place_lookup(
                 self._open_handle(),
                 _text(name, "name"),
-                _text(country, "country"),
+                _country(country, code, required=False),
                 None if local is None else ctypes.byref(local),
                 ctypes.byref(place),
                 None,
@@ -257,15 +316,17 @@ class Atlas:
         )
         return None if status == _native.NOT_FOUND else _place(place)
 
-    def search(self, text, country, when=None):
-        """Every place matching `text` ("Mün*", "M?nchen", "Munchen")."""
+    def search(self, text, country=None, when=None, *, code=None):
+        """Every place matching `text` ("Mün*", "M?nchen", "Munchen") in a
+        country or group; in every country when None, at most 50, the most
+        populous first ("Par*" for typing ahead)."""
         local = _local_time(when)
         places = ctypes.c_void_p()
         _check(
             lib.tarv_search(
                 self._open_handle(),
                 _text(text, "text"),
-                _text(country, "country"),
+                _country(country, code, required=False),
                 None if local is None else ctypes.byref(local),
                 ctypes.byref(places),
             )
@@ -281,7 +342,7 @@ class Atlas:
         place = _native.PlaceStruct()
         status = _check(
             lib.tarv_nearest(
-                self._open_handle(), _text(country, "country"), longitude, latitude, range, ctypes.byref(place)
+                self._open_handle(), _country(country, None), longitude, latitude, range, ctypes.byref(place)
             )
         )
         return None if status == _native.NOT_FOUND else _place(place)
@@ -290,26 +351,16 @@ class Atlas:
         """Every country and US state, sorted by title."""
         countries = ctypes.c_void_p()
         _check(lib.tarv_countries(self._open_handle(), ctypes.byref(countries)))
-        try:
-            result = []
-            for i in range(lib.tarv_country_list_size(countries)):
-                c = lib.tarv_country_list_at(countries, i).contents
-                result.append(
-                    Country(
-                        c.id,
-                        c.code.decode(),
-                        c.title.decode(),
-                        c.english.decode(),
-                        c.zone.decode(),
-                        c.continent.decode(),
-                        c.continent_id,
-                        c.timetables,
-                        bool(c.several_zones),
-                    )
-                )
-            return result
-        finally:
-            lib.tarv_country_list_free(countries)
+        return _countries(countries)
+
+    def country(self, name=None, *, code=None):
+        """The country or group a code, ISO code or name names ("DE",
+        "Allemagne", "US-CA", "EUROPA"; `code` an atlas code instead), or
+        None."""
+        countries = ctypes.c_void_p()
+        _check(lib.tarv_find_country(self._open_handle(), _country(name, code), ctypes.byref(countries)))
+        found = _countries(countries)
+        return found[0] if found else None
 
     def zones(self):
         """The zone table, by id."""
@@ -324,7 +375,7 @@ class Atlas:
         """The entries of a country's timetable `number`, from 1700 to its
         last change before 2000."""
         entries = ctypes.c_void_p()
-        _check(lib.tarv_timetable_entries(self._open_handle(), _text(country, "country"), number, ctypes.byref(entries)))
+        _check(lib.tarv_timetable_entries(self._open_handle(), _country(country, None), number, ctypes.byref(entries)))
         try:
             result = []
             for i in range(lib.tarv_timetable_size(entries)):
@@ -340,13 +391,13 @@ class Atlas:
         """Adds a place of the user's; ValueError says why one cannot be added."""
         _check(
             lib.tarv_add_place(
-                self._open_handle(), _text(country, "country"), _text(name, "name"), longitude, latitude, timetable
+                self._open_handle(), _country(country, None), _text(name, "name"), longitude, latitude, timetable
             )
         )
 
     def delete_place(self, country, name):
         """Deletes the user's place of that name; False when there is none."""
-        status = _check(lib.tarv_delete_place(self._open_handle(), _text(country, "country"), _text(name, "name")))
+        status = _check(lib.tarv_delete_place(self._open_handle(), _country(country, None), _text(name, "name")))
         return status == _native.OK
 
     def export(self, folder=None):

@@ -2,9 +2,9 @@
 
 The library is looked for, in this order:
   1. the file $TARVPLACES_LIBRARY names;
-  2. libtarvplaces.so.1 inside this package (scripts/install-python.sh puts
+  2. libtarvplaces.so.2 inside this package (scripts/install-python.sh puts
      the built library there);
-  3. libtarvplaces.so.1 through the system's loader (LD_LIBRARY_PATH, or a
+  3. libtarvplaces.so.2 through the system's loader (LD_LIBRARY_PATH, or a
      library installed with ``cmake --install`` and ``ldconfig``).
 """
 
@@ -12,7 +12,7 @@ import ctypes
 import os
 import pathlib
 
-SONAME = "libtarvplaces.so.1"
+SONAME = "libtarvplaces.so.2"
 
 # Status values of tarv_status.
 OK = 0
@@ -34,6 +34,7 @@ CODE_SIZE = 32
 ZONE_SIZE = 48
 ZONE_NAME_SIZE = 160
 IANA_SIZE = 64
+COUNTRY_NAME_SIZE = 160
 
 
 class LocalTime(ctypes.Structure):
@@ -58,6 +59,10 @@ class PlaceStruct(ctypes.Structure):
         ("tz_abbreviation", ctypes.c_char * ZONE_SIZE),
         ("zone_long_name", ctypes.c_char * ZONE_NAME_SIZE),
         ("own_history", ctypes.c_int32),
+        ("country_name", ctypes.c_char * COUNTRY_NAME_SIZE),
+        ("country_iso", ctypes.c_char * CODE_SIZE),
+        ("population", ctypes.c_int64),
+        ("other_name", ctypes.c_int32),
     ]
 
 
@@ -72,6 +77,7 @@ class CountryStruct(ctypes.Structure):
         ("continent_id", ctypes.c_int32),
         ("timetables", ctypes.c_int32),
         ("several_zones", ctypes.c_int32),
+        ("iso", ctypes.c_char_p),
     ]
 
 
@@ -102,7 +108,7 @@ def _load():
         raise ImportError(
             f"tarvplaces cannot load {path}: {e}. Install the package with "
             "scripts/install-python.sh after the build, set TARVPLACES_LIBRARY to the built "
-            "library (build/default/src/capi/libtarvplaces.so.1), or install the library "
+            "library (build/default/src/capi/libtarvplaces.so.2), or install the library "
             "with cmake --install"
         ) from e
 
@@ -134,6 +140,7 @@ _PROTOTYPES = {
     "tarv_country_list_size": (ctypes.c_size_t, [ctypes.c_void_p]),
     "tarv_country_list_at": (ctypes.POINTER(CountryStruct), [ctypes.c_void_p, ctypes.c_size_t]),
     "tarv_country_list_free": (None, [ctypes.c_void_p]),
+    "tarv_find_country": (_status, [_handle, _text, ctypes.POINTER(ctypes.c_void_p)]),
     "tarv_zones": (_status, [_handle, ctypes.POINTER(ctypes.c_void_p)]),
     "tarv_zone_list_size": (ctypes.c_size_t, [ctypes.c_void_p]),
     "tarv_zone_list_at": (ctypes.POINTER(ZoneStruct), [ctypes.c_void_p, ctypes.c_size_t]),

@@ -52,6 +52,21 @@ class TestPlace:
         assert atlas.place("Berlin", "D", when=datetime.datetime(1999, 3, 28, 2, 30)).local_time == "skipped"
         assert atlas.place("Berlin", "D", when=datetime.datetime(2010, 10, 31, 2, 30)).local_time == "repeated"
 
+    def test_countries_by_iso_code_or_name_or_every_country(self, atlas):
+        p = atlas.place("München", "DE")
+        assert (p.country, p.country_iso, p.population > 1_000_000) == ("D", "DE", True)
+        assert atlas.place("Soyapango", "ES") is None  # Spain
+        assert atlas.place("Soyapango", code="ES").country_iso == "SV"  # the atlas's El Salvador
+        assert atlas.place("Paris").country == "F"
+        munich = atlas.place("Munich", "Allemagne")
+        assert (munich.name, munich.other_name) == ("München", True)
+        assert len(atlas.search("Par*")) == 50
+        assert atlas.country("CA-QC").code == "CDN"
+        assert atlas.country(code="ES").title == "El Salvador"
+        assert atlas.country("Xanadu") is None
+        with pytest.raises(TypeError):
+            atlas.place("Paris", "F", code="F")
+
     def test_nothing_found_is_none_and_an_unknown_country_an_error(self, atlas):
         assert atlas.place("Xyzzyville", "D") is None
         with pytest.raises(tarvplaces.UnknownCountryError, match='"ZZZ"'):

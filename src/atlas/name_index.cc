@@ -20,6 +20,7 @@ namespace {
 constexpr std::size_t kHeaderSize = 16;
 constexpr std::size_t kMaxKeyLength = 255;
 constexpr std::uint16_t kFirstVersion = 1;  // populations in the entries
+constexpr std::uint16_t kOwnNameBit = 0x8000;
 
 bool EntryBefore(const NameIndexEntry& a, const NameIndexEntry& b) {
   if (a.key != b.key) return a.key < b.key;
@@ -47,7 +48,7 @@ class NameIndexes {
     const auto known = indexes_.find(file);
     if (known != indexes_.end() && known->second.first == images) return known->second.second;
     if (indexes_.size() > kMaxFiles) indexes_.clear();
-    auto decoded = std::make_shared<const NameIndex>(*images.first, file);  // may throw
+    auto decoded = std::make_shared<const NameIndex>(images.first, file);  // may throw
     const auto records = static_cast<std::int32_t>(
         std::min(images.second->size() / kPlaceRecordSize, kMaxPlaceRecords));
     if (decoded->RecordCount() != records) {
@@ -120,11 +121,16 @@ std::string EncodeNameIndex(std::vector<NameIndexEntry> entries, std::int32_t re
     e.rank = ranks[static_cast<std::size_t>(e.record - 1)];
   }
   std::sort(entries.begin(), entries.end(), EntryBefore);
-  entries.erase(std::unique(entries.begin(), entries.end(),
-                            [](const auto& a, const auto& b) {
-                              return a.key == b.key && a.record == b.record;
-                            }),
-                entries.end());
+  // A key twice for one record: once, as its own name if either is.
+  std::vector<NameIndexEntry> unique;
+  for (auto& e : entries) {
+    if (!unique.empty() && unique.back().key == e.key && unique.back().record == e.record) {
+      unique.back().own_name = unique.back().own_name || e.own_name;
+      continue;
+    }
+    unique.push_back(std::move(e));
+  }
+  entries = std::move(unique);
   std::string bytes(kNameIndexMagic);
   AppendInt16(bytes, static_cast<std::int16_t>(kNameIndexVersion));
   AppendInt16(bytes, 0);
@@ -137,12 +143,21 @@ std::string EncodeNameIndex(std::vector<NameIndexEntry> entries, std::int32_t re
   for (const auto& e : entries) {
     bytes += static_cast<char>(e.key.size());
     bytes += e.key;
-    AppendInt16(bytes, static_cast<std::int16_t>(e.record));
+    AppendInt16(bytes, static_cast<std::int16_t>(static_cast<std::uint16_t>(e.record) |
+                                                 (e.own_name ? kOwnNameBit : 0)));
   }
   return bytes;
 }
 
-NameIndex::NameIndex(std::string_view bytes, const std::string& file) : bytes_(bytes) {
+NameIndex::NameIndex(std::string_view bytes, const std::string& file)
+    : NameIndex(std::make_shared<const std::string>(bytes), file) {}
+
+NameIndex::NameIndex(std::shared_ptr<const std::string> image, const std::string& file)
+    : image_(std::move(image)), bytes_(*image_) {
+  Decode(file);
+}
+
+void NameIndex::Decode(const std::string& file) {
   const std::string_view b = bytes_;
   if (b.size() < kHeaderSize || b.substr(0, 4) != kNameIndexMagic) {
     throw AtlasError(file, "not a name index (no \"TPNX\" header)");
@@ -194,7 +209,11 @@ void NameIndex::DecodeEntries(std::size_t at, std::uint32_t count, bool with_pop
     if (length == 0 || at + length + fixed > b.size()) {
       throw AtlasError(file, "entry " + std::to_string(i + 1) + " is cut off or has no key");
     }
-    const Slot slot{static_cast<std::uint32_t>(at + 1), length, DecodeInt16(b, at + 1 + length)};
+    const auto field = static_cast<std::uint16_t>(DecodeInt16(b, at + 1 + length));
+    // Version 1 knows no own names: its record numbers use 15 bits as well.
+    const bool own = !with_populations && (field & kOwnNameBit) != 0;
+    const Slot slot{static_cast<std::uint32_t>(at + 1), length,
+                    static_cast<std::int16_t>(own ? field & ~kOwnNameBit : field), own};
     if (slot.record < 1 || slot.record > record_count_) {
       throw AtlasError(file, "entry " + std::to_string(i + 1) + " names record " +
                                  std::to_string(slot.record) + " of " +
@@ -223,17 +242,25 @@ std::vector<NameIndexEntry> NameIndex::Find(std::string_view key, bool prefix) c
   for (; it != entries_.end(); ++it) {
     const std::string_view k = KeyOf(*it);
     if (prefix ? k.substr(0, key.size()) != key : k != key) break;
-    found.push_back({std::string(k), it->record, Population(it->record), Rank(it->record)});
+    found.push_back(
+        {std::string(k), it->record, Population(it->record), Rank(it->record), it->own_name});
   }
   std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
     const double pa = Prominence(a.population, a.rank);
     const double pb = Prominence(b.population, b.rank);
     return pa != pb ? pa > pb : a.record < b.record;
   });
-  found.erase(std::unique(found.begin(), found.end(),
-                          [](const auto& a, const auto& b) { return a.record == b.record; }),
-              found.end());
-  return found;
+  // A place under several keys of a beginning: once, as its own name if
+  // any of them is.
+  std::vector<NameIndexEntry> unique;
+  for (auto& e : found) {
+    if (!unique.empty() && unique.back().record == e.record) {
+      unique.back().own_name = unique.back().own_name || e.own_name;
+      continue;
+    }
+    unique.push_back(std::move(e));
+  }
+  return unique;
 }
 
 std::vector<NameIndexEntry> NameIndex::Entries() const {
@@ -310,6 +337,14 @@ std::int32_t SearchNameIndex(std::string_view code, const NameQuery& query, Plac
     if (weights != nullptr) weights->push_back(h.weight);
   }
   return static_cast<std::int32_t>(hits.size());
+}
+
+bool OwnNameAnswers(const PlaceRecord& place, const NameQuery& query) {
+  for (const auto& key : NameKeysOf(place.TrimmedName())) {
+    if (query.prefix ? key.compare(0, query.key.size(), query.key) == 0 : key == query.key)
+      return true;
+  }
+  return false;
 }
 
 std::vector<PlaceWeight> WeightsOf(const std::vector<PlaceRef>& refs) {

@@ -23,7 +23,9 @@
 //                 highest first, then by record number:
 //                   1    key length n (1-255)
 //                   n    key (name_key.h)
-//                   2    record number in the place file (1-based, 1-32767)
+//                   2    record number in the place file (1-based, 1-32767),
+//                        plus 0x8000 where the key is one of the place's own
+//                        name (its name in the place file, NameKeysOf)
 //
 // Version 1, which earlier atlases hold, has neither table: each entry
 // carries its place's population (4 bytes after the record number), a
@@ -76,6 +78,7 @@ struct NameIndexEntry {
   std::int32_t record = 0;  // 1-based record number in the place file
   std::uint32_t population = 0;
   std::uint8_t rank = kOrdinaryPlaceRank;
+  bool own_name = false;  // a key of the place's name in the place file
 };
 
 // The path of a place file's name index: everything up to the path's last
@@ -94,6 +97,8 @@ class NameIndex {
  public:
   // Checks and decodes expanded bytes; throws AtlasError naming `file`.
   NameIndex(std::string_view bytes, const std::string& file);
+  // The same, keeping the image itself rather than a copy.
+  NameIndex(std::shared_ptr<const std::string> image, const std::string& file);
 
   std::int32_t RecordCount() const { return record_count_; }
   std::size_t size() const { return entries_.size(); }
@@ -118,12 +123,14 @@ class NameIndex {
   // Entry `i` of the file order, without copying its key.
   std::string_view KeyAt(std::size_t i) const { return KeyOf(entries_[i]); }
   std::int32_t RecordAt(std::size_t i) const { return entries_[i].record; }
+  bool OwnNameAt(std::size_t i) const { return entries_[i].own_name; }
 
  private:
   struct Slot {
     std::uint32_t key_at;
     std::uint8_t key_length;
     std::int16_t record;
+    bool own_name;
   };
   std::string_view KeyOf(const Slot& slot) const {
     return std::string_view(bytes_).substr(slot.key_at, slot.key_length);
@@ -133,7 +140,10 @@ class NameIndex {
   void DecodeEntries(std::size_t at, std::uint32_t count, bool with_populations,
                      const std::string& file);
 
-  std::string bytes_;
+  void Decode(const std::string& file);
+
+  std::shared_ptr<const std::string> image_;
+  std::string_view bytes_;
   std::int32_t record_count_ = 0;
   std::vector<std::uint32_t> populations_;
   std::vector<std::uint8_t> ranks_;
@@ -163,6 +173,11 @@ std::optional<NameQuery> NameQueryOf(std::string_view ansi);
 // The same for a text as the host typed it (UTF-8): its romanisation's key,
 // or, in a script nothing romanises, its folded letters (TypedNameKey).
 std::optional<NameQuery> NameQueryOfUtf8(std::string_view utf8);
+
+// Whether a place's own name is filed under the query's key (or a key the
+// query's key begins, for a prefix), so that an index entry of that key is
+// its own name rather than another of its names.
+bool OwnNameAnswers(const PlaceRecord& place, const NameQuery& query);
 
 // The population and rank of a found place.
 struct PlaceWeight {

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "atlas/name_index.h"
+#include "atlas/name_key.h"
 #include "atlas/place_search.h"
 #include "atlas/zone_history.h"
 #include "platform/atomic_file.h"
@@ -103,8 +104,11 @@ std::size_t WritePlaceFiles(const std::filesystem::path& folder, const std::stri
     if (at >= extras.name_keys.size()) continue;
     const std::uint32_t population = at < populations.size() ? populations[at] : 0;
     const std::uint8_t rank = at < extras.ranks.size() ? extras.ranks[at] : kOrdinaryPlaceRank;
-    for (const auto& key : extras.name_keys[at])
-      entries.push_back({key, static_cast<std::int32_t>(r + 1), population, rank});
+    const auto own = NameKeysOf(places[r].TrimmedName());
+    for (const auto& key : extras.name_keys[at]) {
+      const bool own_name = std::find(own.begin(), own.end(), key) != own.end();
+      entries.push_back({key, static_cast<std::int32_t>(r + 1), population, rank, own_name});
+    }
   }
   const std::size_t count = entries.size();
   const std::string index = EncodeNameIndex(std::move(entries), static_cast<std::int32_t>(records));

@@ -128,6 +128,14 @@ std::int32_t ZoneOfPlace(std::string_view code, std::int16_t timetable) {
 void StoreFound(const PlaceList& list, std::string_view default_code,
                 const std::vector<PlaceWeight>& weights = {},
                 const std::vector<bool>& other_names = {}) {
+  StoreFoundPlaces(list, default_code, weights, other_names);
+}
+
+}  // namespace
+
+void StoreFoundPlaces(const PlaceList& list, std::string_view default_code,
+                      const std::vector<PlaceWeight>& weights,
+                      const std::vector<bool>& other_names) {
   auto& found = State().found_places;
   found.resize(list.size());
   for (std::size_t i = 0; i < list.size(); ++i) {
@@ -145,15 +153,7 @@ void StoreFound(const PlaceList& list, std::string_view default_code,
   }
 }
 
-// Whether a place's own name is filed under the query's key, so that an
-// index entry of that key is its own name rather than another.
-bool OwnNameAnswers(const PlaceRecord& place, const NameQuery& query) {
-  for (const auto& key : NameKeysOf(place.TrimmedName())) {
-    if (query.prefix ? key.compare(0, query.key.size(), query.key) == 0 : key == query.key)
-      return true;
-  }
-  return false;
-}
+namespace {
 
 // The places a whole name finds, ranked: what the place files found by the
 // places' own names (`list`, in file order) and what the name index found,

@@ -126,6 +126,13 @@ struct FoundPlace {
 std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search,
                                   const NameQuery* query = nullptr);
 
+// Makes `list` the found-place list: each place with its country code (the
+// list's, else `default_code`), its zone, and where given its population and
+// whether another of its names found it.
+void StoreFoundPlaces(const PlaceList& list, std::string_view default_code,
+                      const std::vector<PlaceWeight>& weights = {},
+                      const std::vector<bool>& other_names = {});
+
 // The found-place list of the last search.
 const std::vector<FoundPlace>& FoundPlaces();
 

@@ -33,6 +33,16 @@ struct tarv_place_list {
 struct tarv_country_list {
   std::vector<tarv::CountryReport> reports;  // owns the texts `countries` point into
   std::vector<tarv_country> countries;
+
+  // Points `countries` at `reports`.
+  void Point() {
+    countries.clear();
+    for (const auto& r : reports) {
+      countries.push_back({r.id, r.code.c_str(), r.title.c_str(), r.english.c_str(), r.zone.c_str(),
+                           r.continent.c_str(), r.continent_id, r.timetables,
+                           r.several_zones ? 1 : 0, r.iso.c_str()});
+    }
+  }
 };
 
 struct tarv_zone_list {
@@ -90,6 +100,10 @@ tarv_place PlaceOf(const PlaceReport& report) {
   CopyText(place.tz_abbreviation, report.tz_abbreviation, "zone abbreviation");
   CopyText(place.zone_long_name, report.zone_long_name, "zone name");
   place.own_history = report.own_history ? 1 : 0;
+  CopyText(place.country_name, report.country_name, "country name");
+  CopyText(place.country_iso, report.country_iso, "ISO code");
+  place.population = report.population;
+  place.other_name = report.other_name ? 1 : 0;
   return place;
 }
 
@@ -117,15 +131,31 @@ void RequireFolder(tarv_atlas& atlas) {
   }
 }
 
-// Whether `code` names a country or a group; asked only after a lookup found
-// nothing, so that the frequent lookups pay nothing for it.
-void RequireCountry(tarv_atlas& atlas, const std::string& code) {
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    // The call that loads the country table answers 0: hence a second one.
-    if (atlas.places.GetCountryID(code) != 0 || atlas.places.GetContinentID(code) != 0) return;
+// The country or group a `country` argument names (tarvplaces.h: ISO codes
+// first, "atlas:" for the atlas's own reading), else TARV_E_UNKNOWN_COUNTRY.
+CountryInfo ResolveCountry(tarv_atlas& atlas, const std::string& text) {
+  constexpr std::string_view kAtlasPrefix = "atlas:";
+  const bool atlas_code =
+      text.size() > kAtlasPrefix.size() &&
+      TextEqual(std::string_view(text).substr(0, kAtlasPrefix.size()), kAtlasPrefix);
+  const auto info =
+      atlas_code ? atlas.places.FindCountry(text.substr(kAtlasPrefix.size()), CountryCodes::kAtlas)
+                 : atlas.places.FindCountry(text, CountryCodes::kIso);
+  if (!info) {
+    Fail(TARV_E_UNKNOWN_COUNTRY,
+         "no country or group \"" + text + "\" in the atlas \"" + State().places_path + "\"");
   }
-  Fail(TARV_E_UNKNOWN_COUNTRY,
-       "no country or group \"" + code + "\" in the atlas \"" + State().places_path + "\"");
+  return *info;
+}
+
+// A country for members that take no group.
+CountryInfo ResolveOneCountry(tarv_atlas& atlas, const std::string& text) {
+  CountryInfo info = ResolveCountry(atlas, text);
+  if (info.IsGroup) {
+    Fail(TARV_E_ARGUMENT,
+         "\"" + text + "\" is a group of countries (" + info.Code + "): name one of its countries");
+  }
+  return info;
 }
 
 // Whether the country has a user place of that name, as AddUserPlace
@@ -145,13 +175,8 @@ std::string AddRefusal(tarv_atlas& atlas, const std::string& code, const std::st
   if (cleaned.empty()) return "the name is empty";
   if (cleaned.front() == '@') return "a name cannot begin with \"@\", the mark of a deleted place";
   const std::int32_t count = atlas.places.HaveTimetables(code);
-  if (timetable < 0 || timetable > std::max(count, std::int32_t{1})) {
-    return code + " has no timetable " + std::to_string(timetable) + " (it offers 0 to " +
-           std::to_string(std::max(count, std::int32_t{1})) + ")";
-  }
-  if (atlas.places.GetContinentID(code) == 0 && GetCountryIDOfCode(AnsiFromUtf8(code)) == 0)
-    return "\"" + code + "\" finds a country by its title, but places are filed under its code";
-  return code + " is a group of countries: add the place to one of them";
+  return code + " has no timetable " + std::to_string(timetable) + " (it offers 0 to " +
+         std::to_string(std::max(count, std::int32_t{1})) + ")";
 }
 
 }  // namespace
@@ -240,17 +265,19 @@ tarv_status tarv_place_lookup(tarv_atlas* atlas, const char* name, const char* c
                               const tarv_local_time* when, tarv_place* place, int32_t* found) {
   return CallOn(atlas, [&](tarv_atlas& a) {
     const std::string text = Utf8Argument(name, "the place name");
-    const std::string code = Utf8Argument(country, "the country code");
+    const std::string code =
+        country == nullptr ? std::string() : Utf8Argument(country, "the country code");
     Require(place, "the place");
     const auto julian = tarv::capi::JulianOf(when);
     tarv::capi::RequireFolder(a);
-    const std::int32_t count = a.places.GetPlaceDataX(text, code);
+    const std::int32_t count =
+        code.empty() ? a.places.SearchAllCountries(text)
+                     : a.places.GetPlaceDataX(text, tarv::capi::ResolveCountry(a, code).Code);
     tarv::capi::CheckAtlasFault();
     std::optional<tarv::PlaceReport> report;
     if (count > 0) report = tarv::ReportFoundPlace(a.places, 0, julian);
     tarv::capi::CheckAtlasFault();
     if (!report) {
-      tarv::capi::RequireCountry(a, code);
       if (found != nullptr) *found = 0;
       return TARV_NOT_FOUND;
     }
@@ -265,13 +292,15 @@ tarv_status tarv_search(tarv_atlas* atlas, const char* text, const char* country
   if (list != nullptr) *list = nullptr;
   return CallOn(atlas, [&](tarv_atlas& a) {
     const std::string pattern = Utf8Argument(text, "the search text");
-    const std::string code = Utf8Argument(country, "the country code");
+    const std::string code =
+        country == nullptr ? std::string() : Utf8Argument(country, "the country code");
     Require(list, "the list's address");
     const auto julian = tarv::capi::JulianOf(when);
     tarv::capi::RequireFolder(a);
-    const std::int32_t count = a.places.GetPlaceDataX(pattern, code);
+    const std::int32_t count =
+        code.empty() ? a.places.SearchAllCountries(pattern)
+                     : a.places.GetPlaceDataX(pattern, tarv::capi::ResolveCountry(a, code).Code);
     tarv::capi::CheckAtlasFault();
-    if (count == 0) tarv::capi::RequireCountry(a, code);
     auto result = std::make_unique<tarv_place_list>();
     result->places.reserve(static_cast<std::size_t>(count));
     for (std::int32_t i = 0; i < count; ++i) {
@@ -306,9 +335,9 @@ tarv_status tarv_nearest(tarv_atlas* atlas, const char* country, double longitud
       Fail(TARV_E_ARGUMENT, "coordinates and range must be finite numbers, the range not negative");
     }
     tarv::capi::RequireFolder(a);
-    tarv::capi::RequireCountry(a, code);
+    const std::string atlas_code = tarv::capi::ResolveOneCountry(a, code).Code;
     const auto report =
-        tarv::ReportNearestPlace(a.places, code, longitude, latitude, range_degrees);
+        tarv::ReportNearestPlace(a.places, atlas_code, longitude, latitude, range_degrees);
     tarv::capi::CheckAtlasFault();
     if (!report) return TARV_NOT_FOUND;
     *place = tarv::capi::PlaceOf(*report);
@@ -323,13 +352,39 @@ tarv_status tarv_countries(tarv_atlas* atlas, tarv_country_list** list) {
     tarv::capi::RequireFolder(a);
     auto result = std::make_unique<tarv_country_list>();
     result->reports = tarv::ReportCountries(a.places, true);
-    for (const auto& r : result->reports) {
-      result->countries.push_back({r.id, r.code.c_str(), r.title.c_str(), r.english.c_str(),
-                                   r.zone.c_str(), r.continent.c_str(), r.continent_id,
-                                   r.timetables, r.several_zones ? 1 : 0});
-    }
+    result->Point();
     *list = result.release();
     return TARV_OK;
+  });
+}
+
+tarv_status tarv_find_country(tarv_atlas* atlas, const char* text, tarv_country_list** list) {
+  if (list != nullptr) *list = nullptr;
+  return CallOn(atlas, [&](tarv_atlas& a) {
+    const std::string name = Utf8Argument(text, "the country");
+    Require(list, "the list's address");
+    tarv::capi::RequireFolder(a);
+    auto result = std::make_unique<tarv_country_list>();
+    tarv_status status = TARV_NOT_FOUND;
+    try {
+      const tarv::CountryInfo info = tarv::capi::ResolveCountry(a, name);
+      tarv::CountryReport report;
+      for (auto& r : tarv::ReportCountries(a.places, true)) {
+        if (r.id == info.Id) report = std::move(r);
+      }
+      report.id = info.Id;
+      report.code = info.Code;
+      report.title = info.Title;
+      report.english = info.English;
+      report.iso = info.Iso;
+      result->reports.push_back(std::move(report));
+      status = TARV_OK;
+    } catch (const tarv::capi::Failure& failure) {
+      if (failure.status != TARV_E_UNKNOWN_COUNTRY) throw;
+    }
+    result->Point();
+    *list = result.release();
+    return status;
   });
 }
 
@@ -381,8 +436,8 @@ tarv_status tarv_timetable_entries(tarv_atlas* atlas, const char* country, int32
       Fail(TARV_E_ARGUMENT, "timetable numbers run from 0 to 32767, not " + std::to_string(number));
     }
     tarv::capi::RequireFolder(a);
-    tarv::capi::RequireCountry(a, code);
-    const auto rows = tarv::ReportTimetable(a.places, code, static_cast<std::int16_t>(number));
+    const auto rows = tarv::ReportTimetable(a.places, tarv::capi::ResolveOneCountry(a, code).Code,
+                                            static_cast<std::int16_t>(number));
     tarv::capi::CheckAtlasFault();
     auto result = std::make_unique<tarv_timetable>();
     for (const auto& row : rows) {
@@ -427,12 +482,12 @@ tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* n
                                 "cannot write");
     }
     tarv::capi::RequireFolder(a);
-    tarv::capi::RequireCountry(a, code);
+    const std::string atlas_code = tarv::capi::ResolveOneCountry(a, code).Code;
     const auto number = static_cast<std::int16_t>(
         std::clamp<std::int32_t>(timetable, -1, std::numeric_limits<std::int16_t>::max()));
-    if (a.places.AddUserPlace(code, place, longitude, latitude, number) == 0) {
-      Fail(TARV_E_ARGUMENT,
-           "cannot add \"" + place + "\": " + tarv::capi::AddRefusal(a, code, place, timetable));
+    if (a.places.AddUserPlace(atlas_code, place, longitude, latitude, number) == 0) {
+      Fail(TARV_E_ARGUMENT, "cannot add \"" + place +
+                                "\": " + tarv::capi::AddRefusal(a, atlas_code, place, timetable));
     }
     tarv::capi::CheckAtlasFault();
     return TARV_OK;
@@ -444,12 +499,12 @@ tarv_status tarv_delete_place(tarv_atlas* atlas, const char* country, const char
     const std::string code = Utf8Argument(country, "the country code");
     const std::string place = Utf8Argument(name, "the place name");
     tarv::capi::RequireFolder(a);
-    tarv::capi::RequireCountry(a, code);
-    if (!tarv::capi::HasUserPlace(a, code, place)) {
+    const std::string atlas_code = tarv::capi::ResolveOneCountry(a, code).Code;
+    if (!tarv::capi::HasUserPlace(a, atlas_code, place)) {
       tarv::capi::CheckAtlasFault();
       return TARV_NOT_FOUND;
     }
-    a.places.DeleteUserPlace(code, place);
+    a.places.DeleteUserPlace(atlas_code, place);
     tarv::capi::CheckAtlasFault();
     return TARV_OK;
   });

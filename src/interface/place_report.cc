@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "atlas/country_names.h"
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/process_state.h"
@@ -41,6 +42,17 @@ std::int32_t IntegerOfText(const std::string& text) {
 // significant digits, not the binary expansion of the float.
 double NumberOfSingle(float value) {
   return NumberOfText(SingleToText(value));
+}
+
+// The name and ISO code of the place's country.
+void DescribeCountry(classPlaces& places, PlaceReport& p) {
+  const auto& table = State().countries;
+  const auto index = static_cast<std::size_t>(GetCountryIndexOfID(
+      GetCountryIDOfCode(GetInternalCountryAbbreviation(AnsiFromUtf8(p.country)))));
+  if (index == 0 || index >= table.size()) return;
+  p.country_name = Utf8FromAnsi(places.Language() == kLanguageGerman ? table[index].CountryTitle
+                                                                     : table[index].Meaning);
+  p.country_iso = IsoCodeOf(AnsiFromUtf8(p.country));
 }
 
 }  // namespace
@@ -87,6 +99,9 @@ std::optional<PlaceReport> ReportFoundPlace(classPlaces& places, std::int32_t in
   p.latitude = NumberOfSingle(found.Latitude);
   p.timetable = IntegerOfText(f[4]);
   p.user_place = IntegerOfText(f[6]) < 0;
+  DescribeCountry(places, p);
+  p.population = found.Population;
+  p.other_name = found.OtherName;
   p.zone = ReportZone(places, static_cast<std::int16_t>(IntegerOfText(f[5])), p.longitude);
   if (julian) {
     const double serial = LookupSerialOfJulian(*julian);
@@ -119,6 +134,7 @@ std::optional<PlaceReport> ReportNearestPlace(classPlaces& places, const std::st
   p.longitude = NumberOfText(f[1]);
   p.latitude = NumberOfText(f[2]);
   p.timetable = IntegerOfText(f[3]);
+  DescribeCountry(places, p);
   // By its place in the table: an abbreviation may name several entries.
   const std::int16_t standard = RightTimeZoneId(p.country, static_cast<std::int16_t>(p.timetable));
   p.zone = ReportZone(places, standard, p.longitude);
@@ -144,6 +160,7 @@ std::vector<CountryReport> ReportCountries(classPlaces& places, bool sorted) {
     c.zone = f[3];
     c.continent = f[4];
     c.english = f[6];
+    c.iso = IsoCodeOf(AnsiFromUtf8(c.code));
     c.continent_id = IntegerOfText(f[9]);
     const std::string internal = places.GetInternalCountryAbbreviation(c.code);
     c.timetables = places.HaveTimetables(internal);

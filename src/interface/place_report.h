@@ -34,6 +34,14 @@ const char* LocalTimeName(LocalTimeKind kind);
 struct PlaceReport {
   std::string name;     // trimmed, UTF-8
   std::string country;  // the place's country code ("D", also in a group search)
+  // The country's name in the host's language ("Germany", "Deutschland") and
+  // its ISO code ("DE", a US state's "US-CA"; "" where the atlas names none).
+  std::string country_name;
+  std::string country_iso;
+  // GeoNames' population where the atlas keeps it (0 for user places), and
+  // whether another of its names found the place ("Munich" for München).
+  std::uint32_t population = 0;
+  bool other_name = false;
   double longitude = 0.0;
   double latitude = 0.0;
   std::int32_t timetable = 0;
@@ -80,6 +88,7 @@ struct CountryReport {
   std::string title;    // German title, "Deutschland"
   std::string code;     // "D"
   std::string english;  // "Germany"
+  std::string iso;      // "DE"; a US state's "US-CA"; "" where the atlas has none
   std::string zone;     // base zone as the table writes it, "MET"
   std::string continent;
   std::int32_t continent_id = 0;

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "atlas/atlas_fault.h"
+#include "atlas/country_names.h"
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
 #include "atlas/nearest_place.h"
@@ -11,6 +12,7 @@
 #include "atlas/process_state.h"
 #include "atlas/timetable.h"
 #include "atlas/user_places.h"
+#include "atlas/world_search.h"
 #include "atlas/zone_table.h"
 #include "export/text_export.h"
 #include "interface/export_phrase.h"
@@ -123,7 +125,31 @@ void classPlaces::FillCountryArray(std::vector<std::string>& Countries) {
 
 std::int32_t classPlaces::GetCountryID(const std::string& CountryShort) {
   CheckPlacePath();
-  return tarv::GetCountryID(Ansi(CountryShort));
+  // The call that loads the table deliberately answers 0, the extension too.
+  const bool loaded = State().countries_loaded;
+  const std::int16_t id = tarv::GetCountryID(Ansi(CountryShort));
+  if (id != 0 || !loaded) return id;
+  return CountryIdOfIsoCodeOrName(CountryShort);
+}
+
+std::optional<CountryInfo> classPlaces::FindCountry(const std::string& Text, CountryCodes Codes) {
+  CheckPlacePath();
+  const StatScope one_look(UserFolder());
+  LoadTables();
+  const auto match = tarv::FindCountry(Text, Codes);
+  if (!match) return std::nullopt;
+  CountryInfo info;
+  info.Id = match->id;
+  info.Code = Host(match->code);
+  info.IsGroup = match->group;
+  const auto& table = State().countries;
+  const auto index = static_cast<std::size_t>(tarv::GetCountryIndexOfID(match->id));
+  if (index < table.size()) {
+    info.Title = Host(table[index].CountryTitle);
+    info.English = match->group ? info.Title : Host(table[index].Meaning);
+  }
+  if (!match->group) info.Iso = IsoCodeOf(match->code);
+  return info;
 }
 
 std::int32_t classPlaces::GetCountryIndexOfID(std::int32_t CountryId) {
@@ -161,6 +187,15 @@ std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
   if (Latitude != nullptr) *Latitude = any ? static_cast<double>(list[0].Latitude) : 0.0;
   if (TimeZoneId != nullptr) *TimeZoneId = any ? static_cast<std::int16_t>(list[0].ZoneId) : 0;
   return static_cast<std::int16_t>(std::min(found, std::int32_t{32767}));
+}
+
+std::int32_t classPlaces::SearchAllCountries(const std::string& SearchPlace,
+                                             std::int32_t MaxPlaces) {
+  const StatScope one_look(UserFolder());
+  const FaultScope fault;
+  LoadTables();
+  const SearchText text = SearchOf(SearchPlace);
+  return tarv::SearchAllCountries(text.ansi, MaxPlaces, text.Query());
 }
 
 std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,

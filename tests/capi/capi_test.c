@@ -139,6 +139,38 @@ static void search_lists_every_match_with_its_zone(void) {
   tarv_close(atlas);
 }
 
+/* Countries by ISO code, name or the atlas's own code; none: every country. */
+static void countries_as_people_name_them_and_every_country_at_once(void) {
+  tarv_atlas* atlas = open_default();
+  tarv_place place;
+  tarv_country_list* countries = NULL;
+  tarv_place_list* list = NULL;
+  CHECK_STATUS(tarv_place_lookup(atlas, "München", "DE", NULL, &place, NULL), TARV_OK);
+  CHECK(strcmp(place.country, "D") == 0 && strcmp(place.country_iso, "DE") == 0);
+  CHECK(strcmp(place.country_name, "Deutschland") == 0 && place.population > 1000000);
+  /* "ES" is Spain's ISO code and El Salvador's atlas code. */
+  CHECK_STATUS(tarv_place_lookup(atlas, "Soyapango", "ES", NULL, &place, NULL), TARV_NOT_FOUND);
+  CHECK_STATUS(tarv_place_lookup(atlas, "Soyapango", "atlas:ES", NULL, &place, NULL), TARV_OK);
+  CHECK(strcmp(place.country_iso, "SV") == 0);
+  CHECK_STATUS(tarv_place_lookup(atlas, "Munich", "Allemagne", NULL, &place, NULL), TARV_OK);
+  CHECK(strcmp(place.name, "München") == 0 && place.other_name == 1);
+  CHECK_STATUS(tarv_place_lookup(atlas, "Paris", NULL, NULL, &place, NULL), TARV_OK);
+  CHECK(strcmp(place.country, "F") == 0);
+  CHECK_STATUS(tarv_place_lookup(atlas, "Paris", "Xanadu", NULL, &place, NULL),
+               TARV_E_UNKNOWN_COUNTRY);
+  CHECK_STATUS(tarv_search(atlas, "Par*", "", NULL, &list), TARV_OK);
+  CHECK(tarv_place_list_size(list) == 50);
+  tarv_place_list_free(list);
+  CHECK_STATUS(tarv_find_country(atlas, "US-CA", &countries), TARV_OK);
+  CHECK(tarv_country_list_size(countries) == 1);
+  CHECK(strcmp(tarv_country_list_at(countries, 0)->code, "USCA") == 0);
+  tarv_country_list_free(countries);
+  CHECK_STATUS(tarv_find_country(atlas, "Xanadu", &countries), TARV_NOT_FOUND);
+  CHECK(tarv_country_list_size(countries) == 0);
+  tarv_country_list_free(countries);
+  tarv_close(atlas);
+}
+
 static void nearest_place_within_a_range(void) {
   tarv_atlas* atlas = open_default();
   tarv_place place;
@@ -233,7 +265,6 @@ static void null_pointers_are_refused_with_a_message(void) {
   CHECK(contains(tarv_last_error(), "handle is NULL"));
   CHECK_STATUS(tarv_place_lookup(atlas, NULL, "D", NULL, &place, NULL), TARV_E_ARGUMENT);
   CHECK(contains(tarv_last_error(), "place name is NULL"));
-  CHECK_STATUS(tarv_place_lookup(atlas, "München", NULL, NULL, &place, NULL), TARV_E_ARGUMENT);
   CHECK_STATUS(tarv_place_lookup(atlas, "München", "D", NULL, NULL, NULL), TARV_E_ARGUMENT);
   CHECK_STATUS(tarv_search(atlas, "M*", "D", NULL, NULL), TARV_E_ARGUMENT);
   CHECK_STATUS(tarv_countries(atlas, NULL), TARV_E_ARGUMENT);
@@ -357,8 +388,11 @@ static void user_places_are_added_found_and_deleted(void) {
   CHECK(contains(tarv_last_error(), "timetable 99"));
   CHECK_STATUS(tarv_add_place(atlas, "EUROPA", "Capi Hof", 10.25, 50.5, 0), TARV_E_ARGUMENT);
   CHECK(contains(tarv_last_error(), "group"));
-  CHECK_STATUS(tarv_add_place(atlas, "Deutsch", "Capi Hof", 10.25, 50.5, 0), TARV_E_ARGUMENT);
-  CHECK(contains(tarv_last_error(), "its code"));
+  /* A country as people name it is filed under its code. */
+  CHECK_STATUS(tarv_add_place(atlas, "Allemagne", "Capi Dorf", 10.25, 50.5, 0), TARV_OK);
+  CHECK_STATUS(tarv_place_lookup(atlas, "Capi Dorf", "atlas:D", NULL, &place, NULL), TARV_OK);
+  CHECK(place.user_place == 1 && strcmp(place.country, "D") == 0);
+  CHECK_STATUS(tarv_add_place(atlas, "D", "Ψ😀", 10.25, 50.5, 0), TARV_E_ARGUMENT);
   CHECK_STATUS(tarv_add_place(atlas, "D", "   ", 10.25, 50.5, 1), TARV_E_ARGUMENT);
   CHECK(contains(tarv_last_error(), "empty"));
   CHECK_STATUS(tarv_add_place(atlas, "D", "Capi Hof", 200.0, 50.5, 1), TARV_E_ARGUMENT);
@@ -604,6 +638,7 @@ int main(int argc, char** argv) {
   RUN(lookup_reports_local_mean_time_and_skipped_and_repeated_hours);
   RUN(lookup_tells_an_unknown_place_from_an_unknown_country);
   RUN(search_lists_every_match_with_its_zone);
+  RUN(countries_as_people_name_them_and_every_country_at_once);
   RUN(nearest_place_within_a_range);
   RUN(countries_carry_their_titles_codes_and_timetables);
   RUN(zones_and_timetables);

@@ -12,6 +12,8 @@
 #include <set>
 #include <sstream>
 
+#include "atlas/country_names.h"
+#include "atlas/country_sources.h"
 #include "atlas/country_table.h"
 #include "atlas/dst_rules.h"
 #include "atlas/geonames.h"
@@ -586,6 +588,16 @@ std::string AtlasCodes::Of(const GeoPlace& place) const {
                                                                : place.country;
 }
 
+std::vector<std::string> AtlasCodes::IsoCodesOf(const std::string& code,
+                                                const std::string& own) const {
+  std::vector<std::string> isos = {own};
+  for (const auto& [iso, entry] : codes_) {
+    const std::string& filed_as = entry.first.empty() ? iso : entry.first;
+    if (filed_as == code && iso != own) isos.push_back(iso);
+  }
+  return isos;
+}
+
 int AtlasCodes::ContinentOf(const std::string& iso) const {
   const auto known = codes_.find(iso);
   return known != codes_.end() ? known->second.second : 0;
@@ -793,6 +805,18 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
     records.push_back(r);
   }
   summary.countries = records.size();
+  if (!options.iso_codes.empty() && !options.cldr.empty()) {
+    std::vector<NamedCountry> named;
+    for (const CountryPlan* plan : order) {
+      NamedCountry country{plan->code, {}, plan->usa};
+      if (!plan->usa) country.isos = codes.IsoCodesOf(plan->code, plan->iso);
+      named.push_back(std::move(country));
+    }
+    const auto entries = CountryNameEntries(named, options.iso_codes, options.cldr);
+    for (const auto& e : entries)
+      ++(e.iso ? summary.country_codes : summary.country_names);
+    WriteFileAtomically(out / std::string(kCountryNamesFile), CountryNamesText(entries));
+  }
 
   Progress(options, "writing tables", 0.92);
   WriteFileAtomically(out / "Country.dat", CountryFileText(records));

@@ -24,6 +24,11 @@ struct BuildOptions {
   std::string zoneinfo = "/usr/share/zoneinfo";
   std::string country_names;  // folder holding de.json and en.json
   std::string data;           // the project's data/ folder
+  // Where the codes and names of "CountryNames.dat" come from: iso-codes'
+  // JSON folder and the "main" folder of CLDR's cldr-localenames-full. The
+  // file is written only when both are given.
+  std::string iso_codes;
+  std::string cldr;
   // Called with a short text and a fraction (0 to 1) as the build goes on.
   std::function<void(const std::string&, double)> progress;
 };
@@ -38,6 +43,8 @@ struct BuildSummary {
   std::size_t rule_lines = 0;      // rule lines of DstRules.dat
   std::size_t change_lines = 0;    // change lines of DstRules.dat (history after 1999)
   std::size_t zone_histories = 0;  // IANA zones in Zones.hst, each place's own history
+  std::size_t country_codes = 0;   // ISO codes in CountryNames.dat
+  std::size_t country_names = 0;   // name keys in CountryNames.dat
   std::uintmax_t bytes = 0;        // size of all files written
   std::size_t skipped_lines = 0;
   // "Zone year" pairs whose summer time after 1999 no weekday rule of the
@@ -59,7 +66,7 @@ struct BuildSummary {
 
 // Writes Country.dat, Zones13.bin, one place file with its index, name index
 // and place zone file per country and US state, ttx.dao, TTUSA.dao,
-// DstRules.dat and Zones.hst into `options.out`. Two builds from the same
+// DstRules.dat, Zones.hst and CountryNames.dat into `options.out`. Two builds from the same
 // inputs give identical files. Throws AtlasError when an input is missing or
 // malformed.
 BuildSummary BuildAtlas(const BuildOptions& options);
@@ -75,6 +82,9 @@ class AtlasCodes {
   std::string Of(const GeoPlace& place) const;
   // The continent the table gives an ISO country (0 when it gives none).
   int ContinentOf(const std::string& iso) const;
+  // The ISO codes of the countries filed under atlas code `code` ("BA", "HR",
+  // ... for YU), `own` first.
+  std::vector<std::string> IsoCodesOf(const std::string& code, const std::string& own) const;
 
  private:
   std::map<std::string, std::pair<std::string, int>> codes_;  // iso -> code, continent

@@ -1,0 +1,102 @@
+#include "atlas/world_search.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "atlas/place_search.h"
+#include "platform/file_status.h"
+#include "support/atlas_fixture.h"
+#include "tarvplaces/places.h"
+
+namespace tarv {
+namespace {
+
+using ::testing::ElementsAre;
+
+// Three countries with name indexes, one without; Paris and its namesakes.
+class WorldSearchTest : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    Write("F", {{"Paris", 2.35F, 48.85F, 2100000, {"paris", "parigi"}},
+                {"Parnac", 1.4F, 46.5F, 600, {"parnac"}}});
+    Write("USCA", {{"Paris", -117.2F, 33.7F, 1000, {"paris"}},
+                   {"Los Angeles", -118.2F, 34.1F, 3900000, {"losangeles", "la"}}});
+    Write("AUS", {{"Perth", 115.9F, -32.0F, 2200000, {"perth", "partha"}}});
+    WriteCountry("J", {testing::Place("Parisu", 139.7F, 35.7F)});  // no name index
+  }
+  struct Named {
+    std::string name;
+    float longitude, latitude;
+    std::int64_t population;
+    std::vector<std::string> keys;
+  };
+  void Write(const std::string& code, const std::vector<Named>& places) {
+    std::vector<PlaceRecord> records;
+    PlaceFileExtras extras;
+    for (const auto& p : places) {
+      records.push_back(testing::Place(p.name, p.longitude, p.latitude));
+      extras.populations.push_back(p.population);
+      extras.name_keys.push_back(p.keys);
+    }
+    WritePlaceFiles(folder_.path(), code, records, true, extras);
+  }
+  std::vector<std::string> Found() {
+    std::vector<std::string> found;
+    for (const auto& f : FoundPlaces())
+      found.push_back(f.Place.TrimmedName() + " (" + f.Country + ")");
+    return found;
+  }
+};
+
+TEST_F(WorldSearchTest, AWholeNameFindsEveryCountrysPlacesMostPopulousFirst) {
+  ASSERT_EQ(SearchAllCountries("Paris"), 2);
+  EXPECT_THAT(Found(), ElementsAre("Paris (F)", "Paris (USCA)"));
+  EXPECT_EQ(FoundPlaces()[0].Population, 2100000U);
+  // Another name, in another country.
+  ASSERT_EQ(SearchAllCountries("Parigi"), 1);
+  EXPECT_TRUE(FoundPlaces()[0].OtherName);
+  // A country without a name index is searched through its place file.
+  ASSERT_EQ(SearchAllCountries("Parisu"), 1);
+  EXPECT_EQ(FoundPlaces()[0].Country, "J");
+  EXPECT_EQ(SearchAllCountries("Atlantis"), 0);
+}
+
+TEST_F(WorldSearchTest, BeginningsPutOwnNamesFirstAndKeepTheLimit) {
+  // Perth is "partha" in Hindi, and bigger than Paris: own names first
+  // unless another is twenty times as big.
+  ASSERT_EQ(SearchAllCountries("Par*"), 5);
+  EXPECT_THAT(Found(),
+              ElementsAre("Paris (F)", "Perth (AUS)", "Paris (USCA)", "Parnac (F)", "Parisu (J)"));
+  ASSERT_EQ(SearchAllCountries("Par*", 2), 2);
+  EXPECT_THAT(Found(), ElementsAre("Paris (F)", "Perth (AUS)"));
+  // A trailing "?" asks for the beginning too; other wildcards search each
+  // country's place file.
+  EXPECT_EQ(SearchAllCountries("Par?"), 5);
+  ASSERT_EQ(SearchAllCountries("P?ris"), 2);
+  EXPECT_THAT(Found(), ElementsAre("Paris (F)", "Paris (USCA)"));
+  EXPECT_EQ(SearchAllCountries("*"), 0);
+  EXPECT_EQ(SearchAllCountries("Par*", 0), 0);
+}
+
+TEST_F(WorldSearchTest, UserPlacesComeFirst) {
+  classPlaces places;
+  ASSERT_EQ(places.AddUserPlace("D", "Paris", 13.0, 52.0), -1);
+  ASSERT_EQ(places.SearchAllCountries("Paris"), 3);
+  EXPECT_THAT(Found(), ElementsAre("Paris (D)", "Paris (F)", "Paris (USCA)"));
+  EXPECT_LT(FoundPlaces()[0].RecordNo, 0);
+  // The records the host reads carry the country.
+  EXPECT_EQ(places.GetPlaceDataOfId(1).at(1), "F");
+}
+
+TEST_F(WorldSearchTest, ANewIndexIsSeen) {
+  ASSERT_EQ(SearchAllCountries("Parigi"), 1);
+  Write("F", {{"Paris", 2.35F, 48.85F, 2100000, {"paris", "parizh"}}});
+  ForgetFileStatuses();
+  ClearExpandedImages();
+  EXPECT_EQ(SearchAllCountries("Parigi"), 0);
+  EXPECT_EQ(SearchAllCountries("Parizh"), 1);
+}
+
+}  // namespace
+}  // namespace tarv

@@ -18,6 +18,7 @@
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "sqlite_atlas.h"
+#include "sqlite_world.h"
 #include "tarvplaces/places.h"
 #include "util/julian.h"
 #include "util/text.h"
@@ -232,6 +233,92 @@ void OtherNameOurs(benchmark::State& state) {
   WarmLookups(state, names);
 }
 BENCHMARK(OtherNameOurs)->Name("Default/OtherName/ours");
+
+// ---- Every country at once ----
+
+// Names of places drawn from every country (by its share of places), as the
+// host types them, and the keys the SQLite baseline asks for them.
+std::vector<std::string> WorldNames(std::size_t n, unsigned seed, std::size_t prefix = 0) {
+  const auto& sample = LoadAtlasSample(kAtlas);
+  std::mt19937 rng(seed);
+  std::vector<std::string> names;
+  const std::size_t total = sample.PlaceCount();
+  while (names.size() < n) {
+    std::size_t at = rng() % total;
+    for (const auto& country : sample.countries) {
+      if (at >= country.places.size()) {
+        at -= country.places.size();
+        continue;
+      }
+      std::string name = Utf8FromAnsi(country.places[at].TrimmedName());
+      if (prefix > 0) name = std::string(Utf8Prefix(name, prefix));
+      if (TypedNameKey(name).size() >= std::min<std::size_t>(prefix == 0 ? 1 : prefix, 3))
+        names.push_back(std::move(name));
+      break;
+    }
+  }
+  return names;
+}
+
+SqliteWorld& World() {
+  static const auto db = std::make_unique<SqliteWorld>(kAtlas);
+  return *db;
+}
+
+void WorldOurs(benchmark::State& state, std::size_t prefix) {
+  if (!HaveAtlas(state)) return;
+  auto texts = WorldNames(kSamples, 31, prefix);
+  if (prefix > 0) {
+    for (auto& t : texts)
+      t += '*';
+  }
+  auto& places = Warm();
+  places.SearchAllCountries(texts[0]);
+  std::size_t i = 0;
+  double found = 0;
+  const std::uint64_t allocations = Allocations();
+  for (auto _ : state) {
+    found += places.SearchAllCountries(texts[i++ % texts.size()]);
+  }
+  ReportAllocations(state, allocations);
+  ReportFound(state, found);
+}
+BENCHMARK_CAPTURE(WorldOurs, whole, 0)->Name("Default/WorldName/ours");
+BENCHMARK_CAPTURE(WorldOurs, prefix, 3)->Name("Default/WorldPrefix3/ours");
+
+void WorldSqlite(benchmark::State& state, std::size_t prefix) {
+  if (!HaveAtlas(state)) return;
+  std::vector<std::string> keys;
+  for (const auto& text : WorldNames(kSamples, 31, prefix))
+    keys.push_back(TypedNameKey(text));
+  auto& db = World();
+  std::vector<SqliteWorld::Row> rows;
+  std::size_t i = 0;
+  double found = 0;
+  for (auto _ : state) {
+    found += static_cast<double>(db.Find(keys[i++ % keys.size()], prefix > 0, rows));
+  }
+  ReportFound(state, found);
+}
+BENCHMARK_CAPTURE(WorldSqlite, whole, 0)->Name("Default/WorldName/sqlite");
+BENCHMARK_CAPTURE(WorldSqlite, prefix, 3)->Name("Default/WorldPrefix3/sqlite");
+
+// The first world search of a process: every name index read and merged.
+void WorldColdOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  double found = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    ResetProcessState();
+    ClearExpandedImages();
+    state.ResumeTiming();
+    classPlaces places;
+    places.PlacePath(kAtlas);
+    found += places.SearchAllCountries("Paris");
+  }
+  ReportFound(state, found);
+}
+BENCHMARK(WorldColdOurs)->Name("Default/WorldCold/ours")->Unit(benchmark::kMillisecond);
 
 // ---- Nearest place ----
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "atlas/country_names.h"
 #include "atlas/dst_rules.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file_writer.h"
@@ -210,10 +211,25 @@ void NameIndexSeeds() {
       "name_index_fuzzer", "three_names",
       EncodeNameIndex({{"munich", 1, 1500000}, {"muenchen", 1, 1500000}, {"wien", 2, 1900000}}, 3));
   Save("name_index_fuzzer", "empty", EncodeNameIndex({}, 0));
+  Save("name_index_fuzzer", "khmer_and_ranks",
+       EncodeNameIndex({{"\xE1\x9E\x97\xE1\x9F\x92\xE1\x9E\x93", 1, 2000000, 0, true},
+                        {"phnompenh", 1, 2000000, 0, false},
+                        {"aktau", 2, 9977, 6, true}},
+                       2));
   Save("name_index_fuzzer", "scripts",
        "\xD0\x9C\xD0\xBE\xD1\x81\xD0\xBA\xD0\xB2\xD0\xB0 "
        "\xE6\x9D\xB1\xE4\xBA\xAC \xC5\x81\xC3\xB3"
        "d\xC5\xBA");
+}
+
+void CountryNameSeeds() {
+  Save("country_names_fuzzer", "codes_and_names",
+       CountryNamesText({{"D", true, "DE"},
+                         {"D", true, "DEU"},
+                         {"USCA", true, "US-CA"},
+                         {"D", false, "germany"},
+                         {"K", false, "\xE1\x9E\x80\xE1\x9E\x98"}}));
+  Save("country_names_fuzzer", "header_only", CountryNamesText({}));
 }
 
 void ZoneHistorySeeds() {
@@ -255,6 +271,7 @@ int main(int argc, char** argv) {
   SearchSeeds();
   UserPlaceSeeds();
   NameIndexSeeds();
+  CountryNameSeeds();
   ZoneHistorySeeds();
   return 0;
 }

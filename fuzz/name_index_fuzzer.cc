@@ -1,7 +1,7 @@
 // A name index from arbitrary bytes, and the same bytes as host text: a
 // damaged index is an AtlasError or a working index, never a crash; host text
 // of any bytes transliterates into the code page without inventing
-// wildcards.
+// wildcards, and is looked up under a key its name is filed under.
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -25,7 +25,8 @@ void CheckIndex(std::string_view input) {
       FUZZ_CHECK(e.record >= 1 && e.record <= index.RecordCount());
       const auto found = index.Find(e.key, false);
       bool listed = false;
-      for (const auto& f : found) listed = listed || f.record == e.record;
+      for (const auto& f : found)
+        listed = listed || f.record == e.record;
       FUZZ_CHECK(listed);
       FUZZ_CHECK(index.Find(e.key.substr(0, 1), true).size() >= found.size());
     }
@@ -49,8 +50,20 @@ void CheckText(std::string_view input) {
     if (input.find(wildcard) == std::string_view::npos)
       FUZZ_CHECK(ansi.find(wildcard) == std::string::npos);
   }
-  for (const auto& key : NameKeysOf(ansi))
+  for (const auto& key : NameKeysOf(ansi)) {
     FUZZ_CHECK(!key.empty());
+    FUZZ_CHECK(NameKeysMatch(ansi, key, false) && NameKeysMatch(ansi, key.substr(0, 1), true));
+  }
+  // What a host types is looked up under a key the builder files the same
+  // name under; a character that is part of no name makes no key.
+  const std::string typed = TypedNameKey(input);
+  if (!typed.empty()) {
+    bool filed = false;
+    for (const auto& key : NameKeysOfText(input))
+      filed = filed || key == typed;
+    FUZZ_CHECK(filed);
+  }
+  if (FirstNonNameCharacter(input).position != 0) FUZZ_CHECK(typed.empty());
   FUZZ_CHECK(Utf8Prefix(input, 3).size() <= input.size());
 }
 

@@ -1,6 +1,7 @@
 #include "atlas/name_index.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -8,7 +9,9 @@
 #include <stdexcept>
 
 #include "atlas/name_key.h"
+#include "platform/file_status.h"
 #include "platform/lz.h"
+#include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/bytes.h"
 #include "util/file_tests.h"
@@ -82,6 +85,8 @@ std::optional<std::pair<std::string, bool>> SplitPrefix(std::string text) {
   if (text.find_first_of("*?[") != std::string::npos) return std::nullopt;
   return std::make_pair(std::move(text), prefix);
 }
+
+std::shared_ptr<const NameIndex> LookUpNameIndex(const std::string& place_file);
 
 }  // namespace
 
@@ -234,33 +239,48 @@ void NameIndex::DecodeEntries(std::size_t at, std::uint32_t count, bool with_pop
   }
 }
 
-std::vector<NameIndexEntry> NameIndex::Find(std::string_view key, bool prefix) const {
-  std::vector<NameIndexEntry> found;
-  if (key.empty()) return found;
+void NameIndex::Lookup(std::string_view key, bool prefix, std::vector<Hit>& hits) const {
+  hits.clear();
+  if (key.empty()) return;
   auto it = std::lower_bound(entries_.begin(), entries_.end(), key,
                              [this](const Slot& s, std::string_view k) { return KeyOf(s) < k; });
   for (; it != entries_.end(); ++it) {
     const std::string_view k = KeyOf(*it);
     if (prefix ? k.substr(0, key.size()) != key : k != key) break;
-    found.push_back(
-        {std::string(k), it->record, Population(it->record), Rank(it->record), it->own_name});
+    hits.push_back({it->record, Population(it->record), Rank(it->record), it->own_name});
   }
-  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
-    const double pa = Prominence(a.population, a.rank);
-    const double pb = Prominence(b.population, b.rank);
+  std::sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
+    const double pa = a.Prominence();
+    const double pb = b.Prominence();
     return pa != pb ? pa > pb : a.record < b.record;
   });
   // A place under several keys of a beginning: once, as its own name if
   // any of them is.
-  std::vector<NameIndexEntry> unique;
-  for (auto& e : found) {
-    if (!unique.empty() && unique.back().record == e.record) {
-      unique.back().own_name = unique.back().own_name || e.own_name;
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < hits.size(); ++i) {
+    if (kept > 0 && hits[kept - 1].record == hits[i].record) {
+      hits[kept - 1].own_name = hits[kept - 1].own_name || hits[i].own_name;
       continue;
     }
-    unique.push_back(std::move(e));
+    hits[kept++] = hits[i];
   }
-  return unique;
+  hits.resize(kept);
+}
+
+std::vector<NameIndexEntry> NameIndex::Find(std::string_view key, bool prefix) const {
+  std::vector<Hit> hits;
+  Lookup(key, prefix, hits);
+  std::vector<NameIndexEntry> found;
+  for (const auto& h : hits) {
+    // The first key of the record's entries under `key`.
+    auto it = std::lower_bound(entries_.begin(), entries_.end(), key,
+                               [this](const Slot& s, std::string_view k) { return KeyOf(s) < k; });
+    while (it != entries_.end() && it->record != h.record)
+      ++it;
+    if (it == entries_.end()) continue;
+    found.push_back({std::string(KeyOf(*it)), h.record, h.population, h.rank, h.own_name});
+  }
+  return found;
 }
 
 std::vector<NameIndexEntry> NameIndex::Entries() const {
@@ -273,6 +293,32 @@ std::vector<NameIndexEntry> NameIndex::Entries() const {
 }
 
 std::shared_ptr<const NameIndex> NameIndexOf(const std::string& place_file) {
+  // A lookup asks for its country's index several times: remembered for as
+  // long as what the call looked at on disk holds.
+  struct Known {
+    std::string place_file;
+    std::uint64_t call = 0;
+    std::shared_ptr<const NameIndex> index;
+  };
+  auto& known = PerThread<std::array<Known, 4>>();
+  const std::uint64_t call = CallNumber();
+  if (call != 0) {
+    for (const auto& k : known) {
+      if (k.call == call && k.place_file == place_file) return k.index;
+    }
+  }
+  auto index = LookUpNameIndex(place_file);
+  if (call != 0) {
+    auto& oldest = *std::min_element(
+        known.begin(), known.end(), [](const Known& a, const Known& b) { return a.call < b.call; });
+    oldest = {place_file, call, index};
+  }
+  return index;
+}
+
+namespace {
+
+std::shared_ptr<const NameIndex> LookUpNameIndex(const std::string& place_file) {
   const std::string index_file = NameIndexPathOf(place_file);
   std::int32_t error = 0;
   auto index_bytes = ExistingImage(index_file, error);
@@ -282,6 +328,8 @@ std::shared_ptr<const NameIndex> NameIndexOf(const std::string& place_file) {
   if (!places) return nullptr;
   return Indexes().Get(index_file, {std::move(index_bytes), std::move(places)});
 }
+
+}  // namespace
 
 std::optional<NameQuery> NameQueryOf(std::string_view ansi) {
   auto split = SplitPrefix(Trim(ansi));
@@ -302,49 +350,54 @@ std::optional<NameQuery> NameQueryOfUtf8(std::string_view utf8) {
 std::int32_t SearchNameIndex(std::string_view code, const NameQuery& query, PlaceList& result,
                              std::vector<PlaceWeight>* weights) {
   if (query.key.empty()) return 0;
-  std::vector<std::string> files;
-  std::vector<PlaceRef> refs;
-  Get_CompressedFiles(Get_PraePost(GetCompressedPlaceFile(code)), files, refs);
-  struct Hit {
-    PlaceWeight weight;
-    PlaceRecord place;
-    PlaceRef ref;
+  // Kept from call to call for their room: lookups ask on every call.
+  struct Scratch {
+    std::vector<std::string> files;
+    std::vector<PlaceRef> refs;
+    std::vector<NameIndex::Hit> found;
+    struct Hit {
+      PlaceWeight weight;
+      PlaceRecord place;
+      std::size_t file;
+      std::int16_t record;
+    };
+    std::vector<Hit> hits;
   };
-  std::vector<Hit> hits;
-  for (std::size_t f = 0; f < files.size(); ++f) {
-    const std::string& file = files[f];
+  Scratch& s = PerThread<Scratch>();
+  s.files.clear();
+  s.refs.clear();
+  s.hits.clear();
+  Get_CompressedFiles(Get_PraePost(GetCompressedPlaceFile(code)), s.files, s.refs);
+  for (std::size_t f = 0; f < s.files.size(); ++f) {
+    const std::string& file = s.files[f];
     if (TextContains(file, "\\USER\\")) continue;  // user places have no other names
     const auto index = NameIndexOf(file);
     if (!index) continue;
     std::int32_t error = 0;
     const auto places = ExistingImage(file, error);
     if (!places) continue;
-    for (const auto& e : index->Find(query.key, query.prefix)) {
+    index->Lookup(query.key, query.prefix, s.found);
+    for (const auto& e : s.found) {
       const auto at = static_cast<std::size_t>(e.record - 1) * kPlaceRecordSize;
       const PlaceRecord place = DecodePlaceRecord(std::string_view(*places).substr(at));
       if (place.IsDeleted()) continue;
-      PlaceRef ref = refs[f];
-      ref.RecordNo = static_cast<std::int16_t>(e.record);
-      hits.push_back({{e.population, e.rank}, place, std::move(ref)});
+      s.hits.push_back({{e.population, e.rank}, place, f, static_cast<std::int16_t>(e.record)});
     }
   }
   // Across a group's countries too, the place people mean most likely first.
-  std::stable_sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
+  std::stable_sort(s.hits.begin(), s.hits.end(), [](const auto& a, const auto& b) {
     return a.weight.Prominence() > b.weight.Prominence();
   });
-  for (auto& h : hits) {
-    result.Add(h.place, std::move(h.ref));
+  for (const auto& h : s.hits) {
+    result.Add(h.place, {s.refs[h.file].Country, h.record});
     if (weights != nullptr) weights->push_back(h.weight);
   }
-  return static_cast<std::int32_t>(hits.size());
+  return static_cast<std::int32_t>(s.hits.size());
 }
 
 bool OwnNameAnswers(const PlaceRecord& place, const NameQuery& query) {
-  for (const auto& key : NameKeysOf(place.TrimmedName())) {
-    if (query.prefix ? key.compare(0, query.key.size(), query.key) == 0 : key == query.key)
-      return true;
-  }
-  return false;
+  // Blanks fold to nothing: the padded field has the name's keys.
+  return NameKeysMatch(place.NameField(), query.key, query.prefix);
 }
 
 std::vector<PlaceWeight> WeightsOf(const std::vector<PlaceRef>& refs) {

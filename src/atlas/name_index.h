@@ -114,8 +114,19 @@ class NameIndex {
     return Prominence(Population(record), Rank(record));
   }
 
+  // A place Lookup finds.
+  struct Hit {
+    std::int32_t record = 0;
+    std::uint32_t population = 0;
+    std::uint8_t rank = kOrdinaryPlaceRank;
+    bool own_name = false;  // one of the keys that found it is its own name's
+    double Prominence() const { return tarv::Prominence(population, rank); }
+  };
   // The places filed under `key` (or, with `prefix`, under every key that
-  // begins with it), each once, most prominent first, then by record number.
+  // begins with it), each once, most prominent first, then by record number,
+  // into `hits` (emptied first).
+  void Lookup(std::string_view key, bool prefix, std::vector<Hit>& hits) const;
+  // The same with the keys that found them.
   std::vector<NameIndexEntry> Find(std::string_view key, bool prefix) const;
   // Every entry, in file order.
   std::vector<NameIndexEntry> Entries() const;

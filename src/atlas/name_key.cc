@@ -76,7 +76,27 @@ bool HasUmlaut(std::string_view ansi) {
   return false;
 }
 
+// Whether the key of `ansi` folded by `table` is `key` (or begins with it).
+bool FoldMatches(std::string_view ansi, const FoldTable& table, std::string_view key, bool prefix) {
+  std::size_t at = 0;
+  for (const char c : ansi) {
+    const std::string_view piece = table[static_cast<unsigned char>(c)];
+    for (const char k : piece) {
+      if (at == key.size()) return prefix;
+      if (key[at++] != k) return false;
+    }
+  }
+  return at == key.size();
+}
+
 }  // namespace
+
+bool NameKeysMatch(std::string_view ansi, std::string_view key, bool prefix) {
+  // An empty key is no key: a name without letters or digits has none.
+  if (key.empty()) return false;
+  return FoldMatches(ansi, kFold, key, prefix) ||
+         (HasUmlaut(ansi) && FoldMatches(ansi, kGermanFold, key, prefix));
+}
 
 std::string NameKey(std::string_view ansi) {
   return Fold(ansi, kFold);
@@ -92,6 +112,9 @@ std::vector<std::string> NameKeysOf(std::string_view ansi) {
 }
 
 std::string TypedNameKey(std::string_view utf8) {
+  // A symbol some romanisation would still spell (a CJK radical) is no
+  // letter of a name either.
+  if (FirstNonNameCharacter(utf8).position != 0) return {};
   const std::string ansi = AnsiFromUtf8(utf8);
   if (ansi.find(kUnmappable) == std::string::npos) return NameKey(ansi);
   return FoldedScriptText(utf8);
@@ -102,6 +125,7 @@ std::vector<std::string> NameKeysOfText(std::string_view utf8) {
 }
 
 std::vector<std::string> NameKeysOfText(std::string_view utf8, std::string_view ansi) {
+  if (FirstNonNameCharacter(utf8).position != 0) return {};
   if (ansi.find(kUnmappable) == std::string::npos) return NameKeysOf(ansi);
   std::string key = FoldedScriptText(utf8);
   if (key.empty()) return {};

@@ -31,6 +31,11 @@ std::string NameKey(std::string_view ansi);
 // two agree; none for a name without letters or digits.
 std::vector<std::string> NameKeysOf(std::string_view ansi);
 
+// Whether one of the keys a name is filed under (NameKeysOf `ansi`) is `key`,
+// or with `prefix` begins with `key`; the same as searching NameKeysOf, but
+// without building the keys.
+bool NameKeysMatch(std::string_view ansi, std::string_view key, bool prefix);
+
 // The key of a name typed in UTF-8, the one key a search asks for:
 // NameKey of its romanisation, or where the code page cannot write it even
 // romanised, its folded script text. "" for a text with no letter or digit

@@ -167,8 +167,10 @@ struct Ranked {
   std::vector<bool> other_names;
 };
 
-Ranked RankWholeName(const PlaceList& own, const PlaceList& indexed,
-                     const std::vector<PlaceWeight>& indexed_weights, const NameQuery& query) {
+// Kept from call to call for its room, as the found-place list is.
+const Ranked& RankWholeName(const PlaceList& own, const PlaceList& indexed,
+                            const std::vector<PlaceWeight>& indexed_weights,
+                            const NameQuery& query) {
   enum Group { kUser, kKeyed, kLoose };
   struct Candidate {
     std::size_t from;  // into own, then into indexed
@@ -176,7 +178,13 @@ Ranked RankWholeName(const PlaceList& own, const PlaceList& indexed,
     Group group;
     bool other_name;
   };
-  std::vector<Candidate> candidates;
+  struct Scratch {
+    std::vector<Candidate> candidates;
+    Ranked ranked;
+  };
+  Scratch& scratch = PerThread<Scratch>();
+  std::vector<Candidate>& candidates = scratch.candidates;
+  candidates.clear();
   const auto own_weights = WeightsOf(own.refs);
   for (std::size_t i = 0; i < own.size(); ++i) {
     const Group group = own.refs[i].RecordNo < 0               ? kUser
@@ -197,12 +205,17 @@ Ranked RankWholeName(const PlaceList& own, const PlaceList& indexed,
     candidates.push_back(
         {own.size() + i, indexed_weights[i], kKeyed, !OwnNameAnswers(indexed.places[i], query)});
   }
-  std::stable_sort(candidates.begin(), candidates.end(),
-                   [](const Candidate& a, const Candidate& b) {
-                     if (a.group != b.group) return a.group < b.group;
-                     return a.group != kUser && a.weight.Prominence() > b.weight.Prominence();
-                   });
-  Ranked ranked;
+  // File order (`from`) among equals.
+  std::sort(candidates.begin(), candidates.end(), [](const Candidate& a, const Candidate& b) {
+    if (a.group != b.group) return a.group < b.group;
+    if (a.group != kUser && a.weight.Prominence() != b.weight.Prominence())
+      return a.weight.Prominence() > b.weight.Prominence();
+    return a.from < b.from;
+  });
+  Ranked& ranked = scratch.ranked;
+  ranked.list.clear();
+  ranked.weights.clear();
+  ranked.other_names.clear();
   for (const auto& c : candidates) {
     const bool is_own = c.from < own.size();
     const PlaceList& from = is_own ? own : indexed;
@@ -448,11 +461,28 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   const bool whole_name = text.find_first_of("*?[") == std::string::npos;
   if (whole_name && own_query) {
     // The place people mean may be known by this name without bearing it.
-    PlaceList indexed;
-    std::vector<PlaceWeight> weights;
+    struct Scratch {
+      PlaceList indexed;
+      std::vector<PlaceWeight> weights;
+    };
+    Scratch& scratch = PerThread<Scratch>();
+    PlaceList& indexed = scratch.indexed;
+    std::vector<PlaceWeight>& weights = scratch.weights;
+    indexed.clear();
+    weights.clear();
     SearchNameIndex(mapped, *own_query, indexed, &weights);
+    // The one place found by its own name and by nothing else: nothing to
+    // rank.
+    const bool alone = list.size() == 1 && indexed.size() == 1 &&
+                       indexed.refs[0].RecordNo == list.refs[0].RecordNo &&
+                       TextEqual(indexed.refs[0].Country,
+                                 list.refs[0].Country.empty() ? mapped : list.refs[0].Country);
+    if (alone) {
+      StoreFound(list, mapped, weights);
+      return 1;
+    }
     if (indexed.size() > 0 || list.size() > 1) {
-      Ranked ranked = RankWholeName(list, indexed, weights, *own_query);
+      const Ranked& ranked = RankWholeName(list, indexed, weights, *own_query);
       StoreFound(ranked.list, mapped, ranked.weights, ranked.other_names);
       return static_cast<std::int32_t>(ranked.list.size());
     }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <map>
 
 #include "atlas/atlas_builder.h"
@@ -158,6 +159,107 @@ TEST_F(Names, GroupsFindLocalNamesInTheirMembers) {
   EXPECT_EQ(places.GetPlaceDataOfId(0).at(1), "A");
   ASSERT_GE(places.GetPlaceData("Vienna", "EUROPA"), 1);
   EXPECT_EQ(places.GetPlaceDataOfId(0).at(0), "Wien");
+}
+
+// The places the issue of ranking was found with, asked without a country.
+TEST_F(Names, WithoutACountryEveryCountryIsSearched) {
+  double lon = 0;
+  double lat = 0;
+  ASSERT_GT(places.SearchAllCountries("Paris"), 1);
+  EXPECT_EQ(places.GetPlaceDataOfId(0).at(1), "F");
+  ASSERT_EQ(places.SearchAllCountries("Par*"), 50);
+  EXPECT_EQ(places.GetPlaceDataOfId(0).at(0), "Paris");
+  ASSERT_GT(places.SearchAllCountries("Matamoros"), 1);
+  places.GetPlaceDataX("Matamoros", places.GetPlaceDataOfId(0).at(1), &lon, &lat);
+  EXPECT_LT(atlas::DistanceKm(lon, lat, -97.50417, 25.87972), 1.0);
+  ASSERT_GT(places.SearchAllCountries("ភ្នំពេញ"), 0);
+  EXPECT_EQ(places.GetPlaceDataOfId(0).at(1), "K");
+}
+
+// The codes and names a user types a country by.
+TEST_F(Names, CountriesByIsoCodesAndNamesInTheirLanguages) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"DE", "D"},         {"DEU", "D"},         {"US", "USA"},
+      {"GB", "GBE"},       {"IN", "IND"},        {"UA", "UKR"},
+      {"RU", "SSR"},       {"ES", "E"},          {"CN", "CHN"},
+      {"JP", "J"},         {"MX", "MEX"},        {"US-CA", "USCA"},
+      {"CA-QC", "CDN"},    {"AU-NSW", "AUS"},    {"Germany", "D"},
+      {"Allemagne", "D"},  {"Deutschland", "D"}, {"Alemania", "D"},
+      {"Kambodscha", "K"}, {"កម្ពុជា", "K"},       {"United States", "USA"},
+      {"HR", "YU"}};
+  for (const auto& [typed, code] : cases) {
+    const auto info = places.FindCountry(typed);
+    ASSERT_TRUE(info) << typed;
+    EXPECT_EQ(info->Code, code) << typed;
+  }
+  // The atlas's own reading keeps El Salvador and Burundi.
+  EXPECT_EQ(places.FindCountry("ES", CountryCodes::kAtlas)->Code, "ES");
+  EXPECT_EQ(places.FindCountry("RU", CountryCodes::kAtlas)->Code, "RU");
+}
+
+// Every ISO 3166-1 code iso-codes lists for a country the atlas holds finds
+// that country (where the atlas files it: GeoNames' places tell).
+TEST_F(Names, EveryIsoCodeFindsItsOwnCountry) {
+  std::map<std::string, std::string> filed;  // ISO alpha-2 -> atlas code
+  for (const auto& p : *places_) {
+    const std::string code = AtlasCodeOf(p);
+    if (!code.empty()) filed.emplace(p.country, code.rfind("US", 0) == 0 ? "USA" : code);
+  }
+  std::ifstream in("/usr/share/iso-codes/json/iso_3166-1.json");
+  ASSERT_TRUE(in) << "iso-codes is not installed (scripts/setup.sh)";
+  const std::string text((std::istreambuf_iterator<char>(in)), {});
+  std::size_t checked = 0;
+  for (const auto& [iso, code] : filed) {
+    const auto alpha2 = places.FindCountry(iso);
+    ASSERT_TRUE(alpha2) << iso;
+    EXPECT_EQ(alpha2->Code, code) << iso;
+    // Its alpha-3 code: "alpha_2": "DE", "alpha_3": "DEU" in the file.
+    const auto at = text.find("\"alpha_2\": \"" + iso + "\"");
+    if (at == std::string::npos) continue;  // Kosovo has no ISO code of its own
+    constexpr std::string_view kAlpha3 = "\"alpha_3\": \"";
+    const std::string alpha3 = text.substr(text.find(kAlpha3, at) + kAlpha3.size(), 3);
+    const auto three = places.FindCountry(alpha3);
+    ASSERT_TRUE(three) << alpha3;
+    EXPECT_EQ(three->Code, code) << alpha3;
+    ++checked;
+  }
+  std::cout << checked << " countries by their ISO alpha-2 and alpha-3 codes\n";
+  EXPECT_GT(checked, 240U);
+  // Every ISO 3166-2 code of their states and provinces: the country, or for
+  // the USA the state.
+  std::ifstream in2("/usr/share/iso-codes/json/iso_3166-2.json");
+  const std::string subdivisions((std::istreambuf_iterator<char>(in2)), {});
+  constexpr std::string_view kCode = "\"code\": \"";
+  std::size_t codes = 0;
+  for (auto at = subdivisions.find(kCode); at != std::string::npos;
+       at = subdivisions.find(kCode, at + 1)) {
+    const auto from = at + kCode.size();
+    const std::string code = subdivisions.substr(from, subdivisions.find('"', from) - from);
+    const std::string country = code.substr(0, code.find('-'));
+    const auto held = filed.find(country);
+    if (held == filed.end()) continue;
+    const auto found = places.FindCountry(code);
+    ASSERT_TRUE(found) << code;
+    if (country == "US") {
+      EXPECT_TRUE(found->Code == "US" + code.substr(3) || found->Iso.rfind("US-", 0) != 0)
+          << code << " found " << found->Code;
+    } else {
+      EXPECT_EQ(found->Code, held->second) << code;
+    }
+    ++codes;
+  }
+  std::cout << codes << " ISO 3166-2 codes of their states and provinces\n";
+}
+
+// The most populous places by their names, without a country.
+TEST_F(Names, TheMostPopulousPlacesAreFoundFirstWithoutACountry) {
+  const auto r = atlas::CheckWorldSearch(places, *places_, AtlasCodeOf, 1000);
+  std::cout << r.typed << " names typed, " << r.RightPercent() << "% right first; " << r.namesakes
+            << " of the misses a more populous namesake\n";
+  for (const auto& miss : r.misses)
+    std::cout << "  miss: " << miss << "\n";
+  EXPECT_GE(r.RightPercent(), 95.0);
+  EXPECT_EQ(r.namesakes, r.misses.size());
 }
 
 // The most populous places, every name they are known by, as written and

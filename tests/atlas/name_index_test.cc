@@ -67,6 +67,10 @@ TEST(NameKey, TypedNamesGetTheKeysTheirScriptsAreFiledUnder) {
   EXPECT_EQ(TypedNameKey("\xF0\x9F\x98\x80"), "");
   EXPECT_EQ(TypedNameKey(phnom + "\x01"), "");
   EXPECT_EQ(TypedNameKey("Berlin\xF0\x9F\x98\x80"), "");
+  // A symbol some romanisation would still spell (a CJK radical, U+2EAC):
+  // found by the fuzzer, keyed by the builder but refused by the tool.
+  EXPECT_EQ(TypedNameKey("\xE2\xBA\xAC"), "");
+  EXPECT_TRUE(NameKeysOfText("L\xE2\xBA\xAC").empty());
   EXPECT_EQ(FirstNonNameCharacter(phnom + "\xF0\x9F\x98\x80").position, 5U);
   EXPECT_EQ(FirstNonNameCharacter("\xF0\x9F\x98\x80").code_point, 0x1F600);
   EXPECT_EQ(FirstNonNameCharacter("ab\xFF").code_point, -1);

@@ -124,4 +124,48 @@ NameCheckResult CheckNames(classPlaces& places, const std::vector<GeoPlace>& geo
   return r;
 }
 
+WorldCheckResult CheckWorldSearch(classPlaces& places, const std::vector<GeoPlace>& geonames,
+                                  const std::function<std::string(const GeoPlace&)>& code_of,
+                                  std::size_t top) {
+  std::vector<const GeoPlace*> held;
+  for (const auto& p : geonames) {
+    if (!code_of(p).empty()) held.push_back(&p);
+  }
+  std::stable_sort(held.begin(), held.end(),
+                   [](const auto* a, const auto* b) { return a->population > b->population; });
+  if (held.size() > top) held.resize(top);
+  WorldCheckResult r;
+  for (const auto* p : held) {
+    ++r.typed;
+    double longitude = 0;
+    double latitude = 0;
+    if (places.SearchAllCountries(p->name, 1) > 0) {
+      const auto first = places.GetPlaceDataOfId(0);
+      places.GetPlaceDataX(p->name, first.at(1), &longitude, &latitude, nullptr, 0.0, 0);
+      if (std::fabs(longitude - p->longitude) < kSamePlaceDegrees &&
+          std::fabs(latitude - p->latitude) < kSamePlaceDegrees) {
+        ++r.right;
+        continue;
+      }
+      // A more populous place elsewhere that GeoNames knows by this name?
+      const std::string key = KeyOf(p->name);
+      const bool namesake = std::any_of(geonames.begin(), geonames.end(), [&](const auto& o) {
+        if (o.population <= p->population ||
+            DistanceKm(o.longitude, o.latitude, longitude, latitude) > 1.0) {
+          return false;
+        }
+        const auto names = NamesOf(o);
+        return std::any_of(names.begin(), names.end(),
+                           [&key](const std::string& n) { return KeyOf(n) == key; });
+      });
+      r.namesakes += namesake;
+      r.misses.push_back(p->name + ": " + first.at(0) + " (" + first.at(1) + ")" +
+                         (namesake ? ", a more populous namesake" : ""));
+    } else {
+      r.misses.push_back(p->name + ": nothing");
+    }
+  }
+  return r;
+}
+
 }  // namespace tarv::atlas

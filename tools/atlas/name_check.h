@@ -46,6 +46,25 @@ NameCheckResult CheckNames(classPlaces& places, const std::vector<GeoPlace>& geo
                            const std::function<std::string(const GeoPlace&)>& code_of,
                            std::size_t top);
 
+// How the world search (classPlaces::SearchAllCountries) finds the `top`
+// most populous places of the atlas by their GeoNames name typed without a
+// country: right when the first place found lies where GeoNames puts the
+// place; a miss is explained when a more prominent place elsewhere (or a
+// user's place) carries the name and came first.
+struct WorldCheckResult {
+  std::size_t typed = 0;
+  std::size_t right = 0;
+  std::size_t namesakes = 0;        // misses with a more populous namesake first
+  std::vector<std::string> misses;  // "typed: what came first (population)", all of them
+
+  double RightPercent() const {
+    return typed == 0 ? 0.0 : 100.0 * static_cast<double>(right) / static_cast<double>(typed);
+  }
+};
+WorldCheckResult CheckWorldSearch(classPlaces& places, const std::vector<GeoPlace>& geonames,
+                                  const std::function<std::string(const GeoPlace&)>& code_of,
+                                  std::size_t top);
+
 // Great-circle distance in kilometres (mean earth radius).
 double DistanceKm(double longitude1, double latitude1, double longitude2, double latitude2);
 

@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "atlas/country_table.h"
 #include "atlas/name_key.h"
 #include "platform/file_status.h"
 #include "platform/lz.h"
@@ -33,10 +34,6 @@ bool EntryBefore(const NameIndexEntry& a, const NameIndexEntry& b) {
   return a.record < b.record;
 }
 
-// A seat of government (a capital, the seat of any division) counts a
-// twentieth more than a place of its size (see Prominence).
-constexpr double kSeatWeight = 1.05;
-
 std::uint32_t DecodeUint32(std::string_view bytes, std::size_t at) {
   return static_cast<std::uint32_t>(DecodeInt32(bytes, at));
 }
@@ -51,7 +48,9 @@ class NameIndexes {
     const auto known = indexes_.find(file);
     if (known != indexes_.end() && known->second.first == images) return known->second.second;
     if (indexes_.size() > kMaxFiles) indexes_.clear();
-    auto decoded = std::make_shared<const NameIndex>(images.first, file);  // may throw
+    auto decoding = std::make_shared<NameIndex>(images.first, file);  // may throw
+    decoding->SetPlaceImage(images.second);
+    std::shared_ptr<const NameIndex> decoded = std::move(decoding);
     const auto records = static_cast<std::int32_t>(
         std::min(images.second->size() / kPlaceRecordSize, kMaxPlaceRecords));
     if (decoded->RecordCount() != records) {
@@ -93,10 +92,6 @@ std::shared_ptr<const NameIndex> LookUpNameIndex(const std::string& place_file);
 std::string NameIndexPathOf(const std::string& place_file) {
   const auto dot = place_file.rfind('.');
   return (dot == std::string::npos ? place_file + "." : place_file.substr(0, dot + 1)) + "NDX";
-}
-
-double Prominence(std::uint32_t population, std::uint8_t rank) {
-  return static_cast<double>(population) * (rank < kOrdinaryPlaceRank ? kSeatWeight : 1.0);
 }
 
 std::string EncodeNameIndex(std::vector<NameIndexEntry> entries, std::int32_t record_count) {
@@ -367,15 +362,20 @@ std::int32_t SearchNameIndex(std::string_view code, const NameQuery& query, Plac
   s.files.clear();
   s.refs.clear();
   s.hits.clear();
-  Get_CompressedFiles(Get_PraePost(GetCompressedPlaceFile(code)), s.files, s.refs);
+  const std::string file_of_code = GetCompressedPlaceFile(code);
+  if (GetContinentID(Get_PraePost(file_of_code)) == 0) {
+    // One country: its database file; user places have no other names.
+    s.files.push_back(file_of_code);
+    s.refs.push_back({Get_Prae(Get_PraePost(file_of_code)), 0});
+  } else {
+    Get_CompressedFiles(Get_PraePost(file_of_code), s.files, s.refs);
+  }
   for (std::size_t f = 0; f < s.files.size(); ++f) {
     const std::string& file = s.files[f];
-    if (TextContains(file, "\\USER\\")) continue;  // user places have no other names
+    if (TextContains(file, "\\USER\\")) continue;
     const auto index = NameIndexOf(file);
-    if (!index) continue;
-    std::int32_t error = 0;
-    const auto places = ExistingImage(file, error);
-    if (!places) continue;
+    if (!index || !index->PlaceImage()) continue;
+    const std::shared_ptr<const std::string>& places = index->PlaceImage();
     index->Lookup(query.key, query.prefix, s.found);
     for (const auto& e : s.found) {
       const auto at = static_cast<std::size_t>(e.record - 1) * kPlaceRecordSize;

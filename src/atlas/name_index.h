@@ -70,7 +70,10 @@ inline constexpr std::uint8_t kSectionRank = 7;
 // one people mean (Monticello, Kentucky, before a part of Lexington of the
 // same name and 13 more inhabitants), while a place clearly larger stays
 // first.
-double Prominence(std::uint32_t population, std::uint8_t rank);
+inline double Prominence(std::uint32_t population, std::uint8_t rank) {
+  constexpr double kSeatWeight = 1.05;
+  return static_cast<double>(population) * (rank < kOrdinaryPlaceRank ? kSeatWeight : 1.0);
+}
 
 // One name of a place as the builder files it.
 struct NameIndexEntry {
@@ -131,6 +134,11 @@ class NameIndex {
   // Every entry, in file order.
   std::vector<NameIndexEntry> Entries() const;
 
+  // The image of the place file the index was checked against (set by
+  // NameIndexOf; null for an index decoded on its own).
+  const std::shared_ptr<const std::string>& PlaceImage() const { return places_; }
+  void SetPlaceImage(std::shared_ptr<const std::string> places) { places_ = std::move(places); }
+
   // Entry `i` of the file order, without copying its key.
   std::string_view KeyAt(std::size_t i) const { return KeyOf(entries_[i]); }
   std::int32_t RecordAt(std::size_t i) const { return entries_[i].record; }
@@ -154,6 +162,7 @@ class NameIndex {
   void Decode(const std::string& file);
 
   std::shared_ptr<const std::string> image_;
+  std::shared_ptr<const std::string> places_;
   std::string_view bytes_;
   std::int32_t record_count_ = 0;
   std::vector<std::uint32_t> populations_;

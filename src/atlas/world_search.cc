@@ -69,7 +69,7 @@ std::vector<WorldIndex::Ref> MergedKeys(const std::vector<IndexedCountry>& count
 // index, the countries without a name index, and the user files.
 struct WorldFiles {
   std::shared_ptr<const WorldIndex> index;
-  std::vector<std::string> unindexed;  // database place files without a name index
+  std::vector<std::string> unindexed;  // codes of the countries without a name index
   struct UserFile {
     std::string code;
     std::shared_ptr<const std::string> image;
@@ -260,8 +260,8 @@ void AddIndexed(const WorldIndex& world, const NameQuery& query, std::size_t lim
   candidates.resize(wanted);
   for (const auto& c : candidates) {
     const IndexedCountry& country = world.countries[c.country];
-    std::int32_t error = 0;
-    const auto image = ExistingImage(country.file, error);
+    // The image the index was checked against: no look at the disk per call.
+    const auto& image = country.index->PlaceImage();
     if (!image) continue;
     const auto at = static_cast<std::size_t>(c.record - 1) * kPlaceRecordSize;
     if (at + kPlaceRecordSize > image->size()) continue;

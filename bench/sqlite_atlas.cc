@@ -6,25 +6,14 @@
 #include <stdexcept>
 
 #include "platform/codepage.h"
+#include "sqlite_statements.h"
 #include "util/text.h"
 
 namespace tarv::bench {
 namespace {
 
-void Check(sqlite3* db, int status, const char* what) {
-  if (status != SQLITE_OK && status != SQLITE_DONE && status != SQLITE_ROW) {
-    throw std::runtime_error(std::string(what) + ": " + sqlite3_errmsg(db));
-  }
-}
-
 void Execute(sqlite3* db, const char* sql) {
   Check(db, sqlite3_exec(db, sql, nullptr, nullptr, nullptr), sql);
-}
-
-sqlite3_stmt* Prepare(sqlite3* db, const char* sql) {
-  sqlite3_stmt* statement = nullptr;
-  Check(db, sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr), sql);
-  return statement;
 }
 
 void BindText(sqlite3_stmt* statement, int index, const std::string& text) {

@@ -33,21 +33,6 @@ bool IsIsoText(std::string_view text) {
          });
 }
 
-std::vector<std::string_view> Lines(std::string_view text) {
-  std::vector<std::string_view> lines;
-  std::size_t start = 0;
-  while (start < text.size()) {
-    const auto end = text.find("\r\n", start);
-    if (end == std::string_view::npos) {
-      lines.push_back(text.substr(start));
-      break;
-    }
-    lines.push_back(text.substr(start, end - start));
-    start = end + 2;
-  }
-  return lines;
-}
-
 // The file's lines as lookups: codes by ISO code, codes by name key, each
 // atlas code's first ISO code.
 struct CountryNames {
@@ -155,7 +140,7 @@ std::string CountryNamesText(const std::vector<CountryNameEntry>& entries) {
 }
 
 std::vector<CountryNameEntry> ParseCountryNames(std::string_view text, const std::string& file) {
-  const auto lines = Lines(text);
+  const auto lines = SplitLines(text);
   if (lines.empty() || lines[0] != kCountryNamesHeader) {
     throw AtlasError(file, "not a country names file (its first line is not \"" +
                                std::string(kCountryNamesHeader) + "\")");

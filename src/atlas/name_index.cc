@@ -73,16 +73,19 @@ NameIndexes& Indexes() {
   return indexes;
 }
 
-// A whole name or a beginning: a trailing "*" asks for the beginning, any
-// other wildcard for a pattern the index cannot answer.
-std::optional<std::pair<std::string, bool>> SplitPrefix(std::string text) {
+// The query of a search text keyed by `key_of`: a trailing "*" asks for the
+// beginning, any other wildcard for a pattern the index cannot answer.
+std::optional<NameQuery> QueryOf(std::string_view search, std::string (*key_of)(std::string_view)) {
+  std::string text = Trim(search);
   bool prefix = false;
   if (!text.empty() && text.back() == '*') {
     prefix = true;
     text.pop_back();
   }
   if (text.find_first_of("*?[") != std::string::npos) return std::nullopt;
-  return std::make_pair(std::move(text), prefix);
+  NameQuery query{key_of(text), prefix};
+  if (query.key.empty()) return std::nullopt;
+  return query;
 }
 
 std::shared_ptr<const NameIndex> LookUpNameIndex(const std::string& place_file);
@@ -327,19 +330,11 @@ std::shared_ptr<const NameIndex> LookUpNameIndex(const std::string& place_file) 
 }  // namespace
 
 std::optional<NameQuery> NameQueryOf(std::string_view ansi) {
-  auto split = SplitPrefix(Trim(ansi));
-  if (!split) return std::nullopt;
-  NameQuery query{NameKey(split->first), split->second};
-  if (query.key.empty()) return std::nullopt;
-  return query;
+  return QueryOf(ansi, &NameKey);
 }
 
 std::optional<NameQuery> NameQueryOfUtf8(std::string_view utf8) {
-  auto split = SplitPrefix(Trim(utf8));
-  if (!split) return std::nullopt;
-  NameQuery query{TypedNameKey(split->first), split->second};
-  if (query.key.empty()) return std::nullopt;
-  return query;
+  return QueryOf(utf8, &TypedNameKey);
 }
 
 std::int32_t SearchNameIndex(std::string_view code, const NameQuery& query, PlaceList& result,

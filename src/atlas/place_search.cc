@@ -587,10 +587,6 @@ std::int32_t ReadWithSets(const std::string& file, const std::string& text, Plac
   return 0;
 }
 
-}  // namespace
-
-namespace {
-
 // Adds to `list` (a country's or group's places in file order) the places the
 // name index finds for `query` that it lacks, each in its place of that
 // order: after its country's user places, among its database places by

@@ -50,6 +50,10 @@ double Val(std::string_view s) noexcept;
 // The pieces of `text` between the separators, empty pieces included:
 // Split("a\t\tb", '\t') is {"a", "", "b"}; Split("", ',') is {""}.
 std::vector<std::string_view> Split(std::string_view text, char separator);
+
+// The lines of a text ended by CR LF (LF or CR alone too); a final line
+// break starts no further line. SplitLines("a\r\nb\n") is {"a", "b"}.
+std::vector<std::string_view> SplitLines(std::string_view text);
 // The same pieces as strings of their own, for callers that keep them.
 std::vector<std::string> SplitCopies(std::string_view text, char separator);
 

@@ -124,12 +124,11 @@ void ExactWarmSqlite(benchmark::State& state) {
 BENCHMARK(ExactWarmSqlite<Sqlite>)->Name("Default/ExactWarm/sqlite");
 BENCHMARK(ExactWarmSqlite<SqliteFile>)->Name("Default/ExactWarm/sqlite_file");
 
-// The first lookup of a process: no table loaded, no file image cached.
-void ExactColdOurs(benchmark::State& state) {
-  if (!HaveAtlas(state)) return;
-  const auto names = SampleNames(Largest(), 64, 7);
-  const std::string code = LargestCode();
-  std::size_t i = 0;
+// Asks `ask` of a component as a fresh process holds it, once per
+// iteration: no table loaded, no file image cached (the reset untimed).
+// Returns the sum of its answers.
+template <typename Ask>
+double ColdCalls(benchmark::State& state, Ask ask) {
   double found = 0;
   for (auto _ : state) {
     state.PauseTiming();
@@ -138,9 +137,20 @@ void ExactColdOurs(benchmark::State& state) {
     state.ResumeTiming();
     classPlaces places;
     places.PlacePath(kAtlas);
-    found += places.GetPlaceData(names[i++ % names.size()], code);
+    found += ask(places);
   }
-  ReportFound(state, found);
+  return found;
+}
+
+// The first lookup of a process.
+void ExactColdOurs(benchmark::State& state) {
+  if (!HaveAtlas(state)) return;
+  const auto names = SampleNames(Largest(), 64, 7);
+  const std::string code = LargestCode();
+  std::size_t i = 0;
+  ReportFound(state, ColdCalls(state, [&](classPlaces& places) {
+                return places.GetPlaceData(names[i++ % names.size()], code);
+              }));
 }
 BENCHMARK(ExactColdOurs)->Name("Default/ExactCold/ours")->Unit(benchmark::kMillisecond);
 
@@ -306,17 +316,9 @@ BENCHMARK_CAPTURE(WorldSqlite, prefix, 3)->Name("Default/WorldPrefix3/sqlite");
 // The first world search of a process: every name index read and merged.
 void WorldColdOurs(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
-  double found = 0;
-  for (auto _ : state) {
-    state.PauseTiming();
-    ResetProcessState();
-    ClearExpandedImages();
-    state.ResumeTiming();
-    classPlaces places;
-    places.PlacePath(kAtlas);
-    found += places.SearchAllCountries("Paris");
-  }
-  ReportFound(state, found);
+  ReportFound(state, ColdCalls(state, [](classPlaces& places) {
+                return places.SearchAllCountries("Paris");
+              }));
 }
 BENCHMARK(WorldColdOurs)->Name("Default/WorldCold/ours")->Unit(benchmark::kMillisecond);
 

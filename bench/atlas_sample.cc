@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "atlas/country_table.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "tarvplaces/places.h"
@@ -46,11 +46,11 @@ std::string PlainAnsi(const std::string& ansi) {
 const AtlasSample& LoadAtlasSample(const std::string& folder) {
   static const AtlasSample sample = [&folder] {
     AtlasSample s;
-    ResetProcessState();
+    ResetDefaultAtlas();
     classPlaces places;
     places.PlacePath(folder);
     places.GetCountryID("");  // loads the country table
-    const auto& table = State().countries;
+    const auto& table = CurrentAtlas().countries;
     for (std::size_t i = 1; i + kNonCountryTail < table.size(); ++i) {
       AtlasCountry country{Trim(table[i].CountryShort), {}};
       std::int32_t error = 0;
@@ -67,7 +67,7 @@ const AtlasSample& LoadAtlasSample(const std::string& folder) {
       }
     }
     ClearExpandedImages();
-    ResetProcessState();
+    ResetDefaultAtlas();
     return s;
   }();
   return sample;

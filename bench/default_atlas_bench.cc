@@ -12,7 +12,7 @@
 #include "allocations.h"
 #include "atlas/name_index.h"
 #include "atlas/name_key.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas_sample.h"
 #include "export/text_export.h"
 #include "platform/codepage.h"
@@ -132,7 +132,7 @@ double ColdCalls(benchmark::State& state, Ask ask) {
   double found = 0;
   for (auto _ : state) {
     state.PauseTiming();
-    ResetProcessState();
+    ResetDefaultAtlas();
     ClearExpandedImages();
     state.ResumeTiming();
     classPlaces places;
@@ -437,7 +437,7 @@ void ExportOurs(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
   const auto out = std::filesystem::temp_directory_path() / "tarvplaces-bench-export";
   std::filesystem::create_directories(out);
-  ResetProcessState();
+  ResetDefaultAtlas();
   classPlaces places;
   places.PlacePath(kAtlas);
   for (auto _ : state) {

@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "generated_atlas.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
@@ -55,7 +55,7 @@ void BM_GetPlaceDataExactCold(benchmark::State& state) {
   const auto names = SampleNames(64, false);
   std::size_t i = 0;
   for (auto _ : state) {
-    ResetProcessState();
+    ResetDefaultAtlas();
     ClearExpandedImages();
     classPlaces places;
     places.PlacePath(Atlas().folder.string());

@@ -7,7 +7,7 @@
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "sqlite_statements.h"
@@ -34,11 +34,11 @@ SqliteWorld::SqliteWorld(const std::string& folder) {
         "create");
   sqlite3_stmt* place = Prepare(db_, "INSERT INTO places VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
   sqlite3_stmt* name = Prepare(db_, "INSERT INTO names VALUES (?1, ?2)");
-  ResetProcessState();
+  ResetDefaultAtlas();
   classPlaces places;
   places.PlacePath(folder);
   places.GetCountryID("");
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   sqlite3_int64 id = 0;
   for (std::size_t i = 1; i + kNonCountryTail < table.size(); ++i) {
     const std::string code = Trim(table[i].CountryShort);
@@ -76,7 +76,7 @@ SqliteWorld::SqliteWorld(const std::string& folder) {
         sqlite3_exec(db_, "COMMIT; CREATE INDEX names_key ON names(key); ANALYZE;", nullptr,
                      nullptr, nullptr),
         "index");
-  ResetProcessState();
+  ResetDefaultAtlas();
   ClearExpandedImages();
   const char* select =
       "SELECT p.name, p.country, p.longitude, p.latitude FROM places p WHERE p.id IN"

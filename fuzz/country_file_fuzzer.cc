@@ -10,7 +10,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "fuzz_support.h"
 #include "tarvplaces/atlas_error.h"
 
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::BeginRun();
   fuzz::Scratch().Empty();
   fuzz::Scratch().Write("Country.dat", text);
-  State().places_path = fuzz::Scratch().str();
+  CurrentAtlas().places_path = fuzz::Scratch().str();
   bool loaded = true;
   try {
     FUZZ_CHECK(!InitializeCountries("", "Country.dat", sort, false));
@@ -59,10 +59,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     loaded = false;
   }
   FUZZ_CHECK(loaded == valid);
-  FUZZ_CHECK(State().countries_loaded == valid);
+  FUZZ_CHECK(CurrentAtlas().countries_loaded == valid);
   if (!valid) return 0;
 
-  const auto table = State().countries;
+  const auto table = CurrentAtlas().countries;
   FUZZ_CHECK(table.size() == parsed.size() + 1 + kContinentRecords);
   const std::string folder = AtlasFolder("");
   std::vector<std::string> files;

@@ -9,7 +9,7 @@
 #include <iterator>
 
 #include "atlas/country_table.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/lz.h"
 #include "support/country_fixture.h"
 #include "support/zone_fixture.h"
@@ -96,7 +96,7 @@ ScratchFolder& Scratch() {
 }
 
 void BeginRun() {
-  ResetProcessState();
+  ResetDefaultAtlas();
   ClearExpandedImages();
   SetMessageSink([](const Message&) { return MsgAnswer::kOk; });
 }
@@ -106,7 +106,7 @@ void PrepareAtlas(bool with_zones) {
   Scratch().Empty();
   Scratch().Write("Country.dat", testing::JoinCrLf(testing::SampleCountryLines()));
   if (with_zones) Scratch().Write("Zones13.bin", ProjectZoneFile());
-  State().places_path = Scratch().str();
+  CurrentAtlas().places_path = Scratch().str();
   InitializeCountries("", "Country.dat", false, false);
 }
 

@@ -13,7 +13,7 @@
 #include "atlas/dst_rules.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file_writer.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_history.h"
 #include "fuzz_support.h"
@@ -160,7 +160,7 @@ void TimetableSeeds() {
   Save("timetable_fuzzer", "changes_after_1999",
        JoinParts({Option(4), ttx, Doubles({At(2008, 7, 1), At(2040, 7, 1), At(2008, 3, 30, 1, 30)}),
                   rules}));
-  ResetProcessState();
+  ResetDefaultAtlas();
 }
 
 void DegreeSeeds() {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/zone_table.h"
 #include "fuzz_support.h"
 
@@ -30,9 +30,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::BeginRun();
   fuzz::Scratch().Empty();
   fuzz::Scratch().Write("Zones13.bin", input);
-  State().places_path = fuzz::Scratch().str();
+  CurrentAtlas().places_path = fuzz::Scratch().str();
   FUZZ_CHECK(!InitializeTimeZones("", "Zones13.bin"));
-  FUZZ_CHECK(State().zones_loaded && State().zones.size() == kZoneCount);
+  FUZZ_CHECK(CurrentAtlas().zones_loaded && CurrentAtlas().zones.size() == kZoneCount);
   // A lookup scans the whole table: a few records, some chosen by the input.
   std::vector<std::size_t> chosen = {0, 1, 2, kZoneCount - 3, kZoneCount - 2, kZoneCount - 1};
   for (std::size_t k = 0; k < size && k < 6; ++k)
@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     GetTimezoneId(records[i].TZName);
   }
   const std::string local = GetTimeZoneListString(0, size >= 4 ? records[0].TZDif : 1.0F);
-  FUZZ_CHECK(local == ZoneLine(State().zones[0]));
+  FUZZ_CHECK(local == ZoneLine(CurrentAtlas().zones[0]));
   FUZZ_CHECK(GetTimeZoneListString(-1).empty());
   FUZZ_CHECK(GetTimeZoneListString(static_cast<std::int16_t>(kZoneCount)).empty());
   return 0;

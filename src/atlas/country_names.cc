@@ -10,7 +10,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/name_key.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "tarvplaces/atlas_error.h"
@@ -44,10 +44,15 @@ struct CountryNames {
 // The decoded file of the current atlas folder, once per version of it; null
 // when there is none.
 std::shared_ptr<const CountryNames> LoadedNames() {
-  static std::mutex mutex;
-  static std::map<std::string, std::pair<std::shared_ptr<const std::string>,
-                                         std::shared_ptr<const CountryNames>>>
-      known;
+  struct Decoded {
+    std::mutex mutex;
+    std::map<std::string, std::pair<std::shared_ptr<const std::string>,
+                                    std::shared_ptr<const CountryNames>>>
+        files;
+  };
+  Decoded& decoded = CurrentAtlas().Derived<Decoded>();
+  std::mutex& mutex = decoded.mutex;
+  auto& known = decoded.files;
   const std::string file = AtlasFolder("") + std::string(kCountryNamesFile);
   std::int32_t error = 0;
   const auto image = ExistingImage(file, error);
@@ -60,7 +65,7 @@ std::shared_ptr<const CountryNames> LoadedNames() {
   std::unordered_set<std::string> table_codes;
   for (const auto group : kGroupCodes)
     table_codes.emplace(group);
-  for (const auto& record : State().countries)
+  for (const auto& record : CurrentAtlas().countries)
     table_codes.insert(UCase(record.CountryShort));
   for (auto& e : ParseCountryNames(*image, file)) {
     // Every code names a country or group of the table the file came with.
@@ -81,14 +86,14 @@ std::shared_ptr<const CountryNames> LoadedNames() {
 
 bool TableLoaded() {
   InitializeCountries("", "Country.dat", false, false);
-  return State().countries_loaded;
+  return CurrentAtlas().countries_loaded;
 }
 
 // The match of a country number; a group's code is its name in the table's
 // language, which the searches read as the group.
 std::optional<CountryMatch> MatchOf(std::int16_t id, CountryMatch::By by) {
   if (id == 0) return std::nullopt;
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
   if (index == 0 || index >= table.size()) return std::nullopt;
   const CountryRecord& record = table[index];
@@ -101,7 +106,7 @@ std::optional<CountryMatch> MatchOf(std::int16_t id, CountryMatch::By by) {
 std::optional<CountryMatch> MatchOfCode(const std::string& code, CountryMatch::By by) {
   const auto group = std::find(kGroupCodes.begin(), kGroupCodes.end(), UCase(code));
   if (group != kGroupCodes.end()) {
-    const auto& table = State().countries;
+    const auto& table = CurrentAtlas().countries;
     const auto k = static_cast<std::size_t>(group - kGroupCodes.begin());
     if (table.size() < kContinentRecords) return std::nullopt;
     return MatchOf(table[table.size() - kContinentRecords + k].CountryId, by);
@@ -119,7 +124,7 @@ std::optional<CountryMatch> ByIso(const CountryNames* names, const std::string& 
 // A whole title of the table, or a country name of the file.
 std::optional<CountryMatch> ByName(const CountryNames* names, const std::string& key) {
   if (key.empty()) return std::nullopt;
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   for (std::size_t i = 1; i < table.size(); ++i) {
     if (NameKey(table[i].CountryTitle) == key)
       return MatchOf(table[i].CountryId, CountryMatch::By::kName);
@@ -209,7 +214,7 @@ std::string IsoCodeOf(std::string_view code) {
 
 std::int16_t CountryIdOfIsoCodeOrName(std::string_view utf8) {
   const std::string text = Trim(utf8);
-  if (text.empty() || !State().countries_loaded) return 0;
+  if (text.empty() || !CurrentAtlas().countries_loaded) return 0;
   const auto names = LoadedNames();
   const std::string ansi = AnsiFromUtf8(text);
   auto match = HasControlCharacter(ansi) ? std::nullopt : ByIso(names.get(), UCase(ansi));

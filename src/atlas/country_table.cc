@@ -7,7 +7,7 @@
 #include <sstream>
 #include <utility>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/paths.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
@@ -59,7 +59,7 @@ void SortAllButTail(std::vector<CountryRecord>& lines) {
 // Returns the table only when it is loaded; the lookups that load first.
 const std::vector<CountryRecord>* LoadedCountries() {
   if (!InitializeCountries("", "Country.dat", false, false)) return nullptr;
-  return &State().countries;
+  return &CurrentAtlas().countries;
 }
 
 }  // namespace
@@ -152,7 +152,10 @@ std::string CountryFileText(const std::vector<CountryRecord>& records) {
 
 bool InitializeCountries(std::string path, const std::string& file_name, bool sort,
                          bool force_reload) {
-  ProcessState& state = State();
+  AtlasState& state = CurrentAtlas();
+  if (!force_reload && state.countries_loaded) return true;
+  // Once, whichever thread asks first; the others wait and find it loaded.
+  const std::lock_guard<std::recursive_mutex> lock(state.tables_mutex);
   bool result = false;
   if (!force_reload) {
     result = state.countries_loaded;
@@ -173,8 +176,8 @@ bool InitializeCountries(std::string path, const std::string& file_name, bool so
     table.push_back(std::move(continent));
   }
   state.countries = std::move(table);
-  state.countries_loaded = true;
   state.TablesChanged();
+  state.countries_loaded = true;
   return result;
 }
 
@@ -222,15 +225,12 @@ std::int16_t ScanForCountryID(const std::vector<CountryRecord>& table, const std
   return 0;
 }
 
-// Codes asked for are few, and every lookup of a place or zone asks again.
-constexpr std::size_t kMaxRememberedCodes = 4096;
-
 }  // namespace
 
 std::int16_t GetCountryID(std::string_view code) {
   const auto* table = LoadedCountries();
   if (table == nullptr) return 0;
-  auto& known = State().country_ids;
+  auto& known = TableAnswers<struct CountryIds, std::string, std::int16_t>();
   const std::string key(code);
   if (const auto it = known.find(key); it != known.end()) return it->second;
   const std::string mapped = GetInternalCountryAbbreviation(code);
@@ -238,7 +238,6 @@ std::int16_t GetCountryID(std::string_view code) {
   const std::int16_t id = mapped.empty() || mapped == "*" || HasControlCharacter(mapped)
                               ? std::int16_t{0}
                               : ScanForCountryID(*table, mapped);
-  if (known.size() >= kMaxRememberedCodes) known.clear();
   known.emplace(key, id);
   return id;
 }
@@ -246,15 +245,15 @@ std::int16_t GetCountryID(std::string_view code) {
 std::int16_t GetCountryIDOfCode(std::string_view code) {
   const std::int16_t id = GetCountryID(code);
   const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   if (id == 0 || index >= table.size()) return 0;
   return TextEqual(table[index].CountryShort, GetInternalCountryAbbreviation(code)) ? id : 0;
 }
 
 std::int16_t GetCountryIndexOfID(std::int32_t id) {
-  auto& known = State().country_indexes;
+  auto& known = TableAnswers<struct CountryIndexes, std::int32_t, std::int16_t>();
   if (const auto it = known.find(id); it != known.end()) return it->second;
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   std::int16_t index = 0;
   for (std::size_t i = 0; i < table.size(); ++i) {
     if (table[i].CountryId == id) {
@@ -262,7 +261,6 @@ std::int16_t GetCountryIndexOfID(std::int32_t id) {
       break;
     }
   }
-  if (known.size() >= kMaxRememberedCodes) known.clear();
   known.emplace(id, index);
   return index;
 }
@@ -289,12 +287,11 @@ std::int16_t GetContinentID(std::string_view code) {
   const auto* table = LoadedCountries();
   if (table == nullptr || table->size() < kContinentRecords) return 0;
   // Every search asks whether its code names a continent.
-  auto& known = State().continent_ids;
+  auto& known = TableAnswers<struct ContinentIds, std::string, std::int16_t>();
   const std::string key(code);
   if (const auto it = known.find(key); it != known.end()) return it->second;
   const std::int16_t id =
       HasControlCharacter(code) ? std::int16_t{0} : ScanForContinentID(*table, code);
-  if (known.size() >= kMaxRememberedCodes) known.clear();
   known.emplace(key, id);
   return id;
 }
@@ -346,7 +343,7 @@ std::int16_t HaveTimetables(std::string_view code) {
     std::int16_t count = -1;
   };
   Last& last = PerThread<Last>();
-  if (last.count >= 0 && last.tables == State().tables_version && last.code == code) {
+  if (last.count >= 0 && last.tables == CurrentAtlas().tables_version && last.code == code) {
     return last.count;
   }
   const std::string mapped = Trim(GetInternalCountryAbbreviation(code));
@@ -357,7 +354,7 @@ std::int16_t HaveTimetables(std::string_view code) {
       break;
     }
   }
-  last = {State().tables_version, std::string(code), count};
+  last = {CurrentAtlas().tables_version, std::string(code), count};
   return count;
 }
 

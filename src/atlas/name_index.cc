@@ -1,3 +1,4 @@
+#include "atlas/atlas_state.h"
 #include "atlas/name_index.h"
 
 #include <algorithm>
@@ -69,8 +70,7 @@ class NameIndexes {
 };
 
 NameIndexes& Indexes() {
-  static NameIndexes indexes;
-  return indexes;
+  return CurrentAtlas().Derived<NameIndexes>();
 }
 
 // The query of a search text keyed by `key_of`: a trailing "*" asks for the

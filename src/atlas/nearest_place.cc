@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "atlas/country_table.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/lz.h"
 #include "util/bytes.h"
 #include "util/file_tests.h"
@@ -30,7 +30,7 @@ constexpr double kEdgeMargin = 1e-9;
 
 bool CountriesLoaded() {
   InitializeCountries("", "Country.dat", false, false);
-  return State().countries_loaded;
+  return CurrentAtlas().countries_loaded;
 }
 
 // The distance the search measures: plain differences of the numbers.
@@ -231,20 +231,24 @@ class PlaceGrid {
   std::vector<std::int32_t> members_;  // record numbers, cell by cell, in file order
 };
 
-// The grid of each place file's current image.
+// The grids of the atlas's place files, each for the file's current image.
+struct PlaceGrids {
+  std::mutex mutex;
+  std::map<std::string, std::shared_ptr<const PlaceGrid>> grids;
+};
+
 std::shared_ptr<const PlaceGrid> GridOf(const std::string& file,
                                         std::shared_ptr<const std::string> image) {
-  static std::mutex mutex;
-  static std::map<std::string, std::shared_ptr<const PlaceGrid>> grids;
+  PlaceGrids& known = CurrentAtlas().Derived<PlaceGrids>();
   {
-    const std::lock_guard<std::mutex> lock(mutex);
-    const auto it = grids.find(file);
-    if (it != grids.end() && it->second->image() == image) return it->second;
+    const std::lock_guard<std::mutex> lock(known.mutex);
+    const auto it = known.grids.find(file);
+    if (it != known.grids.end() && it->second->image() == image) return it->second;
   }
   auto grid = std::make_shared<const PlaceGrid>(std::move(image));
-  const std::lock_guard<std::mutex> lock(mutex);
-  if (grids.size() >= 64) grids.clear();
-  grids[file] = grid;
+  const std::lock_guard<std::mutex> lock(known.mutex);
+  if (known.grids.size() >= 64) known.grids.clear();
+  known.grids[file] = grid;
   return grid;
 }
 

@@ -10,7 +10,7 @@
 #include "atlas/atlas_fault.h"
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/file_status.h"
 #include "platform/lz.h"
@@ -264,8 +264,7 @@ class PlaceImages {
 };
 
 PlaceImages& Images() {
-  static PlaceImages images;
-  return images;
+  return CurrentAtlas().Derived<PlaceImages>();
 }
 
 }  // namespace
@@ -320,11 +319,11 @@ std::string GetCompressedPlaceFile(std::string_view code) {
     std::string code, folder, file;
   };
   Last& last = PerThread<Last>();
-  if (code == last.code && State().places_path == last.folder && !last.file.empty()) {
+  if (code == last.code && CurrentAtlas().places_path == last.folder && !last.file.empty()) {
     return last.file;
   }
   last.code.assign(code);
-  last.folder = State().places_path;
+  last.folder = CurrentAtlas().places_path;
   last.file = PlaceFileOf(code);
   return last.file;
 }
@@ -340,7 +339,7 @@ std::size_t Get_CompressedFiles(std::string_view name, std::vector<std::string>&
   files.clear();
   refs.clear();
   InitializeCountries("", "Country.dat", false, false);
-  if (!State().countries_loaded) return 0;
+  if (!CurrentAtlas().countries_loaded) return 0;
   const std::string folder = AtlasFolder("");
   // A group's place file has the group's name: in English "ASIA.dao", whose
   // extension would hide the four letters of "ASIA" from the continent test.
@@ -352,7 +351,7 @@ std::size_t Get_CompressedFiles(std::string_view name, std::vector<std::string>&
     refs = {PlaceRef{code, 0}, PlaceRef{code, 0}};
     return files.size();
   }
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   for (std::size_t i = 1; i + kNonCountryTail < table.size(); ++i) {
     const auto& country = table[i];
     if (country.ContinentID != continent || !IsSafeCode(country.CountryShort)) continue;
@@ -439,7 +438,7 @@ class SearchFileSets {
     const std::uint64_t call = CallNumber();
     if (call == 0) return nullptr;
     for (auto& set : sets_) {
-      if (set.call == call && set.tables == State().tables_version &&
+      if (set.call == call && set.tables == CurrentAtlas().tables_version &&
           set.place_file == place_file) {
         return &set;
       }
@@ -452,7 +451,7 @@ class SearchFileSets {
     SearchFiles& set = sets_[next_++ % sets_.size()];
     set.place_file = place_file;
     set.call = CallNumber();
-    set.tables = State().tables_version;
+    set.tables = CurrentAtlas().tables_version;
     set.files.clear();
     return set;
   }

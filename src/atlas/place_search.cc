@@ -10,7 +10,7 @@
 #include "atlas/name_index.h"
 #include "atlas/name_key.h"
 #include "atlas/nearest_place.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_table.h"
 #include "platform/codepage.h"
@@ -111,10 +111,10 @@ std::int32_t ZoneOfPlace(std::string_view code, std::int16_t timetable) {
   thread_local std::uint64_t known_call = 0;
   thread_local std::uint64_t known_tables = 0;
   const std::uint64_t call = CallNumber();
-  if (call == 0 || call != known_call || State().tables_version != known_tables) {
+  if (call == 0 || call != known_call || CurrentAtlas().tables_version != known_tables) {
     known.clear();
     known_call = call;
-    known_tables = State().tables_version;
+    known_tables = CurrentAtlas().tables_version;
   }
   for (const auto& k : known) {
     if (k.timetable == timetable && k.code == code) return k.id;
@@ -125,18 +125,11 @@ std::int32_t ZoneOfPlace(std::string_view code, std::int16_t timetable) {
   return id;
 }
 
-void StoreFound(const PlaceList& list, std::string_view default_code,
-                const std::vector<PlaceWeight>& weights = {},
-                const std::vector<bool>& other_names = {}) {
-  StoreFoundPlaces(list, default_code, weights, other_names);
-}
-
 }  // namespace
 
-void StoreFoundPlaces(const PlaceList& list, std::string_view default_code,
-                      const std::vector<PlaceWeight>& weights,
-                      const std::vector<bool>& other_names) {
-  auto& found = State().found_places;
+void MakeFoundPlaces(const PlaceList& list, std::string_view default_code,
+                     std::vector<FoundPlace>& found, const std::vector<PlaceWeight>& weights,
+                     const std::vector<bool>& other_names) {
   found.resize(list.size());
   for (std::size_t i = 0; i < list.size(); ++i) {
     FoundPlace& f = found[i];
@@ -428,6 +421,16 @@ constexpr std::size_t kKeptRoom = 4096;
 
 std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search,
                                   const NameQuery* query) {
+  return SearchPlaces(code, search, query, CurrentAtlas().found_places);
+}
+
+std::int32_t SearchPlaces(std::string_view code, std::string_view search, const NameQuery* query,
+                          std::vector<FoundPlace>& found_places) {
+  auto StoreFound = [&found_places](const PlaceList& list, std::string_view default_code,
+                                    const std::vector<PlaceWeight>& weights = {},
+                                    const std::vector<bool>& other_names = {}) {
+    MakeFoundPlaces(list, default_code, found_places, weights, other_names);
+  };
   const std::string mapped = GetInternalCountryAbbreviation(code);
   const std::string file = GetCompressedPlaceFile(mapped);
   const std::string text = Trim(search);
@@ -437,7 +440,7 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
   list.clear();
   // A file that cannot be read makes the search find nothing rather than
   // what the other files hold: the reader noted it as the call's fault.
-  auto failed = [&mapped](std::int32_t result) {
+  auto failed = [&](std::int32_t result) {
     if (result >= 0) return false;
     StoreFound(PlaceList{}, mapped);
     return true;
@@ -509,7 +512,7 @@ std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search
 }
 
 const std::vector<FoundPlace>& FoundPlaces() {
-  return State().found_places;
+  return CurrentAtlas().found_places;
 }
 
 std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view search,
@@ -519,7 +522,7 @@ std::int32_t SearchPlacesInForm(PlaceListControl& control, std::string_view sear
   places_found = SearchandStorePlaces(mapped, search, query);
   control.Clear();
   const bool group = GetContinentID(mapped) != 0;
-  auto& found = State().found_places;
+  auto& found = CurrentAtlas().found_places;
   for (places_added = 0; places_added < places_found; ++places_added) {
     FoundPlace& f = found[static_cast<std::size_t>(places_added)];
     const std::string name = f.Place.TrimmedName();

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/found_place.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file.h"
 #include "tarvplaces/list_control.h"
@@ -83,21 +84,6 @@ class NameTest {
   std::optional<std::string> class_key_;
 };
 
-// One element of the found-place list.
-struct FoundPlace {
-  std::string Country;  // code of the place's country file
-  PlaceRecord Place;
-  std::int16_t RecordNo = 0;  // as in PlaceRef
-  float Longitude = 0.0F;
-  float Latitude = 0.0F;
-  std::int32_t ZoneId = 0;  // the zone the host gets for this place
-  // GeoNames' population of a database place where the name index keeps it
-  // (0 for user places and atlases without one).
-  std::uint32_t Population = 0;
-  // Found by another of its names (the name index), not by its own.
-  bool OtherName = false;
-};
-
 // Runs a search for `search` in the country or group `code` and stores the
 // places in the found-place list (replacing the last search's), numbered
 // from 0; returns their number.
@@ -126,12 +112,18 @@ struct FoundPlace {
 std::int32_t SearchandStorePlaces(std::string_view code, std::string_view search,
                                   const NameQuery* query = nullptr);
 
-// Makes `list` the found-place list: each place with its country code (the
+// The same search into `found` instead of the found-place list: what every
+// interface but classPlaces asks, so that lookups on one atlas may run at
+// once.
+std::int32_t SearchPlaces(std::string_view code, std::string_view search, const NameQuery* query,
+                          std::vector<FoundPlace>& found);
+
+// Fills `found` with the places of `list`: each with its country code (the
 // list's, else `default_code`), its zone, and where given its population and
 // whether another of its names found it.
-void StoreFoundPlaces(const PlaceList& list, std::string_view default_code,
-                      const std::vector<PlaceWeight>& weights = {},
-                      const std::vector<bool>& other_names = {});
+void MakeFoundPlaces(const PlaceList& list, std::string_view default_code,
+                     std::vector<FoundPlace>& found, const std::vector<PlaceWeight>& weights = {},
+                     const std::vector<bool>& other_names = {});
 
 // The found-place list of the last search.
 const std::vector<FoundPlace>& FoundPlaces();

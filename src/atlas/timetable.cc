@@ -13,7 +13,7 @@
 #include "atlas/country_table.h"
 #include "atlas/dst_rules.h"
 #include "atlas/place_file.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/file_status.h"
 #include "platform/lz.h"
@@ -102,8 +102,7 @@ class SectionIndex {
 };
 
 SectionIndex& Sections() {
-  static SectionIndex index;
-  return index;
+  return CurrentAtlas().Derived<SectionIndex>();
 }
 
 struct RawRecord {
@@ -123,7 +122,7 @@ std::int32_t ReadRecord(std::int32_t handle, RawRecord& record) {
 
 std::int16_t MapZoneCode(std::int16_t code, const std::string& file, std::int16_t country,
                          std::int32_t number) {
-  const auto last = static_cast<std::int16_t>(State().zones.size() - 1);
+  const auto last = static_cast<std::int16_t>(CurrentAtlas().zones.size() - 1);
   if (code >= kLastZoneCode - 2 && code <= kLastZoneCode) {
     return static_cast<std::int16_t>(last - (kLastZoneCode - code));
   }
@@ -160,18 +159,18 @@ std::optional<std::size_t> CountryPosition(std::string_view code) {
   const std::int16_t id = GetCountryID(code);
   if (id == 0) return std::nullopt;
   const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   if (index == 0 || index + kNonCountryTail >= table.size()) return std::nullopt;
   return index;
 }
 
 const CountryRecord* CountryOf(std::string_view code) {
   const auto position = CountryPosition(code);
-  return position ? &State().countries[*position] : nullptr;
+  return position ? &CurrentAtlas().countries[*position] : nullptr;
 }
 
 ZoneAtDate ZoneOfId(std::int16_t id) {
-  const auto& zones = State().zones;
+  const auto& zones = CurrentAtlas().zones;
   const auto index = static_cast<std::size_t>(id);
   ZoneAtDate at;
   at.zone_id = id;
@@ -182,7 +181,7 @@ ZoneAtDate ZoneOfId(std::int16_t id) {
 // The zone table's entry without a copy; a blank one outside the table.
 const ZoneRecord& ZoneRecordOf(std::int16_t id) {
   static const ZoneRecord kBlank;
-  const auto& zones = State().zones;
+  const auto& zones = CurrentAtlas().zones;
   const auto index = static_cast<std::size_t>(id);
   return index < zones.size() ? zones[index] : kBlank;
 }
@@ -198,7 +197,7 @@ class HistoryCache {
   // nullptr when the timetable file cannot be read.
   std::shared_ptr<const Entries> Get(const CountryRecord& country, std::int32_t number) {
     const bool usa = IsUSA(country.CountryShort);
-    const ProcessState& state = State();
+    const AtlasState& state = CurrentAtlas();
     const Key key{usa, country.CountryId, number};
     std::unique_lock<std::mutex> lock(mutex_);
     if (state.places_path != folder_) {
@@ -266,8 +265,7 @@ class HistoryCache {
 // block 1. Fewer than two entries means the file has no such history;
 // nullptr that the file cannot be read, and then no zone is known.
 std::shared_ptr<const Entries> History(const CountryRecord& country, std::int16_t timetable) {
-  static HistoryCache cache;
-  return cache.Get(country, timetable == 0 ? 1 : timetable);
+  return CurrentAtlas().Derived<HistoryCache>().Get(country, timetable == 0 ? 1 : timetable);
 }
 
 bool HasHistory(const std::vector<TimetableEntry>& entries) {
@@ -307,7 +305,7 @@ std::int16_t SummerVariantOf(std::int16_t standard) {
   if (name.empty()) return standard;
   const std::string variant = UCase(name) == "GMT" ? "WET/S" : name + "/S";
   if (const std::int16_t id = GetTimezoneId(variant); id != 0) return id;
-  const auto& zones = State().zones;
+  const auto& zones = CurrentAtlas().zones;
   for (std::size_t i = 1; i < zones.size(); ++i) {
     if (zones[i].TZType == 'S' && zones[i].TZDif == zone.TZDif + 1.0F) {
       return static_cast<std::int16_t>(i);
@@ -316,38 +314,44 @@ std::int16_t SummerVariantOf(std::int16_t standard) {
   return standard;
 }
 
-const DstRules* RulesFile() {
-  static std::mutex mutex;
-  static std::shared_ptr<const std::string> image;
-  static DstRules rules;
+// The atlas's rules file as last decoded, with the image it came from.
+struct DecodedRules {
+  std::mutex mutex;
+  std::shared_ptr<const std::string> image;
+  std::shared_ptr<const DstRules> rules;
+};
+
+std::shared_ptr<const DstRules> RulesFile() {
   // The same file version within one number of the file statuses.
-  thread_local std::uint64_t known_call = 0;
-  thread_local const DstRules* known = nullptr;
+  struct Known {
+    const AtlasState* atlas = nullptr;
+    std::uint64_t call = 0;
+    std::shared_ptr<const DstRules> rules;
+  };
+  Known& known = PerThread<Known>();
+  AtlasState& atlas = CurrentAtlas();
   const std::uint64_t call = CallNumber();
-  if (call != 0 && call == known_call) return known;
+  if (call != 0 && call == known.call && known.atlas == &atlas) return known.rules;
+  known = {&atlas, call, nullptr};
   const std::string path = AtlasFolder("") + kDstRulesFile;
-  if (!Exist(path)) {
-    known_call = call;
-    known = nullptr;
-    return nullptr;
-  }
+  if (!Exist(path)) return nullptr;
   std::int32_t error = 0;
   auto current = ExpandedImage(path, error);
   // Falling back to the rule of the 1990s would be a quiet wrong answer.
   if (!current) throw AtlasError(path, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(path))));
-  const std::lock_guard<std::mutex> lock(mutex);
-  if (current != image) {
-    rules = DstRules::Parse(*current, path);
-    image = current;
+  DecodedRules& decoded = atlas.Derived<DecodedRules>();
+  const std::lock_guard<std::mutex> lock(decoded.mutex);
+  if (current != decoded.image) {
+    decoded.rules = std::make_shared<const DstRules>(DstRules::Parse(*current, path));
+    decoded.image = current;
   }
-  known_call = call;
-  known = &rules;
-  return &rules;
+  known.rules = decoded.rules;
+  return known.rules;
 }
 
 DstRule RuleOf(const CountryRecord& country, std::int16_t timetable,
                const std::vector<TimetableEntry>& history, int year) {
-  if (const DstRules* rules = RulesFile()) {
+  if (const auto rules = RulesFile()) {
     const std::int16_t number = timetable == 0 ? std::int16_t{1} : timetable;
     if (auto rule = rules->RuleFor(country.CountryId, number, year)) return *rule;
   }
@@ -363,7 +367,7 @@ DstRule RuleOf(const CountryRecord& country, std::int16_t timetable,
 const DstRules::Changes* ChangesOf(const CountryRecord& country, std::int16_t timetable,
                                    double date) {
   if (date >= SerialOfDate(kLastChangeYear + 1, 1, 1)) return nullptr;
-  const DstRules* rules = RulesFile();
+  const auto rules = RulesFile();
   if (rules == nullptr) return nullptr;
   return rules->ChangesFor(country.CountryId, timetable == 0 ? std::int16_t{1} : timetable);
 }
@@ -484,7 +488,7 @@ std::optional<ZoneAtDate> ZoneAt(std::string_view code, std::int16_t timetable, 
   // After the years the changes cover (or without them): the standard time
   // of the end of the history and the year's summer-time rule.
   std::int16_t standard = StandardZoneOf1999(history);
-  const DstRules* rules = RulesFile();
+  const auto rules = RulesFile();
   if (const auto* changes = rules == nullptr
                                 ? nullptr
                                 : rules->ChangesFor(country->CountryId,

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-#include "atlas/place_search.h"
+#include "atlas/found_place.h"
 #include "atlas/zone_history.h"
 #include "atlas/zone_table.h"
 

@@ -10,7 +10,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/atomic_file.h"
 #include "platform/change_counter.h"
 #include "platform/codepage.h"
@@ -35,9 +35,9 @@ struct UserFile {
 
 std::optional<UserFile> UserFileOf(std::int32_t country_id) {
   InitializeCountries("", "Country.dat", false, false);
-  if (!State().countries_loaded) return std::nullopt;
+  if (!CurrentAtlas().countries_loaded) return std::nullopt;
   const auto index = static_cast<std::size_t>(GetCountryIndexOfID(country_id));
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   // The six continents and groups at the end have no file of their own:
   // places stored under one would be read by no search.
   if (index == 0 || index + kContinentRecords >= table.size()) return std::nullopt;
@@ -135,7 +135,7 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
 
 std::int16_t Delete_City(const UserPlace& place) {
   InitializeCountries("", "Country.dat", false, false);
-  if (!State().countries_loaded) return 0;
+  if (!CurrentAtlas().countries_loaded) return 0;
   const auto file = UserFileOf(place.CountryId);
   if (!file || !fs::exists(file->native)) return -1;
   // The name as AddCity stored it.

@@ -10,7 +10,7 @@
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/file_status.h"
 #include "platform/lz.h"
 #include "platform/per_thread.h"
@@ -80,7 +80,7 @@ struct WorldFiles {
 // The database place files of the table's countries, by code.
 std::vector<std::pair<std::string, std::string>> PlaceFiles() {
   std::vector<std::pair<std::string, std::string>> files;
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   for (std::size_t i = 1; i + kContinentRecords < table.size(); ++i) {
     const std::string code = GetInternalCountryAbbreviation(table[i].CountryShort);
     const bool seen = std::any_of(files.begin(), files.end(),
@@ -115,8 +115,7 @@ class WorldIndexes {
 };
 
 WorldIndexes& Indexes() {
-  static WorldIndexes indexes;
-  return indexes;
+  return CurrentAtlas().Derived<WorldIndexes>();
 }
 
 // The files as they are now; a file that cannot be read is noted as the
@@ -161,15 +160,15 @@ const WorldFiles* CurrentFiles() {
   };
   Memo& memo = PerThread<Memo>();
   const std::uint64_t call = CallNumber();
-  if (call != 0 && call == memo.call && memo.tables == State().tables_version &&
-      memo.folder == State().places_path && memo.files.index) {
+  if (call != 0 && call == memo.call && memo.tables == CurrentAtlas().tables_version &&
+      memo.folder == CurrentAtlas().places_path && memo.files.index) {
     return &memo.files;
   }
   memo.call = 0;
   if (!LookAtFiles(memo.files)) return nullptr;
   memo.call = call;
-  memo.tables = State().tables_version;
-  memo.folder = State().places_path;
+  memo.tables = CurrentAtlas().tables_version;
+  memo.folder = CurrentAtlas().places_path;
   return &memo.files;
 }
 
@@ -202,8 +201,9 @@ bool Before(const Hit& a, const Hit& b, bool beginning) {
          Score(b.weight.Prominence(), b.other_name, beginning);
 }
 
-// Ranks the places found (Before) and stores the first `limit`.
-void RankAndStore(std::vector<Hit>& hits, std::size_t limit, bool beginning) {
+// Ranks the places found (Before) and puts the first `limit` into `found`.
+void RankAndStore(std::vector<Hit>& hits, std::size_t limit, bool beginning,
+                  std::vector<FoundPlace>& found) {
   std::stable_sort(hits.begin(), hits.end(),
                    [beginning](const Hit& a, const Hit& b) { return Before(a, b, beginning); });
   if (hits.size() > limit) hits.resize(limit);
@@ -215,7 +215,7 @@ void RankAndStore(std::vector<Hit>& hits, std::size_t limit, bool beginning) {
     weights.push_back(h.weight);
     other_names.push_back(h.other_name);
   }
-  StoreFoundPlaces(list, "", weights, other_names);
+  MakeFoundPlaces(list, "", found, weights, other_names);
 }
 
 // The places of the world index under `query`, the first `limit` of them in
@@ -311,7 +311,7 @@ bool AddFromPlaceFiles(const std::vector<std::string>& codes, const std::string&
 }  // namespace
 
 std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit,
-                                const NameQuery* query) {
+                                const NameQuery* query, std::vector<FoundPlace>& found) {
   const auto wanted = static_cast<std::size_t>(std::clamp(limit, 0, kWorldSearchLimit));
   std::string text = Trim(search);
   // A trailing "?" asks for the beginning, as in one country.
@@ -321,12 +321,12 @@ std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit,
   if (questioned) text += '*';
   std::vector<Hit> hits;
   if (wanted == 0 || text.empty() || text == "*") {
-    StoreFoundPlaces(PlaceList{}, "");
+    found.clear();
     return 0;
   }
   const WorldFiles* files = CurrentFiles();
   if (files == nullptr) {
-    StoreFoundPlaces(PlaceList{}, "");
+    found.clear();
     return 0;
   }
   const std::optional<NameQuery> asked =
@@ -344,11 +344,11 @@ std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit,
     read = AddFromPlaceFiles(all, text, true, true, hits);
   }
   if (!read) {
-    StoreFoundPlaces(PlaceList{}, "");
+    found.clear();
     return 0;
   }
-  RankAndStore(hits, wanted, asked && asked->prefix);
-  return static_cast<std::int32_t>(FoundPlaces().size());
+  RankAndStore(hits, wanted, asked && asked->prefix, found);
+  return static_cast<std::int32_t>(found.size());
 }
 
 }  // namespace tarv

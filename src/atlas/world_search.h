@@ -14,7 +14,9 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
+#include "atlas/found_place.h"
 #include "atlas/name_index.h"
 
 namespace tarv {
@@ -24,13 +26,12 @@ inline constexpr std::int32_t kWorldSearchLimit = 50;
 
 // Searches `search` (Windows-1252 as the place searches take it; `query`,
 // when given, is the name index query of the text as the host typed it) in
-// every country and stores at most `limit` places (1 to kWorldSearchLimit)
-// in the found-place list, each with its country's code. Returns their
-// number. A place or index file that cannot be read makes it store and
-// return nothing (noted as the call's atlas fault); a damaged name index is
-// an AtlasError.
-std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit = kWorldSearchLimit,
-                                const NameQuery* query = nullptr);
+// every country and puts at most `limit` places (1 to kWorldSearchLimit)
+// into `found`, each with its country's code. Returns their number. A place
+// or index file that cannot be read makes it find nothing (noted as the
+// call's atlas fault); a damaged name index is an AtlasError.
+std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit,
+                                const NameQuery* query, std::vector<FoundPlace>& found);
 
 }  // namespace tarv
 

@@ -9,7 +9,7 @@
 #include <stdexcept>
 
 #include "atlas/place_file.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/file_status.h"
 #include "platform/lz.h"
 #include "platform/per_thread.h"
@@ -422,8 +422,8 @@ struct LoadedHistories {
 };
 
 std::optional<LoadedHistories> ReadHistories(std::string_view code) {
-  static DecodedFiles<ZoneHistories> histories;
-  static DecodedFiles<PlaceZones> place_zones;
+  auto& histories = CurrentAtlas().Derived<DecodedFiles<ZoneHistories>>();
+  auto& place_zones = CurrentAtlas().Derived<DecodedFiles<PlaceZones>>();
   // The place file as the searches name it: codes that name no country's
   // file (a group, "..") have none.
   const std::string place_file = GetCompressedPlaceFile(code);
@@ -438,7 +438,7 @@ std::optional<LoadedHistories> ReadHistories(std::string_view code) {
   if (error != 0) throw AtlasError(history_file, LZERROR_Msg(error, history_file));
   if (!history_bytes) return std::nullopt;
   LoadedHistories loaded;
-  loaded.histories = histories.Get(history_file, history_bytes, State().zones.size());
+  loaded.histories = histories.Get(history_file, history_bytes, CurrentAtlas().zones.size());
   loaded.place_zones = place_zones.Get(zones_file, zone_bytes, loaded.histories->size());
   // Numbers written for another place file would give places others' zones.
   const auto places = ExistingImage(place_file, error);
@@ -469,7 +469,7 @@ struct HistoryMemo {
 std::optional<LoadedHistories> LoadHistories(std::string_view code) {
   HistoryMemo& memo = PerThread<HistoryMemo>();
   const std::uint64_t call = CallNumber();
-  const ProcessState& state = State();
+  const AtlasState& state = CurrentAtlas();
   if (call != 0 && memo.call == call && memo.tables == state.tables_version && memo.code == code &&
       memo.places_path == state.places_path) {
     return memo.loaded;

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/paths.h"
 #include "util/bytes.h"
 #include "util/file_tests.h"
@@ -139,7 +139,7 @@ constexpr std::array<Alias, 67> kAliases = {{
 }};
 
 std::int16_t ScanTable(const std::string& normalized) {
-  const auto& zones = State().zones;
+  const auto& zones = CurrentAtlas().zones;
   for (std::size_t i = 0; i < zones.size(); ++i) {
     if (UCase(Trim(zones[i].TZShort)) == normalized) return static_cast<std::int16_t>(i);
   }
@@ -180,19 +180,21 @@ std::string EncodeZoneFile(const std::vector<ZoneRecord>& records) {
 }
 
 bool InitializeTimeZones(std::string path, const std::string& file_name) {
-  ProcessState& state = State();
-  const bool was_loaded = state.zones_loaded;
-  if (was_loaded) return true;
+  AtlasState& state = CurrentAtlas();
+  if (state.zones_loaded) return true;
+  // Once, whichever thread asks first; the others wait and find it loaded.
+  const std::lock_guard<std::recursive_mutex> lock(state.tables_mutex);
+  if (state.zones_loaded) return true;
   const std::string file = AtlasFolder(std::move(path)) + file_name;
   if (Exist(file)) {
     state.zones = DecodeZoneFile(ReadFile(file));
+    state.TablesChanged();
     state.zones_loaded = true;
-  } else {
+  } else if (state.zones.size() != 1) {
     state.zones.assign(1, BlankZone());
-    state.zones_loaded = false;
+    state.TablesChanged();
   }
-  state.TablesChanged();
-  return was_loaded;
+  return false;
 }
 
 std::string ZoneLine(const ZoneRecord& z) {
@@ -210,7 +212,7 @@ std::string ZoneLine(const ZoneRecord& z) {
 
 std::string GetTimeZoneListString(std::int16_t zone_id, double zone_time) {
   InitializeTimeZones("", "Zones13.bin");
-  auto& zones = State().zones;
+  auto& zones = CurrentAtlas().zones;
   if (zone_id < 0 || static_cast<std::size_t>(zone_id) >= zones.size()) return {};
   if (zone_id == 0) zones[0].TZDif = static_cast<float>(zone_time);
   return ZoneLine(zones[static_cast<std::size_t>(zone_id)]);
@@ -244,14 +246,13 @@ std::int16_t GetTimezoneId(std::string_view abbreviation) {
     if (c != ' ') normalized += c;
   }
   normalized = UCase(normalized);
-  auto& known = State().zone_ids;
+  auto& known = TableAnswers<struct ZoneIds, std::string, std::int16_t>();
   if (const auto it = known.find(normalized); it != known.end()) return it->second;
   // A target is never an alias of something else, so one step resolves it;
   // names passed on unchanged go straight to the table.
   const std::string canonical = ResolveZoneAlias(normalized);
   const std::int16_t id = ScanTable(canonical.empty() ? normalized : canonical);
   // Abbreviations asked for are few; the bound only keeps odd input in check.
-  if (known.size() >= 4096) known.clear();
   known.emplace(std::move(normalized), id);
   return id;
 }

@@ -4,7 +4,7 @@
 #include <memory>
 #include <unordered_set>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 
 namespace tarv::capi {
 namespace {
@@ -17,9 +17,9 @@ std::unordered_set<const tarv_atlas*>& OpenHandles() {
 
 // A fresh process state for another atlas; the host's language stays.
 void StartOver() {
-  const std::int32_t language = State().Language().Language();
-  ResetProcessState();
-  State().Language().SetLanguage(language);
+  const std::int32_t language = CurrentAtlas().Language().Language();
+  ResetDefaultAtlas();
+  CurrentAtlas().Language().SetLanguage(language);
 }
 
 void RequireAtlasFiles(const std::string& folder) {
@@ -35,7 +35,7 @@ void RequireAtlasFiles(const std::string& folder) {
 
 std::string InUse(const std::string& wanted) {
   return "cannot use the atlas \"" + wanted + "\": this process has the atlas \"" +
-         State().places_path + "\" open, and it holds one atlas at a time: close its handles first";
+         CurrentAtlas().places_path + "\" open, and it holds one atlas at a time: close its handles first";
 }
 
 }  // namespace
@@ -43,11 +43,11 @@ std::string InUse(const std::string& wanted) {
 tarv_atlas* OpenHandle(const std::string& folder) {
   const auto& open = OpenHandles();
   if (!folder.empty()) {
-    if (!open.empty() && State().places_path != folder) Fail(TARV_E_ATLAS_IN_USE, InUse(folder));
+    if (!open.empty() && CurrentAtlas().places_path != folder) Fail(TARV_E_ATLAS_IN_USE, InUse(folder));
     RequireAtlasFiles(folder);
   }
   // Tables of a folder no handle uses any more must not answer for another.
-  if (open.empty() && (folder.empty() || State().places_path != folder)) StartOver();
+  if (open.empty() && (folder.empty() || CurrentAtlas().places_path != folder)) StartOver();
   auto atlas = std::make_unique<tarv_atlas>();
   if (!folder.empty()) {
     atlas->places.PlacePath(folder);

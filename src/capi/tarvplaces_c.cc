@@ -12,7 +12,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/user_places.h"
 #include "capi/boundary.h"
 #include "capi/handles.h"
@@ -124,7 +124,7 @@ std::optional<double> JulianOf(const tarv_local_time* when) {
 // The atlas folder of the call: the handles' folder, else what the handle's
 // callback gives.
 void RequireFolder(tarv_atlas& atlas) {
-  std::string& folder = State().places_path;
+  std::string& folder = CurrentAtlas().places_path;
   if (folder.empty() && atlas.places.FillPlacePath) atlas.places.FillPlacePath(folder);
   if (folder.empty()) {
     Fail(TARV_E_ATLAS, "no atlas folder: open the handle on one or give it a place path callback");
@@ -143,7 +143,7 @@ CountryInfo ResolveCountry(tarv_atlas& atlas, const std::string& text) {
                  : atlas.places.FindCountry(text, CountryCodes::kIso);
   if (!info) {
     Fail(TARV_E_UNKNOWN_COUNTRY,
-         "no country or group \"" + text + "\" in the atlas \"" + State().places_path + "\"");
+         "no country or group \"" + text + "\" in the atlas \"" + CurrentAtlas().places_path + "\"");
   }
   return *info;
 }

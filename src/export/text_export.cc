@@ -4,7 +4,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_table.h"
 #include "export/file_helpers.h"
@@ -84,7 +84,7 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
   InitializeCountries("", country_file.empty() ? "Country.dat" : country_file, false, true);
   InitializeTimeZones("", "Zones13.bin");
   const std::string out = out_folder.empty() ? AtlasFolder("") : AddBackslash(out_folder, true);
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   const std::size_t last = table.size() > kNonCountryTail ? table.size() - kNonCountryTail : 0;
   ExportCounts counts;
 
@@ -133,7 +133,7 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
   }
   std::string zones;
   Line(zones, "Id", "TZIndex", "TZShort", "TZName", "TZDif", "TZType", "TZSortIndex", "TZShow");
-  const auto& zone_table = State().zones;
+  const auto& zone_table = CurrentAtlas().zones;
   for (std::size_t z = 0; z < zone_table.size(); ++z) {
     const ZoneRecord& r = zone_table[z];
     Line(zones, std::to_string(z), std::to_string(z), r.TZShort, r.TZName, SingleToText(r.TZDif),

@@ -6,7 +6,7 @@
 #include "atlas/country_names.h"
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/zone_history.h"
 #include "atlas/zone_table.h"
 #include "interface/zone_names.h"
@@ -46,7 +46,7 @@ double NumberOfSingle(float value) {
 
 // The name and ISO code of the place's country.
 void DescribeCountry(classPlaces& places, PlaceReport& p) {
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   const auto index = static_cast<std::size_t>(GetCountryIndexOfID(
       GetCountryIDOfCode(GetInternalCountryAbbreviation(AnsiFromUtf8(p.country)))));
   if (index == 0 || index >= table.size()) return;
@@ -75,7 +75,7 @@ ZoneReport ReportZone(classPlaces& places, std::int16_t id, double longitude) {
   zone.is_lmt = id == 0;
   // The member loads the zone table when needed.
   if (places.GetTimeZoneListString(id).empty()) return zone;
-  const ZoneRecord& record = State().zones[static_cast<std::size_t>(id)];
+  const ZoneRecord& record = CurrentAtlas().zones[static_cast<std::size_t>(id)];
   zone.abbreviation = Utf8FromAnsi(TrimRight(record.TZShort));
   zone.name = Utf8FromAnsi(TrimRight(record.TZName));
   zone.kind = record.TZType;

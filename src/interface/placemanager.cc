@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "atlas/atlas_fault.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/message_box.h"
 #include "tarvplaces/places.h"
 #include "util/text.h"
@@ -35,7 +35,7 @@ std::unique_ptr<PlaceManagerDialog> NewPlaceManager() {
 }
 
 void ReportNotAvailable() {
-  const bool german = State().Language().Language() == kLanguageGerman;
+  const bool german = CurrentAtlas().Language().Language() == kLanguageGerman;
   MsgBox(german ? "Die Orteverwaltung ist in diesem Programm nicht verf\xC3\xBCgbar."
                 : "The place manager is not available in this program.",
          kMsgExclamation);

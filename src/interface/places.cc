@@ -9,7 +9,7 @@
 #include "atlas/name_index.h"
 #include "atlas/nearest_place.h"
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/user_places.h"
 #include "atlas/world_search.h"
@@ -78,8 +78,8 @@ const std::string& UserFolder() {
     std::string folder = AtlasFolder("") + "USER";
   };
   Known& known = PerThread<Known>();
-  if (known.places_path != State().places_path) {
-    known.places_path = State().places_path;
+  if (known.places_path != CurrentAtlas().places_path) {
+    known.places_path = CurrentAtlas().places_path;
     known.folder = AtlasFolder("") + "USER";
   }
   return known.folder;
@@ -95,28 +95,28 @@ void LoadTables() {
 }  // namespace
 
 void classPlaces::CheckPlacePath() {
-  std::string& folder = State().places_path;
+  std::string& folder = CurrentAtlas().places_path;
   if (folder.empty() && FillPlacePath) FillPlacePath(folder);
 }
 
 std::string classPlaces::PlacePath() {
   CheckPlacePath();
-  return State().places_path;
+  return CurrentAtlas().places_path;
 }
 
 void classPlaces::PlacePath(const std::string& NewPlacePath) {
-  State().places_path = NewPlacePath;
+  CurrentAtlas().places_path = NewPlacePath;
 }
 
 void classPlaces::FillCountryArray(std::vector<std::string>& Countries) {
-  if (FillPlacePath) FillPlacePath(State().places_path);
+  if (FillPlacePath) FillPlacePath(CurrentAtlas().places_path);
   std::string country_file = "Country.dat";
   if (FillCountryFile) FillCountryFile(country_file);
   bool sort_file = true;
   if (SortCountryFile) SortCountryFile(sort_file);
   InitializeCountries("", country_file, sort_file, true);
 
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   Countries.clear();
   Countries.reserve(table.size());
   for (const auto& record : table)
@@ -126,7 +126,7 @@ void classPlaces::FillCountryArray(std::vector<std::string>& Countries) {
 std::int32_t classPlaces::GetCountryID(const std::string& CountryShort) {
   CheckPlacePath();
   // The call that loads the table deliberately answers 0, the extension too.
-  const bool loaded = State().countries_loaded;
+  const bool loaded = CurrentAtlas().countries_loaded;
   const std::int16_t id = tarv::GetCountryID(Ansi(CountryShort));
   if (id != 0 || !loaded) return id;
   return CountryIdOfIsoCodeOrName(CountryShort);
@@ -142,7 +142,7 @@ std::optional<CountryInfo> classPlaces::FindCountry(const std::string& Text, Cou
   info.Id = match->id;
   info.Code = Host(match->code);
   info.IsGroup = match->group;
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   const auto index = static_cast<std::size_t>(tarv::GetCountryIndexOfID(match->id));
   if (index < table.size()) {
     info.Title = Host(table[index].CountryTitle);
@@ -195,7 +195,8 @@ std::int32_t classPlaces::SearchAllCountries(const std::string& SearchPlace,
   const FaultScope fault;
   LoadTables();
   const SearchText text = SearchOf(SearchPlace);
-  return tarv::SearchAllCountries(text.ansi, MaxPlaces, text.Query());
+  return tarv::SearchAllCountries(text.ansi, MaxPlaces, text.Query(),
+                                  CurrentAtlas().found_places);
 }
 
 std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
@@ -232,7 +233,7 @@ void classPlaces::FillTimezoneArray(std::vector<std::string>& Zones) {
   CheckPlacePath();
   InitializeTimeZones("", "Zones13.bin");
   Zones.clear();
-  for (const auto& zone : State().zones)
+  for (const auto& zone : CurrentAtlas().zones)
     Zones.push_back(Host(ZoneLine(zone)));
 }
 
@@ -376,8 +377,8 @@ std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
     id = text.empty() ? std::int16_t{0} : RightTimeZoneId(code, place.Place.Timetable);
     if (GetTimezoneId != nullptr) *GetTimezoneId = id;
     if (!LongString) return Host(text);
-    if (text.empty() || static_cast<std::size_t>(id) >= State().zones.size()) return {};
-    return Host(State().zones[static_cast<std::size_t>(id)].TZName);
+    if (text.empty() || static_cast<std::size_t>(id) >= CurrentAtlas().zones.size()) return {};
+    return Host(CurrentAtlas().zones[static_cast<std::size_t>(id)].TZName);
   }
   if (const auto at = ZoneOfPlaceAt(place, LookupSerialOfJulian(Julian))) {
     zone = at->zone;
@@ -492,7 +493,7 @@ void classPlaces::Export(const std::string& Password, const std::string* Country
   if (Password != ExportPassPhrase()) return;
   const FaultScope fault;
   CheckPlacePath();
-  if (State().places_path.empty()) {
+  if (CurrentAtlas().places_path.empty()) {
     MsgBox("g_PlacesPath ist nicht gefüllt", kMsgInformation);
     return;
   }
@@ -504,7 +505,7 @@ AtlasFault classPlaces::LastAtlasFault() const {
 }
 
 TarvLanguage& classPlaces::LanguageComponent() {
-  return State().Language();
+  return CurrentAtlas().Language();
 }
 
 std::int32_t classPlaces::Language() {

@@ -11,7 +11,7 @@
 #include <map>
 #include <string>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "geonames_atlas_fixture.h"
 #include "platform/paths.h"
 #include "support/temp_folder.h"
@@ -56,7 +56,7 @@ TEST(ReadOnlyAtlas, LookupsAnswerAndAdditionsFailNamingTheUserFile) {
                     "again as an unprivileged user";
   }
   const auto before = Files(atlas);
-  ResetProcessState();
+  ResetDefaultAtlas();
   classPlaces places;
   places.PlacePath(testing::kDefaultAtlas);
   double lon = 0;
@@ -96,7 +96,7 @@ TEST(DeepAtlas, LookupsAndUserPlacesWorkPastTheOldPathLimit) {
   for (const char* file : {"Country.dat", "DstRules.dat", "Zones13.bin", "D.dao", "D.IDX", "D.NDX"})
     fs::copy_file(atlas / file, native / file);
 
-  ResetProcessState();
+  ResetDefaultAtlas();
   classPlaces places;
   places.PlacePath(deep);
   double lon = 0;

@@ -21,7 +21,7 @@
 #include "atlas/geonames.h"
 #include "atlas/place_file.h"
 #include "atlas/posix_tz.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_history.h"
 #include "export/text_export.h"

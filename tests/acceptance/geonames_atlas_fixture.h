@@ -12,7 +12,7 @@
 
 #include "atlas/atlas_builder.h"
 #include "atlas/geonames.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "tarvplaces/places.h"
 
 namespace tarv::testing {
@@ -47,7 +47,7 @@ class GeoNamesAtlasTest : public ::testing::Test {
                            ? "GeoNames' places are not fetched (scripts/fetch-data.sh)"
                            : "the default atlas is not built (scripts/build-atlas.sh)");
     }
-    ResetProcessState();
+    ResetDefaultAtlas();
     places.PlacePath(kDefaultAtlas);
     places.GetCountryID("");  // loads the tables
   }

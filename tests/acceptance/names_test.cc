@@ -11,7 +11,7 @@
 #include "atlas/atlas_builder.h"
 #include "atlas/geonames.h"
 #include "atlas/name_check.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "geonames_atlas_fixture.h"
 #include "tarvplaces/list_control.h"
 #include "tarvplaces/places.h"

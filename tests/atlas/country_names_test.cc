@@ -67,7 +67,7 @@ TEST_F(CountryNamesTest, GroupsByTheirNamesInEitherLanguageAndTheUsaByItsCodes) 
   EXPECT_EQ(Code("United States"), "USA");
   // The table is English here: groups go by their English names, which the
   // searches read, also when asked by their German ones.
-  State().Language().SetLanguage(kLanguageEnglish);
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   InitializeCountries("", "Country.dat", false, true);
   EXPECT_EQ(Code("EUROPA"), "EUROPE");
   EXPECT_EQ(Code("europe"), "EUROPE");

@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
 #include "tarvplaces/atlas_error.h"
@@ -21,16 +21,16 @@ class CountryTableTest : public testing::AtlasTest {
   void SetUp() override {
     AtlasTest::SetUp();
     folder_.Write("Country.dat", JoinCrLf(SampleCountryLines()));
-    State().places_path = folder_.str();
+    CurrentAtlas().places_path = folder_.str();
   }
   // Loads the table so that lookups answer at once.
   void Load(bool sort = false) { InitializeCountries("", "Country.dat", sort, true); }
-  const std::vector<CountryRecord>& Table() const { return State().countries; }
+  const std::vector<CountryRecord>& Table() const { return CurrentAtlas().countries; }
 };
 
 TEST_F(CountryTableTest, FirstLookupLoadsAndDeliberatelyReturnsZero) {
   EXPECT_EQ(GetCountryID("D"), 0);
-  EXPECT_TRUE(State().countries_loaded);
+  EXPECT_TRUE(CurrentAtlas().countries_loaded);
   EXPECT_EQ(GetCountryID("D"), 58);
   // The loader returns the flag as it stood on entry; forced, always false.
   EXPECT_TRUE(InitializeCountries("", "Country.dat", false, false));
@@ -53,7 +53,7 @@ TEST_F(CountryTableTest, LayoutIsFallbackThenLinesThenSixContinents) {
 }
 
 TEST_F(CountryTableTest, EnglishContinentNamesAreKeptAsHostsKnowThem) {
-  State().Language().SetLanguage(kLanguageEnglish);
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   Load();
   const auto n = Table().size();
   EXPECT_EQ(Table()[n - 5].CountryTitle, "THE AMERIKAS");
@@ -101,7 +101,7 @@ TEST_F(CountryTableTest, LookupsFollowAReloadedTable) {
                           CountryDatLine(8, "Deutschland", "D", "MEZ", "EUROPA", 4)}));
   EXPECT_EQ(GetCountryIndexOfID(58), 1);
   EXPECT_EQ(GetContinentID("AFRICA"), 0);  // German continent names
-  State().Language().SetLanguage(kLanguageEnglish);
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   Load();
   EXPECT_EQ(GetCountryID("D"), 8);
   EXPECT_EQ(GetCountryID("Deu"), 8);
@@ -130,7 +130,7 @@ TEST_F(CountryTableTest, TextsWithControlCharactersAreNoContinent) {
 
 TEST_F(CountryTableTest, IndexOfIdFindsPositionsWithoutLoading) {
   EXPECT_EQ(GetCountryIndexOfID(58), 0);  // never loaded: nothing to find
-  EXPECT_FALSE(State().countries_loaded);
+  EXPECT_FALSE(CurrentAtlas().countries_loaded);
   Load();
   EXPECT_EQ(GetCountryIndexOfID(58), 1);
   EXPECT_EQ(GetCountryIndexOfID(0), 0);
@@ -185,7 +185,7 @@ class CountryFileErrorTest : public testing::AtlasTest {
  protected:
   void SetUp() override {
     AtlasTest::SetUp();
-    State().places_path = folder_.str();
+    CurrentAtlas().places_path = folder_.str();
   }
   std::string LoadError(const std::string& text) {
     folder_.Write("Country.dat", text);
@@ -201,13 +201,13 @@ class CountryFileErrorTest : public testing::AtlasTest {
 TEST_F(CountryFileErrorTest, MissingFileIsSilentAndLoadsNothing) {
   EXPECT_EQ(GetCountryID("D"), 0);
   EXPECT_EQ(GetCountryID("D"), 0);
-  EXPECT_FALSE(State().countries_loaded);
+  EXPECT_FALSE(CurrentAtlas().countries_loaded);
 }
 
 TEST_F(CountryFileErrorTest, ShortLineOrNumberOutsideSixteenBitsNamesFileAndLine) {
   auto error = LoadError(CountryDatLine(1, "A", "A", "MEZ", "EUROPA", 4) + "\r\n1\tB\tB\r\n");
   EXPECT_NE(error.find("Country.dat: line 2: 3 TAB-separated fields"), std::string::npos) << error;
-  EXPECT_FALSE(State().countries_loaded);
+  EXPECT_FALSE(CurrentAtlas().countries_loaded);
   error = LoadError(CountryDatLine(40000, "A", "A", "MEZ", "EUROPA", 4));
   EXPECT_NE(error.find("line 1: CountryId \"40000\""), std::string::npos) << error;
 }
@@ -221,7 +221,7 @@ TEST_F(CountryFileErrorTest, CodeWithAControlCharacterNamesTheLine) {
                        "at position 6"),
             std::string::npos)
       << error;
-  EXPECT_FALSE(State().countries_loaded);
+  EXPECT_FALSE(CurrentAtlas().countries_loaded);
   EXPECT_NE(LoadError(CountryDatLine(1, "A", "A\x1A", "MEZ", "EUROPA", 4)).find("0x1A"),
             std::string::npos);
 }
@@ -231,23 +231,23 @@ TEST_F(CountryFileErrorTest, MoreThanThreeHundredLinesAreRefused) {
   EXPECT_NE(LoadError(JoinCrLf(lines)).find("line 301"), std::string::npos);
   lines.pop_back();
   EXPECT_EQ(LoadError(JoinCrLf(lines)), "");
-  EXPECT_EQ(State().countries.size(), 307U);
+  EXPECT_EQ(CurrentAtlas().countries.size(), 307U);
 }
 
 TEST_F(CountryFileErrorTest, FailedReloadKeepsThePreviousTable) {
   folder_.Write("Country.dat", JoinCrLf(SampleCountryLines()));
   InitializeCountries("", "Country.dat", false, true);
   EXPECT_FALSE(LoadError("garbage").empty());
-  EXPECT_EQ(State().countries[1].CountryShort, "D");
-  EXPECT_TRUE(State().countries_loaded);
+  EXPECT_EQ(CurrentAtlas().countries[1].CountryShort, "D");
+  EXPECT_TRUE(CurrentAtlas().countries_loaded);
 }
 
 TEST_F(CountryFileErrorTest, ExtraFieldsLineEndingsAndTextNumbersAreAccepted) {
   EXPECT_EQ(LoadError("7.6\tA\tA\tMEZ\tEUROPA\t\t\t\t\tx4\t\textra\nx\tB\tB\t\t\t\t\t\t\t\t\r"),
             "");
-  EXPECT_EQ(State().countries[1].CountryId, 8);    // nearest integer
-  EXPECT_EQ(State().countries[1].ContinentID, 0);  // no leading number
-  EXPECT_EQ(State().countries[2].CountryShort, "B");
+  EXPECT_EQ(CurrentAtlas().countries[1].CountryId, 8);    // nearest integer
+  EXPECT_EQ(CurrentAtlas().countries[1].ContinentID, 0);  // no leading number
+  EXPECT_EQ(CurrentAtlas().countries[2].CountryShort, "B");
 }
 
 TEST_F(CountryFileErrorTest, GarbageBytesNeverCrash) {
@@ -260,7 +260,7 @@ TEST_F(CountryFileErrorTest, GarbageBytesNeverCrash) {
     }
     // Loads or throws AtlasError; any other exception or a crash fails.
     if (LoadError(bytes).empty()) {
-      EXPECT_GE(State().countries.size(), 7U);
+      EXPECT_GE(CurrentAtlas().countries.size(), 7U);
     }
   }
 }

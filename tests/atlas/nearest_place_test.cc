@@ -133,8 +133,8 @@ TEST_F(NearestPlaceTest, AgreesWithMeasuringEveryPlace) {
 }
 
 TEST_F(NearestPlaceTest, WithoutCountryTableTheResultStaysUntouched) {
-  ResetProcessState();
-  State().places_path = folder_.str() + "/nowhere";
+  ResetDefaultAtlas();
+  CurrentAtlas().places_path = folder_.str() + "/nowhere";
   EXPECT_EQ(Nearest("D", 13, 52), "untouched");
 }
 

@@ -192,7 +192,7 @@ TEST_F(PlaceFileTest, GroupsReadDatabaseBeforeUserFileInTableOrder) {
 TEST_F(PlaceFileTest, GroupsAreFoundByTheirNameInEitherLanguageOfTheTable) {
   WriteCountry("J", {Place("Kyoto", 135.8F, 35.0F), Place("Kobe", 135.2F, 34.7F)});
   for (const std::int32_t language : {kLanguageGerman, kLanguageEnglish}) {
-    State().Language().SetLanguage(language);
+    CurrentAtlas().Language().SetLanguage(language);
     InitializeCountries("", "Country.dat", false, true);  // continents in that language
     const std::string asia = language == kLanguageGerman ? "ASIEN" : "ASIA";
     PlaceList list;

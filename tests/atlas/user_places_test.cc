@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "support/atlas_fixture.h"
 #include "support/child_process.h"
@@ -91,7 +91,7 @@ TEST_F(UserPlacesTest, BadNamesAreRefusedOrCleaned) {
 
 TEST_F(UserPlacesTest, ContinentsAndGroupsTakeNoPlaces) {
   // The six records closing the table have no file that any search reads.
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   for (std::size_t k = table.size() - kContinentRecords; k < table.size(); ++k) {
     std::int32_t unused = 0;
     EXPECT_EQ(AddCity(UserPlace{table[k].CountryId, Place("Kontinentort", 10, 50)}, unused), 0)
@@ -203,7 +203,7 @@ TEST_F(UserPlacesTest, EveryRunOfALetterIsReadAndEachRecordOnce) {
 int AddMany(const std::string& argument) {
   const auto parts = SplitCopies(argument, '|');
   if (parts.size() != 4) return 2;
-  State().places_path = parts[0];
+  CurrentAtlas().places_path = parts[0];
   std::ofstream out(parts[3], std::ios::app);
   for (int i = std::stoi(parts[1]); i < std::stoi(parts[2]); ++i) {
     std::int32_t number = 0;
@@ -295,7 +295,7 @@ TEST_F(UserPlacesTest, DeviceNamesAsCodesNeverWriteIntoADevice) {
   InitializeCountries("", "Country.dat", false, /*force_reload=*/true);
   for (const auto& [id, code] : devices) {
     SCOPED_TRACE(code);
-    ASSERT_EQ(State().countries[static_cast<std::size_t>(GetCountryIndexOfID(id))].CountryShort,
+    ASSERT_EQ(CurrentAtlas().countries[static_cast<std::size_t>(GetCountryIndexOfID(id))].CountryShort,
               code);
     EXPECT_EQ(SearchandStorePlaces(code, "Testort"), 0);
     std::int32_t number = 0;

@@ -41,61 +41,66 @@ class WorldSearchTest : public testing::AtlasFixture {
     }
     WritePlaceFiles(folder_.path(), code, records, true, extras);
   }
+  std::int32_t Search(const std::string& text, std::int32_t limit = kWorldSearchLimit) {
+    return SearchAllCountries(text, limit, nullptr, found_);
+  }
   std::vector<std::string> Found() {
     std::vector<std::string> found;
-    for (const auto& f : FoundPlaces())
+    for (const auto& f : found_)
       found.push_back(f.Place.TrimmedName() + " (" + f.Country + ")");
     return found;
   }
+  std::vector<FoundPlace> found_;
 };
 
 TEST_F(WorldSearchTest, AWholeNameFindsEveryCountrysPlacesMostPopulousFirst) {
-  ASSERT_EQ(SearchAllCountries("Paris"), 2);
+  ASSERT_EQ(Search("Paris"), 2);
   EXPECT_THAT(Found(), ElementsAre("Paris (F)", "Paris (USCA)"));
-  EXPECT_EQ(FoundPlaces()[0].Population, 2100000U);
+  EXPECT_EQ(found_[0].Population, 2100000U);
   // Another name, in another country.
-  ASSERT_EQ(SearchAllCountries("Parigi"), 1);
-  EXPECT_TRUE(FoundPlaces()[0].OtherName);
+  ASSERT_EQ(Search("Parigi"), 1);
+  EXPECT_TRUE(found_[0].OtherName);
   // A country without a name index is searched through its place file.
-  ASSERT_EQ(SearchAllCountries("Parisu"), 1);
-  EXPECT_EQ(FoundPlaces()[0].Country, "J");
-  EXPECT_EQ(SearchAllCountries("Atlantis"), 0);
+  ASSERT_EQ(Search("Parisu"), 1);
+  EXPECT_EQ(found_[0].Country, "J");
+  EXPECT_EQ(Search("Atlantis"), 0);
 }
 
 TEST_F(WorldSearchTest, BeginningsPutOwnNamesFirstAndKeepTheLimit) {
   // Perth is "partha" in Hindi, and bigger than Paris: own names first
   // unless another is twenty times as big.
-  ASSERT_EQ(SearchAllCountries("Par*"), 5);
+  ASSERT_EQ(Search("Par*"), 5);
   EXPECT_THAT(Found(),
               ElementsAre("Paris (F)", "Perth (AUS)", "Paris (USCA)", "Parnac (F)", "Parisu (J)"));
-  ASSERT_EQ(SearchAllCountries("Par*", 2), 2);
+  ASSERT_EQ(Search("Par*", 2), 2);
   EXPECT_THAT(Found(), ElementsAre("Paris (F)", "Perth (AUS)"));
   // A trailing "?" asks for the beginning too; other wildcards search each
   // country's place file.
-  EXPECT_EQ(SearchAllCountries("Par?"), 5);
-  ASSERT_EQ(SearchAllCountries("P?ris"), 2);
+  EXPECT_EQ(Search("Par?"), 5);
+  ASSERT_EQ(Search("P?ris"), 2);
   EXPECT_THAT(Found(), ElementsAre("Paris (F)", "Paris (USCA)"));
-  EXPECT_EQ(SearchAllCountries("*"), 0);
-  EXPECT_EQ(SearchAllCountries("Par*", 0), 0);
+  EXPECT_EQ(Search("*"), 0);
+  EXPECT_EQ(Search("Par*", 0), 0);
 }
 
 TEST_F(WorldSearchTest, UserPlacesComeFirst) {
   classPlaces places;
   ASSERT_EQ(places.AddUserPlace("D", "Paris", 13.0, 52.0), -1);
   ASSERT_EQ(places.SearchAllCountries("Paris"), 3);
+  found_ = CurrentAtlas().found_places;
   EXPECT_THAT(Found(), ElementsAre("Paris (D)", "Paris (F)", "Paris (USCA)"));
-  EXPECT_LT(FoundPlaces()[0].RecordNo, 0);
+  EXPECT_LT(found_[0].RecordNo, 0);
   // The records the host reads carry the country.
   EXPECT_EQ(places.GetPlaceDataOfId(1).at(1), "F");
 }
 
 TEST_F(WorldSearchTest, ANewIndexIsSeen) {
-  ASSERT_EQ(SearchAllCountries("Parigi"), 1);
+  ASSERT_EQ(Search("Parigi"), 1);
   Write("F", {{"Paris", 2.35F, 48.85F, 2100000, {"paris", "parizh"}}});
   ForgetFileStatuses();
   ClearExpandedImages();
-  EXPECT_EQ(SearchAllCountries("Parigi"), 0);
-  EXPECT_EQ(SearchAllCountries("Parizh"), 1);
+  EXPECT_EQ(Search("Parigi"), 0);
+  EXPECT_EQ(Search("Parizh"), 1);
 }
 
 }  // namespace

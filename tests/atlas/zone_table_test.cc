@@ -5,7 +5,7 @@
 #include <clocale>
 #include <random>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "support/german_numbers.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
@@ -23,14 +23,14 @@ class ZoneTableTest : public testing::AtlasTest {
   void SetUp() override {
     AtlasTest::SetUp();
     folder_.Write("Zones13.bin", ProjectZoneFile());
-    State().places_path = folder_.str();
+    CurrentAtlas().places_path = folder_.str();
   }
   std::int16_t Id(const std::string& abbreviation) {
     InitializeTimeZones("", "Zones13.bin");
     return GetTimezoneId(abbreviation);
   }
   std::string ShortOf(std::int16_t id) {
-    return Trim(State().zones.at(static_cast<std::size_t>(id)).TZShort);
+    return Trim(CurrentAtlas().zones.at(static_cast<std::size_t>(id)).TZShort);
   }
 };
 
@@ -95,16 +95,16 @@ TEST(ZoneFile, GarbageOfAnyLengthDecodes) {
 
 TEST_F(ZoneTableTest, LoadingCallDeliberatelyReturnsFalse) {
   EXPECT_FALSE(InitializeTimeZones("", "Zones13.bin"));
-  EXPECT_TRUE(State().zones_loaded);
+  EXPECT_TRUE(CurrentAtlas().zones_loaded);
   EXPECT_TRUE(InitializeTimeZones("", "Zones13.bin"));
-  EXPECT_EQ(State().zones.size(), kZoneCount);
+  EXPECT_EQ(CurrentAtlas().zones.size(), kZoneCount);
 }
 
 TEST_F(ZoneTableTest, MissingFileLeavesOneBlankEntry) {
   EXPECT_FALSE(InitializeTimeZones("", "Nope.bin"));
-  EXPECT_FALSE(State().zones_loaded);
-  ASSERT_EQ(State().zones.size(), 1U);
-  EXPECT_EQ(ZoneLine(State().zones[0]),
+  EXPECT_FALSE(CurrentAtlas().zones_loaded);
+  ASSERT_EQ(CurrentAtlas().zones.size(), 1U);
+  EXPECT_EQ(ZoneLine(CurrentAtlas().zones[0]),
             std::string(12, ' ') + "\t" + std::string(45, ' ') + "\t0\t \t0\t0\t0");
   EXPECT_EQ(GetTimezoneId("MET"), 0);
 }
@@ -142,7 +142,7 @@ TEST_F(ZoneTableTest, TemplatesBuildSummerAndDoubleSummerForms) {
 
 TEST_F(ZoneTableTest, NoEntryHidesBehindAnAliasOfAnotherZone) {
   InitializeTimeZones("", "Zones13.bin");
-  for (const auto& zone : State().zones) {
+  for (const auto& zone : CurrentAtlas().zones) {
     const std::string name = Trim(zone.TZShort);
     const std::string target = ResolveZoneAlias(name);
     EXPECT_TRUE(target.empty() || target == name) << name << " could never be found";
@@ -151,9 +151,9 @@ TEST_F(ZoneTableTest, NoEntryHidesBehindAnAliasOfAnotherZone) {
 
 TEST_F(ZoneTableTest, ZoneZeroTakesTheCallersZoneTime) {
   GetTimeZoneListString(0, 1.5);
-  EXPECT_EQ(State().zones[0].TZDif, 1.5F);
+  EXPECT_EQ(CurrentAtlas().zones[0].TZDif, 1.5F);
   EXPECT_EQ(GetTimeZoneListString(5).substr(0, 4), "AST ");  // other zones keep theirs
-  EXPECT_EQ(State().zones[0].TZDif, 1.5F);
+  EXPECT_EQ(CurrentAtlas().zones[0].TZDif, 1.5F);
   EXPECT_NE(GetTimeZoneListString(0).find("\t0\tL\t"), std::string::npos);
   EXPECT_EQ(GetTimeZoneListString(287), "");
   EXPECT_EQ(GetTimeZoneListString(-1), "");

@@ -104,7 +104,7 @@ TEST_F(TextExportTest, WrongPassPhraseDoesNothing) {
 }
 
 TEST_F(TextExportTest, EmptyPlaceFolderIsReported) {
-  State().places_path.clear();
+  CurrentAtlas().places_path.clear();
   classPlaces places;
   places.Export(ExportPassPhrase());
   ASSERT_EQ(messages_.size(), 1U);

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/change_counter.h"
 #include "support/atlas_fixture.h"
 #include "support/child_process.h"
@@ -21,11 +21,11 @@ using testing::Place;
 
 // Another program using the atlas in `folder` adds or deletes a place.
 int AddNeustadt(const std::string& folder) {
-  State().places_path = folder;
+  CurrentAtlas().places_path = folder;
   return classPlaces().AddUserPlace("D", "Neustadt", 10.0, 50.0) == -1 ? 0 : 1;
 }
 int DeleteNeustadt(const std::string& folder) {
-  State().places_path = folder;
+  CurrentAtlas().places_path = folder;
   return classPlaces().DeleteUserPlace("D", "Neustadt") == -1 ? 0 : 1;
 }
 const testing::ChildWorkRegistration kAdd("freshness-add", AddNeustadt);
@@ -76,8 +76,8 @@ TEST_F(FreshnessTest, UnusableCounterFallsBackToLookingEveryCall) {
   const std::vector<std::string> damages = {"TPCH", "garbage, not a counter"};
   for (const auto& damage : damages) {
     SCOPED_TRACE(damage);
-    ResetProcessState();
-    State().places_path = folder_.str();
+    ResetDefaultAtlas();
+    CurrentAtlas().places_path = folder_.str();
     messages_.clear();
     folder_.Write(std::string("USER/") + kChangeCounterFile, damage);
     EXPECT_EQ(Found("Neustadt"), 0);

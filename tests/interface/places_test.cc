@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/lz.h"
 #include "support/atlas_fixture.h"
 #include "support/country_fixture.h"

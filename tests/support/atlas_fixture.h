@@ -7,7 +7,7 @@
 
 #include "atlas/place_file.h"
 #include "atlas/place_file_writer.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "platform/lz.h"
 #include "support/country_fixture.h"
@@ -37,7 +37,7 @@ class AtlasFixture : public AtlasTest {
     ClearExpandedImages();
     folder_.Write("Country.dat", JoinCrLf(SampleCountryLines()));
     folder_.Write("Zones13.bin", ProjectZoneFile());
-    State().places_path = folder_.str();
+    CurrentAtlas().places_path = folder_.str();
     InitializeCountries("", "Country.dat", false, false);
   }
   void TearDown() override {

@@ -9,7 +9,7 @@
 #include <iterator>
 #include <random>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/file_status.h"
 #include "platform/paths.h"
 
@@ -129,7 +129,7 @@ bool RunningUnderWine() {
 }
 
 void AtlasTest::SetUp() {
-  ResetProcessState();
+  ResetDefaultAtlas();
   SetMessageSink([this](const Message& m) {
     messages_.push_back(m);
     return MsgAnswer::kOk;
@@ -138,7 +138,7 @@ void AtlasTest::SetUp() {
 
 void AtlasTest::TearDown() {
   SetMessageSink(nullptr);
-  ResetProcessState();
+  ResetDefaultAtlas();
 }
 
 }  // namespace tarv::testing

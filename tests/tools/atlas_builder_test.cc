@@ -10,7 +10,7 @@
 
 #include "atlas/name_index.h"
 #include "atlas/place_file.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "support/temp_folder.h"
@@ -139,7 +139,7 @@ TEST_F(AtlasBuilderTest, TheNameIndexFindsPlacesByTheirOtherNames) {
 // Every number a country's fixed count offers is a non-empty timetable, no
 // place carries one beyond it, and no history is lost without a word.
 TEST_F(AtlasBuilderTest, TimetablesMatchTheirCountsAndMergedHistoriesAreListed) {
-  ResetProcessState();
+  ResetDefaultAtlas();
   classPlaces places;
   places.PlacePath(options_.out);
   for (const char* code : {"D", "UZB", "USIN"}) {
@@ -173,7 +173,7 @@ TEST_F(AtlasBuilderTest, TimetablesMatchTheirCountsAndMergedHistoriesAreListed) 
 }
 
 TEST_F(AtlasBuilderTest, HistoryAfter1999AndReturnsToMeanTimeFollowTzdata) {
-  ResetProcessState();
+  ResetDefaultAtlas();
   classPlaces places;
   places.PlacePath(options_.out);
   std::string zone;

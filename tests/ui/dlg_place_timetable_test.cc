@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "ui/placemanager_fixture.h"
 
 namespace tarv::ui {
@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 class TimetableChooser : public testing::DialogAtlasFixture {
  protected:
   DlgPlaceTimetable& Open(const std::string& country, std::int16_t timetable) {
-    dialog_ = std::make_unique<DlgPlaceTimetable>(State().Language());
+    dialog_ = std::make_unique<DlgPlaceTimetable>(CurrentAtlas().Language());
     dialog_->Country(country);
     dialog_->Timetable(timetable);
     dialog_->OnClose([this] { ++closed_; });
@@ -39,7 +39,7 @@ TEST_F(TimetableChooser, ListsTheTimetablesAndHighlightsTheCurrent) {
 }
 
 TEST_F(TimetableChooser, EnglishTexts) {
-  State().Language().SetLanguage(kLanguageEnglish);
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   auto& d = Open("D", 1);
   EXPECT_EQ(d.Caption(), "Select a timetable");
   EXPECT_EQ(Ctl("li_TT_Nr").items[0], "1. Timetable");
@@ -54,7 +54,7 @@ TEST_F(TimetableChooser, EnglishTexts) {
 
 TEST_F(TimetableChooser, SaysWhereThePlaceFollowsItsOwnZoneHistory) {
   WriteBerlinsOwnHistory();
-  dialog_ = std::make_unique<DlgPlaceTimetable>(State().Language());
+  dialog_ = std::make_unique<DlgPlaceTimetable>(CurrentAtlas().Language());
   dialog_->Country("D");
   dialog_->Timetable(1);
   dialog_->Record(2);
@@ -104,7 +104,7 @@ TEST_F(TimetableChooser, UsGenericZonesTakeTheStatesBaseZone) {
   zones[285].TZType = 'S';
   zones[286].TZShort = "WT";
   folder_.Write("Zones13.bin", EncodeZoneFile(zones));
-  State().zones_loaded = false;
+  CurrentAtlas().zones_loaded = false;
   InitializeTimeZones("", "Zones13.bin");
   WriteTimetables("TTUSA.dao", {{200,
                                  {{{testing::At(1883, 11, 18, 12), 284},
@@ -118,7 +118,7 @@ TEST_F(TimetableChooser, UsGenericZonesTakeTheStatesBaseZone) {
   d.li_Zeittabelle_Click(2);
   EXPECT_EQ(Ctl("lb_Zeittabelle").text, "Ortszeit: Pacific Daylight Time  (PDT)");
   // Without zones the lines are dates only.
-  const auto listing = ListTimetable("USCA", 1, false, State().Language());
+  const auto listing = ListTimetable("USCA", 1, false, CurrentAtlas().Language());
   EXPECT_EQ(listing.items[1], "18.11.1883 12.00");
   EXPECT_TRUE(listing.entries[2].summer_time);
 }

@@ -90,7 +90,7 @@ TEST_F(PlacemanagerModel, LoadsCaptionsCountryAndPlaceInGerman) {
 }
 
 TEST_F(PlacemanagerModel, LoadsInEnglishAndPicksTheUsStatesForAUsCode) {
-  State().Language().SetLanguage(kLanguageEnglish);
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   auto& d = Open("Los Angeles", "usca");
   EXPECT_EQ(d.Caption(), "Place manager");
   EXPECT_EQ(Text("bt_Action_1"), "&New Place");
@@ -255,7 +255,7 @@ TEST_F(PlacemanagerModel, SearchListsPlacesFoundByAnotherNameAndSaysSo) {
   EXPECT_THAT(ListedNames(), ElementsAre("Augsburg", "Bonn"));
   EXPECT_EQ(Text("tb_Eingabe_3"), "Bonn");
   d.li_SuchOrte_Click(0);
-  State().Language().SetLanguage(kLanguageEnglish);
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   d.li_SuchOrte_Click(0);
   EXPECT_EQ(Text("lb_InfoLine"),
             "Augsburg: found by another of its names, one beginning with \u201C"
@@ -380,7 +380,7 @@ TEST_F(PlacemanagerModel, ClosingWithPendingChangesAsks) {
   EXPECT_FALSE(d.ChangesPending());
 
   // Yes writes the change as a user place.
-  State().Language().SetLanguage(kLanguageEnglish);
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   auto& e = Open("München", "D");
   e.tb_Eingabe_Change(6, "48.5");
   answer_ = MsgAnswer::kYes;
@@ -686,7 +686,7 @@ TEST_F(PlacemanagerModel, HelpLineFollowsFocusAndMouseInEachTextsLanguage) {
       {2, [&] { d.bt_OK_GotFocus(0); }, "Hier wird der Ortemanager geschlossen."},
       {2, [&] { d.SetHilfeIndex(std::string("frei")); }, "frei"}};
   for (const auto& c : cases) {
-    State().Language().SetLanguage(c.language);
+    CurrentAtlas().Language().SetLanguage(c.language);
     c.act();
     const std::string& line = Text("lb_InfoLine");
     if (c.text.empty()) {

@@ -22,7 +22,7 @@ class DialogAtlasFixture : public AtlasFixture {
       messages_.push_back(m);
       return answer_;
     });
-    State().Language().SetLanguage(kLanguageGerman);
+    CurrentAtlas().Language().SetLanguage(kLanguageGerman);
     WriteCountry("D", {Place("Augsburg", 10.898F, 48.371F, 2), Place("Berlin", 13.405F, 52.52F),
                        Place("Bonn", 7.1F, 50.73F), Place("M\xFCnchen", 11.575F, 48.137F),
                        Place("M\xFCnster", 7.63F, 51.96F), Place("Zwickau", 12.5F, 50.72F, 3)});

@@ -251,7 +251,7 @@ TEST_F(Dialogs, OwnerWindowOwnsTheDialog) {
 }
 
 TEST_F(Dialogs, HelpLineFollowsTheFocus) {
-  State().Language().SetLanguage(kLanguageEnglish);
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   WhenShown([](QDialog& d) {
     Find(d, "tb_Eingabe_14")->setFocus();
     EXPECT_EQ(Find<QLabel>(d, "lb_InfoLine")->text(),
@@ -269,12 +269,12 @@ TEST_F(Dialogs, PicturesInBothLanguages) {
   const bool real =
       std::filesystem::exists(std::filesystem::path(TARV_DEFAULT_ATLAS) / "Country.dat");
   if (real) {
-    ResetProcessState();
-    State().places_path = TARV_DEFAULT_ATLAS;
+    ResetDefaultAtlas();
+    CurrentAtlas().places_path = TARV_DEFAULT_ATLAS;
   }
   for (const auto& [language, suffix] :
        {std::pair{kLanguageGerman, "de"}, std::pair{kLanguageEnglish, "en"}}) {
-    State().Language().SetLanguage(language);
+    CurrentAtlas().Language().SetLanguage(language);
     const auto manager = folder / (std::string("placemanager-") + suffix + ".png");
     const auto chooser = folder / (std::string("timetable-") + suffix + ".png");
     EXPECT_TRUE(SavePlaceManagerPicture("München", "D", manager.string()));

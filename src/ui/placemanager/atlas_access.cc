@@ -8,7 +8,7 @@
 #include "atlas/name_index.h"
 #include "atlas/place_file.h"
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/zone_table.h"
 #include "platform/codepage.h"
 #include "tarvplaces/list_control.h"
@@ -78,7 +78,7 @@ void EnsureTablesLoaded() {
 
 std::vector<CountryChoice> CountryChoices(bool usa) {
   EnsureTablesLoaded();
-  const auto& table = State().countries;
+  const auto& table = CurrentAtlas().countries;
   std::vector<CountryChoice> choices;
   for (std::size_t i = 1; i + kNonCountryTail < table.size(); ++i) {
     const CountryRecord& r = table[i];

@@ -4,7 +4,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "platform/codepage.h"
 #include "platform/message_box.h"
@@ -101,11 +101,11 @@ void DlgPlacemanager::CreateControls() {
 // ---- Language ----
 
 std::int32_t DlgPlacemanager::Language() const {
-  return State().Language().Language();
+  return CurrentAtlas().Language().Language();
 }
 
 std::string DlgPlacemanager::Choose(const char* english, const char* german) const {
-  return State().Language().Choose(english, german);
+  return CurrentAtlas().Language().Choose(english, german);
 }
 
 void DlgPlacemanager::SetCaptions() {
@@ -497,7 +497,7 @@ void DlgPlacemanager::ShowTimetable(std::int16_t timetable) {
   shown_timetable_ = timetable;
   const bool with_zones = Control("ch_DatumZonen").checked;
   timetable_listing_ = timetable > 0 && TimetableCount(CountryCode()) > 0
-                           ? ListTimetable(CountryCode(), timetable, with_zones, State().Language())
+                           ? ListTimetable(CountryCode(), timetable, with_zones, CurrentAtlas().Language())
                            : TimetableListing{};
   ControlState& list = C("li_Zeittabelle");
   list.items = timetable_listing_.items;
@@ -510,7 +510,7 @@ void DlgPlacemanager::ShowTimetable(std::int16_t timetable) {
   // Browsing a database place whose own zone history differs from the
   // timetable: the line under the list says so.
   C("lb_Zeittabelle_1").text =
-      step_ == 0 ? OwnHistoryNote(CountryCode(), place_.record, timetable, State().Language())
+      step_ == 0 ? OwnHistoryNote(CountryCode(), place_.record, timetable, CurrentAtlas().Language())
                  : std::string();
   C("ig_Sommerzeit").visible =
       std::any_of(timetable_listing_.entries.begin(), timetable_listing_.entries.end(),
@@ -665,7 +665,7 @@ void DlgPlacemanager::li_Zeittabelle_Click(std::int32_t list_index) {
   list.list_index = list_index;
   const TimetableEntryLine* entry =
       list_index >= 0 ? &timetable_listing_.entries[static_cast<std::size_t>(list_index)] : nullptr;
-  C("lb_Zeittabelle_1").text = LocalTimeDescription(entry, State().Language());
+  C("lb_Zeittabelle_1").text = LocalTimeDescription(entry, CurrentAtlas().Language());
 }
 
 void DlgPlacemanager::ch_DatumZonen_Click(bool checked) {
@@ -971,7 +971,7 @@ void DlgPlacemanager::SetHilfeIndex(std::int16_t key) {
 }
 
 void DlgPlacemanager::SetHilfeIndex(const std::string& text) {
-  C("lb_InfoLine").text = State().Language().Choose(text, text);
+  C("lb_InfoLine").text = CurrentAtlas().Language().Choose(text, text);
 }
 
 void DlgPlacemanager::tb_Eingabe_GotFocus(std::int16_t Index) {

@@ -8,7 +8,7 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "platform/message_box.h"
 
 namespace tarv::ui {
@@ -45,7 +45,7 @@ void Guarded(Handler handler) {
 
 PlaceTimetableWidget::PlaceTimetableWidget(const std::string& country, std::int16_t timetable,
                                            QWidget* parent, std::int16_t record)
-    : QDialog(parent), model_(State().Language()) {
+    : QDialog(parent), model_(CurrentAtlas().Language()) {
   setObjectName("DlgPlaceTimetable");
   Build();
   model_.Country(country);

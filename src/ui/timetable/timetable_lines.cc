@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "atlas/country_table.h"
-#include "atlas/process_state.h"
+#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "platform/codepage.h"
 #include "tarvplaces/places.h"
@@ -40,7 +40,7 @@ bool ComposeUsGeneric(const std::string& code, const std::string& generic,
   const std::string base = Get_BaseTimeZone(code);
   const bool standard_letters = base.size() > 2 && base.compare(base.size() - 2, 2, "ST") == 0;
   line.zone = (standard_letters ? base.substr(0, base.size() - 2) : base) + generic;
-  const auto& zones = State().zones;
+  const auto& zones = CurrentAtlas().zones;
   const std::int16_t base_id = GetTimezoneId(base);
   std::string name =
       base_id > 0 ? Trim(zones[static_cast<std::size_t>(base_id)].TZName) : std::string();
@@ -56,7 +56,7 @@ bool ComposeUsGeneric(const std::string& code, const std::string& generic,
 
 TimetableEntryLine EntryLine(const std::string& code, const TimetableRow& row, bool with_zones) {
   TimetableEntryLine line;
-  const auto& zones = State().zones;
+  const auto& zones = CurrentAtlas().zones;
   if (row.ZoneId >= 0 && static_cast<std::size_t>(row.ZoneId) < zones.size()) {
     const ZoneRecord& zone = zones[static_cast<std::size_t>(row.ZoneId)];
     const std::string short_name = TrimRight(zone.TZShort);

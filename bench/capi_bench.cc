@@ -1,8 +1,7 @@
 // What the C interface adds to a lookup: the place with its zone at a local
 // date asked through libtarvplaces.so (tarv_place_lookup) beside the same
-// work done by the C++ members it wraps (GetPlaceDataX, then the record of
-// the first place with its zone). The shared library holds its own copy of
-// the component, so both sides are warm in the same process.
+// question to the tarv::Atlas it wraps. The shared library holds its own copy
+// of the component, so both sides are warm in the same process.
 //
 // Names are "CApi/<case>/cpp" and "CApi/<case>/c_api".
 #include <benchmark/benchmark.h>
@@ -12,11 +11,9 @@
 #include <vector>
 
 #include "atlas_sample.h"
-#include "interface/place_report.h"
 #include "platform/codepage.h"
-#include "tarvplaces/places.h"
+#include "tarvplaces/atlas.h"
 #include "tarvplaces/tarvplaces.h"
-#include "util/julian.h"
 
 namespace tarv::bench {
 namespace {
@@ -48,19 +45,15 @@ bool HaveAtlas(benchmark::State& state) {
 void PlaceWithZoneCpp(benchmark::State& state, bool munich) {
   if (!HaveAtlas(state)) return;
   const Question q = Sample(munich);
-  static classPlaces places;
-  places.PlacePath(kAtlas);
-  places.GetCountryID("");
-  const double julian = GetJulday(kWhen.month, kWhen.day, kWhen.year, kWhen.hour);
+  static const Atlas atlas(kAtlas);
+  const LocalTime when{kWhen.year, kWhen.month, kWhen.day, kWhen.hour, kWhen.minute, kWhen.second};
   std::size_t i = 0;
   std::int64_t found = 0;
   for (auto _ : state) {
     const std::string& name = q.names[i++ % q.names.size()];
-    if (places.GetPlaceDataX(name, q.code) > 0) {
-      const auto report = ReportFoundPlace(places, 0, julian);
-      found += report.has_value();
-      benchmark::DoNotOptimize(report);
-    }
+    const auto place = atlas.Lookup(name, q.code, when);
+    found += place.has_value();
+    benchmark::DoNotOptimize(place);
   }
   state.counters["found"] =
       benchmark::Counter(static_cast<double>(found), benchmark::Counter::kAvgIterations);
@@ -88,12 +81,13 @@ void PlaceWithZoneCApi(benchmark::State& state, bool munich) {
       benchmark::Counter(static_cast<double>(found), benchmark::Counter::kAvgIterations);
 }
 
-// The boundary alone: a call that does next to nothing behind it (the lock,
-// the check of the handle, the catch).
+// The boundary alone: a call that does next to nothing behind it (the check
+// of the handle, the catch).
 void LanguageCpp(benchmark::State& state) {
-  static classPlaces places;
+  if (!HaveAtlas(state)) return;
+  static const Atlas atlas(kAtlas);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(places.Language());
+    benchmark::DoNotOptimize(atlas.Language());
   }
 }
 

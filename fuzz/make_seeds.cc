@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "atlas/atlas_state.h"
 #include "atlas/country_names.h"
 #include "atlas/dst_rules.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file_writer.h"
-#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_history.h"
 #include "fuzz_support.h"
@@ -128,14 +128,14 @@ void TimetableSeeds() {
   InitializeTimeZones("", "Zones13.bin");
   const std::int16_t met = zone("MET");
   const std::int16_t met_s = zone("MET/S");
-  std::vector<TimetableEntry> europe = {{At(1893, 4, 1), met}};
+  std::vector<TimetableRecord> europe = {{At(1893, 4, 1), met}};
   const int march[] = {31, 30, 29, 28};
   const int october[] = {27, 26, 25, 31};
   for (int y = 1996; y <= 1999; ++y) {
     europe.push_back({At(y, 3, march[y - 1996], 2), met_s});
     europe.push_back({At(y, 10, october[y - 1996], 3), met});
   }
-  const std::vector<TimetableEntry> france = {
+  const std::vector<TimetableRecord> france = {
       {At(1911, 3, 11), zone("GMT")}, {At(1976, 5, 28, 1), zone("WET/S")}, {At(1976, 9, 26), met}};
   const std::string ttx = EncodeTimetableFile({{58, {europe, {{At(1900, 1, 1), met}}, {}}},
                                                {40, {france}},

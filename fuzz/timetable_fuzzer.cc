@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (std::int16_t timetable = 0; timetable <= 2; ++timetable) {
       LookUp(code, timetable, dates);
       try {
-        std::vector<TimetableEntry> entries;
+        std::vector<TimetableRecord> entries;
         const std::int16_t n =
             Read_Cp_TimeTable(code, country, dates.front(), timetable, entries, IsUSA(code));
         FUZZ_CHECK(n >= 0 && static_cast<std::size_t>(n) <= entries.size());

@@ -24,11 +24,11 @@
 #include <vector>
 
 #include "tarvplaces/atlas_error.h"
-#include "tarvplaces/country_info.h"
 #include "tarvplaces/language.h"
 #include "tarvplaces/list_control.h"
 #include "tarvplaces/message_sink.h"
 #include "tarvplaces/placemanager.h"
+#include "tarvplaces/records.h"
 
 namespace tarv {
 

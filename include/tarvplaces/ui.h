@@ -13,6 +13,9 @@
 #ifndef TARVPLACES_UI_H_
 #define TARVPLACES_UI_H_
 
+#include <cstdint>
+#include <string>
+
 #include "tarvplaces/message_sink.h"
 
 namespace tarv::ui {
@@ -25,6 +28,16 @@ void InstallDialogs();
 // and icon of its style and returns the button pressed. Needs a
 // QApplication while a message is shown.
 MessageSink DialogMessageSink();
+
+// Renders the place manager opened on `city` in `country` (what
+// ShowPlacemanager would show on the default atlas), or the timetable
+// chooser of `country` with `timetable` highlighted, into a PNG file,
+// without a screen when the platform "offscreen" is chosen. Returns false
+// when the file could not be written.
+bool SavePlaceManagerPicture(const std::string& city, const std::string& country,
+                             const std::string& png_file);
+bool SaveTimetableChooserPicture(const std::string& country, std::int16_t timetable,
+                                 const std::string& png_file);
 
 }  // namespace tarv::ui
 

@@ -1,53 +1,53 @@
 #include "atlas/atlas_fault.h"
 
-#include <mutex>
-
 #include "atlas/place_file.h"
 #include "platform/codepage.h"
 
 namespace tarv {
 namespace {
 
-struct FaultSlot {
-  std::mutex mutex;
+// Each thread's calls have their own record: a fault of one atlas's call is
+// never another call's.
+struct FaultRecord {
   AtlasFault fault;
+  std::string reader;
+  int scope_depth = 0;
 };
 
-FaultSlot& Slot() {
-  static FaultSlot slot;
-  return slot;
+FaultRecord& Record() {
+  thread_local FaultRecord record;
+  return record;
 }
-
-thread_local int scope_depth = 0;
 
 }  // namespace
 
-void NoteAtlasFault(const std::string& file, std::int32_t code) {
-  if (code >= 0) return;
-  FaultSlot& slot = Slot();
-  const std::lock_guard<std::mutex> lock(slot.mutex);
-  if (slot.fault) return;
-  slot.fault = AtlasFault{file, code, Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file)))};
+void NoteAtlasFault(const std::string& file, std::int32_t code, std::string_view reader) {
+  FaultRecord& record = Record();
+  if (code >= 0 || record.fault) return;
+  record.fault = AtlasFault{file, code, Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file)))};
+  record.reader = reader;
 }
 
 AtlasFault LastAtlasFault() {
-  FaultSlot& slot = Slot();
-  const std::lock_guard<std::mutex> lock(slot.mutex);
-  return slot.fault;
+  return Record().fault;
+}
+
+std::string LastAtlasFaultReader() {
+  return Record().reader;
 }
 
 void ClearAtlasFault() {
-  FaultSlot& slot = Slot();
-  const std::lock_guard<std::mutex> lock(slot.mutex);
-  slot.fault = AtlasFault{};
+  FaultRecord& record = Record();
+  record.fault = AtlasFault{};
+  record.reader.clear();
 }
 
-FaultScope::FaultScope() {
-  if (scope_depth++ == 0) ClearAtlasFault();
+FaultScope::FaultScope() : outermost_(Record().scope_depth++ == 0) {
+  if (outermost_) ClearAtlasFault();
 }
 
 FaultScope::~FaultScope() {
-  --scope_depth;
+  --Record().scope_depth;
 }
 
 }  // namespace tarv

@@ -5,18 +5,24 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "tarvplaces/atlas_error.h"
 
 namespace tarv {
 
 // Notes that `file` (UTF-8) could not be read, with its negative LZ error
-// code. The first fault of a call is kept: later ones mostly follow from it.
-void NoteAtlasFault(const std::string& file, std::int32_t code);
+// code; `reader` is the title the classic members' message box gives it
+// ("Read_Cp_Orte"). The first fault of a call is kept: later ones mostly
+// follow from it. Readers only note faults; the interfaces tell them.
+void NoteAtlasFault(const std::string& file, std::int32_t code, std::string_view reader = {});
 
-// The fault noted since the outermost FaultScope opened (or since the last
-// ClearAtlasFault); Code 0 when none.
+// The fault this thread noted since the outermost FaultScope opened (or
+// since the last ClearAtlasFault); Code 0 when none.
 AtlasFault LastAtlasFault();
+
+// The reader that noted it, "" when none.
+std::string LastAtlasFaultReader();
 
 void ClearAtlasFault();
 
@@ -29,6 +35,12 @@ class FaultScope {
   ~FaultScope();
   FaultScope(const FaultScope&) = delete;
   FaultScope& operator=(const FaultScope&) = delete;
+
+  // Whether it is the thread's outermost scope, the one that ends the call.
+  bool Outermost() const noexcept { return outermost_; }
+
+ private:
+  bool outermost_;
 };
 
 }  // namespace tarv

@@ -15,7 +15,8 @@ std::unique_ptr<AtlasState>& DefaultSlot() {
 
 }  // namespace
 
-AtlasState::AtlasState(std::string folder) : places_path(std::move(folder)) {}
+AtlasState::AtlasState(std::string folder)
+    : places_path(std::move(folder)), language_(std::make_unique<TarvLanguage>()) {}
 
 AtlasState::~AtlasState() = default;
 
@@ -24,10 +25,18 @@ void AtlasState::TablesChanged() {
   tables_version = ++versions;
 }
 
-TarvLanguage& AtlasState::Language() {
+WatchedFolder& AtlasState::UserWatch() {
+  Watch* watch = watch_.load(std::memory_order_acquire);
+  if (watch != nullptr && watch->places_path == places_path) return watch->folder;
   const std::lock_guard<std::mutex> lock(derived_mutex_);
-  if (!language_) language_ = std::make_unique<TarvLanguage>();
-  return *language_;
+  watch = watch_.load(std::memory_order_relaxed);
+  if (watch != nullptr && watch->places_path == places_path) return watch->folder;
+  std::string folder = places_path;
+  if (folder.empty() || folder.back() != '\\') folder += '\\';
+  watches_.push_back(
+      std::unique_ptr<Watch>(new Watch{places_path, WatchedFolder(folder + "USER")}));
+  watch_.store(watches_.back().get(), std::memory_order_release);
+  return watches_.back()->folder;
 }
 
 std::size_t AtlasState::NextDerivedSlot() {

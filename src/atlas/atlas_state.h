@@ -29,6 +29,7 @@
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/zone_table.h"
+#include "platform/file_status.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/language.h"
 
@@ -68,9 +69,13 @@ class AtlasState {
   // time per atlas (other processes wait for the file locks).
   std::mutex write_mutex;
 
-  // The atlas's language component, created on first use: the default
-  // atlas's is the one classPlaces::LanguageComponent hands out.
-  TarvLanguage& Language();
+  // The atlas's language component: the default atlas's is the one
+  // classPlaces::LanguageComponent hands out.
+  TarvLanguage& Language() { return *language_; }
+
+  // The atlas's USER folder as the scopes of its calls watch it (its change
+  // counter tells them of other writers' changes).
+  WatchedFolder& UserWatch();
 
   // What the readers derive from the files, one of each kind per atlas,
   // created on first use; `T` is default-constructible and guards itself.
@@ -90,6 +95,15 @@ class AtlasState {
   void* MakeDerived(std::size_t slot, std::shared_ptr<void> (*make)());
 
   std::unique_ptr<TarvLanguage> language_;
+  // One watch per folder the atlas had (only the default atlas's folder
+  // changes); the newest is the one in use. Old ones stay for calls that
+  // still hold them.
+  struct Watch {
+    std::string places_path;
+    WatchedFolder folder;
+  };
+  std::atomic<Watch*> watch_ = nullptr;
+  std::vector<std::unique_ptr<Watch>> watches_;
   std::mutex derived_mutex_;
   std::array<std::atomic<void*>, kDerivedSlots> derived_{};
   std::array<std::shared_ptr<void>, kDerivedSlots> owned_;

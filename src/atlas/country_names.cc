@@ -8,9 +8,9 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_key.h"
-#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "tarvplaces/atlas_error.h"
@@ -21,10 +21,6 @@ namespace {
 
 constexpr std::size_t kMaxKeyLength = 255;
 constexpr std::size_t kMaxIsoLength = 6;  // "GB-ENG", "FR-971"
-
-// The six groups as the place files name them, by continent number.
-constexpr std::array<std::string_view, kContinentRecords> kGroupCodes = {
-    "AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"};
 
 bool IsIsoText(std::string_view text) {
   return !text.empty() && text.size() <= kMaxIsoLength &&
@@ -46,8 +42,8 @@ struct CountryNames {
 std::shared_ptr<const CountryNames> LoadedNames() {
   struct Decoded {
     std::mutex mutex;
-    std::map<std::string, std::pair<std::shared_ptr<const std::string>,
-                                    std::shared_ptr<const CountryNames>>>
+    std::map<std::string,
+             std::pair<std::shared_ptr<const std::string>, std::shared_ptr<const CountryNames>>>
         files;
   };
   Decoded& decoded = CurrentAtlas().Derived<Decoded>();
@@ -97,7 +93,7 @@ std::optional<CountryMatch> MatchOf(std::int16_t id, CountryMatch::By by) {
   const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
   if (index == 0 || index >= table.size()) return std::nullopt;
   const CountryRecord& record = table[index];
-  const bool group = index + kContinentRecords >= table.size() && record.ContinentID >= 1 &&
+  const bool group = IsGroupPosition(index, table.size()) && record.ContinentID >= 1 &&
                      static_cast<std::size_t>(record.ContinentID) <= kContinentRecords;
   return CountryMatch{id, record.CountryShort, group, by};
 }
@@ -190,8 +186,7 @@ std::optional<CountryMatch> FindCountry(std::string_view utf8, CountryCodes code
     if (auto m = ByIso(names.get(), upper)) return m;
   }
   if (auto m = MatchOf(GetCountryIDOfCode(ansi), CountryMatch::By::kAtlasCode)) return m;
-  if (std::find(kGroupCodes.begin(), kGroupCodes.end(), upper) != kGroupCodes.end())
-    return MatchOfCode(upper, CountryMatch::By::kAtlasCode);
+  if (IsGroupCode(upper)) return MatchOfCode(upper, CountryMatch::By::kAtlasCode);
   if (codes == CountryCodes::kAtlas) {
     if (auto m = ByIso(names.get(), upper)) return m;
   }

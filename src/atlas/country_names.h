@@ -29,7 +29,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tarvplaces/country_info.h"
+#include "tarvplaces/records.h"
 
 namespace tarv {
 

@@ -1,5 +1,6 @@
 #include "atlas/country_table.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <fstream>
@@ -37,21 +38,10 @@ std::string ReadWholeFile(const std::string& windows_path) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// Orders positions 1..n-5 by title; equal titles keep their file order
-// because the old position is part of the key.
 void SortAllButTail(std::vector<CountryRecord>& lines) {
-  if (lines.size() <= kUnsortedTailLines + 1) return;
-  const std::size_t sorted = lines.size() - kUnsortedTailLines;
-  std::vector<std::pair<std::string, std::size_t>> keys;
-  keys.reserve(sorted);
-  for (std::size_t i = 0; i < sorted; ++i)
-    keys.emplace_back(lines[i].CountryTitle, i);
-  Sort(0, 0, keys);
   std::vector<CountryRecord> reordered;
   reordered.reserve(lines.size());
-  for (const auto& key : keys)
-    reordered.push_back(std::move(lines[key.second]));
-  for (std::size_t i = sorted; i < lines.size(); ++i)
+  for (const std::size_t i : TitleOrder(lines))
     reordered.push_back(std::move(lines[i]));
   lines = std::move(reordered);
 }
@@ -114,18 +104,35 @@ CountryRecord FallbackCountry() {
   return r;
 }
 
+std::vector<std::size_t> TitleOrder(const std::vector<CountryRecord>& lines) {
+  std::vector<std::size_t> order(lines.size());
+  for (std::size_t i = 0; i < order.size(); ++i)
+    order[i] = i;
+  if (lines.size() <= kUnsortedTailLines + 1) return order;
+  // The old position is part of the key: equal titles keep their file order.
+  const std::size_t sorted = lines.size() - kUnsortedTailLines;
+  std::vector<std::pair<std::string, std::size_t>> keys;
+  keys.reserve(sorted);
+  for (std::size_t i = 0; i < sorted; ++i)
+    keys.emplace_back(lines[i].CountryTitle, i);
+  Sort(0, 0, keys);
+  for (std::size_t i = 0; i < sorted; ++i)
+    order[i] = keys[i].second;
+  return order;
+}
+
+bool IsGroupCode(std::string_view code) {
+  return std::any_of(kGroupCodes.begin(), kGroupCodes.end(),
+                     [code](std::string_view group) { return TextEqual(code, group); });
+}
+
 std::vector<CountryRecord> ContinentRecords(std::size_t n, std::int32_t language) {
-  // Kept exactly as hosts know them, mixed forms and case included.
-  static constexpr std::array<const char*, kContinentRecords> kGerman = {
-      "AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"};
-  static constexpr std::array<const char*, kContinentRecords> kEnglish = {
-      "AFRICA", "THE AMERIKAS", "ASIA", "EUROPE", "S Pacific", "USA"};
-  const auto& names = language == kLanguageGerman ? kGerman : kEnglish;
+  const auto& names = language == kLanguageGerman ? kGroupCodes : kGroupTitlesEnglish;
   std::vector<CountryRecord> records;
   for (std::size_t k = 1; k <= kContinentRecords; ++k) {
     CountryRecord r;
     r.CountryId = static_cast<std::int16_t>(n + k);
-    r.CountryTitle = r.CountryShort = r.Continent = names[k - 1];
+    r.CountryTitle = r.CountryShort = r.Continent = std::string(names[k - 1]);
     r.ContinentID = static_cast<std::int16_t>(k);
     records.push_back(std::move(r));
   }

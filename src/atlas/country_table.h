@@ -5,6 +5,7 @@
 #ifndef TARVPLACES_ATLAS_COUNTRY_TABLE_H_
 #define TARVPLACES_ATLAS_COUNTRY_TABLE_H_
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -36,6 +37,25 @@ inline constexpr std::size_t kContinentRecords = 6;
 inline constexpr std::size_t kUnsortedTailLines = 5;
 inline constexpr std::size_t kNonCountryTail = 11;
 
+// The groups that end the table, by continent number: the five continents
+// and the USA, whose member countries a search reads. The German names are
+// their codes (place files and searches use them); a table loaded in
+// English titles them with the English names. Kept exactly as hosts know
+// them, mixed forms and case included.
+inline constexpr std::array<std::string_view, kContinentRecords> kGroupCodes = {
+    "AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"};
+inline constexpr std::array<std::string_view, kContinentRecords> kGroupTitlesEnglish = {
+    "AFRICA", "THE AMERIKAS", "ASIA", "EUROPE", "S Pacific", "USA"};
+
+// True for a group's code (any case).
+bool IsGroupCode(std::string_view code);
+
+// True for the position of a group record in a table of `table_size`
+// entries: the last kContinentRecords.
+inline bool IsGroupPosition(std::size_t index, std::size_t table_size) {
+  return index > 0 && index < table_size && index + kContinentRecords >= table_size;
+}
+
 // Parses the text of a country file into records 1..n (no fallback, no
 // continents). Lines end in CR LF (LF or CR alone are accepted too); a final
 // line break does not start another line. Throws AtlasError naming `file`
@@ -50,6 +70,10 @@ CountryRecord FallbackCountry();
 // The six continent records for a table of `n` lines, in the language
 // `language` (2 = German names).
 std::vector<CountryRecord> ContinentRecords(std::size_t n, std::int32_t language);
+
+// The positions of `lines` in the order the sorted country list has: all but
+// the last five lines by title (equal titles in file order), then those five.
+std::vector<std::size_t> TitleOrder(const std::vector<CountryRecord>& lines);
 
 // The eleven fields of a record joined by TAB (the host's country line).
 std::string CountryLine(const CountryRecord& record);

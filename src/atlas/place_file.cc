@@ -8,13 +8,12 @@
 #include <mutex>
 
 #include "atlas/atlas_fault.h"
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
-#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/file_status.h"
 #include "platform/lz.h"
-#include "platform/message_box.h"
 #include "platform/per_thread.h"
 #include "util/bytes.h"
 #include "util/file_tests.h"
@@ -28,13 +27,6 @@ constexpr std::size_t kLongitudeAt = kPlaceLongitudeAt;
 constexpr std::size_t kLatitudeAt = kPlaceLatitudeAt;
 constexpr auto kRecordSize = static_cast<std::int32_t>(kPlaceRecordSize);
 constexpr auto kMaxRecords = static_cast<std::int32_t>(kMaxPlaceRecords);
-
-bool IsGroupName(std::string_view code) {
-  for (const char* group : {"AFRIKA", "AMERIKA", "ASIEN", "EUROPA", "OCEANIEN", "USA"}) {
-    if (TextEqual(code, group)) return true;
-  }
-  return false;
-}
 
 // A code that could leave the place folder, or whose control characters (a
 // NUL above all) would cut its path short on the way to the system, is no
@@ -60,9 +52,8 @@ std::string RemoveTrailingStops(std::string text) {
   return text;
 }
 
-std::int32_t ShowLzError(std::int32_t code, const std::string& file) {
-  NoteAtlasFault(file, code);
-  MsgBox(Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file))), kMsgCritical, "Read_Cp_Orte");
+std::int32_t NoteReadFault(std::int32_t code, const std::string& file) {
+  NoteAtlasFault(file, code, "Read_Cp_Orte");
   return code;
 }
 
@@ -307,7 +298,7 @@ std::string PlaceFileOf(std::string_view code) {
   if (!IsSafeCode(abbreviation)) abbreviation.clear();
   const std::string folder = AtlasFolder("");
   if (abbreviation.empty()) return folder;
-  if (IsGroupName(abbreviation)) return folder + PathPart(abbreviation);
+  if (IsGroupCode(abbreviation)) return folder + PathPart(abbreviation);
   return folder + PathPart(abbreviation) + ".dao";
 }
 
@@ -380,9 +371,9 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
     const std::string file = user ? Get_UserFile(place_file) : place_file;
     if (!Exist(file)) continue;
     const LzFile lz(file);
-    if (lz.get() < 0) return ShowLzError(lz.get(), file);
+    if (lz.get() < 0) return NoteReadFault(lz.get(), file);
     const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);
-    if (length < 0) return ShowLzError(length, file);
+    if (length < 0) return NoteReadFault(length, file);
     // Its last byte first: data that ends early is damage also where it ends
     // after the last record this reads (past record 32767, or in a partial
     // record), and no place of a damaged file is read.
@@ -390,17 +381,17 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
       char last = 0;
       LZSeek(lz.get(), length - 1, kLzSeekSet);
       if (const std::int32_t read = LZRead(lz.get(), &last, 1); read < 0) {
-        return ShowLzError(read, file);
+        return NoteReadFault(read, file);
       }
     }
     if (const std::int32_t start = LZSeek(lz.get(), 0, kLzSeekSet); start < 0) {
-      return ShowLzError(start, file);
+      return NoteReadFault(start, file);
     }
     const std::int32_t records = std::min(length / kRecordSize, kMaxRecords);
     for (std::int32_t i = 1; i <= records; ++i) {
       PlaceRecord place;
       const std::int32_t read = ReadPlaceStructure(lz.get(), place);
-      if (read < 0) return ShowLzError(read, file);
+      if (read < 0) return NoteReadFault(read, file);
       if (read == 0) break;
       if (place.IsDeleted()) continue;
       result.Add(place, PlaceRef{"", static_cast<std::int16_t>(user ? -i : i)});

@@ -108,9 +108,10 @@ std::int32_t ReadPlaceStructure(std::int32_t handle, PlaceRecord& place,
 // Reads every place of a database file and of its user file, user places
 // first (record numbers -1, -2, ...), deleted records left out but counted.
 // `Country` stays empty. Returns the number of places, or a negative LZ error
-// code after showing its text under the title "Read_Cp_Orte" and noting the
-// file as the call's atlas fault: a file that cannot be opened, or whose
-// compressed data ends before its length field (wherever it ends).
+// code after noting the file as the call's atlas fault (which the classic
+// members show under the title "Read_Cp_Orte"): a file that cannot be
+// opened, or whose compressed data ends before its length field (wherever
+// it ends).
 std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result);
 
 // Reads through the first-letter index the places of a country or group

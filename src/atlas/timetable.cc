@@ -10,14 +10,13 @@
 #include <tuple>
 
 #include "atlas/atlas_fault.h"
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/dst_rules.h"
 #include "atlas/place_file.h"
-#include "atlas/atlas_state.h"
 #include "platform/codepage.h"
 #include "platform/file_status.h"
 #include "platform/lz.h"
-#include "platform/message_box.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/bytes.h"
 #include "util/file_tests.h"
@@ -142,11 +141,11 @@ double FranceCorrected(double datum) {
   return SerialOf(moved);
 }
 
-std::int16_t ShowTimetableError(std::int32_t code, const std::string& file,
-                                const std::vector<TimetableEntry>& result, std::int32_t* lz_error) {
-  NoteAtlasFault(file, code);
+std::int16_t NoteTimetableFault(std::int32_t code, const std::string& file,
+                                const std::vector<TimetableRecord>& result,
+                                std::int32_t* lz_error) {
+  NoteAtlasFault(file, code, "Read_Cp_TimeTable");
   if (lz_error != nullptr) *lz_error = code;
-  MsgBox(Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file))), kMsgCritical, "Read_Cp_TimeTable");
   return static_cast<std::int16_t>(result.size());
 }
 
@@ -186,7 +185,7 @@ const ZoneRecord& ZoneRecordOf(std::int16_t id) {
   return index < zones.size() ? zones[index] : kBlank;
 }
 
-using Entries = std::vector<TimetableEntry>;
+using Entries = std::vector<TimetableRecord>;
 
 // Timetables as the zone lookups read them. An entry holds while the
 // timetable file is the version it was read from and the tables are the ones
@@ -268,11 +267,11 @@ std::shared_ptr<const Entries> History(const CountryRecord& country, std::int16_
   return CurrentAtlas().Derived<HistoryCache>().Get(country, timetable == 0 ? 1 : timetable);
 }
 
-bool HasHistory(const std::vector<TimetableEntry>& entries) {
+bool HasHistory(const std::vector<TimetableRecord>& entries) {
   return entries.size() > 1;
 }
 
-std::int16_t ZoneInHistory(const std::vector<TimetableEntry>& entries, double date) {
+std::int16_t ZoneInHistory(const std::vector<TimetableRecord>& entries, double date) {
   std::int16_t zone = 0;
   const double at = LinearSerial(date);
   for (const auto& e : entries) {
@@ -290,7 +289,7 @@ bool IsSummerZone(const ZoneRecord& zone) {
 // The standard zone a history ends on: the last one before 2000 that is
 // not a summer variant (at the end of 1999 it is summer time south of the
 // equator).
-std::int16_t StandardZoneOf1999(const std::vector<TimetableEntry>& entries) {
+std::int16_t StandardZoneOf1999(const std::vector<TimetableRecord>& entries) {
   for (auto it = entries.rbegin(); it != entries.rend(); ++it) {
     if (LinearSerial(it->Datum) < kSerial2000 && !IsSummerZone(ZoneRecordOf(it->Zone))) {
       return it->Zone;
@@ -350,7 +349,7 @@ std::shared_ptr<const DstRules> RulesFile() {
 }
 
 DstRule RuleOf(const CountryRecord& country, std::int16_t timetable,
-               const std::vector<TimetableEntry>& history, int year) {
+               const std::vector<TimetableRecord>& history, int year) {
   if (const auto rules = RulesFile()) {
     const std::int16_t number = timetable == 0 ? std::int16_t{1} : timetable;
     if (auto rule = rules->RuleFor(country.CountryId, number, year)) return *rule;
@@ -374,7 +373,7 @@ const DstRules::Changes* ChangesOf(const CountryRecord& country, std::int16_t ti
 
 // The zone the changes after 1999 give at `date`: the history's zone at the
 // end of 1999 until the first change.
-std::int16_t ZoneInChanges(const std::vector<TimetableEntry>& history,
+std::int16_t ZoneInChanges(const std::vector<TimetableRecord>& history,
                            const DstRules::Changes& changes, double date) {
   std::int16_t zone = ZoneInHistory(history, kSerial2000);
   const double at = LinearSerial(date);
@@ -414,7 +413,7 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections) {
 }
 
 std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_id, double reference,
-                               std::int32_t number, std::vector<TimetableEntry>& result, bool usa,
+                               std::int32_t number, std::vector<TimetableRecord>& result, bool usa,
                                const std::string& folder, std::int32_t* lz_error) {
   if (lz_error != nullptr) *lz_error = 0;
   if (!InitializeCountries("", "Country.dat", false, false) ||
@@ -423,31 +422,31 @@ std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_i
   }
   const bool france = country_id == GetCountryID("F");
   if (reference > kSerial2000) {
-    result.assign(1, TimetableEntry{});
+    result.assign(1, TimetableRecord{});
     return 0;
   }
   if (reference < kSmallestSerial) {
-    result.assign(1, TimetableEntry{kSerial1700, 0});
+    result.assign(1, TimetableRecord{kSerial1700, 0});
     return 1;
   }
   if (country_id == 0) return 0;
   const std::string file = AtlasFolder(folder) + (usa ? "TTUSA.dao" : "ttx.dao");
   if (!Exist(file)) return 0;
 
-  result.assign(1, TimetableEntry{kSerial1700, 0});
+  result.assign(1, TimetableRecord{kSerial1700, 0});
   std::int32_t error = 0;
   const auto block = Sections().FindBlock(file, country_id, number, error);
-  if (error != 0) return ShowTimetableError(error, file, result, lz_error);
+  if (error != 0) return NoteTimetableFault(error, file, result, lz_error);
   if (!block) return static_cast<std::int16_t>(result.size());
   const LzFile lz(file);
-  if (lz.get() < 0) return ShowTimetableError(lz.get(), file, result, lz_error);
+  if (lz.get() < 0) return NoteTimetableFault(lz.get(), file, result, lz_error);
   if (const std::int32_t at = LZSeek(lz.get(), *block + kRecordSize, kLzSeekSet); at < 0) {
-    return ShowTimetableError(at, file, result, lz_error);
+    return NoteTimetableFault(at, file, result, lz_error);
   }
   RawRecord r;
   for (;;) {
     const std::int32_t read = ReadRecord(lz.get(), r);
-    if (read < 0) return ShowTimetableError(read, file, result, lz_error);
+    if (read < 0) return NoteTimetableFault(read, file, result, lz_error);
     if (read == 0 || IsSectionMarker(r.datum) || IsBlockMarker(r.datum)) break;
     if (result.size() >= 32767) break;  // the count is 16-bit
     if (!IsDate(r.datum)) {

@@ -35,17 +35,17 @@ inline constexpr double kSerial2000 = 36526.0;
 inline constexpr double kSmallestSerial = -657434.0;
 inline constexpr double kLargestSerial = 2958466.0;
 
-struct TimetableEntry {
+struct TimetableRecord {
   double Datum = 0.0;     // serial date (local) from which the zone holds
   std::int16_t Zone = 0;  // index into the zone table
-  friend bool operator==(const TimetableEntry&, const TimetableEntry&) = default;
+  friend bool operator==(const TimetableRecord&, const TimetableRecord&) = default;
 };
 
 // One country section of a timetable file for the writer: timetables[0] is
 // timetable 1. An empty timetable is written as its marker alone.
 struct TimetableSection {
   std::int16_t country = 0;
-  std::vector<std::vector<TimetableEntry>> timetables;
+  std::vector<std::vector<TimetableRecord>> timetables;
 };
 
 // The bytes of a timetable file holding `sections` in order.
@@ -71,14 +71,14 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections);
 // positions are remembered per file image, so asking the same file again
 // jumps straight to the section. A missing file gives 0 entries silently. A
 // file that cannot be read (damaged compressed data, even past the wanted
-// block, an unknown compression mode) is an LZ error: its text is shown under
-// the title "Read_Cp_TimeTable", the file is noted as the call's atlas fault,
-// `*lz_error` (when given) receives the code, and what was read so far is
-// returned. Zone numbers outside the zone table and entries whose date the
+// block, an unknown compression mode) is an LZ error: the file is noted as
+// the call's atlas fault (which the classic members show under the title
+// "Read_Cp_TimeTable"), `*lz_error` (when given) receives the code, and what
+// was read so far is returned. Zone numbers outside the zone table and entries whose date the
 // host's date type cannot hold (NaN, infinite, before the year 100 or after
 // 9999) throw AtlasError naming the file, country, timetable and entry.
 std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, double reference,
-                               std::int32_t number, std::vector<TimetableEntry>& result, bool usa,
+                               std::int32_t number, std::vector<TimetableRecord>& result, bool usa,
                                const std::string& folder = "", std::int32_t* lz_error = nullptr);
 
 // The zone in force for a country's timetable, or a place's own history, at

@@ -57,6 +57,7 @@
 #include <vector>
 
 #include "atlas/posix_tz.h"
+#include "tarvplaces/records.h"
 
 namespace tarv {
 
@@ -66,11 +67,9 @@ inline constexpr std::string_view kPlaceZonesMagic = "TPZP";
 inline constexpr std::uint16_t kZoneHistoryVersion = 1;
 inline constexpr std::uint16_t kNoPlaceZone = 0xFFFF;
 
-// Whether a local wall-clock time exists once, not at all (clocks were set
-// forward over it) or twice (clocks were set back over it). Changes out of
-// or into local mean time are not judged: the atlas's local mean time is
-// the place's own, not the zone's.
-enum class LocalTimeKind { kNormal, kSkipped, kRepeated };
+// LocalTimeKind (records.h): changes out of or into local mean time are not
+// judged, since the atlas's local mean time is the place's own, not the
+// zone's.
 
 struct HistoryPeriod {
   std::int64_t from = 0;  // seconds since 1970 UTC; the first holds from the beginning

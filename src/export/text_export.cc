@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
-#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_table.h"
 #include "export/file_helpers.h"
@@ -83,6 +83,11 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
                           const std::function<void(const std::string&, double)>& progress) {
   InitializeCountries("", country_file.empty() ? "Country.dat" : country_file, false, true);
   InitializeTimeZones("", "Zones13.bin");
+  return ExportLoadedAtlas(out_folder, progress);
+}
+
+ExportCounts ExportLoadedAtlas(const std::string& out_folder,
+                               const std::function<void(const std::string&, double)>& progress) {
   const std::string out = out_folder.empty() ? AtlasFolder("") : AddBackslash(out_folder, true);
   const auto& table = CurrentAtlas().countries;
   const std::size_t last = table.size() > kNonCountryTail ? table.size() - kNonCountryTail : 0;
@@ -115,7 +120,7 @@ ExportCounts ExportPlaces(const std::string& country_file, const std::string& ou
     ++counts.countries;
     const std::int16_t number = HaveTimetables(c.CountryShort);
     for (std::int16_t t = 1; t <= number; ++t) {
-      std::vector<TimetableEntry> entries;
+      std::vector<TimetableRecord> entries;
       std::int32_t error = 0;
       Read_Cp_TimeTable(c.CountryShort, c.CountryId, kSerial2000, t, entries, IsUSA(c.CountryShort),
                         "", &error);

@@ -45,6 +45,12 @@ std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& cou
 ExportCounts ExportPlaces(const std::string& country_file, const std::string& out_folder = "",
                           const std::function<void(const std::string&, double)>& progress = {});
 
+// The same from the tables the current atlas has loaded, which it leaves as
+// they are: what hosts that look up on the atlas at the same time use.
+ExportCounts ExportLoadedAtlas(
+    const std::string& out_folder,
+    const std::function<void(const std::string&, double)>& progress = {});
+
 }  // namespace tarv
 
 #endif  // TARVPLACES_EXPORT_TEXT_EXPORT_H_

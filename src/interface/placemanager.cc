@@ -7,6 +7,7 @@
 
 #include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
+#include "interface/read_call.h"
 #include "platform/message_box.h"
 #include "tarvplaces/places.h"
 #include "util/text.h"
@@ -66,7 +67,7 @@ PlaceManagerFactory SetPlaceManagerFactory(PlaceManagerFactory factory) {
 bool classPlaces::ShowPlacemanager(std::string* City, std::string* CountryShort, float* Longitude,
                                    float* Latitude, std::int16_t* Timetable, std::int16_t* Index,
                                    bool NewMode, std::int32_t Modal, OwnerWindow OwnerForm) {
-  const FaultScope fault;
+  const FaultBox fault;
   // A fresh dialog per call, so every call starts with Canceled false.
   const std::unique_ptr<PlaceManagerDialog> dialog = NewPlaceManager();
   if (!dialog) {

@@ -4,22 +4,23 @@
 #include <optional>
 
 #include "atlas/atlas_fault.h"
+#include "atlas/atlas_state.h"
 #include "atlas/country_names.h"
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
 #include "atlas/nearest_place.h"
 #include "atlas/place_search.h"
-#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/user_places.h"
 #include "atlas/world_search.h"
 #include "atlas/zone_table.h"
 #include "export/text_export.h"
 #include "interface/export_phrase.h"
+#include "interface/read_call.h"
+#include "interface/records.h"
+#include "interface/search_text.h"
 #include "platform/codepage.h"
-#include "platform/file_status.h"
 #include "platform/message_box.h"
-#include "platform/per_thread.h"
 #include "util/julian.h"
 #include "util/number_text.h"
 #include "util/text.h"
@@ -35,25 +36,6 @@ std::string Host(const std::string& ansi) {
   return Utf8FromAnsi(ansi);
 }
 
-// A name as searches take it: in the atlas's letters, and where even a
-// romanisation cannot write it there (Khmer, Lao, Sinhala), with the name
-// index query of the text as typed, so that such a name is still found by
-// the other names the index files in its script.
-struct SearchText {
-  std::string ansi;
-  std::optional<NameQuery> query;
-  const NameQuery* Query() const { return query ? &*query : nullptr; }
-};
-
-SearchText SearchOf(const std::string& utf8) {
-  SearchText text{Ansi(utf8), std::nullopt};
-  if (text.ansi.find(kUnmappable) != std::string::npos) {
-    // No key at all (an emoji) asks the index nothing.
-    text.query = NameQueryOfUtf8(utf8).value_or(NameQuery{});
-  }
-  return text;
-}
-
 // Hands the host's list control UTF-8 items.
 class HostListControl final : public PlaceListControl {
  public:
@@ -67,23 +49,8 @@ class HostListControl final : public PlaceListControl {
   PlaceListControl& host_;
 };
 
-// Members that only read open a StatScope on the atlas's USER folder: its
-// change counter tells them when to check the atlas files again. Members that read place,
-// index or timetable files open a FaultScope: LastAtlasFault then tells the
-// host what this call could not read.
-
-const std::string& UserFolder() {
-  struct Known {
-    std::string places_path;
-    std::string folder = AtlasFolder("") + "USER";
-  };
-  Known& known = PerThread<Known>();
-  if (known.places_path != CurrentAtlas().places_path) {
-    known.places_path = CurrentAtlas().places_path;
-    known.folder = AtlasFolder("") + "USER";
-  }
-  return known.folder;
-}
+// Members that read open a ClassicCall: a file the call could not read is
+// shown in a message box when it ends, and LastAtlasFault tells the host.
 
 // Members that read the atlas make sure its tables are loaded first; the
 // loaders' deliberate results do not matter here.
@@ -134,22 +101,9 @@ std::int32_t classPlaces::GetCountryID(const std::string& CountryShort) {
 
 std::optional<CountryInfo> classPlaces::FindCountry(const std::string& Text, CountryCodes Codes) {
   CheckPlacePath();
-  const StatScope one_look(UserFolder());
+  const ClassicCall call;
   LoadTables();
-  const auto match = tarv::FindCountry(Text, Codes);
-  if (!match) return std::nullopt;
-  CountryInfo info;
-  info.Id = match->id;
-  info.Code = Host(match->code);
-  info.IsGroup = match->group;
-  const auto& table = CurrentAtlas().countries;
-  const auto index = static_cast<std::size_t>(tarv::GetCountryIndexOfID(match->id));
-  if (index < table.size()) {
-    info.Title = Host(table[index].CountryTitle);
-    info.English = match->group ? info.Title : Host(table[index].Meaning);
-  }
-  if (!match->group) info.Iso = IsoCodeOf(match->code);
-  return info;
+  return FindCountryInfo(Text, Codes);
 }
 
 std::int32_t classPlaces::GetCountryIndexOfID(std::int32_t CountryId) {
@@ -175,8 +129,7 @@ std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort) {
 std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
                                        const std::string& CountryShort, double* Longitude,
                                        double* Latitude, std::int16_t* TimeZoneId) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const SearchText text = SearchOf(SearchPlace);
@@ -191,20 +144,17 @@ std::int16_t classPlaces::GetPlaceData(const std::string& SearchPlace,
 
 std::int32_t classPlaces::SearchAllCountries(const std::string& SearchPlace,
                                              std::int32_t MaxPlaces) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   const SearchText text = SearchOf(SearchPlace);
-  return tarv::SearchAllCountries(text.ansi, MaxPlaces, text.Query(),
-                                  CurrentAtlas().found_places);
+  return tarv::SearchAllCountries(text.ansi, MaxPlaces, text.Query(), CurrentAtlas().found_places);
 }
 
 std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
                                              const std::string& SearchPlace,
                                              const std::string& CountryShort,
                                              std::int32_t* PlacesFound, std::int32_t* PlacesAdded) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   HostListControl control(PlaceListControl);
   std::int32_t found = 0;
@@ -220,8 +170,7 @@ std::int32_t classPlaces::SearchPlacesInForm(PlaceListControl& PlaceListControl,
 
 std::string classPlaces::GetNearestPlace(const std::string& CountryShort, double Longitude,
                                          double Latitude, double RangeDegrees) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   std::string line;
   SearchNearestPlace(line, tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), Longitude,
@@ -290,8 +239,7 @@ FoundPlace PlaceOfName(const std::string& code, const SearchText& name) {
 
 std::int32_t classPlaces::HaveTimetables(const std::string& CountryShort,
                                          const std::string& SearchPlace, std::int16_t* Timetable) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const std::int16_t count = tarv::HaveTimetables(code);
@@ -305,8 +253,7 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
                                         const std::string& CountryShort, double* Longitude,
                                         double* Latitude, std::int16_t* TimeZoneId, double Julian,
                                         std::int32_t PlaceId) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const SearchText text = SearchOf(SearchPlace);
@@ -329,8 +276,7 @@ std::int32_t classPlaces::GetPlaceDataX(const std::string& SearchPlace,
 
 std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double Julian, bool* rIsLmt,
                                                        double* ZoneTime) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   const auto& list = FoundPlaces();
   if (Id < 0 || static_cast<std::size_t>(Id) >= list.size()) return {};
@@ -360,8 +306,7 @@ std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double J
 std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,
                                            const std::string& CountryShort, double Julian,
                                            bool LongString, std::int16_t* GetTimezoneId) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(CountryShort));
   const FoundPlace place = PlaceOfName(code, SearchOf(SearchPlace));
@@ -395,8 +340,7 @@ float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Time
                               std::string* TZShort, std::string* TZName, float* TZDif,
                               std::string* TZType, std::int16_t* TZSortIndex,
                               std::uint8_t* TZShow) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   ZoneRecord zone;
   const auto at = ZoneAt(Ansi(CountryShort), Timetable, Datum);
@@ -414,12 +358,11 @@ float classPlaces::Get_TZData(const std::string& CountryShort, std::int16_t Time
 std::vector<TimetableRow> classPlaces::GetTimeTableArray(const std::string& Land,
                                                          std::int16_t TimeTableId,
                                                          bool GetJulianNotSerial) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   const std::string code = tarv::GetInternalCountryAbbreviation(Ansi(Land));
   const std::int16_t id = tarv::GetCountryID(code);
-  std::vector<TimetableEntry> entries;
+  std::vector<TimetableRecord> entries;
   if (id != 0) Read_Cp_TimeTable(code, id, kSerial2000, TimeTableId, entries, IsUSA(code));
   std::vector<TimetableRow> rows;
   for (const auto& e : entries) {
@@ -431,7 +374,7 @@ std::vector<TimetableRow> classPlaces::GetTimeTableArray(const std::string& Land
 std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const std::string& Name,
                                        double Longitude, double Latitude, std::int16_t Timetable,
                                        std::int32_t* RecordNo) {
-  const FaultScope fault;
+  const FaultBox fault;
   LoadTables();
   UserPlace place;
   place.CountryId = GetCountryIDOfCode(Ansi(CountryShort));
@@ -453,7 +396,7 @@ std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const st
 
 std::int16_t classPlaces::DeleteUserPlace(const std::string& CountryShort,
                                           const std::string& Name) {
-  const FaultScope fault;
+  const FaultBox fault;
   LoadTables();
   UserPlace place;
   place.CountryId = GetCountryIDOfCode(Ansi(CountryShort));
@@ -464,8 +407,7 @@ std::int16_t classPlaces::DeleteUserPlace(const std::string& CountryShort,
 
 int classPlaces::GetLocalTimeKind(const std::string& SearchPlace, const std::string& CountryShort,
                                   double Julian) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   LoadTables();
   const FoundPlace place =
       PlaceOfName(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)), SearchOf(SearchPlace));
@@ -482,8 +424,7 @@ std::string classPlaces::GetCountryTimeZone(const std::string& CountryShort) {
 }
 
 std::string classPlaces::GetRightTimeZone(const std::string& CountryShort, std::int16_t Timetable) {
-  const StatScope one_look(UserFolder());
-  const FaultScope fault;
+  const ClassicCall call;
   CheckPlacePath();
   LoadTables();
   return Host(tarv::GetRightTimeZone(Ansi(CountryShort), Timetable));
@@ -491,7 +432,7 @@ std::string classPlaces::GetRightTimeZone(const std::string& CountryShort, std::
 
 void classPlaces::Export(const std::string& Password, const std::string* CountryFile) {
   if (Password != ExportPassPhrase()) return;
-  const FaultScope fault;
+  const FaultBox fault;
   CheckPlacePath();
   if (CurrentAtlas().places_path.empty()) {
     MsgBox("g_PlacesPath ist nicht gefüllt", kMsgInformation);

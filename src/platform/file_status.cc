@@ -1,5 +1,6 @@
 #include "platform/file_status.h"
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string_view>
@@ -7,20 +8,11 @@
 
 #include "platform/change_counter.h"
 #include "platform/file_status_native.h"
-#include "platform/message_box.h"
 #include "platform/paths.h"
 #include "platform/per_thread.h"
 
 namespace tarv {
 namespace {
-
-// The change counter of one watched folder, mapped once per thread.
-struct Watch {
-  std::string folder;  // Windows-style, as the scopes name it
-  std::unique_ptr<ChangeCounter> counter;
-  std::int64_t next_try_ns = 0;  // when a missing counter is looked for again
-  bool told = false;             // the host was told the counter is unusable
-};
 
 // What the scopes have looked at. A lookup in one country looks at a handful
 // of paths, so a short list searched in order beats a hash table; its strings
@@ -38,9 +30,10 @@ struct CallMemo {
   std::size_t used = 0;
 
   // While `shared` holds, what was seen stays valid across calls: until the
-  // watched folder's counter moves from `counter_seen` or kRecheckNs pass
-  // from `since_ns`.
-  Watch* watch = nullptr;
+  // counter of the folder `watch_id` moves from `counter_seen` or kRecheckNs
+  // pass from `since_ns`.
+  std::uint64_t watch_id = 0;
+  std::shared_ptr<const ChangeCounter> counter;
   bool shared = false;
   std::uint64_t counter_seen = 0;
   std::int64_t since_ns = 0;
@@ -54,26 +47,6 @@ struct CallMemo {
 constexpr std::size_t kMaxRemembered = 32;
 
 constexpr std::int64_t kRecheckNs = 1'000'000'000;
-
-// The watched folders of this thread; a host uses one atlas, rarely a few.
-class Watches {
- public:
-  Watch& For(std::string_view folder) {
-    for (auto& w : watches_) {
-      if (w->folder == folder) return *w;
-    }
-    if (watches_.size() == kMaxWatches) watches_.erase(watches_.begin());
-    watches_.push_back(std::make_unique<Watch>());
-    watches_.back()->folder.assign(folder);
-    return *watches_.back();
-  }
-
-  void Clear() { watches_.clear(); }
-
- private:
-  static constexpr std::size_t kMaxWatches = 4;
-  std::vector<std::unique_ptr<Watch>> watches_;
-};
 
 }  // namespace
 
@@ -130,50 +103,61 @@ void ForgetStatsOfThisCall() {
 
 void ForgetFileStatuses() {
   CallMemo& memo = PerThread<CallMemo>();
-  Watches& watches = PerThread<Watches>();
   memo.Clear();
   memo.shared = false;
-  memo.watch = nullptr;
-  watches.Clear();
+  memo.watch_id = 0;
+  memo.counter.reset();
 }
 
-namespace {
+std::uint64_t NextWatchId() {
+  static std::atomic<std::uint64_t> last{0};
+  return ++last;
+}
 
-// Maps the watched folder's counter when it is time to look for one. An
-// unusable file is worth one message: the host can remove it.
-void LookForCounter(Watch& watch, std::int64_t now) {
-  if (watch.counter || now < watch.next_try_ns) return;
-  watch.next_try_ns = now + kRecheckNs;
-  std::string why;
-  watch.counter = ChangeCounter::Map(NativePath(watch.folder), /*create=*/true, &why);
-  if (!watch.counter && !why.empty() && !watch.told) {
-    watch.told = true;
-    MsgBox("The file \"" + Utf8OfPath(NativePath(watch.folder) / kChangeCounterFile) + "\" " + why +
-               ".\nLookups check the atlas files on every call until it is removed.",
-           kMsgExclamation);
+WatchedFolder::WatchedFolder(std::string folder) : folder_(std::move(folder)), id_(NextWatchId()) {}
+
+WatchedFolder::~WatchedFolder() = default;
+
+std::shared_ptr<const ChangeCounter> WatchedFolder::Counter(std::int64_t now) {
+  const std::lock_guard lock(mutex_);
+  if (counter_ && !counter_->StillValid()) {
+    counter_.reset();
+    next_try_ns_ = 0;
   }
+  if (counter_ || now < next_try_ns_) return counter_;
+  next_try_ns_ = now + kRecheckNs;
+  std::string why;
+  counter_ = ChangeCounter::Map(NativePath(folder_), /*create=*/true, &why);
+  if (!counter_ && !why.empty() && trouble_.empty() && !told_) {
+    trouble_ = "The file \"" + Utf8OfPath(NativePath(folder_) / kChangeCounterFile) + "\" " + why +
+               ".\nLookups check the atlas files on every call until it is removed.";
+    has_trouble_ = true;
+  }
+  return counter_;
 }
 
-}  // namespace
+std::string WatchedFolder::TakeTrouble() {
+  if (!has_trouble_.load(std::memory_order_relaxed)) return {};
+  const std::lock_guard lock(mutex_);
+  has_trouble_ = false;
+  if (told_ || trouble_.empty()) return {};
+  told_ = true;
+  return std::move(trouble_);
+}
 
-StatScope::StatScope(std::string_view watched_folder) {
+StatScope::StatScope(WatchedFolder& watched) {
   CallMemo& memo = PerThread<CallMemo>();
   if (memo.depth++ != 0) return;
   const std::int64_t now = native::CoarseMonotonicNs();
-  Watch& watch = PerThread<Watches>().For(watched_folder);
-  if (memo.shared && memo.watch == &watch && now - memo.since_ns < kRecheckNs &&
-      watch.counter->Value() == memo.counter_seen) {
+  if (memo.shared && memo.watch_id == watched.id_ && now - memo.since_ns < kRecheckNs &&
+      memo.counter->Value() == memo.counter_seen) {
     return;  // nothing changed that a writer told of, and the time is not up
   }
   memo.Clear();
-  memo.watch = &watch;
-  if (watch.counter && !watch.counter->StillValid()) {
-    watch.counter.reset();
-    watch.next_try_ns = 0;
-  }
-  LookForCounter(watch, now);
-  memo.shared = watch.counter != nullptr;
-  memo.counter_seen = memo.shared ? watch.counter->Value() : 0;
+  memo.watch_id = watched.id_;
+  memo.counter = watched.Counter(now);
+  memo.shared = memo.counter != nullptr;
+  memo.counter_seen = memo.shared ? memo.counter->Value() : 0;
   memo.since_ns = now;
   // Looking for the counter may have looked at paths before the number was
   // read; start from nothing so that every status is younger than it.

@@ -20,8 +20,11 @@
 #ifndef TARVPLACES_PLATFORM_FILE_STATUS_H_
 #define TARVPLACES_PLATFORM_FILE_STATUS_H_
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -61,7 +64,7 @@ inline FileStatus StatFile(const std::filesystem::path& path, bool follow = true
 // Forgets what the scopes remembered. For the component's own writes.
 void ForgetStatsOfThisCall();
 
-// Forgets everything, counters included, as in a fresh thread. For hosts and
+// Forgets everything this thread saw, as in a fresh thread. For hosts and
 // tests that change atlas files behind the component's back and cannot wait a
 // second.
 void ForgetFileStatuses();
@@ -71,12 +74,48 @@ void ForgetFileStatuses();
 // one number and start afresh when it changes.
 std::uint64_t CallNumber();
 
-// Opened by the public members that only read, naming the folder whose
-// counter to follow (Windows-style, the atlas's USER folder). Scopes nest;
-// the outermost one decides what is still valid. One per thread.
+class ChangeCounter;
+
+// A folder whose change counter (change_counter.h) tells the scopes that
+// what they saw may be stale: an atlas's USER folder. Owned by the atlas;
+// the counter is mapped on first use and mapped again when the file was
+// replaced. Any number of threads may open scopes on one WatchedFolder.
+class WatchedFolder {
+ public:
+  explicit WatchedFolder(std::string folder);  // Windows-style
+  ~WatchedFolder();
+  WatchedFolder(const WatchedFolder&) = delete;
+  WatchedFolder& operator=(const WatchedFolder&) = delete;
+
+  const std::string& Folder() const noexcept { return folder_; }
+
+  // Why the counter file found is unusable, as a message for the host
+  // ("The file ... is shorter than a change counter. ..."), once per
+  // folder: "" when there is nothing to tell or it was told already.
+  std::string TakeTrouble();
+
+ private:
+  friend class StatScope;
+  // The counter as mapped now (null when there is none), looked for again
+  // at most once a second while missing.
+  std::shared_ptr<const ChangeCounter> Counter(std::int64_t now);
+
+  const std::string folder_;
+  const std::uint64_t id_;  // unique in the process, unlike an address
+  std::mutex mutex_;
+  std::shared_ptr<const ChangeCounter> counter_;
+  std::int64_t next_try_ns_ = 0;
+  std::string trouble_;
+  std::atomic<bool> has_trouble_ = false;
+  bool told_ = false;
+};
+
+// Opened by the public members that only read, on the folder whose counter
+// to follow. Scopes nest; the outermost one of a thread decides what is
+// still valid.
 class StatScope {
  public:
-  explicit StatScope(std::string_view watched_folder);
+  explicit StatScope(WatchedFolder& watched);
   ~StatScope();
   StatScope(const StatScope&) = delete;
   StatScope& operator=(const StatScope&) = delete;

@@ -1,5 +1,4 @@
-// The Qt dialogs for the project's own tools and tests: the application a
-// dialog needs, and pictures of the dialogs.
+// The application a Qt dialog needs.
 #ifndef TARVPLACES_UI_DIALOGS_H_
 #define TARVPLACES_UI_DIALOGS_H_
 
@@ -27,15 +26,6 @@ class ApplicationScope {
  private:
   std::unique_ptr<QApplication> owned_;
 };
-
-// Renders the place manager opened on `city` in `country` (what
-// ShowPlacemanager would show), or the timetable chooser of `country` with
-// `timetable` highlighted, into a PNG file. Returns false when the file
-// could not be written.
-bool SavePlaceManagerPicture(const std::string& city, const std::string& country,
-                             const std::string& png_file);
-bool SaveTimetableChooserPicture(const std::string& country, std::int16_t timetable,
-                                 const std::string& png_file);
 
 }  // namespace tarv::ui
 

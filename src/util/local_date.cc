@@ -10,21 +10,21 @@ namespace {
 
 constexpr int kLastYear = 9999;  // four digits, and within GetJulday's 16-bit year
 
-bool IsValid(const LocalDateTime& t) {
-  if (t.year < 0 || t.year > kLastYear || t.month < 1 || t.month > 12 || t.day < 1) return false;
+bool IsValid(const LocalTime& t) {
+  if (t.Year < 0 || t.Year > kLastYear || t.Month < 1 || t.Month > 12 || t.Day < 1) return false;
   const int days_in_month =
-      static_cast<int>(SerialOfDate(t.year, t.month + 1, 1) - SerialOfDate(t.year, t.month, 1));
-  return t.day <= days_in_month && t.hour >= 0 && t.hour <= 23 && t.minute >= 0 && t.minute <= 59 &&
-         t.second >= 0 && t.second <= 59;
+      static_cast<int>(SerialOfDate(t.Year, t.Month + 1, 1) - SerialOfDate(t.Year, t.Month, 1));
+  return t.Day <= days_in_month && t.Hour >= 0 && t.Hour <= 23 && t.Minute >= 0 && t.Minute <= 59 &&
+         t.Second >= 0 && t.Second <= 59;
 }
 
 }  // namespace
 
-std::optional<double> JulianOfLocalDate(const LocalDateTime& time) {
+std::optional<double> JulianOfLocalDate(const LocalTime& time) {
   if (!IsValid(time)) return std::nullopt;
-  return GetJulday(static_cast<std::int16_t>(time.month), static_cast<std::int16_t>(time.day),
-                   static_cast<std::int16_t>(time.year),
-                   time.hour + time.minute / 60.0 + time.second / 3600.0);
+  return GetJulday(static_cast<std::int16_t>(time.Month), static_cast<std::int16_t>(time.Day),
+                   static_cast<std::int16_t>(time.Year),
+                   time.Hour + time.Minute / 60.0 + time.Second / 3600.0);
 }
 
 }  // namespace tarv

@@ -5,16 +5,9 @@
 
 #include <optional>
 
-namespace tarv {
+#include "tarvplaces/records.h"
 
-struct LocalDateTime {
-  int year = 0;
-  int month = 1;
-  int day = 1;
-  int hour = 12;
-  int minute = 0;
-  int second = 0;
-};
+namespace tarv {
 
 // The Julian day of the local time (the calendar chosen as GetJulday
 // chooses it), or nullopt when a field is out of range: years 0 to 9999,
@@ -22,7 +15,7 @@ struct LocalDateTime {
 // only in leap years), hours 0-23, minutes and seconds 0-59.
 // JulianOfLocalDate({2000, 1, 1, 12, 0, 0}) is 2451545.0; {1999, 2, 29} and
 // {1980, 7, 1, 24, 0, 0} give nullopt.
-std::optional<double> JulianOfLocalDate(const LocalDateTime& time);
+std::optional<double> JulianOfLocalDate(const LocalTime& time);
 
 }  // namespace tarv
 

@@ -8,6 +8,7 @@
 #include <unicode/tznames.h>
 #include <unicode/unistr.h>
 
+#include <chrono>
 #include <cmath>
 #include <ctime>
 #include <filesystem>
@@ -18,18 +19,18 @@
 #include <tuple>
 
 #include "atlas/atlas_builder.h"
+#include "atlas/atlas_state.h"
 #include "atlas/geonames.h"
 #include "atlas/place_file.h"
 #include "atlas/posix_tz.h"
-#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_history.h"
 #include "export/text_export.h"
 #include "geonames_atlas_fixture.h"
-#include "interface/place_report.h"
 #include "platform/codepage.h"
 #include "platform/lz.h"
 #include "support/atlas_fixture.h"
+#include "tarvplaces/atlas.h"
 #include "tarvplaces/places.h"
 #include "util/julian.h"
 #include "util/serial_date.h"
@@ -46,6 +47,7 @@ const std::string& kAtlas = testing::kDefaultAtlas;
 
 class DefaultAtlasTest : public testing::GeoNamesAtlasTest {
  protected:
+  const Atlas atlas_{kAtlas};
   static const GeoPlace& ById(std::int64_t id) {
     for (const auto& p : *places_) {
       if (p.id == id) return p;
@@ -142,6 +144,42 @@ std::optional<std::int32_t> FindPlace(classPlaces& places, const GeoPlace& p,
   if (auto i = at_coordinates(IsAnsiRepresentable(p.name) ? p.name : p.ascii_name)) return i;
   const std::string line = places.GetNearestPlace(code, p.longitude, p.latitude, 0.001);
   return at_coordinates(TrimRight(line.substr(0, line.find('\t'))));
+}
+
+// The GeoNames place itself as the public interface gives it, with its zone
+// at the local time `when`.
+std::optional<PlaceInfo> PlaceAt(const Atlas& atlas, const GeoPlace& p, const std::string& code,
+                                 const LocalTime& when) {
+  auto at_coordinates = [&](const std::string& name) -> std::optional<PlaceInfo> {
+    for (auto& found : atlas.Search(name, code, when)) {
+      if (std::fabs(found.Longitude - p.longitude) < 1e-4 &&
+          std::fabs(found.Latitude - p.latitude) < 1e-4) {
+        return std::move(found);
+      }
+    }
+    return std::nullopt;
+  };
+  if (auto found = at_coordinates(p.name)) return found;
+  if (auto found = at_coordinates(p.ascii_name)) return found;
+  const auto nearest = atlas.Nearest(code, p.longitude, p.latitude, 0.001);
+  return nearest ? at_coordinates(nearest->Name) : std::nullopt;
+}
+
+// Local wall-clock seconds since 1970 as a local time.
+LocalTime LocalTimeOfSeconds(std::int64_t local) {
+  using std::chrono::days;
+  using std::chrono::floor;
+  using std::chrono::seconds;
+  const std::chrono::sys_seconds at{seconds{local}};
+  const auto day = floor<days>(at);
+  const std::chrono::year_month_day date{day};
+  const std::chrono::hh_mm_ss time{at - day};
+  return {static_cast<int>(date.year()),
+          static_cast<int>(unsigned{date.month()}),
+          static_cast<int>(unsigned{date.day()}),
+          static_cast<int>(time.hours().count()),
+          static_cast<int>(time.minutes().count()),
+          static_cast<int>(time.seconds().count())};
 }
 
 struct Sample {
@@ -285,8 +323,6 @@ TEST_F(DefaultAtlasTest, ChangesOfOffsetAreWhereTzdataPutsThem) {
     const auto& [p, code] = sample[pick(rng)];
     const auto change = ChangeInYear(p.timezone, year(rng), rng);
     if (!change) continue;
-    const auto element = FindPlace(places, p, code);
-    ASSERT_TRUE(element) << p.name;
     ++checked;
     // Local wall-clock seconds: a minute before the earlier reading of the
     // change, a minute after the later one, and the middle of the hour the
@@ -294,27 +330,26 @@ TEST_F(DefaultAtlasTest, ChangesOfOffsetAreWhereTzdataPutsThem) {
     const std::int64_t early = change->at + std::min(change->before, change->after);
     const std::int64_t late = change->at + std::max(change->before, change->after);
     auto report = [&](std::int64_t local) {
-      const double serial = 25569.0 + static_cast<double>(local) / 86400.0;
-      return ReportFoundPlace(places, *element, SerialInJulian(serial));
+      return PlaceAt(atlas_, p, code, LocalTimeOfSeconds(local));
     };
     const auto before = report(early - 60);
     const auto after = report(late + 60);
     const auto middle = report((early + late) / 2);
-    ASSERT_TRUE(before && after && middle);
+    ASSERT_TRUE(before && after && middle) << p.name;
     const std::string what = p.name + " (" + code + ", " + p.timezone + ") " +
                              std::to_string(change->at) + " " + std::to_string(change->before) +
                              " -> " + std::to_string(change->after) + ": ";
-    if (std::lround(before->zone.utc_offset * 3600) != change->before ||
-        std::lround(after->zone.utc_offset * 3600) != change->after) {
-      wrong.push_back(what + "offsets " + std::to_string(before->zone.utc_offset) + ", " +
-                      std::to_string(after->zone.utc_offset));
+    if (std::lround(before->Zone.UtcOffsetHours * 3600) != change->before ||
+        std::lround(after->Zone.UtcOffsetHours * 3600) != change->after) {
+      wrong.push_back(what + "offsets " + std::to_string(before->Zone.UtcOffsetHours) + ", " +
+                      std::to_string(after->Zone.UtcOffsetHours));
     }
     const LocalTimeKind expected =
         change->after > change->before ? LocalTimeKind::kSkipped : LocalTimeKind::kRepeated;
-    if (middle->local_time != expected || before->local_time != LocalTimeKind::kNormal ||
-        after->local_time != LocalTimeKind::kNormal) {
-      wrong.push_back(what + "kinds " + LocalTimeName(before->local_time) + " " +
-                      LocalTimeName(middle->local_time) + " " + LocalTimeName(after->local_time));
+    if (middle->LocalTime != expected || before->LocalTime != LocalTimeKind::kNormal ||
+        after->LocalTime != LocalTimeKind::kNormal) {
+      wrong.push_back(what + "kinds " + LocalTimeName(before->LocalTime) + " " +
+                      LocalTimeName(middle->LocalTime) + " " + LocalTimeName(after->LocalTime));
     }
   }
   std::cout << "changes of offset checked: " << checked << ", wrong " << wrong.size() << "\n";
@@ -366,9 +401,7 @@ TEST_F(DefaultAtlasTest, MostPeopleReadTheNameCldrGivesTheirZone) {
     double same = 0;
     std::vector<std::pair<double, std::string>> others;
     for (const auto& [p, code] : largest) {
-      const auto element = FindPlace(places, p, code);
-      ASSERT_TRUE(element) << p.name;
-      const auto report = ReportFoundPlace(places, *element, JulianAt(year, month, day, 12));
+      const auto report = PlaceAt(atlas_, p, code, LocalTime{year, month, day, 12, 0, 0});
       ASSERT_TRUE(report) << p.name;
       const LibcZone truth = LibcAtLocal(p.timezone, year, month, day, 12);
       const std::int64_t utc =
@@ -377,12 +410,12 @@ TEST_F(DefaultAtlasTest, MostPeopleReadTheNameCldrGivesTheirZone) {
       const std::string cldr = CldrName(p.timezone, utc);
       const auto population = static_cast<double>(p.population);
       all += population;
-      if (report->zone.name == cldr) {
+      if (report->Zone.Name == cldr) {
         same += population;
       } else {
         others.emplace_back(population, p.name + " (" + code + ", " + p.timezone +
-                                            "): " + report->zone.abbreviation + " \"" +
-                                            report->zone.name + "\", CLDR \"" + cldr + "\"");
+                                            "): " + report->Zone.Abbreviation + " \"" +
+                                            report->Zone.Name + "\", CLDR \"" + cldr + "\"");
       }
     }
     std::sort(others.rbegin(), others.rend());

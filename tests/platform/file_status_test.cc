@@ -23,19 +23,20 @@ std::string NoCounter(const TempFolder& dir) {
 TEST(StatScope, WithoutACounterEachPathIsLookedAtOncePerCall) {
   TempFolder dir;
   const auto file = dir.Write("a.dat", "1");
+  WatchedFolder none(NoCounter(dir));
   {
-    const StatScope call(NoCounter(dir));
+    const StatScope call(none);
     EXPECT_EQ(StatFile(file).size, 1U);
     dir.Write("a.dat", "12345");
     EXPECT_EQ(StatFile(file).size, 1U);  // as the call first saw it
-    { const StatScope member_called_by_a_member(NoCounter(dir)); }
+    { const StatScope member_called_by_a_member(none); }
     EXPECT_EQ(StatFile(file).size, 1U);  // only the outermost scope forgets
     ForgetStatsOfThisCall();             // as after the component's own write
     EXPECT_EQ(StatFile(file).size, 5U);
   }
   dir.Write("a.dat", "12");
   EXPECT_EQ(StatFile(file).size, 2U);  // without a scope every look is new
-  const StatScope next_call(NoCounter(dir));
+  const StatScope next_call(none);
   EXPECT_EQ(StatFile(file).size, 2U);
 }
 
@@ -44,7 +45,7 @@ TEST(StatScope, WithACounterStatusesLastUntilItMovesOrASecondPasses) {
   TempFolder dir;
   const auto file = dir.Write("a.dat", "1");
   std::filesystem::create_directory(dir.path() / "USER");
-  const std::string user = (dir.path() / "USER").string();
+  WatchedFolder user((dir.path() / "USER").string());
   const auto size_in_a_call = [&] {
     const StatScope call(user);
     return StatFile(file).size;
@@ -82,8 +83,9 @@ TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
   dir.Write("atlas/x.dat", "1");
   dir.Write("other/x.dat", "22");
   std::filesystem::create_directory_symlink(dir.path() / "atlas", dir.path() / "link");
-  const auto size_in_a_call = [&dir](const std::filesystem::path& folder) {
-    const StatScope call(NoCounter(dir));
+  WatchedFolder none(NoCounter(dir));
+  const auto size_in_a_call = [&none](const std::filesystem::path& folder) {
+    const StatScope call(none);
     EXPECT_TRUE(StatFile(folder).directory);
     return StatFile(folder / "x.dat").size;
   };
@@ -96,7 +98,7 @@ TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
   std::filesystem::create_directory_symlink(dir.path() / "other", dir.path() / "link");
   EXPECT_EQ(size_in_a_call(dir.path() / "link"), 2U);
   std::filesystem::remove_all(dir.path() / "other");
-  const StatScope call(NoCounter(dir));
+  const StatScope call(none);
   EXPECT_FALSE(StatFile(dir.path() / "link").exists);
   EXPECT_FALSE(StatFile(dir.path() / "link" / "x.dat").exists);
 }

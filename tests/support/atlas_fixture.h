@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "atlas/atlas_state.h"
 #include "atlas/place_file.h"
 #include "atlas/place_file_writer.h"
-#include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "platform/lz.h"
 #include "support/country_fixture.h"
@@ -79,8 +79,8 @@ inline double At(int year, int month, int day, int hour = 0, int minute = 0, int
 // Central European history: standard time from 1893, summer time from the
 // last Sunday of March 02:00 to the last Sunday of October 03:00 in
 // 1996-1999.
-inline std::vector<TimetableEntry> CentralEuropeanHistory(std::int16_t met, std::int16_t met_s) {
-  std::vector<TimetableEntry> entries = {{At(1893, 4, 1), met}};
+inline std::vector<TimetableRecord> CentralEuropeanHistory(std::int16_t met, std::int16_t met_s) {
+  std::vector<TimetableRecord> entries = {{At(1893, 4, 1), met}};
   const int march[] = {31, 30, 29, 28};
   const int october[] = {27, 26, 25, 31};
   for (int y = 1996; y <= 1999; ++y) {

@@ -12,7 +12,7 @@ TEST(LocalDate, NoonOfTheFirstDayOf2000IsJulianDay2451545) {
 
 TEST(LocalDate, LeapDaysAndFieldsAtTheirLimits) {
   const struct {
-    LocalDateTime date;
+    LocalTime date;
     bool valid;
   } cases[] = {{{1999, 2, 29, 12, 0, 0}, false}, {{1900, 2, 29, 12, 0, 0}, false},
                {{2000, 2, 29, 12, 0, 0}, true},  {{1996, 2, 29, 12, 0, 0}, true},
@@ -25,8 +25,8 @@ TEST(LocalDate, LeapDaysAndFieldsAtTheirLimits) {
   for (const auto& c : cases) {
     const auto& d = c.date;
     EXPECT_EQ(JulianOfLocalDate(d).has_value(), c.valid)
-        << d.year << "-" << d.month << "-" << d.day << " " << d.hour << ":" << d.minute << ":"
-        << d.second;
+        << d.Year << "-" << d.Month << "-" << d.Day << " " << d.Hour << ":" << d.Minute << ":"
+        << d.Second;
   }
 }
 

@@ -111,8 +111,8 @@ double LocalSerial(std::int64_t unix_seconds, std::int32_t offset) {
 // One IANA zone as the atlas uses it.
 struct ZoneInfo {
   TzifZone tzif;
-  std::vector<TimetableEntry> history;   // from the end of local mean time to 1999
-  std::vector<TimetableEntry> later;     // its changes from 2000 through 2037
+  std::vector<TimetableRecord> history;  // from the end of local mean time to 1999
+  std::vector<TimetableRecord> later;    // its changes from 2000 through 2037
   std::int32_t standard_1999 = 0;        // standard offset at the end of 1999
   std::int16_t standard_entry_1999 = 0;  // its entry (0 before any standard time)
   int zones_since = 0;                   // year local mean time ended
@@ -349,9 +349,9 @@ std::string MainZone(const std::vector<const GeoPlace*>& places) {
 }
 
 struct Timetabling {
-  std::vector<std::vector<TimetableEntry>> blocks;  // blocks[0] is timetable 1, to 1999
-  std::vector<std::vector<TimetableEntry>> later;   // their changes from 2000 through 2037
-  std::vector<std::string> block_zone;              // the zone each block follows
+  std::vector<std::vector<TimetableRecord>> blocks;  // blocks[0] is timetable 1, to 1999
+  std::vector<std::vector<TimetableRecord>> later;   // their changes from 2000 through 2037
+  std::vector<std::string> block_zone;               // the zone each block follows
   std::map<std::string, std::int16_t> number_of_zone;
 };
 

@@ -4,12 +4,13 @@
 #include <cmath>
 #include <limits>
 
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file.h"
 #include "atlas/place_search.h"
-#include "atlas/atlas_state.h"
 #include "atlas/zone_table.h"
+#include "interface/read_call.h"
 #include "platform/codepage.h"
 #include "tarvplaces/list_control.h"
 #include "util/degrees.h"
@@ -92,6 +93,7 @@ std::vector<CountryChoice> CountryChoices(bool usa) {
 
 std::int32_t ListPlaces(const std::string& code, const std::string& search, bool prefix,
                         ControlState& list, std::vector<bool>* other_names) {
+  const FaultBox fault;  // the dialog tells what it could not read as the members do
   EnsureTablesLoaded();
   ListCollector collector(list);
   std::string text = AnsiFromUtf8(search);
@@ -110,6 +112,7 @@ std::int32_t ListPlaces(const std::string& code, const std::string& search, bool
 
 std::optional<PlaceData> FindPlace(const std::string& code, const std::string& name,
                                    std::int16_t record, double longitude, double latitude) {
+  const FaultBox fault;  // the dialog tells what it could not read as the members do
   EnsureTablesLoaded();
   const std::string wanted = Trim(AnsiFromUtf8(name));
   if (wanted.empty() || wanted.find_first_of("*?[") != std::string::npos) return std::nullopt;
@@ -131,6 +134,7 @@ std::optional<PlaceData> FindPlace(const std::string& code, const std::string& n
 }
 
 bool KnownAs(const std::string& code, std::int16_t record, const std::string& name) {
+  const FaultBox fault;  // the dialog tells what it could not read as the members do
   EnsureTablesLoaded();
   const auto query = NameQueryOfUtf8(name);
   if (!query || query->prefix || record <= 0) return false;

@@ -3,9 +3,10 @@
 #include <array>
 #include <cstdio>
 
-#include "atlas/country_table.h"
 #include "atlas/atlas_state.h"
+#include "atlas/country_table.h"
 #include "atlas/timetable.h"
+#include "interface/read_call.h"
 #include "platform/codepage.h"
 #include "tarvplaces/places.h"
 #include "util/serial_date.h"
@@ -101,6 +102,7 @@ std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLang
 std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,
                            const TarvLanguage& language) {
   if (record <= 0) return {};
+  const FaultBox fault;
   FoundPlace place;
   place.Country = GetInternalCountryAbbreviation(AnsiFromUtf8(country));
   place.RecordNo = record;

@@ -1,0 +1,102 @@
+// The records the atlas answers with: places with their zone at a local
+// time, zones, countries and timetable entries. Texts are UTF-8 without the
+// atlas's padding blanks; coordinates are decimal degrees, east and north
+// positive.
+#ifndef TARVPLACES_RECORDS_H_
+#define TARVPLACES_RECORDS_H_
+
+#include <cstdint>
+#include <string>
+
+namespace tarv {
+
+// A local wall-clock time at a place. Years 0-9999, months 1-12, days as the
+// month has them, hours 0-23, minutes and seconds 0-59.
+struct LocalTime {
+  int Year = 2000;
+  int Month = 1;
+  int Day = 1;
+  int Hour = 12;
+  int Minute = 0;
+  int Second = 0;
+};
+
+// Whether a local time existed once, was skipped (clocks set forward over
+// it) or occurred twice (clocks set back).
+enum class LocalTimeKind { kNormal, kSkipped, kRepeated };
+
+// "normal", "skipped" or "repeated".
+const char* LocalTimeName(LocalTimeKind kind);
+
+// A zone of the zone table.
+struct ZoneInfo {
+  std::int16_t Id = 0;       // its place in the zone table; 0 is local mean time
+  std::string Abbreviation;  // "MET/S"
+  std::string Name;          // "Central European Summer Time"
+  // Hours east of UTC; for local mean time at a place the place's own,
+  // longitude / 15, rounded to 1e-6 hours (0 without a place).
+  double UtcOffsetHours = 0.0;
+  bool IsLmt = false;
+  char Kind = ' ';  // 'L' local mean time, 'N' standard, 'S' summer, 'D' double summer
+};
+
+// A place with the zone in force there: at the local time asked for, or its
+// standard zone.
+struct PlaceInfo {
+  std::string Name;         // "München"
+  std::string Country;      // the atlas code of its country, "D"
+  std::string CountryName;  // in the atlas's language, "Germany" or "Deutschland"
+  std::string CountryIso;   // "DE"; a US state's "US-CA"; "" where the atlas has none
+  double Longitude = 0.0;
+  double Latitude = 0.0;
+  std::int32_t Timetable = 0;
+  std::int32_t RecordNo = 0;  // its record in its country's file, negative for a user place
+  bool UserPlace = false;
+  std::uint32_t Population = 0;  // GeoNames'; 0 for a user place or where unknown
+  bool OtherName = false;        // found by another of its names ("Munich" for München)
+  ZoneInfo Zone;
+  // With a local time: whether it existed once, was skipped or repeated; and
+  // where the atlas knows them, the IANA zone the place follows
+  // ("Europe/Berlin"; a user place: its timetable's), tzdata's abbreviation
+  // then ("CEST") and the zone's long name then in the atlas's language.
+  LocalTimeKind LocalTime = LocalTimeKind::kNormal;
+  std::string Iana;
+  std::string TzAbbreviation;
+  std::string ZoneLongName;
+  bool OwnHistory = false;  // the zone came from the place's own history, not its timetable
+};
+
+// How a country lookup reads a text that is both an ISO 3166 code and one of
+// the atlas's own codes: "ES" is Spain's ISO code and El Salvador's atlas
+// code, "RU" Russia's and Burundi's.
+enum class CountryCodes {
+  kIso,    // the ISO meaning, as everyone who knows ISO codes means it
+  kAtlas,  // the atlas's own codes first, as classPlaces has always read them
+};
+
+// A country, a US state or a group of the atlas.
+struct CountryInfo {
+  std::int32_t Id = 0;   // its number in the country table
+  std::string Code;      // the atlas code every lookup takes: "D", "USCA"; for a group its
+                         // name in the table's language ("EUROPA" or "EUROPE", "USA")
+  std::string Iso;       // "DE"; a US state's ISO 3166-2 code, "US-CA"; "" for a group
+  std::string Title;     // the table's German title, "Deutschland"
+  std::string English;   // "Germany"
+  bool IsGroup = false;  // a continent or the USA, whose member countries a search reads
+  std::string Zone;      // the base zone as the table writes it, "MEZ"
+  std::string Continent;
+  std::int32_t ContinentId = 0;
+  std::int32_t Timetables = 0;  // how many timetables it has, 0 for none
+  bool SeveralZones = false;    // it spans several zones
+};
+
+// One entry of a timetable: from the local time `From` on, `Zone` holds.
+struct TimetableEntry {
+  LocalTime From;
+  double JulianDay = 0.0;  // `From` as a Julian day
+  ZoneInfo Zone;           // for local mean time without an offset (no place)
+};
+
+}  // namespace tarv
+
+#endif  // TARVPLACES_RECORDS_H_

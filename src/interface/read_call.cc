@@ -1,0 +1,26 @@
+#include "interface/read_call.h"
+
+#include <string>
+
+#include "platform/message_box.h"
+
+namespace tarv {
+
+ReadCall::ReadCall(AtlasState& atlas) : atlas_(atlas), look_(atlas.UserWatch()) {
+  if (const std::string trouble = atlas.UserWatch().TakeTrouble(); !trouble.empty()) {
+    MsgBox(trouble, kMsgExclamation);
+  }
+}
+
+FaultBox::~FaultBox() {
+  if (!fault_.Outermost()) return;
+  const AtlasFault fault = LastAtlasFault();
+  if (!fault) return;
+  const std::string reader = LastAtlasFaultReader();
+  try {
+    MsgBox(fault.Reason, kMsgCritical, reader.empty() ? kDefaultMessageTitle : reader);
+  } catch (...) {  // NOLINT(bugprone-empty-catch): a sink that throws must not end the process
+  }
+}
+
+}  // namespace tarv

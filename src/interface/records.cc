@@ -1,0 +1,187 @@
+#include "interface/records.h"
+
+#include <charconv>
+#include <cmath>
+#include <system_error>
+
+#include "atlas/atlas_state.h"
+#include "atlas/country_names.h"
+#include "atlas/country_table.h"
+#include "atlas/place_search.h"
+#include "atlas/timetable.h"
+#include "interface/zone_names.h"
+#include "platform/codepage.h"
+#include "util/julian.h"
+#include "util/serial_date.h"
+#include "util/text.h"
+
+namespace tarv {
+namespace {
+
+bool German() {
+  return CurrentAtlas().Language().Language() == kLanguageGerman;
+}
+
+// The country's name in the atlas's language and its ISO code.
+void DescribeCountry(PlaceInfo& place) {
+  const auto& table = CurrentAtlas().countries;
+  const std::string code = AnsiFromUtf8(place.Country);
+  const std::int16_t id = GetCountryIDOfCode(GetInternalCountryAbbreviation(code));
+  const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
+  if (id == 0 || index >= table.size()) return;
+  place.CountryName = Utf8FromAnsi(German() ? table[index].CountryTitle : table[index].Meaning);
+  place.CountryIso = IsoCodeOf(code);
+}
+
+// The fields every place record has, whatever found it.
+PlaceInfo PlaceOf(const PlaceRecord& record, std::string_view code, std::int32_t record_no) {
+  PlaceInfo place;
+  place.Name = Utf8FromAnsi(record.TrimmedName());
+  place.Country = Utf8FromAnsi(code);
+  place.Longitude = SevenDigits(record.Longitude);
+  place.Latitude = SevenDigits(record.Latitude);
+  place.Timetable = record.Timetable;
+  place.RecordNo = record_no;
+  place.UserPlace = record_no < 0;
+  DescribeCountry(place);
+  return place;
+}
+
+}  // namespace
+
+const char* LocalTimeName(LocalTimeKind kind) {
+  switch (kind) {
+    case LocalTimeKind::kSkipped:
+      return "skipped";
+    case LocalTimeKind::kRepeated:
+      return "repeated";
+    case LocalTimeKind::kNormal:
+      break;
+  }
+  return "normal";
+}
+
+double SevenDigits(float value) {
+  if (!std::isfinite(value)) return value;
+  char text[32];
+  const auto written =
+      std::to_chars(text, text + sizeof text, value, std::chars_format::general, 7);
+  double result = 0.0;
+  std::from_chars(text, written.ptr, result);
+  return result;
+}
+
+ZoneInfo ZoneInfoOf(std::int16_t id, double longitude) {
+  ZoneInfo zone;
+  zone.Id = id;
+  zone.IsLmt = id == 0;
+  const auto& zones = CurrentAtlas().zones;
+  if (id < 0 || static_cast<std::size_t>(id) >= zones.size()) return zone;
+  const ZoneRecord& record = zones[static_cast<std::size_t>(id)];
+  zone.Abbreviation = Utf8FromAnsi(TrimRight(record.TZShort));
+  zone.Name = Utf8FromAnsi(TrimRight(record.TZName));
+  zone.Kind = record.TZType;
+  // Local mean time is the place's own, whatever the table's zone 0 says.
+  zone.UtcOffsetHours =
+      zone.IsLmt ? std::round(longitude / 15.0 * 1e6) / 1e6 : SevenDigits(record.TZDif);
+  return zone;
+}
+
+PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
+  PlaceInfo place = PlaceOf(found.Place, found.Country, found.RecordNo);
+  // The list's coordinates: a place found by coordinates keeps the ones typed.
+  place.Longitude = SevenDigits(found.Longitude);
+  place.Latitude = SevenDigits(found.Latitude);
+  place.Population = found.Population;
+  place.OtherName = found.OtherName;
+  if (!julian) {
+    place.Zone = ZoneInfoOf(static_cast<std::int16_t>(found.ZoneId), place.Longitude);
+    return place;
+  }
+  const double serial = LookupSerialOfJulian(*julian);
+  const auto at = ZoneOfPlaceAt(found, serial);
+  place.Zone = ZoneInfoOf(at ? at->zone_id : std::int16_t{0}, place.Longitude);
+  if (!at) return place;
+  place.LocalTime = at->kind;
+  place.OwnHistory = at->own_history;
+  place.Iana = at->iana;
+  place.TzAbbreviation = at->abbreviation;
+  if (place.Zone.IsLmt) {
+    place.ZoneLongName = German() ? "Mittlere Ortszeit" : "Local Mean Time";
+  } else if (!at->iana.empty()) {
+    const std::int64_t utc = LocalSecondsOfSerial(serial) - at->utc_seconds;
+    place.ZoneLongName = ZoneLongName(at->iana, utc, at->daylight, German() ? "de" : "en");
+  }
+  return place;
+}
+
+PlaceInfo PlaceInfoOf(const NearestPlace& nearest, std::string_view code) {
+  PlaceInfo place = PlaceOf(nearest.place, code, nearest.ref.RecordNo);
+  // By its place in the table: an abbreviation may name several entries.
+  place.Zone = ZoneInfoOf(RightTimeZoneId(code, nearest.place.Timetable), place.Longitude);
+  return place;
+}
+
+CountryInfo CountryInfoAt(std::size_t index) {
+  const auto& table = CurrentAtlas().countries;
+  CountryInfo info;
+  if (index >= table.size()) return info;
+  const CountryRecord& record = table[index];
+  const std::string internal = GetInternalCountryAbbreviation(record.CountryShort);
+  info.Id = record.CountryId;
+  info.Code = Utf8FromAnsi(Trim(record.CountryShort));
+  info.Title = Utf8FromAnsi(record.CountryTitle);
+  info.English = Utf8FromAnsi(record.Meaning);
+  info.Zone = Utf8FromAnsi(record.TimezoneShort);
+  info.Continent = Utf8FromAnsi(record.Continent);
+  info.ContinentId = record.ContinentID;
+  info.IsGroup = IsGroupPosition(index, table.size());
+  if (info.IsGroup) {
+    info.English = info.Title;
+  } else {
+    info.Iso = IsoCodeOf(record.CountryShort);
+    info.Timetables = HaveTimetables(internal);
+    info.SeveralZones = HaveSeveralTimeZones(internal);
+  }
+  return info;
+}
+
+std::optional<CountryInfo> FindCountryInfo(std::string_view text, CountryCodes codes) {
+  const auto match = FindCountry(text, codes);
+  if (!match) return std::nullopt;
+  CountryInfo info = CountryInfoAt(static_cast<std::size_t>(GetCountryIndexOfID(match->id)));
+  info.Id = match->id;
+  info.Code = Utf8FromAnsi(match->code);
+  return info;
+}
+
+std::vector<CountryInfo> CountryInfos() {
+  const auto& table = CurrentAtlas().countries;
+  const std::size_t end = table.size() > kContinentRecords ? table.size() - kContinentRecords : 0;
+  if (end <= 1) return {};
+  const std::vector<CountryRecord> lines(table.begin() + 1,
+                                         table.begin() + static_cast<std::ptrdiff_t>(end));
+  std::vector<CountryInfo> countries;
+  countries.reserve(lines.size());
+  for (const std::size_t i : TitleOrder(lines))
+    countries.push_back(CountryInfoAt(i + 1));
+  return countries;
+}
+
+std::vector<TimetableEntry> TimetableEntries(std::string_view code, std::int16_t number) {
+  const std::string internal = GetInternalCountryAbbreviation(code);
+  const std::int16_t id = GetCountryID(internal);
+  std::vector<TimetableRecord> records;
+  if (id != 0) Read_Cp_TimeTable(internal, id, kSerial2000, number, records, IsUSA(internal));
+  std::vector<TimetableEntry> entries;
+  entries.reserve(records.size());
+  for (const auto& r : records) {
+    const CalendarTime from = CalendarOfSerial(r.Datum);
+    entries.push_back({{from.year, from.month, from.day, from.hour, from.minute, from.second},
+                       SerialInJulian(r.Datum),
+                       ZoneInfoOf(r.Zone, 0.0)});
+  }
+  return entries;
+}
+
+}  // namespace tarv

@@ -1,0 +1,193 @@
+#include "tarvplaces/atlas.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "support/atlas_fixture.h"
+#include "support/german_numbers.h"
+#include "tarvplaces/places.h"
+
+namespace tarv {
+namespace {
+
+class AtlasTest : public testing::AtlasFixture {
+ protected:
+  void SetUp() override {
+    AtlasFixture::SetUp();
+    // Two places of one name on different timetables: 3 has no summer time.
+    WriteCountry("D", {testing::Place("Neustadt", 10.0F, 50.0F, 3),
+                       testing::Place("Neustadt", 11.57549F, 48.13743F, 1),
+                       testing::Place("M\xFCnchen", 11.57549F, 48.13743F, 1)});
+    WriteGermanTimetables();
+  }
+
+  // A second atlas folder with the same tables and other places.
+  void WriteOtherAtlas(const testing::TempFolder& other) {
+    other.Write("Country.dat", testing::JoinCrLf(testing::SampleCountryLines()));
+    other.Write("Zones13.bin", testing::ProjectZoneFile());
+    WritePlaceFiles(other.path(), "D", {testing::Place("Hamburg", 10.0F, 53.55F, 1)});
+  }
+};
+
+TEST_F(AtlasTest, PlaceWithTheZoneAtALocalTime) {
+  const Atlas atlas(folder_.str());
+  std::int32_t found = 0;
+  const auto p = atlas.Lookup("München", "D", LocalTime{1997, 7, 1, 12, 0, 0}, &found);
+  ASSERT_TRUE(p);
+  EXPECT_EQ(found, 1);
+  EXPECT_EQ(p->Name, "München");
+  EXPECT_EQ(p->Country, "D");
+  EXPECT_EQ(p->Longitude, 11.57549);  // the seven digits the atlas holds, not the float's expansion
+  EXPECT_EQ(p->Latitude, 48.13743);
+  EXPECT_EQ(p->Timetable, 1);
+  EXPECT_EQ(p->Zone.Abbreviation, "MET/S");
+  EXPECT_EQ(p->Zone.UtcOffsetHours, 2.0);
+  EXPECT_FALSE(p->Zone.IsLmt);
+  EXPECT_EQ(p->CountryName, "Deutschland");
+  EXPECT_FALSE(atlas.Lookup("Hamburg", "D"));
+}
+
+TEST_F(AtlasTest, LocalMeanTimeIsTheLongitudeInHours) {
+  const Atlas atlas(folder_.str());
+  const auto p = atlas.Lookup("München", "D", LocalTime{1850, 1, 1, 12, 0, 0});
+  ASSERT_TRUE(p);
+  EXPECT_TRUE(p->Zone.IsLmt);
+  EXPECT_EQ(p->Zone.UtcOffsetHours, 0.771699);
+  EXPECT_EQ(p->ZoneLongName, "Mittlere Ortszeit");  // German, the component's default
+}
+
+// Regression: the kind of local time was asked by name, so every place of a
+// name got the first one's timetable.
+TEST_F(AtlasTest, SkippedHourComesFromEachPlacesOwnTimetable) {
+  const Atlas atlas(folder_.str());
+  const auto places = atlas.Search("Neustadt", "D", LocalTime{1997, 3, 30, 2, 30, 0});
+  ASSERT_EQ(places.size(), 2U);
+  for (const auto& p : places) {
+    EXPECT_EQ(p.LocalTime, p.Timetable == 1 ? LocalTimeKind::kSkipped : LocalTimeKind::kNormal)
+        << "timetable " << p.Timetable;
+  }
+}
+
+TEST_F(AtlasTest, NoSuchLocalTimeIsAnArgumentError) {
+  const Atlas atlas(folder_.str());
+  EXPECT_THROW(atlas.Lookup("München", "D", LocalTime{1999, 2, 29, 12, 0, 0}),
+               std::invalid_argument);
+  EXPECT_FALSE(JulianDayOf(LocalTime{2000, 4, 1, 24, 0, 0}));
+}
+
+TEST_F(AtlasTest, NumbersReadAlikeUnderAGermanLocale) {
+  const Atlas atlas(folder_.str());
+  std::optional<PlaceInfo> found;
+  std::optional<PlaceInfo> nearest;
+  {
+    const testing::GermanNumbers german;
+    if (german.name().empty()) GTEST_SKIP() << testing::kNoGermanLocale;
+    found = atlas.Lookup("München", "D");
+    nearest = atlas.Nearest("D", 11.6, 48.1);
+  }
+  ASSERT_TRUE(found && nearest);
+  EXPECT_EQ(found->Longitude, 11.57549);
+  EXPECT_EQ(nearest->Latitude, 48.13743);
+  EXPECT_EQ(nearest->Zone.Abbreviation, "MET");
+  EXPECT_FALSE(atlas.Nearest("D", 0.0, 0.0, 1.0));
+}
+
+TEST_F(AtlasTest, AFolderWithoutAnAtlasIsAnErrorNamingTheFile) {
+  const testing::TempFolder empty;
+  try {
+    const Atlas atlas(empty.str());
+    FAIL() << "opened an empty folder";
+  } catch (const AtlasError& e) {
+    EXPECT_NE(e.file().find("Country.dat"), std::string::npos) << e.file();
+  }
+}
+
+TEST_F(AtlasTest, DamagedPlaceFileIsAnErrorNotAnEmptyAnswer) {
+  folder_.Write("D.dao", std::string("SZDD\x88\xF0\x27\x33Q", 9));  // mode 'Q' is no SZDD mode
+  const Atlas atlas(folder_.str());
+  try {
+    atlas.Lookup("München", "D");
+    FAIL() << "answered from a damaged file";
+  } catch (const AtlasError& e) {
+    EXPECT_NE(e.file().find("D.dao"), std::string::npos) << e.file();
+  }
+}
+
+TEST_F(AtlasTest, AddPlaceSaysWhyItStoresNothing) {
+  Atlas atlas(folder_.str());
+  EXPECT_EQ(atlas.AddPlace("D", "  ", 10, 50), "the name is empty");
+  EXPECT_EQ(atlas.AddPlace("D", "@Ort", 10, 50),
+            "a name cannot begin with \"@\", the mark of a deleted place");
+  EXPECT_EQ(atlas.AddPlace("D", "Ort", 10, 50, 9), "D has no timetable 9 (it offers 0 to 3)");
+  EXPECT_EQ(atlas.AddPlace("D", "Ort", 200, 50),
+            "coordinates lie within -180 to 180 degrees of longitude and -90 to 90 of latitude");
+  EXPECT_NE(atlas.AddPlace("D", "Ort\xF0\x9F\x98\x80", 10, 50).find("U+1F600"), std::string::npos);
+  EXPECT_NE(atlas.AddPlace("EUROPA", "Ort", 10, 50).find("group"), std::string::npos);
+  EXPECT_FALSE(atlas.Lookup("Ort", "D"));
+  EXPECT_FALSE(atlas.DeletePlace("D", "München"));  // atlas places stay
+}
+
+TEST_F(AtlasTest, TwoAtlasesAnswerFromTheirOwnFoldersAndUserPlaces) {
+  const testing::TempFolder other_folder;
+  WriteOtherAtlas(other_folder);
+  Atlas here(folder_.str());
+  Atlas there(other_folder.str());
+  EXPECT_TRUE(here.Lookup("München", "D"));
+  EXPECT_FALSE(there.Lookup("München", "D"));
+  EXPECT_TRUE(there.Lookup("Hamburg", "D"));
+
+  ASSERT_EQ(here.AddPlace("D", "Gartenhaus", 11.0, 48.0), "");
+  EXPECT_TRUE(here.Lookup("Gartenhaus", "D"));
+  EXPECT_FALSE(there.Lookup("Gartenhaus", "D"));
+  // A second object on the same folder sees the place at once.
+  EXPECT_TRUE(Atlas(folder_.str()).Lookup("Gartenhaus", "D")->UserPlace);
+  EXPECT_TRUE(here.DeletePlace("D", "Gartenhaus"));
+  EXPECT_FALSE(here.Lookup("Gartenhaus", "D"));
+
+  // classPlaces keeps its default atlas whatever the objects do.
+  classPlaces places;
+  places.PlacePath(other_folder.str());
+  EXPECT_EQ(places.GetPlaceData("Hamburg", "D"), 1);
+  EXPECT_TRUE(here.Lookup("München", "D"));
+  EXPECT_EQ(places.GetPlaceData("München", "D"), 0);
+}
+
+TEST_F(AtlasTest, CountriesAreSortedByTitleAndTheTablesNamedAsTyped) {
+  const Atlas atlas(folder_.str(), kLanguageEnglish);
+  const auto countries = atlas.Countries();
+  ASSERT_FALSE(countries.empty());
+  const auto germany = atlas.FindCountry("Deutschland");
+  ASSERT_TRUE(germany);
+  EXPECT_EQ(germany->Code, "D");
+  EXPECT_EQ(germany->Timetables, 3);
+  const auto europe = atlas.FindCountry("Europe");
+  ASSERT_TRUE(europe);
+  EXPECT_TRUE(europe->IsGroup);
+  EXPECT_EQ(atlas.Zones().size(), 287U);
+  const auto timetable = atlas.Timetable("D", 1);
+  ASSERT_GT(timetable.size(), 1U);
+  EXPECT_EQ(timetable.front().From.Year, 1700);
+  EXPECT_TRUE(timetable.front().Zone.IsLmt);
+}
+
+TEST(AtlasParsing, CoordinatesAsDegreeTextOrDecimals) {
+  EXPECT_NEAR(*ParseLatitude("48N08"), 48.0 + 8.0 / 60, 1e-9);
+  EXPECT_NEAR(*ParseLongitude("-0,5"), -0.5, 1e-9);
+  EXPECT_FALSE(ParseLongitude("east"));
+  EXPECT_FALSE(ParseLatitude("91"));
+  EXPECT_FALSE(ParseLongitude("181"));
+}
+
+TEST(AtlasNames, WhyANameCannotBeLookedUpOrStored) {
+  EXPECT_EQ(WhyNoName("München", "name"), "");
+  EXPECT_EQ(WhyNoName("ភ្នំពេញ", "name"), "");  // looked up in its own letters
+  EXPECT_NE(WhyNotStorable("ភ្នំពេញ", "name").find("U+1797"), std::string::npos);
+  EXPECT_EQ(WhyNoName("M\xF0\x9F\x98\x80nchen", "name"),
+            "character 2 (U+1F600) of the name \"M\xF0\x9F\x98\x80nchen\" is part of no name");
+  EXPECT_EQ(WhyNoName("M\xFCnchen", "name"), "character 2 of the name is not UTF-8");
+}
+
+}  // namespace
+}  // namespace tarv

@@ -6,10 +6,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <iomanip>
 #include <iostream>
 #include <map>
@@ -21,23 +19,12 @@
 #include <vector>
 
 #include "atlas/atlas_builder.h"
-#include "export/text_export.h"
-#include "interface/export_phrase.h"
-#include "interface/place_report.h"
-#include "platform/codepage.h"
-#include "platform/console.h"
-#include "platform/lz.h"
-#include "platform/paths.h"
+#include "console.h"
+#include "tarvplaces/atlas.h"
+#include "tarvplaces/message_sink.h"
 #include "tarvplaces/places.h"
-#include "util/degrees.h"
-#include "util/julian.h"
-#include "util/local_date.h"
-#include "util/serial_date.h"
-#include "util/text.h"
-
 #ifdef TARV_HAVE_UI
 #include "tarvplaces/ui.h"
-#include "ui/dialogs.h"
 #endif
 
 #ifndef TARV_DEFAULT_ATLAS
@@ -76,255 +63,166 @@ struct Options {
   bool atlas_code = false;
 };
 
+// The characters of a UTF-8 text: bytes that do not continue a character.
+std::size_t Characters(const std::string& text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  }));
+}
+
 // `text` with blanks up to `width` characters: names are UTF-8, so a column
 // counted in bytes would lose a blank for every "ü".
 std::string PadRight(const std::string& text, std::size_t width) {
-  const std::size_t length = tarv::Utf8Length(text);
+  const std::size_t length = Characters(text);
   return length >= width ? text : text + std::string(width - length, ' ');
 }
 
-// The code point of one well-formed UTF-8 character, as "U+1F600".
-std::string CodePoint(std::string_view character) {
-  const auto lead = static_cast<unsigned char>(character[0]);
-  std::uint32_t value = character.size() == 1   ? lead
-                        : character.size() == 2 ? lead & 0x1FU
-                        : character.size() == 3 ? lead & 0x0FU
-                                                : lead & 0x07U;
-  for (std::size_t i = 1; i < character.size(); ++i)
-    value = (value << 6) | (static_cast<unsigned char>(character[i]) & 0x3FU);
-  std::ostringstream out;
-  out << "U+" << std::uppercase << std::hex << std::setw(4) << std::setfill('0') << value;
-  return out.str();
-}
-
-// Why a name cannot be stored among the user's places: its first character
-// that the atlas's code page cannot hold in any form, even romanised (an
-// emoji, a Khmer letter, a byte that is not UTF-8). Empty when every
-// character can be written.
-std::string Unwritable(const std::string& what, const std::string& text) {
-  if (tarv::IsTransliterable(text)) return {};
-  const std::size_t length = tarv::Utf8Length(text);
-  for (std::size_t n = 1; n <= length; ++n) {
-    // Prefixes, not single characters: an accent written as a combining mark
-    // is written together with its letter.
-    const std::string_view prefix = tarv::Utf8Prefix(text, n);
-    if (tarv::IsTransliterable(prefix)) continue;
-    const std::string_view character = prefix.substr(tarv::Utf8Prefix(text, n - 1).size());
-    const std::string position = "character " + std::to_string(n);
-    if (character.size() == 1 && static_cast<unsigned char>(character[0]) >= 0x80) {
-      return position + " of the " + what + " is not UTF-8";
-    }
-    return position + " (" + CodePoint(character) + ") of the " + what + " \"" + text +
-           "\" cannot be written in the atlas's letters";
+// The first `count` characters of a UTF-8 text.
+std::string FirstCharacters(const std::string& text, std::size_t count) {
+  std::size_t end = 0;
+  for (std::size_t seen = 0; end < text.size(); ++end) {
+    if ((static_cast<unsigned char>(text[end]) & 0xC0) != 0x80 && seen++ == count) break;
   }
-  return "the " + what + " \"" + text + "\" cannot be written in the atlas's letters";
-}
-
-// Why a name or code cannot be looked up: its first character that is part
-// of no name in any script (an emoji, a control character, a byte that is
-// not UTF-8). Names in every script are looked up, in their own letters
-// where nothing romanises them.
-std::string NotAName(const std::string& what, const std::string& text) {
-  const tarv::NonNameCharacter bad = tarv::FirstNonNameCharacter(text);
-  if (bad.position == 0) return {};
-  const std::string position = "character " + std::to_string(bad.position);
-  if (bad.code_point < 0) return position + " of the " + what + " is not UTF-8";
-  const std::string_view character = std::string_view(tarv::Utf8Prefix(text, bad.position))
-                                         .substr(tarv::Utf8Prefix(text, bad.position - 1).size());
-  return position + " (" + CodePoint(character) + ") of the " + what + " \"" + text +
-         "\" is part of no name";
+  return text.substr(0, end);
 }
 
 // A lookup of a name or code holding what is part of no name finds nothing:
 // `nothing` is what --json prints then.
-void CheckWritable(const Options& o, const json& nothing,
-                   std::initializer_list<std::pair<const char*, const std::string*>> arguments) {
+void CheckNames(const Options& o, const json& nothing,
+                std::initializer_list<std::pair<const char*, const std::string*>> arguments) {
   for (const auto& [what, text] : arguments) {
-    const std::string reason = NotAName(what, *text);
+    const std::string reason = tarv::WhyNoName(*text, what);
     if (reason.empty()) continue;
     if (o.json && !nothing.is_null()) std::cout << nothing.dump(2) << '\n';
     throw Exit{kNotFound, "nothing found: " + reason};
   }
 }
 
-// A local date YYYY-MM-DD[THH:MM[:SS]] as a Julian day.
-double ParseDate(const std::string& text) {
+// A local date YYYY-MM-DD[THH:MM[:SS]].
+tarv::LocalTime ParseDate(const std::string& text) {
   static const std::regex kDate(R"((\d{4})-(\d{2})-(\d{2})(?:[T ](\d{2}):(\d{2})(?::(\d{2}))?)?)");
   std::smatch m;
   if (!std::regex_match(text, m, kDate)) {
     throw Exit{kUsage,
                "malformed date \"" + text + "\": write YYYY-MM-DD or YYYY-MM-DDTHH:MM[:SS]"};
   }
-  tarv::LocalDateTime time;
-  time.year = std::stoi(m[1]);
-  time.month = std::stoi(m[2]);
-  time.day = std::stoi(m[3]);
-  if (m[4].matched) time.hour = std::stoi(m[4]);
-  if (m[5].matched) time.minute = std::stoi(m[5]);
-  if (m[6].matched) time.second = std::stoi(m[6]);
-  const auto julian = tarv::JulianOfLocalDate(time);
-  if (!julian) throw Exit{kUsage, "malformed date \"" + text + "\": no such day or time"};
-  return *julian;
+  tarv::LocalTime time;
+  time.Year = std::stoi(m[1]);
+  time.Month = std::stoi(m[2]);
+  time.Day = std::stoi(m[3]);
+  if (m[4].matched) time.Hour = std::stoi(m[4]);
+  if (m[5].matched) time.Minute = std::stoi(m[5]);
+  if (m[6].matched) time.Second = std::stoi(m[6]);
+  if (!tarv::JulianDayOf(time)) {
+    throw Exit{kUsage, "malformed date \"" + text + "\": no such day or time"};
+  }
+  return time;
 }
 
 // Decimal degrees ("11.58", "-0.1") or degree text ("48N08", "11E34").
-double ParseCoordinate(const std::string& text, const char* what) {
-  if (text.find_first_of("0123456789") == std::string::npos) {
+double ParseCoordinate(const std::string& text, bool longitude) {
+  const auto value = longitude ? tarv::ParseLongitude(text) : tarv::ParseLatitude(text);
+  if (!value) {
     throw Exit{kUsage,
-               std::string("malformed ") + what + " \"" + text + "\": write 11.58 or 11E34"};
+               std::string("malformed ") + (longitude ? "longitude" : "latitude") + " \"" + text +
+                   "\": write " +
+                   (longitude ? "11.58 or 11E34 (-180 to 180)" : "48.14 or 48N08 (-90 to 90)")};
   }
-  return tarv::SignedDecOfString(text);
+  return *value;
 }
 
-// A file the last call could not read, as the tool reports it: the file,
-// what is wrong with it, and what to do.
-Exit FaultExit(const tarv::AtlasFault& fault) {
-  const std::string advice = fault.Code == tarv::LZERROR_BADINHANDLE
-                                 ? "check that it can be read"
-                                 : "restore it or build the atlas again with \"tarvplaces "
-                                   "build-atlas --out DIR\"";
-  return Exit{kUsage, "cannot read the atlas file \"" +
-                          tarv::Utf8OfPath(tarv::NativePath(fault.File)) + "\": " + fault.Reason +
-                          ": " + advice};
-}
-
-void CheckAtlasFault() {
-  if (const auto fault = tarv::classPlaces().LastAtlasFault()) throw FaultExit(fault);
-}
-
-json ZoneJson(const tarv::ZoneReport& zone) {
-  return json{{"zone_id", zone.id},
-              {"zone", zone.abbreviation},
-              {"zone_name", zone.name},
-              {"is_lmt", zone.is_lmt},
-              {"utc_offset", zone.utc_offset}};
+json ZoneJson(const tarv::ZoneInfo& zone) {
+  return json{{"zone_id", zone.Id},
+              {"zone", zone.Abbreviation},
+              {"zone_name", zone.Name},
+              {"is_lmt", zone.IsLmt},
+              {"utc_offset", zone.UtcOffsetHours}};
 }
 
 // A place with its zone; "local_time" only where a date was asked for.
-json PlaceJson(const tarv::PlaceReport& place) {
-  json p{{"name", place.name},
-         {"country", place.country},
-         {"country_name", place.country_name},
-         {"country_iso", place.country_iso},
-         {"longitude", place.longitude},
-         {"latitude", place.latitude},
-         {"timetable", place.timetable},
-         {"user_place", place.user_place},
-         {"population", place.population},
-         {"other_name", place.other_name}};
-  p.update(ZoneJson(place.zone));
-  if (!place.iana.empty()) {
-    p["iana"] = place.iana;
-    p["tz_abbreviation"] = place.tz_abbreviation;
-    p["zone_long_name"] = place.zone_long_name;
+json PlaceJson(const tarv::PlaceInfo& place, bool dated) {
+  json p{{"name", place.Name},
+         {"country", place.Country},
+         {"country_name", place.CountryName},
+         {"country_iso", place.CountryIso},
+         {"longitude", place.Longitude},
+         {"latitude", place.Latitude},
+         {"timetable", place.Timetable},
+         {"user_place", place.UserPlace},
+         {"population", place.Population},
+         {"other_name", place.OtherName}};
+  p.update(ZoneJson(place.Zone));
+  if (!place.Iana.empty()) {
+    p["iana"] = place.Iana;
+    p["tz_abbreviation"] = place.TzAbbreviation;
+    p["zone_long_name"] = place.ZoneLongName;
   }
+  if (dated) p["local_time"] = tarv::LocalTimeName(place.LocalTime);
   return p;
 }
 
-class Atlas {
+// The atlas of the command, and how its COUNTRY arguments are read.
+class AtlasOfCommand {
  public:
-  explicit Atlas(const Options& options) : atlas_code_(options.atlas_code) {
-    const std::filesystem::path folder = options.atlas;
-    if (options.atlas.empty() || !std::filesystem::exists(folder / "Country.dat")) {
-      throw Exit{
-          kUsage,
-          "no atlas at \"" + options.atlas +
-              "\": build one with \"tarvplaces build-atlas --out DIR\" and pass --atlas DIR"};
-    }
-    places_.PlacePath(options.atlas);
-    places_.Language(options.lang == "de" ? tarv::kLanguageGerman : tarv::kLanguageEnglish);
-    places_.GetCountryID("");  // loads the tables: the loading call answers 0
-  }
+  explicit AtlasOfCommand(const Options& options)
+      : atlas_(Open(options)), atlas_code_(options.atlas_code) {}
 
-  // The component, once the previous call is known to have read every atlas
-  // file it needed: a lookup answers a damaged file as if it held nothing,
-  // which the tool must not report as "not found".
-  tarv::classPlaces& places() {
-    CheckAtlasFault();
-    return places_;
-  }
+  const tarv::Atlas& operator*() const { return atlas_; }
+  const tarv::Atlas* operator->() const { return &atlas_; }
+  tarv::Atlas& Writable() { return atlas_; }
 
   // The country or group a code, ISO code, name or beginning names (see
-  // classPlaces::FindCountry): ISO codes first, unless --atlas-code.
-  std::optional<tarv::CountryInfo> Find(const std::string& text) {
-    return places().FindCountry(
-        text, atlas_code_ ? tarv::CountryCodes::kAtlas : tarv::CountryCodes::kIso);
+  // tarv::Atlas::FindCountry): ISO codes first, unless --atlas-code.
+  std::optional<tarv::CountryInfo> Find(const std::string& text) const {
+    return atlas_.FindCountry(text,
+                              atlas_code_ ? tarv::CountryCodes::kAtlas : tarv::CountryCodes::kIso);
   }
 
-  // The country record a text names: its position and fields, or nothing.
-  struct CountryRecord {
-    std::int32_t index;
-    std::vector<std::string> fields;
-    tarv::CountryInfo info;
-  };
-  std::optional<CountryRecord> Record(const std::string& text) {
-    const auto info = Find(text);
-    if (!info || info->IsGroup) return {};
-    std::vector<std::string> lines;
-    places().FillCountryArray(lines);
-    const auto index = places().GetCountryIndexOfID(info->Id);
-    if (index <= 0 || static_cast<std::size_t>(index) >= lines.size()) return {};
-    auto fields = tarv::SplitCopies(lines[static_cast<std::size_t>(index)], '\t');
-    if (fields.size() < 10) return {};
-    return CountryRecord{index, std::move(fields), *info};
-  }
-
-  // The internal code of a known country, else a usage error. An ISO code, a
+  // The atlas code of a known country, else a usage error. An ISO code, a
   // name or a beginning ("DE", "Germany", "Deutsch", "con") stands for the
   // country it finds, whose own code is then used and printed: place files
   // are named by codes, and a place added under "con" would otherwise land in
   // Connecticut while the tool reported "CON".
-  std::string Country(const std::string& code) {
-    const auto info = Find(code);
-    if (!info) {
-      throw Exit{kUsage,
-                 "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
+  std::string Country(const std::string& text) const {
+    const tarv::CountryInfo info = CountryOrGroupInfo(text);
+    if (info.IsGroup) {
+      throw Exit{kUsage, text + " is a group of countries: name one of its countries"};
     }
-    if (info->IsGroup) {
-      throw Exit{kUsage, code + " is a group of countries: name one of its countries"};
-    }
-    return info->Code;
+    return info.Code;
   }
 
   // Searches also take a group: a continent or the USA, by its name in
   // either language ("EUROPA", "Europe", "asien", also the first five
   // letters) or the USA's codes and names ("US", "United States").
-  std::string CountryOrGroup(const std::string& code) {
-    const auto info = Find(code);
+  tarv::CountryInfo CountryOrGroupInfo(const std::string& text) const {
+    const auto info = Find(text);
     if (!info) {
       throw Exit{kUsage,
-                 "unknown country \"" + code + "\": run \"tarvplaces countries\" for the codes"};
+                 "unknown country \"" + text + "\": run \"tarvplaces countries\" for the codes"};
     }
-    return info->Code;
-  }
-
-  bool IsGroup(const std::string& code) {
-    const auto info = Find(code);
-    return info && info->IsGroup;
-  }
-
-  // The zone fields of a zone identifier.
-  json Zone(std::int16_t id, double longitude) {
-    return ZoneJson(tarv::ReportZone(places(), id, longitude));
-  }
-
-  // One found place (element `id` of the found-place list) with its zone.
-  json Place(std::int32_t id, std::optional<double> julian) {
-    const auto report = tarv::ReportFoundPlace(places(), id, julian);
-    if (!report) return nullptr;
-    json p = PlaceJson(*report);
-    if (julian) p["local_time"] = tarv::LocalTimeName(report->local_time);
-    return p;
-  }
-
-  // Searches every country: `text` may be a whole name or a beginning.
-  std::int32_t SearchEverywhere(const std::string& text) {
-    return places().SearchAllCountries(text);
+    return *info;
   }
 
  private:
+  static tarv::Atlas Open(const Options& options) {
+    if (options.atlas.empty()) {
+      throw Exit{
+          kUsage,
+          "no atlas: build one with \"tarvplaces build-atlas --out DIR\" and pass --atlas DIR"};
+    }
+    try {
+      return tarv::Atlas(options.atlas,
+                         options.lang == "de" ? tarv::kLanguageGerman : tarv::kLanguageEnglish);
+    } catch (const tarv::AtlasError& e) {
+      if (e.problem().rfind("no such file", 0) != 0) throw;
+      throw Exit{kUsage, "no atlas at \"" + options.atlas +
+                             "\": build one with \"tarvplaces build-atlas --out DIR\" and pass "
+                             "--atlas DIR"};
+    }
+  }
+
+  tarv::Atlas atlas_;
   bool atlas_code_ = false;
-  tarv::classPlaces places_;
 };
 
 std::string Offset(double hours) {
@@ -372,65 +270,49 @@ void PrintPlace(const json& p, const std::string& typed = "") {
   std::cout.unsetf(std::ios::fixed);
 }
 
+std::optional<tarv::LocalTime> DateOption(const std::string& date) {
+  if (date.empty()) return std::nullopt;
+  return ParseDate(date);
+}
+
 // Without a country, every country is searched.
 int RunPlace(const Options& o, const std::string& name, const std::string& country,
              const std::string& date) {
-  Atlas atlas(o);
-  CheckWritable(o, json{{"found", 0}}, {{"name", &name}, {"country code", &country}});
+  AtlasOfCommand atlas(o);
+  CheckNames(o, json{{"found", 0}}, {{"name", &name}, {"country code", &country}});
   const std::string code = country.empty() ? std::string() : atlas.Country(country);
-  std::optional<double> julian;
-  if (!date.empty()) julian = ParseDate(date);
-  const auto found = code.empty() ? atlas.SearchEverywhere(name)
-                                  : atlas.places().GetPlaceDataX(name, code, nullptr, nullptr,
-                                                                 nullptr, julian.value_or(0.0));
-  json p = found > 0 ? atlas.Place(0, julian) : json(nullptr);
-  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
+  const auto when = DateOption(date);
+  std::int32_t found = 0;
+  const auto place = atlas->Lookup(name, code, when, &found);
   if (o.json) {
-    json out = p.is_null() ? json{{"found", 0}} : p;
+    json out = place ? PlaceJson(*place, when.has_value()) : json{{"found", 0}};
     out["found"] = found;
     std::cout << out.dump(2) << '\n';
-  } else if (!p.is_null()) {
-    PrintPlace(p, name);
+  } else if (place) {
+    PrintPlace(PlaceJson(*place, when.has_value()), name);
     if (found > 1)
       std::cout << std::setw(12) << "Also" << found - 1
                 << (found == 2 ? " more place" : " more places") << " of that name"
                 << (code.empty() ? " (tarvplaces search lists them)" : "") << '\n';
   }
-  if (found == 0)
+  if (!place)
     throw Exit{kNotFound, "no place \"" + name + "\" in " +
                               (code.empty() ? std::string("any country") : code) +
-                              ": try a prefix such as \"" + std::string(tarv::Utf8Prefix(name, 3)) +
-                              "*\""};
+                              ": try a prefix such as \"" + FirstCharacters(name, 3) + "*\""};
   return kFound;
 }
 
-struct Collector : tarv::PlaceListControl {
-  std::vector<std::string> items;
-  void Clear() override { items.clear(); }
-  void AddItem(const std::string& item) override { items.push_back(item); }
-  std::int32_t NewIndex() const override { return static_cast<std::int32_t>(items.size()) - 1; }
-  void ItemData(std::int32_t, std::int32_t) override {}
-};
-
 // Without a country, every country is searched, at most 50 places listed.
 int RunSearch(const Options& o, const std::string& text, const std::string& country) {
-  Atlas atlas(o);
-  CheckWritable(o, json{{"found", 0}, {"places", json::array()}},
-                {{"text", &text}, {"country code", &country}});
-  const std::string code = country.empty() ? std::string() : atlas.CountryOrGroup(country);
-  Collector list;
-  std::int32_t found = 0;
-  if (code.empty()) {
-    found = atlas.SearchEverywhere(text);
-  } else {
-    atlas.places().SearchPlacesInForm(list, text, code, &found);
-  }
+  AtlasOfCommand atlas(o);
+  CheckNames(o, json{{"found", 0}, {"places", json::array()}},
+             {{"text", &text}, {"country code", &country}});
+  const std::string code = country.empty() ? std::string() : atlas.CountryOrGroupInfo(country).Code;
   json places = json::array();
-  for (std::int32_t i = 0; i < found; ++i)
-    places.push_back(atlas.Place(i, std::nullopt));
-  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
+  for (const auto& place : atlas->Search(text, code))
+    places.push_back(PlaceJson(place, false));
   if (o.json) {
-    std::cout << json{{"found", found}, {"places", places}}.dump(2) << '\n';
+    std::cout << json{{"found", places.size()}, {"places", places}}.dump(2) << '\n';
   } else {
     for (const auto& p : places) {
       std::cout << PadRight(p["name"].get<std::string>(), 30)
@@ -443,7 +325,7 @@ int RunSearch(const Options& o, const std::string& text, const std::string& coun
                 << (p["user_place"].get<bool>() ? "  (user place)" : "") << '\n';
     }
   }
-  if (found == 0)
+  if (places.empty())
     throw Exit{kNotFound, "no place matches \"" + text + "\" in " +
                               (code.empty() ? std::string("any country") : code)};
   return kFound;
@@ -451,13 +333,12 @@ int RunSearch(const Options& o, const std::string& text, const std::string& coun
 
 int RunNearest(const Options& o, const std::string& country, const std::string& lon,
                const std::string& lat, double range) {
-  Atlas atlas(o);
+  AtlasOfCommand atlas(o);
   const std::string code = atlas.Country(country);
-  const double longitude = ParseCoordinate(lon, "longitude");
-  const double latitude = ParseCoordinate(lat, "latitude");
-  const auto nearest = tarv::ReportNearestPlace(atlas.places(), code, longitude, latitude, range);
-  const json p = nearest ? PlaceJson(*nearest) : json(nullptr);
-  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
+  const double longitude = ParseCoordinate(lon, true);
+  const double latitude = ParseCoordinate(lat, false);
+  const auto nearest = atlas->Nearest(code, longitude, latitude, range);
+  const json p = nearest ? PlaceJson(*nearest, false) : json(nullptr);
   if (o.json) {
     std::cout << p.dump(2) << '\n';
   } else if (!p.is_null()) {
@@ -469,31 +350,26 @@ int RunNearest(const Options& o, const std::string& country, const std::string& 
 
 int RunZone(const Options& o, const std::string& name, const std::string& country,
             const std::string& date, bool long_name) {
-  Atlas atlas(o);
-  CheckWritable(o, nullptr, {{"name", &name}, {"country code", &country}});
+  AtlasOfCommand atlas(o);
+  CheckNames(o, nullptr, {{"name", &name}, {"country code", &country}});
   const std::string code = atlas.Country(country);
-  const double julian = ParseDate(date);
-  double longitude = 0;
-  if (atlas.places().GetPlaceData(name, code, &longitude) == 0) {
+  const auto place = atlas->Lookup(name, code, ParseDate(date));
+  if (!place) {
     throw Exit{kNotFound, "no place \"" + name + "\" in " + code + ": try \"tarvplaces search " +
                               name + "* " + code + "\""};
   }
-  std::int16_t id = 0;
-  const std::string text = atlas.places().GetTimezoneOfCity(name, code, julian, long_name, &id);
-  json z = atlas.Zone(id, longitude);
-  z["local_time"] = tarv::LocalTimeName(
-      static_cast<tarv::LocalTimeKind>(atlas.places().GetLocalTimeKind(name, code, julian)));
-  if (const auto place = tarv::ReportFoundPlace(atlas.places(), 0, julian);
-      place && !place->iana.empty()) {
-    z["iana"] = place->iana;
-    z["tz_abbreviation"] = place->tz_abbreviation;
-    z["zone_long_name"] = place->zone_long_name;
+  json z = ZoneJson(place->Zone);
+  z["local_time"] = tarv::LocalTimeName(place->LocalTime);
+  if (!place->Iana.empty()) {
+    z["iana"] = place->Iana;
+    z["tz_abbreviation"] = place->TzAbbreviation;
+    z["zone_long_name"] = place->ZoneLongName;
   }
-  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << z.dump(2) << '\n';
   } else {
-    std::cout << tarv::TrimRight(text) << "  UTC" << Offset(z["utc_offset"].get<double>())
+    std::cout << (long_name ? place->Zone.Name : place->Zone.Abbreviation) << "  UTC"
+              << Offset(place->Zone.UtcOffsetHours)
               << (z.contains("iana") ? "  " + z["iana"].get<std::string>() + " " +
                                            z["tz_abbreviation"].get<std::string>()
                                      : "")
@@ -506,15 +382,15 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
 }
 
 int RunCountries(const Options& o) {
-  Atlas atlas(o);
+  AtlasOfCommand atlas(o);
   json list = json::array();
-  for (const auto& c : tarv::ReportCountries(atlas.places(), true)) {
-    list.push_back({{"id", c.id},
-                    {"title", c.title},
-                    {"code", c.code},
-                    {"zone", c.zone},
-                    {"continent", c.continent},
-                    {"english", c.english}});
+  for (const auto& c : atlas->Countries()) {
+    list.push_back({{"id", c.Id},
+                    {"title", c.Title},
+                    {"code", c.Code},
+                    {"zone", c.Zone},
+                    {"continent", c.Continent},
+                    {"english", c.English}});
   }
   if (o.json) {
     std::cout << list.dump(2) << '\n';
@@ -531,50 +407,47 @@ int RunCountries(const Options& o) {
   return list.empty() ? kNotFound : kFound;
 }
 
-int RunCountry(const Options& o, const std::string& code) {
-  Atlas atlas(o);
-  const auto record = atlas.Record(code);
-  if (!record) {
+int RunCountry(const Options& o, const std::string& text) {
+  AtlasOfCommand atlas(o);
+  const auto found = atlas.Find(text);
+  if (!found || found->IsGroup) {
     if (o.json) std::cout << "null\n";
     throw Exit{kNotFound,
-               "no country matches \"" + code + "\": run \"tarvplaces countries\" for the list"};
+               "no country matches \"" + text + "\": run \"tarvplaces countries\" for the list"};
   }
-  const auto& f = record->fields;
-  const std::string internal = atlas.places().GetInternalCountryAbbreviation(f[2]);
-  json c{{"index", record->index},
-         {"id", std::stoi(f[0])},
-         {"title", f[1]},
-         {"code", f[2]},
-         {"iso", record->info.Iso},
-         {"english", record->info.English},
-         {"zone", f[3]},
-         {"continent", f[4]},
-         {"continent_id", std::stoi(f[9])},
-         {"several_zones", atlas.places().HaveSeveralTimeZones(internal)},
-         {"timetables", atlas.places().HaveTimetables(internal)}};
+  const tarv::CountryInfo& c = *found;
+  json out{{"id", c.Id},
+           {"title", c.Title},
+           {"code", c.Code},
+           {"iso", c.Iso},
+           {"english", c.English},
+           {"zone", c.Zone},
+           {"continent", c.Continent},
+           {"continent_id", c.ContinentId},
+           {"several_zones", c.SeveralZones},
+           {"timetables", c.Timetables}};
   if (o.json) {
-    std::cout << c.dump(2) << '\n';
+    std::cout << out.dump(2) << '\n';
   } else {
-    std::cout << std::left << std::setw(15) << "Country" << f[1] << " (" << f[2] << ")\n"
-              << std::setw(15) << "ISO" << record->info.Iso << '\n'
-              << std::setw(15) << "English" << record->info.English << '\n'
-              << std::setw(15) << "Number" << f[0] << '\n'
-              << std::setw(15) << "Zone" << f[3] << '\n'
-              << std::setw(15) << "Continent" << f[4] << '\n'
-              << std::setw(15) << "Several zones" << (c["several_zones"].get<bool>() ? "yes" : "no")
-              << '\n'
-              << std::setw(15) << "Timetables" << c["timetables"].get<int>() << '\n';
+    std::cout << std::left << std::setw(15) << "Country" << c.Title << " (" << c.Code << ")\n"
+              << std::setw(15) << "ISO" << c.Iso << '\n'
+              << std::setw(15) << "English" << c.English << '\n'
+              << std::setw(15) << "Number" << c.Id << '\n'
+              << std::setw(15) << "Zone" << c.Zone << '\n'
+              << std::setw(15) << "Continent" << c.Continent << '\n'
+              << std::setw(15) << "Several zones" << (c.SeveralZones ? "yes" : "no") << '\n'
+              << std::setw(15) << "Timetables" << c.Timetables << '\n';
   }
   return kFound;
 }
 
 int RunZones(const Options& o) {
-  Atlas atlas(o);
+  AtlasOfCommand atlas(o);
   json list = json::array();
-  for (const auto& zone : tarv::ReportZones(atlas.places())) {
+  for (const auto& zone : atlas->Zones()) {
     json z = ZoneJson(zone);
     z.erase("is_lmt");
-    z["kind"] = std::string(1, zone.kind);
+    z["kind"] = std::string(1, zone.Kind);
     list.push_back(z);
   }
   if (o.json) {
@@ -590,18 +463,25 @@ int RunZones(const Options& o) {
   return list.size() > 1 ? kFound : kNotFound;
 }
 
+// "01.04.1893 00:00", as the timetable chooser lists entries.
+std::string EntryTime(const tarv::LocalTime& t) {
+  std::ostringstream out;
+  out << std::setfill('0') << std::setw(2) << t.Day << '.' << std::setw(2) << t.Month << '.'
+      << std::setw(4) << t.Year << ' ' << std::setw(2) << t.Hour << ':' << std::setw(2) << t.Minute;
+  return out.str();
+}
+
 int RunTimetable(const Options& o, const std::string& country, int number) {
-  Atlas atlas(o);
+  AtlasOfCommand atlas(o);
   const std::string code = atlas.Country(country);
-  const auto rows = tarv::ReportTimetable(atlas.places(), code, static_cast<std::int16_t>(number));
+  const auto entries = atlas->Timetable(code, static_cast<std::int16_t>(number));
   json list = json::array();
-  for (const auto& r : rows) {
-    list.push_back({{"from", tarv::DateTimeText(r.serial)},
-                    {"zone_id", r.zone.id},
-                    {"zone", r.zone.abbreviation},
-                    {"utc_offset", r.zone.is_lmt ? json(nullptr) : json(r.zone.utc_offset)}});
+  for (const auto& e : entries) {
+    list.push_back({{"from", EntryTime(e.From)},
+                    {"zone_id", e.Zone.Id},
+                    {"zone", e.Zone.Abbreviation},
+                    {"utc_offset", e.Zone.IsLmt ? json(nullptr) : json(e.Zone.UtcOffsetHours)}});
   }
-  CheckAtlasFault();  // nothing is printed of an answer a damaged file cut short
   if (o.json) {
     std::cout << list.dump(2) << '\n';
   } else {
@@ -613,44 +493,34 @@ int RunTimetable(const Options& o, const std::string& country, int number) {
                 << '\n';
     }
   }
-  if (rows.size() <= 1) throw Exit{kNotFound, code + " has no timetable " + std::to_string(number)};
+  if (entries.size() <= 1)
+    throw Exit{kNotFound, code + " has no timetable " + std::to_string(number)};
   return kFound;
 }
 
 int RunAdd(const Options& o, const std::string& country, const std::string& name,
            const std::string& lon, const std::string& lat, int timetable) {
-  Atlas atlas(o);
-  if (atlas.IsGroup(country))
+  AtlasOfCommand atlas(o);
+  const tarv::CountryInfo info = atlas.CountryOrGroupInfo(country);
+  if (info.IsGroup)
     throw Exit{kUsage, "cannot add \"" + name + "\": " + country +
                            " is a group of countries: add it to one of them"};
-  const std::string code = atlas.Country(country);
-  if (const std::string reason = Unwritable("name", name); !reason.empty())
+  if (const std::string reason = tarv::WhyNotStorable(name, "name"); !reason.empty())
     throw Exit{kUsage, "cannot add \"" + name + "\": " + reason};
-  std::int32_t record = 0;
-  if (atlas.places().AddUserPlace(code, name, ParseCoordinate(lon, "longitude"),
-                                  ParseCoordinate(lat, "latitude"),
-                                  static_cast<std::int16_t>(timetable), &record) == 0) {
-    const auto first = name.find_first_not_of(" \t\r\n");
-    const std::string reason = first == std::string::npos ? "the name is empty"
-                               : name[first] == '@'
-                                   ? "a name cannot begin with \"@\", the mark of a deleted place"
-                                   : "the name cannot be stored";
-    throw Exit{kUsage, "cannot add \"" + name + "\": " + reason};
-  }
-  std::cout << (o.json ? json{{"added", name}, {"country", code}}.dump()
-                       : "added " + name + " to " + code)
+  const std::string refusal =
+      atlas.Writable().AddPlace(info.Code, name, ParseCoordinate(lon, true),
+                                ParseCoordinate(lat, false), static_cast<std::int16_t>(timetable));
+  if (!refusal.empty()) throw Exit{kUsage, "cannot add \"" + name + "\": " + refusal};
+  std::cout << (o.json ? json{{"added", name}, {"country", info.Code}}.dump()
+                       : "added " + name + " to " + info.Code)
             << '\n';
   return kFound;
 }
 
 int RunDelete(const Options& o, const std::string& country, const std::string& name) {
-  Atlas atlas(o);
+  AtlasOfCommand atlas(o);
   const std::string code = atlas.Country(country);
-  double lon = 0;
-  const bool before = atlas.places().GetPlaceData(name, code, &lon) > 0;
-  atlas.places().DeleteUserPlace(code, name);
-  const bool after = atlas.places().GetPlaceData(name, code, &lon) > 0;
-  if (before == after)
+  if (!atlas.Writable().DeletePlace(code, name))
     throw Exit{kNotFound,
                "no user place \"" + name + "\" in " + code + " (atlas places cannot be deleted)"};
   std::cout << "deleted " << name << " from " << code << '\n';
@@ -658,32 +528,27 @@ int RunDelete(const Options& o, const std::string& country, const std::string& n
 }
 
 int RunExport(const Options& o, const std::string& to) {
-  Atlas atlas(o);
-  if (to.empty()) {
-    atlas.places().Export(tarv::ExportPassPhrase());
-  } else {
-    // The atlas folder is read and the files go to `to`.
-    std::error_code ec;
-    std::filesystem::create_directories(to, ec);
-    if (ec) throw tarv::AtlasWriteError(to, "creating the folder: " + ec.message());
-    const bool terminal = tarv::StderrIsTerminal();
-    tarv::ExportPlaces("", to, [terminal](const std::string& what, double fraction) {
-      if (!terminal) return;
-      std::cerr << "\r[" << std::setw(3) << static_cast<int>(fraction * 100) << "%] " << std::left
-                << std::setw(8) << what << std::flush;
-      if (fraction >= 1.0) std::cerr << '\n';
-    });
-  }
+  AtlasOfCommand atlas(o);
+  const bool terminal = tarv::StderrIsTerminal();
+  atlas->Export(to, [terminal](const std::string& what, double fraction) {
+    if (!terminal) return;
+    std::cerr << "\r[" << std::setw(3) << static_cast<int>(fraction * 100) << "%] " << std::left
+              << std::setw(8) << what << std::flush;
+    if (fraction >= 1.0) std::cerr << '\n';
+  });
   std::cout << "exported Countries.txt, Cities.txt, Zones.txt and Timetable.txt to "
             << (to.empty() ? o.atlas : to) << '\n';
   return kFound;
 }
 
 // The place manager on the atlas; with `screenshot` a picture of it instead.
+// The dialog is classPlaces', on the default atlas.
 int RunPlacemanager(const Options& o, const std::string& name, const std::string& country,
                     const std::string& screenshot) {
-  Atlas atlas(o);
-  std::string code = country.empty() ? std::string() : atlas.Country(country);
+  std::string code = country.empty() ? std::string() : AtlasOfCommand(o).Country(country);
+  tarv::classPlaces places;
+  places.PlacePath(o.atlas);
+  places.Language(o.lang == "de" ? tarv::kLanguageGerman : tarv::kLanguageEnglish);
 #ifdef TARV_HAVE_UI
   if (!screenshot.empty()) {
     // A picture needs no screen.
@@ -705,7 +570,7 @@ int RunPlacemanager(const Options& o, const std::string& name, const std::string
   std::string city = name;
   float longitude = 0, latitude = 0;
   std::int16_t timetable = 0, index = 0;
-  if (!atlas.places().ShowPlacemanager(&city, &code, &longitude, &latitude, &timetable, &index)) {
+  if (!places.ShowPlacemanager(&city, &code, &longitude, &latitude, &timetable, &index)) {
     // Cancelled; without the dialogs ShowPlacemanager has said they are missing.
     return kHaveDialogs ? kNotFound : kUsage;
   }
@@ -715,6 +580,13 @@ int RunPlacemanager(const Options& o, const std::string& name, const std::string
             << std::setw(12) << "Latitude" << latitude << '\n'
             << std::setw(12) << "Timetable" << timetable << '\n';
   return kFound;
+}
+
+// What to do about an atlas file that cannot be read.
+std::string Advice(const tarv::AtlasError& e) {
+  return e.problem() == "invalid input handle"
+             ? "check that it can be read"
+             : "restore it or build the atlas again with \"tarvplaces build-atlas --out DIR\"";
 }
 
 int RunBuildAtlas(tarv::atlas::BuildOptions options) {
@@ -895,16 +767,6 @@ int main(int argc, char** argv) {
                           "the main folder of CLDR's cldr-localenames-full package");
   build_atlas->callback([&] { status = RunBuildAtlas(build); });
 
-  // The tool names the file of an LZ error itself, once, when the command
-  // ends; the component's message box would say the same without the file.
-  const tarv::MessageSink standard = tarv::SetMessageSink({});
-  tarv::SetMessageSink([standard](const tarv::Message& message) {
-    if ((message.style & tarv::kMsgCritical) != 0 && tarv::classPlaces().LastAtlasFault()) {
-      return tarv::MsgAnswer::kOk;
-    }
-    return standard(message);
-  });
-
   std::optional<Exit> failure;
   try {
     // CLI11 reads arguments as argv gives them; on Windows argv is not UTF-8.
@@ -919,19 +781,14 @@ int main(int argc, char** argv) {
   } catch (const Exit& e) {
     failure = e;
   } catch (const tarv::AtlasWriteError& e) {
-    failure = Exit{kUsage, "cannot write \"" + tarv::Utf8OfPath(tarv::NativePath(e.file())) +
-                               "\": " + e.problem() +
+    failure = Exit{kUsage, "cannot write \"" + tarv::HostPath(e.file()) + "\": " + e.problem() +
                                ": check that the folder exists, is writable and has room"};
   } catch (const tarv::AtlasError& e) {
-    failure =
-        Exit{kUsage, "unreadable atlas data: " + tarv::Utf8OfPath(tarv::NativePath(e.file())) +
-                         ": " + e.problem()};
+    failure = Exit{kUsage, "cannot read the atlas file \"" + tarv::HostPath(e.file()) +
+                               "\": " + e.problem() + ": " + Advice(e)};
   } catch (const std::exception& e) {
     failure = Exit{kUsage, e.what()};
   }
-  // A file the last call could not read explains its empty answer better
-  // than "not found" does.
-  if (const auto fault = tarv::classPlaces().LastAtlasFault()) failure = FaultExit(fault);
   if (failure) {
     std::cerr << "tarvplaces: " << failure->message << '\n';
     return failure->status;

@@ -17,14 +17,14 @@
  *    allocates and one function of its type frees. Output arguments are left
  *    as they were when a function fails, except lists, which are set to NULL.
  *
- * The component keeps one atlas per process (its tables, its found-place
- * list, its language), so all open handles share one atlas folder: opening a
- * handle on another folder while one is open fails with
- * TARV_E_ATLAS_IN_USE. Calls are serialized inside the library by one
- * process-wide lock, so a handle may be used from several threads; a second
- * thread waits until the first call has returned. Callbacks run on the
- * calling thread inside such a call and must not call back into the
- * library (that call fails with TARV_E_BUSY).
+ * Each handle has an atlas of its own (tarv::Atlas): any number of handles,
+ * on the same folder or on different ones, may be open at once, and each
+ * answers from its own folder. Calls on different handles, and on one handle
+ * from several threads, run at the same time; adding or deleting a user
+ * place waits only for other writers of the same folder, and every lookup
+ * that starts after it returned sees the change. Callbacks run on the
+ * calling thread inside a call and must not call back into the library
+ * (that call fails with TARV_E_BUSY).
  */
 #ifndef TARVPLACES_TARVPLACES_H_
 #define TARVPLACES_TARVPLACES_H_
@@ -56,7 +56,7 @@ typedef enum tarv_status {
   TARV_E_UNKNOWN_COUNTRY = -5, /* no country or group of that code */
   TARV_E_ATLAS = -6,           /* an atlas file is missing, malformed or damaged */
   TARV_E_WRITE = -7,           /* a file could not be written */
-  TARV_E_ATLAS_IN_USE = -8,    /* handles on another atlas folder are open */
+  TARV_E_ATLAS_IN_USE = -8,    /* no longer returned: handles on any folders may be open */
   TARV_E_MEMORY = -9,          /* out of memory */
   TARV_E_BUSY = -10,           /* called from inside a callback of the library */
   TARV_E_INTERNAL = -11        /* any other failure; the message says which */
@@ -93,11 +93,11 @@ TARV_API const char* tarv_last_error(void);
 /* ---- Handles ---- */
 
 /* Opens the atlas in `folder` ("build/atlas") and loads its country and
- * zone tables. TARV_E_ATLAS when the folder holds no Country.dat or a table
- * is malformed; TARV_E_ATLAS_IN_USE while handles on another folder are
- * open. A NULL or empty folder opens a handle that uses the folder the open
- * handles share or, when there is none, asks its place path callback the
- * first time it needs one. *atlas receives the handle. */
+ * zone tables. TARV_E_ATLAS when the folder holds no Country.dat or
+ * Zones13.bin, or a table is malformed. A NULL or empty folder opens a
+ * handle that asks its place path callback for a folder the first time it
+ * needs one (TARV_E_ATLAS when it has none to ask). *atlas receives the
+ * handle. */
 TARV_API tarv_status tarv_open(const char* folder, tarv_atlas** atlas);
 
 /* Closes and frees the handle; NULL is allowed and does nothing. A closed
@@ -245,9 +245,9 @@ TARV_API const tarv_country* tarv_country_list_at(const tarv_country_list* list,
 TARV_API void tarv_country_list_free(tarv_country_list* list);
 
 /* The country or group `text` names (see Countries above) as a list of one,
- * to be freed with tarv_country_list_free; a group has id, code ("EUROPA",
- * "USA") and title only. TARV_NOT_FOUND, with an empty list, when nothing
- * matches. */
+ * to be freed with tarv_country_list_free; a group ("EUROPA", "USA") has no
+ * ISO code, zone or timetables. TARV_NOT_FOUND, with an empty list, when
+ * nothing matches. */
 TARV_API tarv_status tarv_find_country(tarv_atlas* atlas, const char* text,
                                        tarv_country_list** list);
 
@@ -315,15 +315,15 @@ TARV_API tarv_status tarv_export(tarv_atlas* atlas, const char* folder);
 
 /* ---- Language ---- */
 
-/* The language of the component's texts: 2 German, anything else English
- * (1). It is the process's and applies to every handle; continent titles
- * follow it from the next load of the country table. */
+/* The language of the handle's texts: 2 German (the default), anything else
+ * English (1). Country, zone and continent names of the calls that start
+ * after the change follow it. */
 TARV_API tarv_status tarv_language(tarv_atlas* atlas, int32_t* language);
 TARV_API tarv_status tarv_set_language(tarv_atlas* atlas, int32_t language);
 
 /* ---- Callbacks ---- */
 
-/* Shows a message of the component (a damaged file's LZ error, a question)
+/* Shows a message of the component (a change counter it cannot use)
  * and returns the button chosen: 1 OK, 2 Cancel, 3 Abort, 4 Retry,
  * 5 Ignore, 6 Yes, 7 No; any other value counts as OK. `style` holds the
  * buttons (low 4 bits) and the icon (16 critical, 32 question, 48
@@ -336,9 +336,9 @@ TARV_API tarv_status tarv_set_message_sink(tarv_message_fn fn, void* user_data);
 
 /* Asked for the atlas folder when the handle needs one and none is set (a
  * handle opened with NULL), and when the country list is read, with the
- * current folder. Returns the folder to use (copied at once) or NULL to
- * keep the current one. A folder other than the one the open handles share
- * is refused: the call then fails with TARV_E_ATLAS_IN_USE. */
+ * current folder ("" when none). Returns the folder to use (copied at once)
+ * or NULL to keep the current one; the handle then answers from that
+ * folder. */
 typedef const char* (*tarv_place_path_fn)(void* user_data, const char* current_folder);
 
 /* Sets the handle's callback; NULL removes it. */

@@ -1,50 +1,34 @@
 #include "capi/boundary.h"
 
 #include <cstdint>
-#include <mutex>
+#include <cstring>
 #include <new>
-#include <system_error>
+#include <stdexcept>
 
-#include "atlas/atlas_fault.h"
-#include "platform/paths.h"
-#include "platform/per_thread.h"
+#include "tarvplaces/atlas.h"
 #include "tarvplaces/atlas_error.h"
 
 namespace tarv::capi {
 namespace {
 
-// This thread's last message, behind t_last_error.
-struct LastMessage {
-  std::string text;
-};
-thread_local const char* t_last_error = "";
+// This thread's last message. Trivially destructible on purpose: mingw-w64
+// runs the destructors of its emulated thread_local variables on memory it
+// has freed already. A longer message is cut with "...".
+constexpr std::size_t kMessageSize = 4096;
+thread_local char t_last_error[kMessageSize] = "";
 // Set while this thread is inside a call: a callback that calls back in would
-// otherwise wait for the lock it holds itself, or change the state under the
-// call that raised it.
+// change what the call that raised it is working on.
 thread_local bool t_in_call = false;
 
-// The component's state is the process's, so one lock serves every handle.
-// Never destroyed: a host may close handles from its own static destructors.
-std::mutex& CallLock() {
-  static auto* const lock = new std::mutex;
-  return *lock;
-}
-
 tarv_status Record(tarv_status status, const char* message) noexcept {
-  try {
-    std::string& kept = PerThread<LastMessage>().text;
-    kept = message;
-    t_last_error = kept.c_str();
-  } catch (...) {
-    t_last_error = "out of memory (while keeping the message of a failure)";
+  const std::size_t length = std::strlen(message);
+  if (length < kMessageSize) {
+    std::memcpy(t_last_error, message, length + 1);
+  } else {
+    std::memcpy(t_last_error, message, kMessageSize - 4);
+    std::memcpy(t_last_error + kMessageSize - 4, "...", 4);
   }
   return status;
-}
-
-// The file as the host's file system names it ("/atlas/D.dao", not the
-// component's "/atlas\\D.dao").
-std::string HostPath(const std::string& file) {
-  return NativePath(file).string();
 }
 
 tarv_status RecordAtlasError(tarv_status status, const AtlasError& e) noexcept {
@@ -74,15 +58,12 @@ const char* LastError() {
 }
 
 tarv_status Run(tarv_status (*body)(void*), void* context) noexcept {
-  t_last_error = "";
+  t_last_error[0] = '\0';
   if (t_in_call) {
     return Record(TARV_E_BUSY, "a callback of the library called the library again");
   }
   try {
-    const std::lock_guard lock(CallLock());
     const InCall in_call;
-    // One fault record for the whole call, however many members it runs.
-    const FaultScope fault;
     return body(context);
   } catch (const Failure& failure) {
     return Record(failure.status, failure.message.c_str());
@@ -90,6 +71,8 @@ tarv_status Run(tarv_status (*body)(void*), void* context) noexcept {
     return RecordAtlasError(TARV_E_WRITE, e);
   } catch (const AtlasError& e) {
     return RecordAtlasError(TARV_E_ATLAS, e);
+  } catch (const std::invalid_argument& e) {
+    return Record(TARV_E_ARGUMENT, e.what());
   } catch (const std::bad_alloc&) {
     return Record(TARV_E_MEMORY, "out of memory");
   } catch (const std::exception& e) {
@@ -145,13 +128,6 @@ std::string Utf8Argument(const char* text, const char* what) {
                           " of " + std::to_string(value.size()) + " starts no valid character");
   }
   return value;
-}
-
-void CheckAtlasFault() {
-  if (const AtlasFault fault = LastAtlasFault()) {
-    Fail(TARV_E_ATLAS, "cannot read the atlas file \"" + HostPath(fault.File) +
-                           "\": " + fault.Reason + ": restore it or build the atlas again");
-  }
 }
 
 }  // namespace tarv::capi

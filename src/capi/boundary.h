@@ -1,6 +1,6 @@
 // The edge between the C interface and the component: every C function runs
-// its body through Call, which serializes it, turns every exception into a
-// status and a message, and checks the handle and the strings it is given.
+// its body through Call, which turns every exception into a status and a
+// message, and checks the strings it is given.
 #ifndef TARVPLACES_CAPI_BOUNDARY_H_
 #define TARVPLACES_CAPI_BOUNDARY_H_
 
@@ -23,10 +23,10 @@ struct Failure {
 // The message of the last failed call of this thread ("" after success).
 const char* LastError();
 
-// Runs `body` under the process's lock with the thread's error cleared:
-// returns its status, or the status of the exception it ended with (an
-// AtlasError is TARV_E_ATLAS, std::bad_alloc TARV_E_MEMORY, ...). A call
-// from inside a callback of the library is refused with TARV_E_BUSY.
+// Runs `body` with the thread's error cleared: returns its status, or the
+// status of the exception it ended with (an AtlasError is TARV_E_ATLAS,
+// std::invalid_argument TARV_E_ARGUMENT, std::bad_alloc TARV_E_MEMORY, ...).
+// A call from inside a callback of the library is refused with TARV_E_BUSY.
 tarv_status Run(tarv_status (*body)(void*), void* context) noexcept;
 
 template <class Body>
@@ -41,9 +41,6 @@ void Require(const void* pointer, const char* what);
 // `text` as a string after checking that it is there and is UTF-8
 // (TARV_E_ARGUMENT, TARV_E_UTF8 naming `what` and the byte).
 std::string Utf8Argument(const char* text, const char* what);
-
-// Fails with TARV_E_ATLAS when the call could not read an atlas file.
-void CheckAtlasFault();
 
 // True when `text` is well-formed UTF-8 (no overlong forms, surrogates or
 // code points past U+10FFFF); else `*bad` (may be null) receives the offset

@@ -1,47 +1,78 @@
-// Handles of the C interface: the open atlases of the process, all on the
-// one atlas folder the component's process state can hold.
+// Handles of the C interface: each binds its own tarv::Atlas, so handles on
+// any folders may be open at once and calls run in parallel.
 #ifndef TARVPLACES_CAPI_HANDLES_H_
 #define TARVPLACES_CAPI_HANDLES_H_
 
+#include <cstdint>
+#include <memory>
+#include <mutex>
 #include <string>
 
 #include "capi/boundary.h"
-#include "tarvplaces/places.h"
+#include "tarvplaces/atlas.h"
 #include "tarvplaces/tarvplaces.h"
 
-// What a handle holds: its own classPlaces (for its events) and what the C
-// host gave it. The atlas data itself is the process's.
+// The address a host holds; what it stands for is a Handle, which lives on
+// while calls on it run even when another thread closes it.
 struct tarv_atlas {
-  tarv::classPlaces places;
-  tarv_place_path_fn place_path_fn = nullptr;
-  void* place_path_user = nullptr;
+  char unused = 0;
 };
 
 namespace tarv::capi {
 
-// A new handle on `folder` ("" to share the open handles' folder or ask the
-// callback), its tables loaded. Fails with TARV_E_ATLAS_IN_USE while handles
-// on another folder are open, TARV_E_ATLAS when the folder holds no atlas.
+// What a handle holds: its atlas (opened on its folder, or on the folder its
+// place path callback gives when it needs one), its language and callback.
+class Handle {
+ public:
+  explicit Handle(const std::string& folder);
+
+  // The atlas of a call; asks the callback for a folder while there is none.
+  // TARV_E_ATLAS when no folder can be had.
+  std::shared_ptr<Atlas> AtlasOfCall();
+
+  // The same for the country list, which also asks a callback whether to
+  // change to another folder.
+  std::shared_ptr<Atlas> AtlasOfCountryList();
+
+  // The folder, "" while none is known and the callback gives none.
+  std::string Folder();
+
+  std::int32_t Language();
+  // Later calls answer in `language` (an atlas opened anew in it).
+  void SetLanguage(std::int32_t language);
+
+  void SetPlacePathCallback(tarv_place_path_fn fn, void* user_data);
+
+ private:
+  // Asks the callback with `lock` held; opens the atlas on the folder it
+  // gives when that differs from the current one.
+  void AskCallback();
+
+  std::mutex mutex_;  // guards what follows
+  std::shared_ptr<Atlas> atlas_;
+  std::int32_t language_ = kLanguageGerman;
+  tarv_place_path_fn place_path_fn_ = nullptr;
+  void* place_path_user_ = nullptr;
+};
+
+// A new handle on `folder` ("" for one that asks its callback), its tables
+// loaded. TARV_E_ATLAS when the folder holds no atlas.
 tarv_atlas* OpenHandle(const std::string& folder);
 
-// Frees an open handle; TARV_E_HANDLE for any other pointer.
+// Frees an open handle; TARV_E_HANDLE for any other pointer. Calls running
+// on it finish on their own copy.
 void CloseHandle(tarv_atlas* atlas);
 
-// Installs (or with null removes) the handle's place path callback. A
-// folder it gives that the open handles do not share ends the call that
-// raised it with TARV_E_ATLAS_IN_USE, before anything is handed out.
-void SetPlacePathCallback(tarv_atlas& atlas, tarv_place_path_fn fn, void* user_data);
+// The Handle behind an open handle: TARV_E_ARGUMENT for null, TARV_E_HANDLE
+// for a pointer that is no open handle (closed, or never opened).
+std::shared_ptr<Handle> HandleOf(const tarv_atlas* atlas);
 
-// TARV_E_ARGUMENT for null, TARV_E_HANDLE for a pointer that is no open
-// handle (closed, or never opened).
-void CheckOpen(const tarv_atlas* atlas);
-
-// Runs `body(atlas)` through Call once the handle is known to be open.
+// Runs `body(handle)` through Call once the handle is known to be open.
 template <class Body>
 tarv_status CallOn(tarv_atlas* atlas, Body&& body) noexcept {
   return Call([&]() -> tarv_status {
-    CheckOpen(atlas);
-    return body(*atlas);
+    const std::shared_ptr<Handle> handle = HandleOf(atlas);
+    return body(*handle);
   });
 }
 

@@ -1,46 +1,36 @@
 // The C interface (tarvplaces/tarvplaces.h): each function checks its
-// arguments, asks the place service through the handle's classPlaces and
-// copies the answer out; capi/boundary.h keeps exceptions inside.
+// arguments, asks the handle's tarv::Atlas and copies the typed answer out;
+// capi/boundary.h keeps exceptions inside.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
 
-#include "atlas/country_table.h"
-#include "atlas/place_search.h"
-#include "atlas/atlas_state.h"
-#include "atlas/user_places.h"
 #include "capi/boundary.h"
 #include "capi/handles.h"
-#include "export/text_export.h"
-#include "interface/export_phrase.h"
-#include "interface/place_report.h"
-#include "platform/codepage.h"
+#include "tarvplaces/atlas.h"
 #include "tarvplaces/message_sink.h"
 #include "tarvplaces/tarvplaces.h"
-#include "util/local_date.h"
-#include "util/serial_date.h"
-#include "util/text.h"
 
 struct tarv_place_list {
   std::vector<tarv_place> places;
 };
 
 struct tarv_country_list {
-  std::vector<tarv::CountryReport> reports;  // owns the texts `countries` point into
+  std::vector<tarv::CountryInfo> infos;  // owns the texts `countries` point into
   std::vector<tarv_country> countries;
 
-  // Points `countries` at `reports`.
+  // Points `countries` at `infos`.
   void Point() {
     countries.clear();
-    for (const auto& r : reports) {
-      countries.push_back({r.id, r.code.c_str(), r.title.c_str(), r.english.c_str(), r.zone.c_str(),
-                           r.continent.c_str(), r.continent_id, r.timetables,
-                           r.several_zones ? 1 : 0, r.iso.c_str()});
+    for (const auto& c : infos) {
+      countries.push_back({c.Id, c.Code.c_str(), c.Title.c_str(), c.English.c_str(), c.Zone.c_str(),
+                           c.Continent.c_str(), c.ContinentId, c.Timetables, c.SeveralZones ? 1 : 0,
+                           c.Iso.c_str()});
     }
   }
 };
@@ -72,84 +62,74 @@ std::int32_t Seconds(double hours) {
   return static_cast<std::int32_t>(std::lround(hours * 3600.0));
 }
 
-tarv_zone ZoneOf(const ZoneReport& report) {
+tarv_zone ZoneOf(const ZoneInfo& info) {
   tarv_zone zone{};
-  zone.id = report.id;
-  CopyText(zone.abbreviation, report.abbreviation, "zone abbreviation");
-  CopyText(zone.name, report.name, "zone name");
-  zone.utc_offset = Seconds(report.utc_offset);
-  zone.kind = report.kind;
+  zone.id = info.Id;
+  CopyText(zone.abbreviation, info.Abbreviation, "zone abbreviation");
+  CopyText(zone.name, info.Name, "zone name");
+  zone.utc_offset = Seconds(info.UtcOffsetHours);
+  zone.kind = info.Kind;
   return zone;
 }
 
-tarv_place PlaceOf(const PlaceReport& report) {
+tarv_place PlaceOf(const PlaceInfo& info) {
   tarv_place place{};
-  CopyText(place.name, report.name, "place name");
-  CopyText(place.country, report.country, "country code");
-  place.longitude = report.longitude;
-  place.latitude = report.latitude;
-  place.timetable = report.timetable;
-  place.user_place = report.user_place ? 1 : 0;
-  place.zone_id = report.zone.id;
-  CopyText(place.zone, report.zone.abbreviation, "zone abbreviation");
-  CopyText(place.zone_name, report.zone.name, "zone name");
-  place.utc_offset = Seconds(report.zone.utc_offset);
-  place.is_lmt = report.zone.is_lmt ? 1 : 0;
-  place.local_time = static_cast<std::int32_t>(report.local_time);
-  CopyText(place.iana, report.iana, "IANA zone");
-  CopyText(place.tz_abbreviation, report.tz_abbreviation, "zone abbreviation");
-  CopyText(place.zone_long_name, report.zone_long_name, "zone name");
-  place.own_history = report.own_history ? 1 : 0;
-  CopyText(place.country_name, report.country_name, "country name");
-  CopyText(place.country_iso, report.country_iso, "ISO code");
-  place.population = report.population;
-  place.other_name = report.other_name ? 1 : 0;
+  CopyText(place.name, info.Name, "place name");
+  CopyText(place.country, info.Country, "country code");
+  place.longitude = info.Longitude;
+  place.latitude = info.Latitude;
+  place.timetable = info.Timetable;
+  place.user_place = info.UserPlace ? 1 : 0;
+  place.zone_id = info.Zone.Id;
+  CopyText(place.zone, info.Zone.Abbreviation, "zone abbreviation");
+  CopyText(place.zone_name, info.Zone.Name, "zone name");
+  place.utc_offset = Seconds(info.Zone.UtcOffsetHours);
+  place.is_lmt = info.Zone.IsLmt ? 1 : 0;
+  place.local_time = static_cast<std::int32_t>(info.LocalTime);
+  CopyText(place.iana, info.Iana, "IANA zone");
+  CopyText(place.tz_abbreviation, info.TzAbbreviation, "zone abbreviation");
+  CopyText(place.zone_long_name, info.ZoneLongName, "zone name");
+  place.own_history = info.OwnHistory ? 1 : 0;
+  CopyText(place.country_name, info.CountryName, "country name");
+  CopyText(place.country_iso, info.CountryIso, "ISO code");
+  place.population = info.Population;
+  place.other_name = info.OtherName ? 1 : 0;
   return place;
 }
 
-std::optional<double> JulianOf(const tarv_local_time* when) {
+std::optional<LocalTime> LocalTimeOf(const tarv_local_time* when) {
   if (when == nullptr) return std::nullopt;
-  const auto julian = JulianOfLocalDate(
-      {when->year, when->month, when->day, when->hour, when->minute, when->second});
-  if (!julian) {
+  const LocalTime time{when->year, when->month, when->day, when->hour, when->minute, when->second};
+  if (!JulianDayOf(time)) {
     Fail(TARV_E_ARGUMENT, "no such local time: " + std::to_string(when->year) + "-" +
                               std::to_string(when->month) + "-" + std::to_string(when->day) + " " +
                               std::to_string(when->hour) + ":" + std::to_string(when->minute) +
                               ":" + std::to_string(when->second) +
                               " (years 0-9999, hours 0-23, minutes and seconds 0-59)");
   }
-  return julian;
-}
-
-// The atlas folder of the call: the handles' folder, else what the handle's
-// callback gives.
-void RequireFolder(tarv_atlas& atlas) {
-  std::string& folder = CurrentAtlas().places_path;
-  if (folder.empty() && atlas.places.FillPlacePath) atlas.places.FillPlacePath(folder);
-  if (folder.empty()) {
-    Fail(TARV_E_ATLAS, "no atlas folder: open the handle on one or give it a place path callback");
-  }
+  return time;
 }
 
 // The country or group a `country` argument names (tarvplaces.h: ISO codes
 // first, "atlas:" for the atlas's own reading), else TARV_E_UNKNOWN_COUNTRY.
-CountryInfo ResolveCountry(tarv_atlas& atlas, const std::string& text) {
+CountryInfo ResolveCountry(const Atlas& atlas, const std::string& text) {
   constexpr std::string_view kAtlasPrefix = "atlas:";
   const bool atlas_code =
       text.size() > kAtlasPrefix.size() &&
-      TextEqual(std::string_view(text).substr(0, kAtlasPrefix.size()), kAtlasPrefix);
-  const auto info =
-      atlas_code ? atlas.places.FindCountry(text.substr(kAtlasPrefix.size()), CountryCodes::kAtlas)
-                 : atlas.places.FindCountry(text, CountryCodes::kIso);
+      std::equal(kAtlasPrefix.begin(), kAtlasPrefix.end(), text.begin(),
+                 [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
+  const auto info = atlas_code
+                        ? atlas.FindCountry(text.substr(kAtlasPrefix.size()), CountryCodes::kAtlas)
+                        : atlas.FindCountry(text, CountryCodes::kIso);
   if (!info) {
     Fail(TARV_E_UNKNOWN_COUNTRY,
-         "no country or group \"" + text + "\" in the atlas \"" + CurrentAtlas().places_path + "\"");
+         "no country or group \"" + text + "\" in the atlas \"" + atlas.Folder() + "\"");
   }
   return *info;
 }
 
 // A country for members that take no group.
-CountryInfo ResolveOneCountry(tarv_atlas& atlas, const std::string& text) {
+CountryInfo ResolveOneCountry(const Atlas& atlas, const std::string& text) {
   CountryInfo info = ResolveCountry(atlas, text);
   if (info.IsGroup) {
     Fail(TARV_E_ARGUMENT,
@@ -158,25 +138,11 @@ CountryInfo ResolveOneCountry(tarv_atlas& atlas, const std::string& text) {
   return info;
 }
 
-// Whether the country has a user place of that name, as AddUserPlace
-// stores names.
-bool HasUserPlace(tarv_atlas& atlas, const std::string& code, const std::string& name) {
-  if (atlas.places.GetPlaceDataX(name, code) == 0) return false;
-  const std::string wanted = CleanPlaceName(AnsiFromUtf8(name));
-  return std::any_of(FoundPlaces().begin(), FoundPlaces().end(), [&](const FoundPlace& found) {
-    return found.RecordNo < 0 && TextEqual(found.Place.TrimmedName(), wanted);
-  });
-}
-
-// Why AddUserPlace stored nothing for a known country.
-std::string AddRefusal(tarv_atlas& atlas, const std::string& code, const std::string& name,
-                       std::int32_t timetable) {
-  const std::string cleaned = Trim(CleanPlaceName(AnsiFromUtf8(name)));
-  if (cleaned.empty()) return "the name is empty";
-  if (cleaned.front() == '@') return "a name cannot begin with \"@\", the mark of a deleted place";
-  const std::int32_t count = atlas.places.HaveTimetables(code);
-  return code + " has no timetable " + std::to_string(timetable) + " (it offers 0 to " +
-         std::to_string(std::max(count, std::int32_t{1})) + ")";
+// The atlas code a lookup's `country` names; "" for every country.
+std::string LookupCode(const Atlas& atlas, const char* country) {
+  const std::string text =
+      country == nullptr ? std::string() : Utf8Argument(country, "the country code");
+  return text.empty() ? text : ResolveCountry(atlas, text).Code;
 }
 
 }  // namespace
@@ -185,6 +151,7 @@ std::string AddRefusal(tarv_atlas& atlas, const std::string& code, const std::st
 using tarv::capi::Call;
 using tarv::capi::CallOn;
 using tarv::capi::Fail;
+using tarv::capi::Handle;
 using tarv::capi::Require;
 using tarv::capi::Utf8Argument;
 
@@ -248,9 +215,9 @@ tarv_status tarv_close(tarv_atlas* atlas) {
 }
 
 tarv_status tarv_atlas_folder(tarv_atlas* atlas, char* buffer, size_t size, size_t* needed) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     if (size > 0) Require(buffer, "the buffer");
-    const std::string folder = a.places.PlacePath();
+    const std::string folder = h.Folder();
     if (needed != nullptr) *needed = folder.size() + 1;
     if (folder.size() + 1 > size) {
       Fail(TARV_E_BUFFER, "the folder takes " + std::to_string(folder.size() + 1) +
@@ -263,25 +230,19 @@ tarv_status tarv_atlas_folder(tarv_atlas* atlas, char* buffer, size_t size, size
 
 tarv_status tarv_place_lookup(tarv_atlas* atlas, const char* name, const char* country,
                               const tarv_local_time* when, tarv_place* place, int32_t* found) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     const std::string text = Utf8Argument(name, "the place name");
-    const std::string code =
-        country == nullptr ? std::string() : Utf8Argument(country, "the country code");
+    if (country != nullptr) Utf8Argument(country, "the country code");
     Require(place, "the place");
-    const auto julian = tarv::capi::JulianOf(when);
-    tarv::capi::RequireFolder(a);
-    const std::int32_t count =
-        code.empty() ? a.places.SearchAllCountries(text)
-                     : a.places.GetPlaceDataX(text, tarv::capi::ResolveCountry(a, code).Code);
-    tarv::capi::CheckAtlasFault();
-    std::optional<tarv::PlaceReport> report;
-    if (count > 0) report = tarv::ReportFoundPlace(a.places, 0, julian);
-    tarv::capi::CheckAtlasFault();
-    if (!report) {
+    const auto time = tarv::capi::LocalTimeOf(when);
+    const auto a = h.AtlasOfCall();
+    std::int32_t count = 0;
+    const auto info = a->Lookup(text, tarv::capi::LookupCode(*a, country), time, &count);
+    if (!info) {
       if (found != nullptr) *found = 0;
       return TARV_NOT_FOUND;
     }
-    *place = tarv::capi::PlaceOf(*report);
+    *place = tarv::capi::PlaceOf(*info);
     if (found != nullptr) *found = count;
     return TARV_OK;
   });
@@ -290,24 +251,16 @@ tarv_status tarv_place_lookup(tarv_atlas* atlas, const char* name, const char* c
 tarv_status tarv_search(tarv_atlas* atlas, const char* text, const char* country,
                         const tarv_local_time* when, tarv_place_list** list) {
   if (list != nullptr) *list = nullptr;
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     const std::string pattern = Utf8Argument(text, "the search text");
-    const std::string code =
-        country == nullptr ? std::string() : Utf8Argument(country, "the country code");
+    if (country != nullptr) Utf8Argument(country, "the country code");
     Require(list, "the list's address");
-    const auto julian = tarv::capi::JulianOf(when);
-    tarv::capi::RequireFolder(a);
-    const std::int32_t count =
-        code.empty() ? a.places.SearchAllCountries(pattern)
-                     : a.places.GetPlaceDataX(pattern, tarv::capi::ResolveCountry(a, code).Code);
-    tarv::capi::CheckAtlasFault();
+    const auto time = tarv::capi::LocalTimeOf(when);
+    const auto a = h.AtlasOfCall();
     auto result = std::make_unique<tarv_place_list>();
-    result->places.reserve(static_cast<std::size_t>(count));
-    for (std::int32_t i = 0; i < count; ++i) {
-      const auto report = tarv::ReportFoundPlace(a.places, i, julian);
-      if (report) result->places.push_back(tarv::capi::PlaceOf(*report));
+    for (const auto& info : a->Search(pattern, tarv::capi::LookupCode(*a, country), time)) {
+      result->places.push_back(tarv::capi::PlaceOf(info));
     }
-    tarv::capi::CheckAtlasFault();
     *list = result.release();
     return TARV_OK;
   });
@@ -327,31 +280,28 @@ void tarv_place_list_free(tarv_place_list* list) {
 
 tarv_status tarv_nearest(tarv_atlas* atlas, const char* country, double longitude, double latitude,
                          double range_degrees, tarv_place* place) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     const std::string code = Utf8Argument(country, "the country code");
     Require(place, "the place");
     if (!std::isfinite(longitude) || !std::isfinite(latitude) || !std::isfinite(range_degrees) ||
         range_degrees < 0) {
       Fail(TARV_E_ARGUMENT, "coordinates and range must be finite numbers, the range not negative");
     }
-    tarv::capi::RequireFolder(a);
-    const std::string atlas_code = tarv::capi::ResolveOneCountry(a, code).Code;
-    const auto report =
-        tarv::ReportNearestPlace(a.places, atlas_code, longitude, latitude, range_degrees);
-    tarv::capi::CheckAtlasFault();
-    if (!report) return TARV_NOT_FOUND;
-    *place = tarv::capi::PlaceOf(*report);
+    const auto a = h.AtlasOfCall();
+    const auto info = a->Nearest(tarv::capi::ResolveOneCountry(*a, code).Code, longitude, latitude,
+                                 range_degrees);
+    if (!info) return TARV_NOT_FOUND;
+    *place = tarv::capi::PlaceOf(*info);
     return TARV_OK;
   });
 }
 
 tarv_status tarv_countries(tarv_atlas* atlas, tarv_country_list** list) {
   if (list != nullptr) *list = nullptr;
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     Require(list, "the list's address");
-    tarv::capi::RequireFolder(a);
     auto result = std::make_unique<tarv_country_list>();
-    result->reports = tarv::ReportCountries(a.places, true);
+    result->infos = h.AtlasOfCountryList()->Countries();
     result->Point();
     *list = result.release();
     return TARV_OK;
@@ -360,24 +310,14 @@ tarv_status tarv_countries(tarv_atlas* atlas, tarv_country_list** list) {
 
 tarv_status tarv_find_country(tarv_atlas* atlas, const char* text, tarv_country_list** list) {
   if (list != nullptr) *list = nullptr;
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     const std::string name = Utf8Argument(text, "the country");
     Require(list, "the list's address");
-    tarv::capi::RequireFolder(a);
+    const auto a = h.AtlasOfCall();
     auto result = std::make_unique<tarv_country_list>();
     tarv_status status = TARV_NOT_FOUND;
     try {
-      const tarv::CountryInfo info = tarv::capi::ResolveCountry(a, name);
-      tarv::CountryReport report;
-      for (auto& r : tarv::ReportCountries(a.places, true)) {
-        if (r.id == info.Id) report = std::move(r);
-      }
-      report.id = info.Id;
-      report.code = info.Code;
-      report.title = info.Title;
-      report.english = info.English;
-      report.iso = info.Iso;
-      result->reports.push_back(std::move(report));
+      result->infos.push_back(tarv::capi::ResolveCountry(*a, name));
       status = TARV_OK;
     } catch (const tarv::capi::Failure& failure) {
       if (failure.status != TARV_E_UNKNOWN_COUNTRY) throw;
@@ -402,11 +342,10 @@ void tarv_country_list_free(tarv_country_list* list) {
 
 tarv_status tarv_zones(tarv_atlas* atlas, tarv_zone_list** list) {
   if (list != nullptr) *list = nullptr;
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     Require(list, "the list's address");
-    tarv::capi::RequireFolder(a);
     auto result = std::make_unique<tarv_zone_list>();
-    for (const auto& zone : tarv::ReportZones(a.places)) {
+    for (const auto& zone : h.AtlasOfCall()->Zones()) {
       result->zones.push_back(tarv::capi::ZoneOf(zone));
     }
     *list = result.release();
@@ -429,23 +368,21 @@ void tarv_zone_list_free(tarv_zone_list* list) {
 tarv_status tarv_timetable_entries(tarv_atlas* atlas, const char* country, int32_t number,
                                    tarv_timetable** timetable) {
   if (timetable != nullptr) *timetable = nullptr;
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     const std::string code = Utf8Argument(country, "the country code");
     Require(timetable, "the timetable's address");
     if (number < 0 || number > std::numeric_limits<std::int16_t>::max()) {
       Fail(TARV_E_ARGUMENT, "timetable numbers run from 0 to 32767, not " + std::to_string(number));
     }
-    tarv::capi::RequireFolder(a);
-    const auto rows = tarv::ReportTimetable(a.places, tarv::capi::ResolveOneCountry(a, code).Code,
-                                            static_cast<std::int16_t>(number));
-    tarv::capi::CheckAtlasFault();
+    const auto a = h.AtlasOfCall();
+    const auto entries = a->Timetable(tarv::capi::ResolveOneCountry(*a, code).Code,
+                                      static_cast<std::int16_t>(number));
     auto result = std::make_unique<tarv_timetable>();
-    for (const auto& row : rows) {
-      const tarv::CalendarTime from = tarv::CalendarOfSerial(row.serial);
-      result->entries.push_back(
-          {{from.year, from.month, from.day, from.hour, from.minute, from.second},
-           row.julian,
-           tarv::capi::ZoneOf(row.zone)});
+    for (const auto& e : entries) {
+      const tarv::LocalTime& t = e.From;
+      result->entries.push_back({{t.Year, t.Month, t.Day, t.Hour, t.Minute, t.Second},
+                                 e.JulianDay,
+                                 tarv::capi::ZoneOf(e.Zone)});
     }
     *timetable = result.release();
     return TARV_OK;
@@ -467,77 +404,48 @@ void tarv_timetable_free(tarv_timetable* timetable) {
 
 tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* name,
                            double longitude, double latitude, int32_t timetable) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     const std::string code = Utf8Argument(country, "the country code");
     const std::string place = Utf8Argument(name, "the place name");
-    if (!std::isfinite(longitude) || !std::isfinite(latitude) || std::fabs(longitude) > 180 ||
-        std::fabs(latitude) > 90) {
-      Fail(TARV_E_ARGUMENT,
-           "coordinates lie within -180 to 180 degrees of longitude and -90 to "
-           "90 of latitude");
-    }
-    if (!tarv::IsTransliterable(place)) {
-      Fail(TARV_E_ARGUMENT, "the name \"" + place +
-                                "\" holds a character the atlas's letters "
-                                "cannot write");
-    }
-    tarv::capi::RequireFolder(a);
-    const std::string atlas_code = tarv::capi::ResolveOneCountry(a, code).Code;
+    const auto a = h.AtlasOfCall();
+    const std::string atlas_code = tarv::capi::ResolveOneCountry(*a, code).Code;
     const auto number = static_cast<std::int16_t>(
         std::clamp<std::int32_t>(timetable, -1, std::numeric_limits<std::int16_t>::max()));
-    if (a.places.AddUserPlace(atlas_code, place, longitude, latitude, number) == 0) {
-      Fail(TARV_E_ARGUMENT, "cannot add \"" + place +
-                                "\": " + tarv::capi::AddRefusal(a, atlas_code, place, timetable));
-    }
-    tarv::capi::CheckAtlasFault();
+    const std::string refusal = a->AddPlace(atlas_code, place, longitude, latitude, number);
+    if (!refusal.empty()) Fail(TARV_E_ARGUMENT, "cannot add \"" + place + "\": " + refusal);
     return TARV_OK;
   });
 }
 
 tarv_status tarv_delete_place(tarv_atlas* atlas, const char* country, const char* name) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     const std::string code = Utf8Argument(country, "the country code");
     const std::string place = Utf8Argument(name, "the place name");
-    tarv::capi::RequireFolder(a);
-    const std::string atlas_code = tarv::capi::ResolveOneCountry(a, code).Code;
-    if (!tarv::capi::HasUserPlace(a, atlas_code, place)) {
-      tarv::capi::CheckAtlasFault();
-      return TARV_NOT_FOUND;
-    }
-    a.places.DeleteUserPlace(atlas_code, place);
-    tarv::capi::CheckAtlasFault();
-    return TARV_OK;
+    const auto a = h.AtlasOfCall();
+    return a->DeletePlace(tarv::capi::ResolveOneCountry(*a, code).Code, place) ? TARV_OK
+                                                                               : TARV_NOT_FOUND;
   });
 }
 
 tarv_status tarv_export(tarv_atlas* atlas, const char* folder) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     const std::string to = folder == nullptr ? std::string() : Utf8Argument(folder, "the folder");
-    tarv::capi::RequireFolder(a);
-    if (to.empty()) {
-      a.places.Export(tarv::ExportPassPhrase());
-    } else {
-      std::error_code ec;
-      std::filesystem::create_directories(to, ec);
-      if (ec) throw tarv::AtlasWriteError(to, "creating the folder: " + ec.message());
-      tarv::ExportPlaces("", to);
-    }
-    tarv::capi::CheckAtlasFault();
+    h.AtlasOfCall()->Export(to);
     return TARV_OK;
   });
 }
 
 tarv_status tarv_language(tarv_atlas* atlas, int32_t* language) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
+  return CallOn(atlas, [&](Handle& h) {
     Require(language, "the language's address");
-    *language = a.places.Language();
+    *language = h.Language();
     return TARV_OK;
   });
 }
 
 tarv_status tarv_set_language(tarv_atlas* atlas, int32_t language) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
-    a.places.Language(language);
+  return CallOn(atlas, [&](Handle& h) {
+    h.SetLanguage(language);
     return TARV_OK;
   });
 }
@@ -560,8 +468,8 @@ tarv_status tarv_set_message_sink(tarv_message_fn fn, void* user_data) {
 
 tarv_status tarv_set_place_path_callback(tarv_atlas* atlas, tarv_place_path_fn fn,
                                          void* user_data) {
-  return CallOn(atlas, [&](tarv_atlas& a) {
-    tarv::capi::SetPlacePathCallback(a, fn, user_data);
+  return CallOn(atlas, [&](Handle& h) {
+    h.SetPlacePathCallback(fn, user_data);
     return TARV_OK;
   });
 }

@@ -17,9 +17,9 @@ instead of a country (``place``, ``search``, ``country``), or the country
 "atlas:ES" anywhere, asks for the atlas's own code (El Salvador). Without a
 country, ``place`` and ``search`` look in every country.
 
-The component holds one atlas per process: while an Atlas is open, another
-on a different folder raises AtlasInUseError. Calls from several threads
-are serialized inside the library.
+Each Atlas answers from its own folder, with its own user places; any
+number may be open at once. Calls release the interpreter lock while the
+library works, so threads look up in parallel, on one Atlas or several.
 """
 
 import ctypes
@@ -56,7 +56,8 @@ class AtlasWriteError(AtlasError):
 
 
 class AtlasInUseError(AtlasError):
-    """Another atlas folder is open in this process."""
+    """Kept for hosts that catch it; no longer raised, as any number of
+    atlas folders may be open in one process."""
 
 
 class UnknownCountryError(LookupError):
@@ -424,8 +425,8 @@ _sink = None  # the C function object must live as long as it is installed
 
 
 def set_message_sink(function):
-    """Routes the component's messages (a damaged file's error text, a
-    question) to `function(title, text, style)`, which returns the button
+    """Routes the component's messages (a change counter it cannot use) to
+    `function(title, text, style)`, which returns the button
     chosen (1 OK, 2 Cancel, 6 Yes, 7 No, ...; None counts as OK). None
     restores the default, which writes them to stderr."""
     global _sink

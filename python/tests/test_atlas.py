@@ -146,22 +146,23 @@ class TestFaults:
                 with pytest.raises(tarvplaces.AtlasError, match=r"D\.dao.*corrupt"):
                     atlas.place("München", "D")
                 with pytest.raises(tarvplaces.AtlasError, match=r"D\.dao"):
-                    atlas.nearest("D", 11.5, 48.1)  # reading the whole list shows the LZ message
+                    atlas.nearest("D", 11.5, 48.1)
                 assert atlas.place("Wien", "A").name == "Wien"
         finally:
             tarvplaces.set_message_sink(None)
-        assert ("corrupt compressed file format", 16) in messages
+        assert messages == []  # the exception tells it, no message box as well
 
     def test_a_malformed_country_table(self, atlas_copy):
         (atlas_copy / "Country.dat").write_bytes(b"58\tDeutschland\r\n")
         with pytest.raises(tarvplaces.AtlasError, match="Country.dat: line 1"):
             tarvplaces.Atlas(atlas_copy)
 
-    def test_one_atlas_folder_at_a_time(self, atlas, atlas_copy):
-        with pytest.raises(tarvplaces.AtlasInUseError):
-            tarvplaces.Atlas(atlas_copy)
-        with tarvplaces.Atlas(atlas.folder) as same:
-            assert same.place("Wien", "A") is not None
+    def test_two_atlases_see_only_their_own_user_places(self, atlas, atlas_copy):
+        with tarvplaces.Atlas(atlas_copy) as other:
+            other.add_place("D", "Py Zweitort", 10.5, 50.25, timetable=1)
+            assert other.place("Py Zweitort", "D").user_place
+            assert atlas.place("Py Zweitort", "D") is None
+            assert atlas.place("Wien", "A").name == other.place("Wien", "A").name == "Wien"
 
     def test_a_closed_atlas(self, atlas_folder):
         atlas = tarvplaces.Atlas(atlas_folder)

@@ -21,6 +21,9 @@ trap 'WINEDEBUG=-all wineserver -k 2>/dev/null || true' EXIT
 cmake --preset windows >/dev/null
 cmake --build --preset windows
 printf '== windows tests under Wine (built in %dm%02ds)\n' $((SECONDS / 60)) $((SECONDS % 60))
+# Now and then Wine fails to start a program at all (no output, exit code
+# at once); the preset runs a failed test a second time, so only a test that
+# fails twice fails the run. The Linux suites run the same tests once.
 ctest --preset windows --timeout 300
 echo "== a lookup with tarvplaces.exe"
 "$run" build/windows/bin/tarvplaces.exe --atlas "$PWD/build/atlas" place München D --date 1980-07-01T12:00

@@ -6,8 +6,8 @@
 
 #include "atlas/country_table.h"
 #include "atlas/atlas_state.h"
-#include "platform/codepage.h"
-#include "platform/lz.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "tarvplaces/places.h"
 #include "util/text.h"
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "atlas_sample.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "tarvplaces/atlas.h"
 #include "tarvplaces/tarvplaces.h"
 

@@ -6,8 +6,8 @@
 
 #include "atlas/atlas_state.h"
 #include "generated_atlas.h"
-#include "platform/codepage.h"
-#include "platform/lz.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "tarvplaces/places.h"
 
 namespace tarv::bench {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "sqlite_statements.h"
 #include "util/text.h"
 

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "fuzz_support.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/degrees.h"
 
 namespace {

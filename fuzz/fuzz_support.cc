@@ -10,7 +10,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/atlas_state.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "support/country_fixture.h"
 #include "support/zone_fixture.h"
 #include "tarvplaces/message_sink.h"

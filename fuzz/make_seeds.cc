@@ -17,9 +17,9 @@
 #include "atlas/timetable.h"
 #include "atlas/zone_history.h"
 #include "fuzz_support.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "support/country_fixture.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/degrees.h"
 #include "util/serial_date.h"
 

@@ -9,7 +9,7 @@
 #include "atlas/name_index.h"
 #include "atlas/name_key.h"
 #include "fuzz_support.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "tarvplaces/atlas_error.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include "atlas/place_file.h"
 #include "atlas/place_search.h"
 #include "fuzz_support.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "util/text.h"
 
 namespace {

@@ -9,7 +9,7 @@
 
 #include "atlas/place_search.h"
 #include "fuzz_support.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "util/text.h"
 
 namespace {

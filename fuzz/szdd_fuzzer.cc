@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "fuzz_support.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "support/mspack_reference.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 
 namespace {
 

@@ -18,9 +18,9 @@
 #include "atlas/dst_rules.h"
 #include "atlas/timetable.h"
 #include "fuzz_support.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "tarvplaces/atlas_error.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/serial_date.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include "atlas/place_file.h"
 #include "atlas/user_places.h"
 #include "fuzz_support.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 
 namespace {
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets everything up, builds with warnings as errors, builds the default atlas
 # from open data, and runs every test: once in the debug build, once under
-# AddressSanitizer and UndefinedBehaviorSanitizer, once cross-built for
+# AddressSanitizer and UndefinedBehaviorSanitizer, the thread tests under
+# ThreadSanitizer, once cross-built for
 # Windows and run under Wine (with a lookup by tarvplaces.exe; WINDOWS=0 to
 # skip), and then every fuzz target for 30 seconds (FUZZ_SECONDS to change
 # it, 0 to skip).
@@ -26,6 +27,13 @@ for preset in default asan; do
   section "$preset tests"
   ctest --preset "$preset"
 done
+
+# Readers on two atlases while a writer changes user places, under
+# ThreadSanitizer (the library and its tests only).
+section "thread tests under ThreadSanitizer"
+cmake --preset tsan >/dev/null
+cmake --build --preset tsan
+ctest --preset tsan
 
 if [ "${WINDOWS:-1}" != 0 ]; then
   section windows

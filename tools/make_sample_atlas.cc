@@ -14,7 +14,7 @@
 #include "atlas/zone_table.h"
 #include "atlas/zone_table_source.h"
 #include "platform/atomic_file.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "tarvplaces/atlas_error.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "atlas/atlas_fault.h"
 
 #include "atlas/place_file.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 
 namespace tarv {
 namespace {

@@ -2,6 +2,7 @@
 
 #include "atlas/atlas_fault.h"
 #include "platform/file_status.h"
+#include "platform/paths.h"
 
 namespace tarv {
 namespace {
@@ -34,7 +35,7 @@ WatchedFolder& AtlasState::UserWatch() {
   std::string folder = places_path;
   if (folder.empty() || folder.back() != '\\') folder += '\\';
   watches_.push_back(
-      std::unique_ptr<Watch>(new Watch{places_path, WatchedFolder(folder + "USER")}));
+      std::unique_ptr<Watch>(new Watch{places_path, WatchedFolder(folder + "USER", NativePath)}));
   watch_.store(watches_.back().get(), std::memory_order_release);
   return watches_.back()->folder;
 }

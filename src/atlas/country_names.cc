@@ -11,8 +11,8 @@
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_key.h"
-#include "platform/codepage.h"
-#include "platform/lz.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/text.h"
 

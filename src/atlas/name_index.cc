@@ -12,10 +12,10 @@
 #include "atlas/country_table.h"
 #include "atlas/name_key.h"
 #include "platform/file_status.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/file_tests.h"
 #include "util/text.h"
 

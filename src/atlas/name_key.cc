@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "platform/codepage.h"
+#include "text/codepage.h"
 
 namespace tarv {
 namespace {

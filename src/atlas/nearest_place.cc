@@ -10,8 +10,8 @@
 
 #include "atlas/country_table.h"
 #include "atlas/atlas_state.h"
-#include "platform/lz.h"
-#include "util/bytes.h"
+#include "text/lz.h"
+#include "text/bytes.h"
 #include "util/file_tests.h"
 #include "util/number_text.h"
 #include "util/text.h"

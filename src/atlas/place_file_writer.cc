@@ -8,8 +8,8 @@
 #include "atlas/place_search.h"
 #include "atlas/zone_history.h"
 #include "platform/atomic_file.h"
-#include "platform/lz.h"
-#include "util/bytes.h"
+#include "text/lz.h"
+#include "text/bytes.h"
 #include "util/text.h"
 
 namespace tarv {

@@ -13,7 +13,7 @@
 #include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_table.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "platform/file_status.h"
 #include "platform/per_thread.h"
 #include "util/degrees.h"

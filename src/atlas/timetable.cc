@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <set>
 #include <tuple>
 
@@ -14,11 +15,11 @@
 #include "atlas/country_table.h"
 #include "atlas/dst_rules.h"
 #include "atlas/place_file.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "platform/file_status.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "tarvplaces/atlas_error.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/file_tests.h"
 #include "util/julian.h"
 #include "util/serial_date.h"
@@ -198,46 +199,47 @@ class HistoryCache {
     const bool usa = IsUSA(country.CountryShort);
     const AtlasState& state = CurrentAtlas();
     const Key key{usa, country.CountryId, number};
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (state.places_path != folder_) {
-      // Another atlas: its files have other names and other contents.
-      folder_ = state.places_path;
-      files_ = {AtlasFolder("") + "ttx.dao", AtlasFolder("") + "TTUSA.dao"};
-      entries_.clear();
+    std::string file;
+    {
+      const std::shared_lock<std::shared_mutex> lock(mutex_);
+      if (state.places_path == folder_) file = files_[usa ? 1 : 0];
     }
-    const std::string file = files_[usa ? 1 : 0];
-    // A file that failed once in this call fails again: its message is not
-    // shown once per place of a search.
+    if (file.empty()) {
+      const std::unique_lock<std::shared_mutex> lock(mutex_);
+      if (state.places_path != folder_) {
+        // Another atlas: its files have other names and other contents.
+        folder_ = state.places_path;
+        files_ = {AtlasFolder("") + "ttx.dao", AtlasFolder("") + "TTUSA.dao"};
+        entries_.clear();
+      }
+      file = files_[usa ? 1 : 0];
+    }
+    // A file that failed once in this call fails again: it is read once.
     const std::uint64_t call = CallNumber();
-    if (call != 0 && failed_call_ == call && failed_file_ == file) return nullptr;
-    lock.unlock();
+    FailedRead& failed = PerThread<FailedRead>();
+    if (call != 0 && failed.call == call && failed.file == file) return nullptr;
     std::int32_t error = 0;
     // The version the entries belong to; a missing file has none.
     auto image = ExistingImage(file, error);
     const bool cacheable = error == 0 && state.countries_loaded && state.zones_loaded;
     const std::uint64_t tables = state.tables_version;
     if (cacheable) {
-      lock.lock();
+      const std::shared_lock<std::shared_mutex> lock(mutex_);
       const auto it = entries_.find(key);
       if (it != entries_.end() && it->second.image == image && it->second.tables == tables) {
         return it->second.entries;
       }
-      lock.unlock();
     }
-    // Read without the lock: a damaged file shows a message, and the host's
-    // message sink may call back.
     auto entries = std::make_shared<Entries>();
     std::int32_t lz_error = 0;
     Read_Cp_TimeTable(country.CountryShort, country.CountryId, kSerial2000, number, *entries, usa,
                       "", &lz_error);
     if (lz_error != 0) {
-      lock.lock();
-      failed_call_ = call;
-      failed_file_ = file;
+      failed = {call, file};
       return nullptr;
     }
     if (cacheable) {
-      lock.lock();
+      const std::unique_lock<std::shared_mutex> lock(mutex_);
       if (entries_.size() >= kMaxEntries) entries_.clear();
       entries_[key] = Entry{std::move(image), tables, entries};
     }
@@ -252,12 +254,14 @@ class HistoryCache {
     std::uint64_t tables = 0;
     std::shared_ptr<const Entries> entries;
   };
-  std::mutex mutex_;
+  struct FailedRead {
+    std::uint64_t call = 0;
+    std::string file;
+  };
+  std::shared_mutex mutex_;
   std::string folder_ = std::string(1, '\0');  // no place folder is this
   std::array<std::string, 2> files_;
   std::map<Key, Entry> entries_;
-  std::uint64_t failed_call_ = 0;
-  std::string failed_file_;
 };
 
 // The entries of a timetable as the zone lookups use them; timetable 0 reads

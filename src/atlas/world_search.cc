@@ -12,7 +12,7 @@
 #include "atlas/place_search.h"
 #include "atlas/atlas_state.h"
 #include "platform/file_status.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "platform/per_thread.h"
 #include "util/text.h"
 

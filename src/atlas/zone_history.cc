@@ -6,15 +6,16 @@
 #include <limits>
 #include <map>
 #include <mutex>
+#include <shared_mutex>
 #include <stdexcept>
 
 #include "atlas/place_file.h"
 #include "atlas/atlas_state.h"
 #include "platform/file_status.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/serial_date.h"
 
 namespace tarv {
@@ -132,7 +133,14 @@ class DecodedFiles {
   std::shared_ptr<const Decoded> Get(const std::string& file,
                                      const std::shared_ptr<const std::string>& bytes,
                                      std::size_t zone_count) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    {
+      const std::shared_lock<std::shared_mutex> lock(mutex_);
+      const auto it = files_.find(file);
+      if (it != files_.end() && it->second.bytes == bytes && it->second.zone_count == zone_count) {
+        return it->second.decoded;
+      }
+    }
+    const std::unique_lock<std::shared_mutex> lock(mutex_);
     auto& slot = files_[file];
     if (slot.bytes != bytes || slot.zone_count != zone_count) {
       auto decoded = std::make_shared<const Decoded>(*bytes, file, zone_count);  // may throw
@@ -150,7 +158,7 @@ class DecodedFiles {
     std::shared_ptr<const Decoded> decoded;
   };
   static constexpr std::size_t kMaxFiles = 512;
-  std::mutex mutex_;
+  std::shared_mutex mutex_;
   std::map<std::string, Slot> files_;
 };
 

@@ -8,7 +8,7 @@
 
 #include "atlas/atlas_state.h"
 #include "platform/paths.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/file_tests.h"
 #include "util/number_text.h"
 #include "util/text.h"

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <set>
 
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "tarvplaces/atlas_error.h"
 #include "util/text.h"
 

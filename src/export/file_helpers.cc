@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "platform/paths.h"
+#include "util/file_tests.h"
 
 namespace fs = std::filesystem;
 

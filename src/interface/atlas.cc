@@ -20,7 +20,7 @@
 #include "interface/read_call.h"
 #include "interface/records.h"
 #include "interface/search_text.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "platform/file_status.h"
 #include "platform/paths.h"
 #include "util/degrees.h"

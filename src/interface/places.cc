@@ -19,7 +19,7 @@
 #include "interface/read_call.h"
 #include "interface/records.h"
 #include "interface/search_text.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "platform/message_box.h"
 #include "util/julian.h"
 #include "util/number_text.h"

@@ -10,7 +10,7 @@
 #include "atlas/place_search.h"
 #include "atlas/timetable.h"
 #include "interface/zone_names.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "util/julian.h"
 #include "util/serial_date.h"
 #include "util/text.h"

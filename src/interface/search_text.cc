@@ -1,6 +1,6 @@
 #include "interface/search_text.h"
 
-#include "platform/codepage.h"
+#include "text/codepage.h"
 
 namespace tarv {
 

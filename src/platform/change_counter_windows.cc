@@ -3,7 +3,7 @@
 #include <string>
 
 #include "platform/change_counter.h"
-#include "platform/paths.h"
+#include "platform/utf8_path.h"
 #include "platform/windows_error.h"
 
 namespace tarv {

@@ -4,7 +4,7 @@
 
 #include "platform/change_counter.h"
 #include "platform/file_lock.h"
-#include "platform/paths.h"
+#include "platform/utf8_path.h"
 #include "platform/windows_error.h"
 #include "platform/windows_lock.h"
 #include "tarvplaces/atlas_error.h"

@@ -8,8 +8,8 @@
 
 #include "platform/change_counter.h"
 #include "platform/file_status_native.h"
-#include "platform/paths.h"
 #include "platform/per_thread.h"
+#include "platform/utf8_path.h"
 
 namespace tarv {
 namespace {
@@ -114,7 +114,8 @@ std::uint64_t NextWatchId() {
   return ++last;
 }
 
-WatchedFolder::WatchedFolder(std::string folder) : folder_(std::move(folder)), id_(NextWatchId()) {}
+WatchedFolder::WatchedFolder(std::string folder, NativeOf native)
+    : folder_(std::move(folder)), native_(native), id_(NextWatchId()) {}
 
 WatchedFolder::~WatchedFolder() = default;
 
@@ -127,9 +128,10 @@ std::shared_ptr<const ChangeCounter> WatchedFolder::Counter(std::int64_t now) {
   if (counter_ || now < next_try_ns_) return counter_;
   next_try_ns_ = now + kRecheckNs;
   std::string why;
-  counter_ = ChangeCounter::Map(NativePath(folder_), /*create=*/true, &why);
+  const std::filesystem::path native = native_(folder_);
+  counter_ = ChangeCounter::Map(native, /*create=*/true, &why);
   if (!counter_ && !why.empty() && trouble_.empty() && !told_) {
-    trouble_ = "The file \"" + Utf8OfPath(NativePath(folder_) / kChangeCounterFile) + "\" " + why +
+    trouble_ = "The file \"" + Utf8OfPath(native / kChangeCounterFile) + "\" " + why +
                ".\nLookups check the atlas files on every call until it is removed.";
     has_trouble_ = true;
   }

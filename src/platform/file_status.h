@@ -82,7 +82,10 @@ class ChangeCounter;
 // replaced. Any number of threads may open scopes on one WatchedFolder.
 class WatchedFolder {
  public:
-  explicit WatchedFolder(std::string folder);  // Windows-style
+  // `folder` as the component writes it (Windows-style); `native` gives its
+  // path on the file system, asked again whenever the counter is looked for.
+  using NativeOf = std::filesystem::path (*)(std::string_view folder);
+  WatchedFolder(std::string folder, NativeOf native);
   ~WatchedFolder();
   WatchedFolder(const WatchedFolder&) = delete;
   WatchedFolder& operator=(const WatchedFolder&) = delete;
@@ -101,6 +104,7 @@ class WatchedFolder {
   std::shared_ptr<const ChangeCounter> Counter(std::int64_t now);
 
   const std::string folder_;
+  const NativeOf native_;
   const std::uint64_t id_;  // unique in the process, unlike an address
   std::mutex mutex_;
   std::shared_ptr<const ChangeCounter> counter_;

@@ -1,7 +1,7 @@
 #include <windows.h>
 
 #include "platform/file_status_native.h"
-#include "platform/paths.h"
+#include "platform/utf8_path.h"
 
 namespace tarv::native {
 namespace {

@@ -10,9 +10,7 @@
 #include <system_error>
 #include <unordered_map>
 
-#include "platform/codepage.h"
 #include "platform/file_status.h"
-#include "util/text.h"
 
 namespace fs = std::filesystem;
 
@@ -75,36 +73,6 @@ bool SameFileName(std::string_view a, std::string_view b) {
 
 std::vector<std::string> ListDirectory(const fs::path& folder) {
   return Listings().Get(folder);
-}
-
-std::vector<fs::path> MatchingFiles(std::string_view windows_pattern) {
-  std::string pattern(windows_pattern);
-  std::string folder;
-  const auto cut = pattern.find_last_of("\\/");
-  if (cut != std::string::npos) {
-    folder = pattern.substr(0, cut + 1);
-    pattern.erase(0, cut + 1);
-  }
-  const bool everything = pattern.empty() || pattern == "*.*";
-  const fs::path native_folder = folder.empty() ? fs::path(".") : NativePath(folder);
-  const WildcardPattern matcher(everything ? std::string("*") : AnsiFromUtf8(pattern),
-                                /*sets=*/false);
-  std::vector<fs::path> files;
-  for (const auto& name : ListDirectory(native_folder)) {
-    if (!matcher.Matches(AnsiFromUtf8(name))) continue;
-    const fs::path candidate = native_folder / PathFromUtf8(name);
-    if (StatFile(candidate).regular) files.push_back(candidate);
-  }
-  return files;
-}
-
-fs::path PathFromUtf8(std::string_view utf8) {
-  return fs::path(std::u8string_view(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
-}
-
-std::string Utf8OfPath(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return std::string(text.begin(), text.end());
 }
 
 bool IsReservedDeviceName(std::string_view path) {

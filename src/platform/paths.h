@@ -7,9 +7,7 @@
 // the path as it stands (paths_windows.cc); elsewhere "\" becomes "/" and
 // names are matched without regard to case (paths_posix.cc).
 //
-// Paths are UTF-8 text everywhere in the component. PathFromUtf8 and
-// Utf8OfPath convert to and from std::filesystem::path, whose narrow
-// constructors and string() would use the process's code page on Windows.
+// Paths are UTF-8 text (utf8_path.h).
 #ifndef TARVPLACES_PLATFORM_PATHS_H_
 #define TARVPLACES_PLATFORM_PATHS_H_
 
@@ -18,11 +16,9 @@
 #include <string_view>
 #include <vector>
 
-namespace tarv {
+#include "platform/utf8_path.h"
 
-// The file system's path for UTF-8 text, and the UTF-8 text of a path.
-std::filesystem::path PathFromUtf8(std::string_view utf8);
-std::string Utf8OfPath(const std::filesystem::path& path);
+namespace tarv {
 
 // A key under which every spelling of one file on disk is the same: the
 // path as it stands where the file system tells case apart (NativePath has
@@ -71,12 +67,6 @@ std::vector<std::string> ReadFolderNames(const std::filesystem::path& folder);
 // the folder cannot be read. Listings are cached per folder and refreshed
 // when the folder's modification time changes.
 std::vector<std::string> ListDirectory(const std::filesystem::path& folder);
-
-// The files (not folders) whose names match the "*" / "?" pattern in the last
-// component of `windows_pattern`, compared without regard to case; "*.*"
-// also matches names without a dot, as on Windows. A path that ends in "\"
-// lists every file of that folder. Sorted by name.
-std::vector<std::filesystem::path> MatchingFiles(std::string_view windows_pattern);
 
 // True when the two file names (UTF-8) are equal without regard to case
 // (Unicode case folding).

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <mutex>
+#include <shared_mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -104,27 +105,31 @@ Resolution Resolve(const fs::path& direct) {
 // while it exists. One stat checks either.
 class ResolutionCache {
  public:
+  // Readers share the lock; only a stale entry takes it alone, to go.
   std::optional<fs::path> Find(const std::string& key) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto it = entries_.find(key);
-    if (it == entries_.end()) return std::nullopt;
-    const Entry& e = it->second;
-    if (e.exists ? Exists(e.path) : StillMissing(e)) return e.path;
-    entries_.erase(it);
+    {
+      const std::shared_lock lock(mutex_);
+      const auto it = entries_.find(key);
+      if (it == entries_.end()) return std::nullopt;
+      const Entry& e = it->second;
+      if (e.exists ? Exists(e.path) : StillMissing(e)) return e.path;
+    }
+    const std::unique_lock lock(mutex_);
+    entries_.erase(key);
     return std::nullopt;
   }
   // True when `key` was missing as written, below a folder spelled as
   // written that has not changed since: nothing on its path can have
   // appeared, under this spelling or another.
   bool KnownMissing(std::string_view key) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::shared_lock lock(mutex_);
     if (entries_.empty()) return false;
     const auto it = entries_.find(key);
     return it != entries_.end() && !it->second.exists && it->second.folder_as_written &&
            StillMissing(it->second);
   }
   void Store(const std::string& key, const Resolution& r, const FileStatus& folder) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::unique_lock lock(mutex_);
     if (entries_.size() > kMaxEntries) entries_.clear();
     const bool settled = r.exists || NowNs() - folder.mtime_ns > kSettleNs;
     const std::string checked = r.checked_folder.string();
@@ -135,7 +140,7 @@ class ResolutionCache {
     entries_[key] = Entry{r.path, r.exists, r.checked_folder, folder, settled, as_written};
   }
   void Clear() {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::unique_lock lock(mutex_);
     entries_.clear();
   }
 
@@ -159,7 +164,7 @@ class ResolutionCache {
       return std::hash<std::string_view>()(s);
     }
   };
-  std::mutex mutex_;
+  std::shared_mutex mutex_;
   std::unordered_map<std::string, Entry, Hash, std::equal_to<>> entries_;
 };
 

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "platform/paths.h"
+#include "platform/utf8_path.h"
 
 namespace tarv {
 

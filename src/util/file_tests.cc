@@ -5,6 +5,7 @@
 
 #include "platform/file_status.h"
 #include "platform/paths.h"
+#include "text/codepage.h"
 #include "util/text.h"
 
 namespace fs = std::filesystem;
@@ -27,6 +28,27 @@ void RemoveWritable(const fs::path& file) {
 }
 
 }  // namespace
+
+std::vector<fs::path> MatchingFiles(std::string_view windows_pattern) {
+  std::string pattern(windows_pattern);
+  std::string folder;
+  const auto cut = pattern.find_last_of("\\/");
+  if (cut != std::string::npos) {
+    folder = pattern.substr(0, cut + 1);
+    pattern.erase(0, cut + 1);
+  }
+  const bool everything = pattern.empty() || pattern == "*.*";
+  const fs::path native_folder = folder.empty() ? fs::path(".") : NativePath(folder);
+  const WildcardPattern matcher(everything ? std::string("*") : AnsiFromUtf8(pattern),
+                                /*sets=*/false);
+  std::vector<fs::path> files;
+  for (const auto& name : ListDirectory(native_folder)) {
+    if (!matcher.Matches(AnsiFromUtf8(name))) continue;
+    const fs::path candidate = native_folder / PathFromUtf8(name);
+    if (StatFile(candidate).regular) files.push_back(candidate);
+  }
+  return files;
+}
 
 bool Exist(const std::string& path) {
   const std::string trimmed = Trim(path);

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "platform/codepage.h"
+#include "text/codepage.h"
 
 namespace tarv {
 

@@ -5,11 +5,11 @@
 
 #include "atlas/name_key.h"
 #include "atlas/place_search.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
 #include "tarvplaces/places.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 
 namespace tarv {
 namespace {

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "atlas/atlas_fault.h"
-#include "platform/codepage.h"
-#include "platform/lz.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "support/atlas_fixture.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 
 namespace tarv {
 namespace {

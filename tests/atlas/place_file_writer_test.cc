@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "atlas/name_index.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "support/atlas_fixture.h"
 #include "support/temp_folder.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 
 namespace tarv {
 namespace {

@@ -9,9 +9,10 @@
 #include "atlas/atlas_fault.h"
 #include "atlas/dst_rules.h"
 #include "platform/file_status.h"
+#include "platform/paths.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/text.h"
 
 namespace tarv {
@@ -306,7 +307,7 @@ TEST_F(DamagedTimetableTest, FaultOfOneCallIsNotKeptForTheNext) {
   const std::string whole = Compressed();
   folder_.Write("ttx.dao", whole.substr(0, 20));
   {
-    WatchedFolder user(folder_.str() + "\\USER");
+    WatchedFolder user(folder_.str() + "\\USER", NativePath);
     const StatScope one_call(user);
     const FaultScope fault;
     for (int i = 0; i < 3; ++i)

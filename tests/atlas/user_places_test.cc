@@ -14,7 +14,7 @@
 
 #include "atlas/place_search.h"
 #include "atlas/atlas_state.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "support/atlas_fixture.h"
 #include "support/child_process.h"
 #include "support/country_fixture.h"

@@ -9,7 +9,7 @@
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
 #include "tarvplaces/places.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/text.h"
 
 namespace tarv {

@@ -9,7 +9,7 @@
 #include "support/german_numbers.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 #include "util/text.h"
 
 namespace tarv {

@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "atlas/atlas_state.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "support/atlas_fixture.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"

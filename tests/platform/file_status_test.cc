@@ -1,4 +1,5 @@
 #include "platform/file_status.h"
+#include "platform/paths.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -23,7 +24,7 @@ std::string NoCounter(const TempFolder& dir) {
 TEST(StatScope, WithoutACounterEachPathIsLookedAtOncePerCall) {
   TempFolder dir;
   const auto file = dir.Write("a.dat", "1");
-  WatchedFolder none(NoCounter(dir));
+  WatchedFolder none(NoCounter(dir), NativePath);
   {
     const StatScope call(none);
     EXPECT_EQ(StatFile(file).size, 1U);
@@ -45,7 +46,7 @@ TEST(StatScope, WithACounterStatusesLastUntilItMovesOrASecondPasses) {
   TempFolder dir;
   const auto file = dir.Write("a.dat", "1");
   std::filesystem::create_directory(dir.path() / "USER");
-  WatchedFolder user((dir.path() / "USER").string());
+  WatchedFolder user((dir.path() / "USER").string(), NativePath);
   const auto size_in_a_call = [&] {
     const StatScope call(user);
     return StatFile(file).size;
@@ -83,7 +84,7 @@ TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
   dir.Write("atlas/x.dat", "1");
   dir.Write("other/x.dat", "22");
   std::filesystem::create_directory_symlink(dir.path() / "atlas", dir.path() / "link");
-  WatchedFolder none(NoCounter(dir));
+  WatchedFolder none(NoCounter(dir), NativePath);
   const auto size_in_a_call = [&none](const std::filesystem::path& folder) {
     const StatScope call(none);
     EXPECT_TRUE(StatFile(folder).directory);

@@ -48,7 +48,6 @@ TEST(NativePath, PathsLongerThan260CharactersWork) {
   ASSERT_GT(windows.size(), 260U);
   EXPECT_TRUE(StatFile(NativePath(windows)).regular);
   EXPECT_EQ(ListDirectory(NativePath(dir.str() + "\\" + relative)).size(), 1U);
-  EXPECT_EQ(MatchingFiles(dir.str() + "\\" + relative + "*.dao").size(), 1U);
 }
 
 #else
@@ -143,20 +142,6 @@ TEST(IsReservedDeviceName, KnowsWindowsDeviceNamesInAnyComponent) {
                            "C:\\NULs\\x", "AUXI.dao"}) {
     EXPECT_FALSE(IsReservedDeviceName(path)) << path;
   }
-}
-
-TEST(MatchingFiles, MatchesPatternsWithoutRegardToCaseAndSkipsFolders) {
-  TempFolder dir;
-  dir.Write("a.DAO", "x");
-  dir.Write("b.dao", "x");
-  dir.Write("c.idx", "x");
-  dir.Write("sub.dao/inner", "x");
-  const auto dao = MatchingFiles(dir.str() + "\\*.dao");
-  ASSERT_EQ(dao.size(), 2U);
-  EXPECT_EQ(dao[0].filename(), "a.DAO");
-  EXPECT_EQ(MatchingFiles(dir.str() + "\\?.*").size(), 3U);
-  EXPECT_EQ(MatchingFiles(dir.str() + "\\").size(), 3U);
-  EXPECT_TRUE(MatchingFiles(dir.str() + "\\*.txt").empty());
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include "atlas/place_file.h"
 #include "atlas/place_file_writer.h"
 #include "atlas/timetable.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "platform/codepage.h"
+#include "text/codepage.h"
 
 namespace tarv::atlas {
 namespace {

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "atlas/name_index.h"
-#include "platform/lz.h"
+#include "text/lz.h"
 #include "ui/placemanager_fixture.h"
 
 namespace tarv::ui {

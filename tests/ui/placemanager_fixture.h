@@ -8,7 +8,7 @@
 
 #include "atlas/country_table.h"
 #include "atlas/zone_history.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/places.h"
 

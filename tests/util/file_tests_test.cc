@@ -43,5 +43,19 @@ TEST(Deleting, RemovesReadOnlyFilesAndIgnoresMissingOnes) {
   Deleting("");
 }
 
+TEST(MatchingFiles, MatchesPatternsWithoutRegardToCaseAndSkipsFolders) {
+  TempFolder dir;
+  dir.Write("a.DAO", "x");
+  dir.Write("b.dao", "x");
+  dir.Write("c.idx", "x");
+  dir.Write("sub.dao/inner", "x");
+  const auto dao = MatchingFiles(dir.str() + "\\*.dao");
+  ASSERT_EQ(dao.size(), 2U);
+  EXPECT_EQ(dao[0].filename(), "a.DAO");
+  EXPECT_EQ(MatchingFiles(dir.str() + "\\?.*").size(), 3U);
+  EXPECT_EQ(MatchingFiles(dir.str() + "\\").size(), 3U);
+  EXPECT_TRUE(MatchingFiles(dir.str() + "\\*.txt").empty());
+}
+
 }  // namespace
 }  // namespace tarv

@@ -9,7 +9,7 @@
 #include <set>
 
 #include "atlas/name_key.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "tarvplaces/atlas_error.h"
 
 namespace fs = std::filesystem;

@@ -9,7 +9,7 @@
 
 #include "atlas/name_key.h"
 #include "atlas/place_names.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 
 namespace tarv::atlas {
 namespace {

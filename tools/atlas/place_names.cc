@@ -5,7 +5,7 @@
 #include <set>
 
 #include "atlas/name_key.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "util/text.h"
 
 namespace tarv::atlas {

@@ -13,7 +13,7 @@
 #include "atlas/posix_tz.h"
 #include "atlas/zone_periods.h"
 #include "interface/zone_names.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "util/text.h"
 
 namespace tarv::atlas {

@@ -11,7 +11,7 @@
 #include "atlas/place_search.h"
 #include "atlas/zone_table.h"
 #include "interface/read_call.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "tarvplaces/list_control.h"
 #include "util/degrees.h"
 #include "util/text.h"

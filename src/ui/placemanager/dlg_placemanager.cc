@@ -6,7 +6,7 @@
 #include "atlas/place_search.h"
 #include "atlas/atlas_state.h"
 #include "atlas/timetable.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "platform/message_box.h"
 #include "tarvplaces/atlas_error.h"
 #include "tarvplaces/places.h"

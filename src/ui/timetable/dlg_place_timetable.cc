@@ -1,7 +1,7 @@
 #include "ui/timetable/dlg_place_timetable.h"
 
 #include "atlas/country_table.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "tarvplaces/places.h"
 
 namespace tarv::ui {

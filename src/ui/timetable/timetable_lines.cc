@@ -7,7 +7,7 @@
 #include "atlas/country_table.h"
 #include "atlas/timetable.h"
 #include "interface/read_call.h"
-#include "platform/codepage.h"
+#include "text/codepage.h"
 #include "tarvplaces/places.h"
 #include "util/serial_date.h"
 #include "util/text.h"

@@ -1,6 +1,7 @@
-#include "platform/lz.h"
+#include "text/lz.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -8,14 +9,15 @@
 #include <limits>
 #include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/file_status.h"
-#include "platform/lz_native.h"
 #include "platform/paths.h"
 #include "platform/per_thread.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
+#include "text/lz_native.h"
 
 namespace tarv {
 namespace {
@@ -192,19 +194,26 @@ std::optional<FileStamp> Stamp(const std::string& file) {
 
 class ImageCache {
  public:
+  // Readers share the lock: lookups on many threads find their images at
+  // once. Use is stamped with the number of the last store, written only
+  // when it changes, so that readers rarely write to a shared line at all.
   std::shared_ptr<const Expansion> Find(const std::string& key, const FileStamp& stamp) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::shared_lock lock(mutex_);
     const auto it = entries_.find(key);
     if (it == entries_.end() || !it->second.settled || !(it->second.stamp == stamp)) {
       return nullptr;
     }
-    it->second.last_use = ++clock_;
+    const std::uint64_t now = clock_.load(std::memory_order_relaxed);
+    std::atomic_ref<std::uint64_t> last_use(it->second.last_use);
+    if (last_use.load(std::memory_order_relaxed) != now) {
+      last_use.store(now, std::memory_order_relaxed);
+    }
     return it->second.image;
   }
 
   void Store(const std::string& key, const FileStamp& stamp, bool settled,
              std::shared_ptr<const Expansion> image) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::unique_lock lock(mutex_);
     DropLocked(key);
     if (image->bytes.size() > kMaxBytes) return;
     bytes_ += image->bytes.size();
@@ -218,12 +227,12 @@ class ImageCache {
   }
 
   void Drop(const std::string& key) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::unique_lock lock(mutex_);
     DropLocked(key);
   }
 
   void Clear() {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::unique_lock lock(mutex_);
     entries_.clear();
     bytes_ = 0;
   }
@@ -235,7 +244,7 @@ class ImageCache {
   struct Entry {
     FileStamp stamp;
     bool settled = false;
-    std::uint64_t last_use = 0;
+    alignas(std::atomic_ref<std::uint64_t>::required_alignment) std::uint64_t last_use = 0;
     std::shared_ptr<const Expansion> image;
   };
 
@@ -246,10 +255,10 @@ class ImageCache {
     entries_.erase(it);
   }
 
-  std::mutex mutex_;
+  std::shared_mutex mutex_;
   std::unordered_map<std::string, Entry> entries_;
   std::size_t bytes_ = 0;
-  std::uint64_t clock_ = 0;
+  std::atomic<std::uint64_t> clock_ = 0;
 };
 
 ImageCache& Cache() {

@@ -1,4 +1,4 @@
-#include "platform/codepage.h"
+#include "text/codepage.h"
 
 #include <unicode/normalizer2.h>
 #include <unicode/translit.h>

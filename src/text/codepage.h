@@ -21,8 +21,8 @@
 // can be made of (an emoji, a private-use character, a byte that is not
 // UTF-8) becomes kUnmappable, which no name contains and no search takes as a
 // wildcard, so a search for such a text finds nothing.
-#ifndef TARVPLACES_PLATFORM_CODEPAGE_H_
-#define TARVPLACES_PLATFORM_CODEPAGE_H_
+#ifndef TARVPLACES_TEXT_CODEPAGE_H_
+#define TARVPLACES_TEXT_CODEPAGE_H_
 
 #include <cstdint>
 #include <string>
@@ -127,4 +127,4 @@ inline char AnsiLower(char c) noexcept {
 
 }  // namespace tarv
 
-#endif  // TARVPLACES_PLATFORM_CODEPAGE_H_
+#endif  // TARVPLACES_TEXT_CODEPAGE_H_

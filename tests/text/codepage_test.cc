@@ -1,4 +1,4 @@
-#include "platform/codepage.h"
+#include "text/codepage.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // What the LZ service asks of the operating system: one file read and
 // expanded into memory. One implementation per system: lz_posix.cc (the
 // component's own decoder), lz_windows.cc (Windows' own LZ expansion).
-#ifndef TARVPLACES_PLATFORM_LZ_NATIVE_H_
-#define TARVPLACES_PLATFORM_LZ_NATIVE_H_
+#ifndef TARVPLACES_TEXT_LZ_NATIVE_H_
+#define TARVPLACES_TEXT_LZ_NATIVE_H_
 
 #include <cstdint>
 #include <string>
@@ -45,4 +45,4 @@ Expansion ExpandFile(const std::string& path, std::uint64_t size, std::int32_t& 
 }  // namespace native
 }  // namespace tarv
 
-#endif  // TARVPLACES_PLATFORM_LZ_NATIVE_H_
+#endif  // TARVPLACES_TEXT_LZ_NATIVE_H_

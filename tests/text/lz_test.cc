@@ -1,4 +1,4 @@
-#include "platform/lz.h"
+#include "text/lz.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@
 #include "support/mspack_reference.h"
 #endif
 #include "support/temp_folder.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
 
 namespace fs = std::filesystem;
 

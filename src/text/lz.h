@@ -21,8 +21,8 @@
 // damaged file is never read as a shorter one. A length field above 64 MiB,
 // or above 100 times the file's size plus 64 KiB, is taken as damage
 // (LZERROR_READ) before anything is decoded.
-#ifndef TARVPLACES_PLATFORM_LZ_H_
-#define TARVPLACES_PLATFORM_LZ_H_
+#ifndef TARVPLACES_TEXT_LZ_H_
+#define TARVPLACES_TEXT_LZ_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -137,4 +137,4 @@ std::string CompressSzdd(std::string_view data, char missing_char = '\0');
 
 }  // namespace tarv
 
-#endif  // TARVPLACES_PLATFORM_LZ_H_
+#endif  // TARVPLACES_TEXT_LZ_H_

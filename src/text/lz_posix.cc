@@ -2,8 +2,8 @@
 #include <iterator>
 #include <limits>
 
-#include "platform/lz.h"
-#include "platform/lz_native.h"
+#include "text/lz.h"
+#include "text/lz_native.h"
 
 namespace tarv::native {
 namespace {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/lz.h"
-#include "util/bytes.h"
+#include "text/bytes.h"
+#include "text/lz.h"
 
 namespace tarv {
 namespace {

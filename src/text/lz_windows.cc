@@ -21,9 +21,9 @@
 #include <limits>
 #include <mutex>
 
-#include "platform/lz.h"
-#include "platform/lz_native.h"
 #include "platform/paths.h"
+#include "text/lz.h"
+#include "text/lz_native.h"
 
 namespace tarv::native {
 

@@ -1,7 +1,7 @@
 // Little-endian decoding and encoding of the integers and floats of the
 // atlas's binary files, one byte at a time.
-#ifndef TARVPLACES_UTIL_BYTES_H_
-#define TARVPLACES_UTIL_BYTES_H_
+#ifndef TARVPLACES_TEXT_BYTES_H_
+#define TARVPLACES_TEXT_BYTES_H_
 
 #include <bit>
 #include <cstdint>
@@ -64,4 +64,4 @@ static_assert(sizeof(float) == 4 && sizeof(double) == 8, "IEEE single and double
 
 }  // namespace tarv
 
-#endif  // TARVPLACES_UTIL_BYTES_H_
+#endif  // TARVPLACES_TEXT_BYTES_H_

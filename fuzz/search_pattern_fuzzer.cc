@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/name_match.h"
 #include "atlas/place_search.h"
 #include "fuzz_support.h"
 #include "text/codepage.h"

@@ -1,7 +1,7 @@
 #include "atlas/atlas_fault.h"
 
-#include "atlas/place_file.h"
 #include "text/codepage.h"
+#include "text/lz.h"
 
 namespace tarv {
 namespace {

@@ -26,9 +26,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "atlas/country_table.h"
-#include "atlas/place_search.h"
-#include "atlas/zone_table.h"
+#include "atlas/country_record.h"
+#include "atlas/found_place.h"
+#include "atlas/zone_record.h"
 #include "platform/file_status.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/language.h"

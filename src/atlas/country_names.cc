@@ -11,9 +11,9 @@
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_key.h"
+#include "tarvplaces/atlas_error.h"
 #include "text/codepage.h"
 #include "text/lz.h"
-#include "tarvplaces/atlas_error.h"
 #include "util/text.h"
 
 namespace tarv {

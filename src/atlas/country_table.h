@@ -11,22 +11,9 @@
 #include <string_view>
 #include <vector>
 
-namespace tarv {
+#include "atlas/country_record.h"
 
-// One line of "Country.dat" (or a fallback or continent record).
-struct CountryRecord {
-  std::int16_t CountryId = 0;
-  std::string CountryTitle;
-  std::string CountryShort;
-  std::string TimezoneShort;
-  std::string Continent;
-  std::string SubContinent;
-  std::string Meaning;
-  std::string Info;
-  std::string HaveZonesSince;
-  std::int16_t ContinentID = 0;
-  std::int16_t SubContinentID = 0;
-};
+namespace tarv {
 
 // Most lines "Country.dat" may hold.
 inline constexpr std::size_t kMaxCountryLines = 300;

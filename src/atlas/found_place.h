@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "atlas/place_file.h"
+#include "atlas/place_record.h"
 
 namespace tarv {
 

@@ -1,4 +1,3 @@
-#include "atlas/atlas_state.h"
 #include "atlas/name_index.h"
 
 #include <algorithm>
@@ -9,13 +8,14 @@
 #include <optional>
 #include <stdexcept>
 
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_key.h"
 #include "platform/file_status.h"
-#include "text/lz.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
+#include "text/lz.h"
 #include "util/file_tests.h"
 #include "util/text.h"
 

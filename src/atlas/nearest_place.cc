@@ -8,10 +8,10 @@
 #include <mutex>
 #include <vector>
 
-#include "atlas/country_table.h"
 #include "atlas/atlas_state.h"
-#include "text/lz.h"
+#include "atlas/country_table.h"
 #include "text/bytes.h"
+#include "text/lz.h"
 #include "util/file_tests.h"
 #include "util/number_text.h"
 #include "util/text.h"

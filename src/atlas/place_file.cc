@@ -10,37 +10,21 @@
 #include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
-#include "atlas/place_search.h"
-#include "text/codepage.h"
+#include "atlas/name_match.h"
+#include "atlas/place_image.h"
 #include "platform/file_status.h"
-#include "text/lz.h"
 #include "platform/per_thread.h"
 #include "text/bytes.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "util/file_tests.h"
 #include "util/text.h"
 
 namespace tarv {
 namespace {
 
-constexpr std::size_t kTimetableAt = 28;
-constexpr std::size_t kLongitudeAt = kPlaceLongitudeAt;
-constexpr std::size_t kLatitudeAt = kPlaceLatitudeAt;
 constexpr auto kRecordSize = static_cast<std::int32_t>(kPlaceRecordSize);
 constexpr auto kMaxRecords = static_cast<std::int32_t>(kMaxPlaceRecords);
-
-// A code that could leave the place folder, or whose control characters (a
-// NUL above all) would cut its path short on the way to the system, is no
-// country at all.
-bool IsSafeCode(std::string_view code) {
-  return code.find_first_of("\\/:") == std::string_view::npos &&
-         code.find("..") == std::string_view::npos && !HasControlCharacter(code);
-}
-
-// Country codes are ASCII in practice; the conversion keeps a path in one
-// encoding if one is not.
-std::string PathPart(std::string_view ansi) {
-  return Utf8FromAnsi(ansi);
-}
 
 std::string RemoveTrailingStops(std::string text) {
   while (!text.empty() && text.back() == '.')
@@ -50,6 +34,10 @@ std::string RemoveTrailingStops(std::string text) {
     text += '.';
   }
   return text;
+}
+
+std::string FoldedLetters(std::string_view text) {
+  return UCase(GetCleanString(text));
 }
 
 std::int32_t NoteReadFault(std::int32_t code, const std::string& file) {
@@ -86,284 +74,7 @@ std::vector<std::pair<std::int32_t, std::int32_t>> LetterRuns(const std::string&
   return runs;
 }
 
-// Records chained by a key: the records of one key in record order, found
-// through an open-addressing table over the keys (at least half empty).
-class KeyChains {
- public:
-  // `keys` holds the key of record i at [ends[i-1], ends[i]); both must
-  // outlive the chains.
-  void Build(const std::string& keys, const std::vector<std::uint32_t>& ends) {
-    keys_ = &keys;
-    ends_ = &ends;
-    const std::size_t count = ends.size();
-    next_.assign(count, -1);
-    std::vector<std::int32_t> tail(count, -1);
-    slots_.assign(std::bit_ceil(std::max<std::size_t>(count * 2, 2)), -1);
-    for (std::size_t i = 0; i < count; ++i) {
-      auto& slot = slots_[SlotOf(Key(i))];
-      if (slot < 0) {
-        slot = static_cast<std::int32_t>(i);
-        tail[i] = static_cast<std::int32_t>(i);
-      } else {
-        const auto head = static_cast<std::size_t>(slot);
-        next_[static_cast<std::size_t>(tail[head])] = static_cast<std::int32_t>(i);
-        tail[head] = static_cast<std::int32_t>(i);
-      }
-    }
-  }
-
-  // Calls `visit` with the position of each record whose key is `key`, in order.
-  template <typename Visit>
-  void ForEach(std::string_view key, Visit visit) const {
-    for (auto i = slots_[SlotOf(key)]; i >= 0; i = next_[static_cast<std::size_t>(i)])
-      visit(i);
-  }
-
- private:
-  std::string_view Key(std::size_t i) const {
-    const std::uint32_t begin = i == 0 ? 0 : (*ends_)[i - 1];
-    return std::string_view(*keys_).substr(begin, (*ends_)[i] - begin);
-  }
-  std::size_t SlotOf(std::string_view key) const {
-    const std::size_t mask = slots_.size() - 1;
-    for (std::size_t at = std::hash<std::string_view>()(key) & mask;; at = (at + 1) & mask) {
-      const std::int32_t slot = slots_[at];
-      if (slot < 0 || Key(static_cast<std::size_t>(slot)) == key) return at;
-    }
-  }
-
-  const std::string* keys_ = nullptr;
-  const std::vector<std::uint32_t>* ends_ = nullptr;
-  std::vector<std::int32_t> slots_;
-  std::vector<std::int32_t> next_;  // the next record of the same key, or -1
-};
-
-// What searches derive from the names of one run of records (the records an
-// index letter points to): the letters-only form of every name, the records
-// grouped by that form folded to capitals, which is exactly what a
-// whole-name search compares, and grouped by that form with the accent
-// classes folded too, which is what a pattern search without wildcards
-// compares. Built on the run's first search, so that a first lookup pays for
-// its run only.
-class RunIndex {
- public:
-  RunIndex(std::string_view bytes, std::int32_t first, std::int32_t last) : first_(first) {
-    const auto count = static_cast<std::size_t>(last - first + 1);
-    ends_.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) {
-      const auto record = static_cast<std::size_t>(first) + i;
-      AppendCleanString(bytes.substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth), letters_);
-      for (std::size_t k = capitals_.size(); k < letters_.size(); ++k) {
-        capitals_ += AnsiUpper(letters_[k]);
-        classes_ += FoldAccentClass(letters_[k]);
-      }
-      ends_.push_back(static_cast<std::uint32_t>(letters_.size()));
-    }
-    by_capitals_.Build(capitals_, ends_);
-    by_classes_.Build(classes_, ends_);
-  }
-  RunIndex(const RunIndex&) = delete;
-  RunIndex& operator=(const RunIndex&) = delete;
-
-  // The letters-only form of a record of the run (1-based record number).
-  std::string_view Letters(std::int32_t record) const {
-    const auto i = static_cast<std::size_t>(record - first_);
-    const std::uint32_t begin = i == 0 ? 0 : ends_[i - 1];
-    return std::string_view(letters_).substr(begin, ends_[i] - begin);
-  }
-
-  // Calls `visit` with each record whose letters in capitals are `key`, in order.
-  template <typename Visit>
-  void ForEachNamed(std::string_view key, Visit visit) const {
-    by_capitals_.ForEach(key, [&](std::int32_t i) { visit(first_ + i); });
-  }
-  // Calls `visit` with each record whose letters folded by accent class are
-  // `key`, in order.
-  template <typename Visit>
-  void ForEachClassFolded(std::string_view key, Visit visit) const {
-    by_classes_.ForEach(key, [&](std::int32_t i) { visit(first_ + i); });
-  }
-
- private:
-  std::int32_t first_;
-  std::string letters_;
-  std::string capitals_;             // letters_ in capitals
-  std::string classes_;              // letters_ folded by accent class
-  std::vector<std::uint32_t> ends_;  // where each record's form ends in all three
-  KeyChains by_capitals_;
-  KeyChains by_classes_;
-};
-
-// A place file's expanded bytes with the run indexes its searches built.
-class PlaceImage {
- public:
-  explicit PlaceImage(std::shared_ptr<const std::string> bytes) : bytes_(std::move(bytes)) {}
-
-  const std::shared_ptr<const std::string>& bytes() const { return bytes_; }
-  std::int32_t RecordCount() const {
-    return std::min(static_cast<std::int32_t>(bytes_->size() / kPlaceRecordSize), kMaxRecords);
-  }
-  std::string_view NameField(std::int32_t record) const {
-    return std::string_view(*bytes_).substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth);
-  }
-  // The index of records `first` to `last` (1-based, within the file).
-  std::shared_ptr<const RunIndex> Run(std::int32_t first, std::int32_t last) const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (runs_.size() >= kMaxRuns) runs_.clear();  // only an index rewritten often gets here
-    auto& run = runs_[{first, last}];
-    if (!run) run = std::make_shared<const RunIndex>(*bytes_, first, last);
-    return run;
-  }
-
- private:
-  static constexpr std::size_t kMaxRuns = 64;
-  std::shared_ptr<const std::string> bytes_;
-  mutable std::mutex mutex_;
-  mutable std::map<std::pair<std::int32_t, std::int32_t>, std::shared_ptr<const RunIndex>> runs_;
-};
-
-std::string FoldedLetters(std::string_view text) {
-  return UCase(GetCleanString(text));
-}
-
-// Derived data per expanded image, dropped with the image.
-class PlaceImages {
- public:
-  // nullptr with `error` 0 for a file that does not exist.
-  std::shared_ptr<const PlaceImage> Get(const std::string& file, std::int32_t& error) {
-    auto bytes = ExistingImage(file, error);
-    if (!bytes) return nullptr;
-    const std::lock_guard<std::mutex> lock(mutex_);
-    auto& slot = images_[file];
-    if (slot && slot->bytes() == bytes) return slot;
-    if (images_.size() > kMaxFiles) {
-      images_.clear();
-      return images_[file] = std::make_shared<const PlaceImage>(std::move(bytes));
-    }
-    slot = std::make_shared<const PlaceImage>(std::move(bytes));
-    return slot;
-  }
-  void Clear() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    images_.clear();
-  }
-
- private:
-  static constexpr std::size_t kMaxFiles = 512;
-  std::mutex mutex_;
-  std::map<std::string, std::shared_ptr<const PlaceImage>> images_;
-};
-
-PlaceImages& Images() {
-  return CurrentAtlas().Derived<PlaceImages>();
-}
-
 }  // namespace
-
-std::string PlaceRecord::TrimmedName() const {
-  return Trim(NameField());
-}
-
-void PlaceRecord::SetName(std::string_view name) {
-  Name.fill(' ');
-  std::copy_n(name.begin(), std::min(name.size(), kPlaceNameWidth), Name.begin());
-}
-
-PlaceRecord DecodePlaceRecord(std::string_view bytes) {
-  PlaceRecord place;
-  std::copy_n(bytes.begin(), kPlaceNameWidth, place.Name.begin());
-  place.Timetable = DecodeInt16(bytes, kTimetableAt);
-  place.Longitude = DecodeFloat32(bytes, kLongitudeAt);
-  place.Latitude = DecodeFloat32(bytes, kLatitudeAt);
-  return place;
-}
-
-std::string EncodePlaceRecord(const PlaceRecord& place) {
-  std::string bytes(place.NameField());
-  AppendInt16(bytes, place.Timetable);
-  AppendFloat32(bytes, place.Longitude);
-  AppendFloat32(bytes, place.Latitude);
-  return bytes;
-}
-
-std::string IndexPathOf(const std::string& place_file) {
-  const auto dot = place_file.rfind('.');
-  return (dot == std::string::npos ? place_file + "." : place_file.substr(0, dot + 1)) + "IDX";
-}
-
-namespace {
-
-std::string PlaceFileOf(std::string_view code) {
-  std::string abbreviation = Trim(GetInternalCountryAbbreviation(code));
-  if (!IsSafeCode(abbreviation)) abbreviation.clear();
-  const std::string folder = AtlasFolder("");
-  if (abbreviation.empty()) return folder;
-  if (IsGroupCode(abbreviation)) return folder + PathPart(abbreviation);
-  return folder + PathPart(abbreviation) + ".dao";
-}
-
-}  // namespace
-
-std::string GetCompressedPlaceFile(std::string_view code) {
-  // Hosts ask for one country many times over.
-  struct Last {
-    std::string code, folder, file;
-  };
-  Last& last = PerThread<Last>();
-  if (code == last.code && CurrentAtlas().places_path == last.folder && !last.file.empty()) {
-    return last.file;
-  }
-  last.code.assign(code);
-  last.folder = CurrentAtlas().places_path;
-  last.file = PlaceFileOf(code);
-  return last.file;
-}
-
-std::string Get_UserFile(const std::string& place_file) {
-  const auto cut = place_file.rfind('\\');
-  if (cut == std::string::npos) return "USER\\" + place_file;
-  return place_file.substr(0, cut + 1) + "USER\\" + place_file.substr(cut + 1);
-}
-
-std::size_t Get_CompressedFiles(std::string_view name, std::vector<std::string>& files,
-                                std::vector<PlaceRef>& refs) {
-  files.clear();
-  refs.clear();
-  InitializeCountries("", "Country.dat", false, false);
-  if (!CurrentAtlas().countries_loaded) return 0;
-  const std::string folder = AtlasFolder("");
-  // A group's place file has the group's name: in English "ASIA.dao", whose
-  // extension would hide the four letters of "ASIA" from the continent test.
-  const std::int16_t continent = GetContinentID(Get_Prae(name));
-  if (continent == 0) {
-    const std::string code = Get_Prae(name);
-    if (code.empty() || !IsSafeCode(name)) return 0;
-    files = {folder + "USER\\" + PathPart(code) + ".dao", folder + PathPart(code) + ".dao"};
-    refs = {PlaceRef{code, 0}, PlaceRef{code, 0}};
-    return files.size();
-  }
-  const auto& table = CurrentAtlas().countries;
-  for (std::size_t i = 1; i + kNonCountryTail < table.size(); ++i) {
-    const auto& country = table[i];
-    if (country.ContinentID != continent || !IsSafeCode(country.CountryShort)) continue;
-    const std::string code = Trim(country.CountryShort);
-    files.push_back(folder + PathPart(code) + ".dao");
-    files.push_back(folder + "USER\\" + PathPart(code) + ".dao");
-    refs.push_back(PlaceRef{code, 0});
-    refs.push_back(PlaceRef{code, 0});
-  }
-  return files.size();
-}
-
-std::int32_t ReadPlaceStructure(std::int32_t handle, PlaceRecord& place, std::int16_t length) {
-  if (length != kRecordSize) return LZERROR_BADVALUE;
-  char buffer[kPlaceRecordSize];
-  const std::int32_t read = LZRead(handle, buffer, kRecordSize);
-  if (read < 0) return read;
-  if (read < kRecordSize) return 0;  // a partial record at the end is no record
-  place = DecodePlaceRecord(std::string_view(buffer, kPlaceRecordSize));
-  return read;
-}
 
 std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
   result = PlaceList{};
@@ -465,7 +176,7 @@ std::int32_t FilesOf(const std::string& place_file, SearchFiles*& out) {
   for (std::size_t f = 0; f < paths.size(); ++f) {
     auto& file = files[f];
     std::int32_t error = 0;
-    file.image = Images().Get(paths[f], error);
+    file.image = PlaceImageOf(paths[f], error);
     if (error != 0) {
       NoteAtlasFault(paths[f], error);
       return error;
@@ -605,29 +316,6 @@ bool Get_City_Data_UserFirst(const std::string& place_file, std::string_view nam
   const std::string trimmed = Trim(wanted);
   return PickCity(found, true, trimmed, place, ref) ||
          PickCity(found, TextContains(place_file, "\\USER\\"), trimmed, place, ref);
-}
-
-std::string LZERROR_Msg(std::int32_t code, const std::string& file_name) {
-  switch (code) {
-    case LZERROR_BADINHANDLE:
-      return "invalid input handle";
-    case LZERROR_BADOUTHANDLE:
-      return "invalid output handle";
-    case LZERROR_READ:
-      return "corrupt compressed file format";
-    case LZERROR_WRITE:
-      return "out of space for output file";
-    case LZERROR_GLOBALLOC:
-      return "insufficient memory for LZFile struct";
-    case LZERROR_GLOBLOCK:
-      return "bad global handle";
-    case LZERROR_BADVALUE:
-      return "input parameter out of range";
-    case LZERROR_UNKNOWNALG:
-      return "compression algorithm not recognized";
-    default:
-      return "Unbekannter Fehler beim Lesen der Datei " + file_name;
-  }
 }
 
 }  // namespace tarv

@@ -5,11 +5,12 @@
 
 #include "atlas/name_index.h"
 #include "atlas/name_key.h"
+#include "atlas/name_match.h"
 #include "atlas/place_search.h"
 #include "atlas/zone_history.h"
 #include "platform/atomic_file.h"
-#include "text/lz.h"
 #include "text/bytes.h"
+#include "text/lz.h"
 #include "util/text.h"
 
 namespace tarv {

@@ -6,8 +6,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <shared_mutex>
 #include <set>
+#include <shared_mutex>
 #include <tuple>
 
 #include "atlas/atlas_fault.h"
@@ -15,11 +15,11 @@
 #include "atlas/country_table.h"
 #include "atlas/dst_rules.h"
 #include "atlas/place_file.h"
-#include "text/codepage.h"
 #include "platform/file_status.h"
-#include "text/lz.h"
 #include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "util/file_tests.h"
 #include "util/julian.h"
 #include "util/serial_date.h"

@@ -8,17 +8,18 @@
 #include <iterator>
 #include <optional>
 
-#include "atlas/country_table.h"
-#include "atlas/place_search.h"
 #include "atlas/atlas_state.h"
+#include "atlas/country_table.h"
+#include "atlas/name_match.h"
+#include "atlas/place_search.h"
 #include "platform/atomic_file.h"
 #include "platform/change_counter.h"
-#include "text/codepage.h"
 #include "platform/file_lock.h"
-#include "text/lz.h"
 #include "platform/paths.h"
 #include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "util/sort.h"
 #include "util/text.h"
 

@@ -7,13 +7,13 @@
 #include <unordered_map>
 
 #include "atlas/atlas_fault.h"
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
 #include "atlas/place_search.h"
-#include "atlas/atlas_state.h"
 #include "platform/file_status.h"
-#include "text/lz.h"
 #include "platform/per_thread.h"
+#include "text/lz.h"
 #include "util/text.h"
 
 namespace tarv {
@@ -310,8 +310,8 @@ bool AddFromPlaceFiles(const std::vector<std::string>& codes, const std::string&
 
 }  // namespace
 
-std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit,
-                                const NameQuery* query, std::vector<FoundPlace>& found) {
+std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit, const NameQuery* query,
+                                std::vector<FoundPlace>& found) {
   const auto wanted = static_cast<std::size_t>(std::clamp(limit, 0, kWorldSearchLimit));
   std::string text = Trim(search);
   // A trailing "?" asks for the beginning, as in one country.

@@ -30,8 +30,8 @@ inline constexpr std::int32_t kWorldSearchLimit = 50;
 // into `found`, each with its country's code. Returns their number. A place
 // or index file that cannot be read makes it find nothing (noted as the
 // call's atlas fault); a damaged name index is an AtlasError.
-std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit,
-                                const NameQuery* query, std::vector<FoundPlace>& found);
+std::int32_t SearchAllCountries(std::string_view search, std::int32_t limit, const NameQuery* query,
+                                std::vector<FoundPlace>& found);
 
 }  // namespace tarv
 

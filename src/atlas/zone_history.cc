@@ -9,13 +9,13 @@
 #include <shared_mutex>
 #include <stdexcept>
 
-#include "atlas/place_file.h"
 #include "atlas/atlas_state.h"
+#include "atlas/place_file.h"
 #include "platform/file_status.h"
-#include "text/lz.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
+#include "text/lz.h"
 #include "util/serial_date.h"
 
 namespace tarv {

@@ -3,8 +3,8 @@
 #include <charconv>
 #include <set>
 
-#include "text/codepage.h"
 #include "tarvplaces/atlas_error.h"
+#include "text/codepage.h"
 #include "util/text.h"
 
 namespace tarv {

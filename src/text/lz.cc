@@ -422,4 +422,27 @@ void LZClose(std::int32_t handle) {
   Handles().Close(handle);
 }
 
+std::string LZERROR_Msg(std::int32_t code, const std::string& file_name) {
+  switch (code) {
+    case LZERROR_BADINHANDLE:
+      return "invalid input handle";
+    case LZERROR_BADOUTHANDLE:
+      return "invalid output handle";
+    case LZERROR_READ:
+      return "corrupt compressed file format";
+    case LZERROR_WRITE:
+      return "out of space for output file";
+    case LZERROR_GLOBALLOC:
+      return "insufficient memory for LZFile struct";
+    case LZERROR_GLOBLOCK:
+      return "bad global handle";
+    case LZERROR_BADVALUE:
+      return "input parameter out of range";
+    case LZERROR_UNKNOWNALG:
+      return "compression algorithm not recognized";
+    default:
+      return "Unbekannter Fehler beim Lesen der Datei " + file_name;
+  }
+}
+
 }  // namespace tarv

@@ -135,6 +135,9 @@ std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error);
 // more.
 std::string CompressSzdd(std::string_view data, char missing_char = '\0');
 
+// The text of an LZ error code; codes outside -1..-8 name the file.
+std::string LZERROR_Msg(std::int32_t code, const std::string& file_name);
+
 }  // namespace tarv
 
 #endif  // TARVPLACES_TEXT_LZ_H_

@@ -1,3 +1,4 @@
+#include "atlas/country_table.h"
 #include "atlas/country_names.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+#include "atlas/name_match.h"
 #include "atlas/place_search.h"
 
 #include <gtest/gtest.h>

@@ -8,6 +8,7 @@
 
 #include "atlas/atlas_fault.h"
 #include "atlas/dst_rules.h"
+#include "text/lz.h"
 #include "platform/file_status.h"
 #include "platform/paths.h"
 #include "support/atlas_fixture.h"

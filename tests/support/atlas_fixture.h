@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "atlas/country_table.h"
 #include "atlas/atlas_state.h"
 #include "atlas/place_file.h"
 #include "atlas/place_file_writer.h"

@@ -1,0 +1,79 @@
+#include "atlas/place_image.h"
+
+#include "atlas/atlas_state.h"
+#include "atlas/name_match.h"
+#include "text/codepage.h"
+#include "text/lz.h"
+
+namespace tarv {
+namespace {
+
+// Derived data per expanded image, dropped with the image.
+class PlaceImages {
+ public:
+  // nullptr with `error` 0 for a file that does not exist.
+  std::shared_ptr<const PlaceImage> Get(const std::string& file, std::int32_t& error) {
+    auto bytes = ExistingImage(file, error);
+    if (!bytes) return nullptr;
+    {
+      const std::shared_lock<std::shared_mutex> lock(mutex_);
+      if (const auto it = images_.find(file); it != images_.end() && it->second->bytes() == bytes) {
+        return it->second;
+      }
+    }
+    const std::unique_lock<std::shared_mutex> lock(mutex_);
+    auto& slot = images_[file];
+    if (slot && slot->bytes() == bytes) return slot;
+    if (images_.size() > kMaxFiles) {
+      images_.clear();
+      return images_[file] = std::make_shared<const PlaceImage>(std::move(bytes));
+    }
+    slot = std::make_shared<const PlaceImage>(std::move(bytes));
+    return slot;
+  }
+
+ private:
+  static constexpr std::size_t kMaxFiles = 512;
+  std::shared_mutex mutex_;
+  std::map<std::string, std::shared_ptr<const PlaceImage>> images_;
+};
+
+PlaceImages& Images() {
+  return CurrentAtlas().Derived<PlaceImages>();
+}
+
+}  // namespace
+
+RunIndex::RunIndex(std::string_view bytes, std::int32_t first, std::int32_t last) : first_(first) {
+  const auto count = static_cast<std::size_t>(last - first + 1);
+  ends_.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto record = static_cast<std::size_t>(first) + i;
+    AppendCleanString(bytes.substr((record - 1) * kPlaceRecordSize, kPlaceNameWidth), letters_);
+    for (std::size_t k = capitals_.size(); k < letters_.size(); ++k) {
+      capitals_ += AnsiUpper(letters_[k]);
+      classes_ += FoldAccentClass(letters_[k]);
+    }
+    ends_.push_back(static_cast<std::uint32_t>(letters_.size()));
+  }
+  by_capitals_.Build(capitals_, ends_);
+  by_classes_.Build(classes_, ends_);
+}
+
+std::shared_ptr<const RunIndex> PlaceImage::Run(std::int32_t first, std::int32_t last) const {
+  {
+    const std::shared_lock<std::shared_mutex> lock(mutex_);
+    if (const auto it = runs_.find({first, last}); it != runs_.end()) return it->second;
+  }
+  const std::unique_lock<std::shared_mutex> lock(mutex_);
+  if (runs_.size() >= kMaxRuns) runs_.clear();  // only an index rewritten often gets here
+  auto& run = runs_[{first, last}];
+  if (!run) run = std::make_shared<const RunIndex>(*bytes_, first, last);
+  return run;
+}
+
+std::shared_ptr<const PlaceImage> PlaceImageOf(const std::string& file, std::int32_t& error) {
+  return Images().Get(file, error);
+}
+
+}  // namespace tarv

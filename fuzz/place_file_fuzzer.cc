@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/place_list.h"
 #include "atlas/name_match.h"
 #include "atlas/place_file.h"
 #include "atlas/place_search.h"

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <map>
 
+#include "atlas/place_list.h"
 #include "atlas/atlas_builder.h"
 #include "atlas/geonames.h"
 #include "atlas/name_check.h"

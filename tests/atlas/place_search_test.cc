@@ -1,3 +1,4 @@
+#include "atlas/place_list.h"
 #include "atlas/name_match.h"
 #include "atlas/place_search.h"
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "atlas/place_zone.h"
 #include "atlas/place_list.h"
 #include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"

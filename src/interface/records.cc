@@ -4,6 +4,7 @@
 #include <cmath>
 #include <system_error>
 
+#include "atlas/place_zone.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_names.h"
 #include "atlas/country_table.h"

@@ -1,3 +1,4 @@
+#include "atlas/place_zone.h"
 #include "atlas/place_search.h"
 #include "atlas/zone_history.h"
 

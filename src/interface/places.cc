@@ -291,18 +291,13 @@ std::vector<std::string> classPlaces::GetPlaceDataOfId(std::int32_t Id, double J
     if (rIsLmt != nullptr) *rIsLmt = lmt;
     if (ZoneTime != nullptr) *ZoneTime = zone_time;
   }
-  const std::string line = place.Place.TrimmedName() + '\t' + place.Country + '\t' +
-                           SingleToText(place.Longitude) + '\t' + SingleToText(place.Latitude) +
-                           '\t' + std::to_string(place.Place.Timetable) + '\t' +
-                           std::to_string(zone) + '\t' + std::to_string(place.RecordNo);
-  std::vector<std::string> fields;
-  std::size_t start = 0;
-  for (;;) {
-    const auto tab = line.find('\t', start);
-    fields.push_back(Host(line.substr(start, tab == std::string::npos ? tab : tab - start)));
-    if (tab == std::string::npos) return fields;
-    start = tab + 1;
-  }
+  return {Host(place.Place.TrimmedName()),
+          Host(place.Country),
+          SingleToText(place.Longitude),
+          SingleToText(place.Latitude),
+          std::to_string(place.Place.Timetable),
+          std::to_string(zone),
+          std::to_string(place.RecordNo)};
 }
 
 std::string classPlaces::GetTimezoneOfCity(const std::string& SearchPlace,

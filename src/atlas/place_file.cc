@@ -305,7 +305,7 @@ bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRe
   return PickCity(found, TextContains(place_file, "\\USER\\"), Trim(wanted), place);
 }
 
-bool Get_City_Data_UserFirst(const std::string& place_file, std::string_view name,
+bool FindPlaceUserFirst(const std::string& place_file, std::string_view name,
                              PlaceRecord& place, PlaceRef* ref) {
   // Both lookups search the same file pair; only the file they take the
   // place from differs.

@@ -54,7 +54,7 @@ bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRe
 // Get_City_Data on the user file of the database file `place_file`, and when
 // that finds nothing on the database file itself, with a single search.
 // `ref`, when given, receives where the place was read from.
-bool Get_City_Data_UserFirst(const std::string& place_file, std::string_view name,
+bool FindPlaceUserFirst(const std::string& place_file, std::string_view name,
                              PlaceRecord& place, PlaceRef* ref = nullptr);
 
 }  // namespace tarv

@@ -223,7 +223,7 @@ FoundPlace PlaceOfName(const std::string& code, const SearchText& name) {
   PlaceRef ref;
   PlaceList other_names;
   const std::optional<NameQuery> query = name.query ? name.query : NameQueryOf(name.ansi);
-  if (Get_City_Data_UserFirst(GetCompressedPlaceFile(code), name.ansi, found.Place, &ref)) {
+  if (FindPlaceUserFirst(GetCompressedPlaceFile(code), name.ansi, found.Place, &ref)) {
     found.RecordNo = ref.RecordNo;
   } else if (query && !query->prefix && SearchNameIndex(code, *query, other_names) > 0) {
     // A place known by another name ("Jekaterinburg") keeps its own

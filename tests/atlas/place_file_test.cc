@@ -228,13 +228,13 @@ TEST_F(PlaceFileTest, CityDataFindsOnePlaceInTheRightFile) {
 TEST_F(PlaceFileTest, CityDataUserFirstTakesTheUserPlaceElseTheDatabasePlace) {
   WriteUserFile("D", {Place("Berlin", 1.0F, 2.0F, 7)});
   PlaceRecord place;
-  ASSERT_TRUE(Get_City_Data_UserFirst(PlaceFile("D"), "BERLIN.", place));
+  ASSERT_TRUE(FindPlaceUserFirst(PlaceFile("D"), "BERLIN.", place));
   EXPECT_EQ(place.Timetable, 7);
-  ASSERT_TRUE(Get_City_Data_UserFirst(PlaceFile("D"), "Zwickau", place));
+  ASSERT_TRUE(FindPlaceUserFirst(PlaceFile("D"), "Zwickau", place));
   EXPECT_EQ(place.Timetable, 1);
   EXPECT_EQ(place.TrimmedName(), "Zwickau");
-  EXPECT_FALSE(Get_City_Data_UserFirst(PlaceFile("D"), "Berl*", place));
-  EXPECT_FALSE(Get_City_Data_UserFirst(PlaceFile("D"), "Bad-Aibling", place));  // letters only
+  EXPECT_FALSE(FindPlaceUserFirst(PlaceFile("D"), "Berl*", place));
+  EXPECT_FALSE(FindPlaceUserFirst(PlaceFile("D"), "Bad-Aibling", place));  // letters only
 }
 
 TEST(LzErrorMessages, TableTextsAndTheFallback) {

@@ -221,6 +221,25 @@ TEST_F(PlacemanagerModel, ReturnOnAWholeNameLoadsThatPlace) {
   EXPECT_EQ(Text("tb_Eingabe_3"), "Münchenbernsdorf");
 }
 
+// A pattern that gives a whole name in its letters ("St*Gallen*" for "St.
+// Gallen") loads that place, not the longer name listed first; one that
+// gives no whole name loads the first.
+TEST_F(PlacemanagerModel, ReturnOnAWholeNameInItsLettersLoadsThatPlace) {
+  const std::vector<PlaceRecord> records = {testing::Place("St. Gallenkirch", 9.98F, 47.02F, 2),
+                                            testing::Place("St. Gallen", 9.37F, 47.42F, 1),
+                                            testing::Place("Berlin", 13.405F, 52.52F)};
+  std::ofstream(folder_.path() / "D.dao", std::ios::binary) << EncodePlaceFile(records);
+  std::ofstream(folder_.path() / "D.IDX", std::ios::binary) << EncodePlaceIndex(records);
+  auto& d = Open("Berlin", "D");
+  d.cb_Eingabe_KeyReturn(3, "St*Gallen*");
+  EXPECT_THAT(ListedNames(), ElementsAre("St. Gallenkirch", "St. Gallen"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "St. Gallen");
+  EXPECT_EQ(d.Timetable(), 1);
+  d.cb_Eingabe_KeyReturn(3, "St*Gall*");
+  EXPECT_THAT(ListedNames(), ElementsAre("St. Gallenkirch", "St. Gallen"));
+  EXPECT_EQ(Text("tb_Eingabe_3"), "St. Gallenkirch");
+}
+
 TEST_F(PlacemanagerModel, ClickInTheListLoadsThePlaceAndItsTimetable) {
   auto& d = Open("Bonn", "D");
   d.cb_ABC_Click(0);
@@ -288,6 +307,26 @@ TEST_F(PlacemanagerModel, TimetableListShowsDatesWithOrWithoutZones) {
   d.ch_DatumZonen_Click(false);
   EXPECT_EQ(Ctl("li_Zeittabelle").items[2], "31.03.1996 02.00");
   EXPECT_EQ(Ctl("li_Zeittabelle").list_index, 2);
+}
+
+// Beside the timetable's number, the standard zone it ends on before 2000;
+// the country's base zone for a timetable without entries; nothing where
+// the country has no timetables.
+TEST_F(PlacemanagerModel, TimetableFieldsShowNumberAndStandardZone) {
+  WriteGermanTimetables();  // 1 Central European, 2 empty, 3 Eastern European
+  auto& d = Open("Zwickau", "D");
+  EXPECT_EQ(Text("tb_Eingabe_7"), "3");
+  EXPECT_EQ(Text("tb_Eingabe_4"), "EET");
+  d.cb_Eingabe_KeyReturn(3, "München");
+  EXPECT_EQ(Text("tb_Eingabe_7"), "1");
+  EXPECT_EQ(Text("tb_Eingabe_4"), "MET");
+  d.cb_Eingabe_KeyReturn(3, "Augsburg");
+  EXPECT_EQ(Text("tb_Eingabe_7"), "2");
+  EXPECT_EQ(Text("tb_Eingabe_4"), "MEZ");
+  d.cb_Eingabe_KeyReturn(13, "Österreich");
+  EXPECT_EQ(Text("tb_Eingabe_3"), "Graz");
+  EXPECT_EQ(Text("tb_Eingabe_7"), "");
+  EXPECT_EQ(Text("tb_Eingabe_4"), "");
 }
 
 TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturn) {

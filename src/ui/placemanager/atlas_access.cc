@@ -1,18 +1,23 @@
 #include "ui/placemanager/atlas_access.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
+#include "atlas/name_match.h"
 #include "atlas/place_file.h"
+#include "atlas/place_list.h"
 #include "atlas/place_search.h"
+#include "atlas/place_zone.h"
+#include "atlas/timetable.h"
 #include "atlas/zone_table.h"
 #include "interface/read_call.h"
-#include "text/codepage.h"
 #include "tarvplaces/list_control.h"
+#include "text/codepage.h"
 #include "util/degrees.h"
 #include "util/text.h"
 
@@ -70,11 +75,54 @@ std::optional<double> ParseCoordinate(const std::string& text, double limit) {
   return value;
 }
 
+std::string TrimRight(std::string s) {
+  s.erase(s.find_last_not_of(' ') + 1);
+  return s;
+}
+
+// A US timetable's generic zone, composed from the state's base zone.
+bool ComposeUsGeneric(const std::string& code, const std::string& generic, TimetableZone& zone) {
+  static constexpr std::array<std::pair<const char*, const char*>, 3> kGenerics = {
+      {{"ST", "Standard"}, {"DT", "Daylight"}, {"WT", "War"}}};
+  const char* word = nullptr;
+  for (const auto& [name, meaning] : kGenerics) {
+    if (generic == name) word = meaning;
+  }
+  if (word == nullptr) return false;
+  const std::string base = Get_BaseTimeZone(code);
+  const bool standard_letters = base.size() > 2 && base.compare(base.size() - 2, 2, "ST") == 0;
+  zone.abbreviation = (standard_letters ? base.substr(0, base.size() - 2) : base) + generic;
+  const auto& zones = CurrentAtlas().zones;
+  const std::int16_t base_id = GetTimezoneId(base);
+  std::string name =
+      base_id > 0 ? Trim(zones[static_cast<std::size_t>(base_id)].TZName) : std::string();
+  if (const auto at = name.find("Standard"); at != std::string::npos) {
+    name.replace(at, 8, word);
+  } else if (!name.empty() && generic != "ST") {
+    name += std::string(", ") + (generic == "DT" ? "daylight time" : "war time");
+  }
+  zone.name = Utf8FromAnsi(name);
+  zone.summer_time = generic != "ST";
+  return true;
+}
+
 }  // namespace
 
 void EnsureTablesLoaded() {
   InitializeCountries("", "Country.dat", false, false);
   InitializeTimeZones("", "Zones13.bin");
+}
+
+const TarvLanguage& AtlasLanguage() {
+  return CurrentAtlas().Language();
+}
+
+std::string InternalCountryCode(const std::string& code) {
+  return Utf8FromAnsi(InternalCode(code));
+}
+
+bool IsUsState(const std::string& code) {
+  return IsUSA(AnsiFromUtf8(code));
 }
 
 std::vector<CountryChoice> CountryChoices(bool usa) {
@@ -150,6 +198,14 @@ bool HasUserPlace(const std::string& code, const std::string& name) {
   return place && place->IsUserPlace();
 }
 
+std::string NameIndexLetter(const std::string& name) {
+  return Utf8FromAnsi(GetLetter(AnsiFromUtf8(name)));
+}
+
+bool SamePlaceName(const std::string& a, const std::string& b) {
+  return CitiesAreMatching(AnsiFromUtf8(a), AnsiFromUtf8(b));
+}
+
 std::string LongitudeText(double longitude) {
   return Utf8FromAnsi(DegreeStringOfDec(longitude, kLongitudeFlags));
 }
@@ -169,6 +225,47 @@ std::optional<double> ParseLatitude(const std::string& text) {
 std::int32_t TimetableCount(const std::string& code) {
   EnsureTablesLoaded();
   return HaveTimetables(InternalCode(code));
+}
+
+std::string StandardZone(const std::string& code, std::int16_t timetable) {
+  const FaultBox fault;  // the dialog tells what it could not read as the members do
+  return Utf8FromAnsi(GetRightTimeZone(AnsiFromUtf8(code), timetable));
+}
+
+std::vector<TimetableRow> ZoneChanges(const std::string& country, std::int16_t timetable) {
+  const FaultBox fault;  // the dialog tells what it could not read as the members do
+  classPlaces places;
+  std::vector<TimetableRow> rows = places.GetTimeTableArray(country, timetable);
+  if (!rows.empty() && rows.front().ZoneId == 0 && rows.front().Date == kSerial1700) {
+    rows.erase(rows.begin());
+  }
+  return rows;
+}
+
+TimetableZone ZoneOfEntry(const std::string& country, std::int16_t zone_id) {
+  TimetableZone zone;
+  const auto& zones = CurrentAtlas().zones;
+  if (zone_id < 0 || static_cast<std::size_t>(zone_id) >= zones.size()) return zone;
+  const ZoneRecord& record = zones[static_cast<std::size_t>(zone_id)];
+  const std::string short_name = TrimRight(record.TZShort);
+  const std::string code = InternalCode(country);
+  if (IsUSA(code) && ComposeUsGeneric(code, short_name, zone)) return zone;
+  zone.abbreviation = Utf8FromAnsi(short_name);
+  zone.name = Utf8FromAnsi(Trim(record.TZName));
+  zone.summer_time = record.TZType == 'S' || record.TZType == 'D';
+  return zone;
+}
+
+std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country, std::int16_t record,
+                                                  std::int16_t timetable) {
+  if (record <= 0) return std::nullopt;
+  const FaultBox fault;  // the dialog tells what it could not read as the members do
+  FoundPlace place;
+  place.Country = InternalCode(country);
+  place.RecordNo = record;
+  const auto difference = CompareWithTimetable(place, timetable);
+  if (!difference || difference->years.empty()) return std::nullopt;
+  return OwnZoneHistory{difference->iana, YearRangesText(difference->years)};
 }
 
 }  // namespace tarv::ui

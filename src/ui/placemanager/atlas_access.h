@@ -1,5 +1,7 @@
-// What the place manager reads of the atlas, in UTF-8: the countries to
-// choose from, the place list, and one place by name and record number.
+// What the place manager and the timetable lists read of the atlas, in
+// UTF-8: the countries to choose from, the place list, one place by name and
+// record number, the entries of a timetable with their zones, and the
+// language the dialogs speak. The dialogs reach the atlas through here only.
 //
 // It reads the process's tables without reloading or resorting them and
 // never touches the found-place list that hosts read with GetPlaceDataOfId.
@@ -11,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "tarvplaces/language.h"
+#include "tarvplaces/places.h"
 #include "ui/form_model.h"
 
 namespace tarv::ui {
@@ -26,6 +30,16 @@ struct CountryChoice {
 
 // Loads the country and zone tables when they are not loaded yet.
 void EnsureTablesLoaded();
+
+// The language component of the thread's atlas; the dialogs' texts follow it.
+const TarvLanguage& AtlasLanguage();
+
+// The code the atlas files a country under: successor codes give the
+// historical one ("RUS" gives "SSR"), blanks trimmed; others as written.
+std::string InternalCountryCode(const std::string& code);
+
+// True for the code of a US state ("USCA", any case), taken as written.
+bool IsUsState(const std::string& code);
 
 // The countries of the table (groups and continents left out) in table
 // order: the US states with `usa`, all others without.
@@ -68,6 +82,14 @@ bool KnownAs(const std::string& code, std::int16_t record, const std::string& na
 // True when `code` holds a user place named `name`.
 bool HasUserPlace(const std::string& code, const std::string& name);
 
+// The letter under which the place files index `name`: "A" to "Z" with
+// accents folded ("Ö" gives "O"), "Z" for digits and signs, "z" for "".
+std::string NameIndexLetter(const std::string& name);
+
+// True when two texts name the same place: equal in any case, or equal in
+// their letters only ("St. Gallen" and "St Gallen").
+bool SamePlaceName(const std::string& a, const std::string& b);
+
 // Degree texts of the atlas: "011E34' 33\"" and "48N08' 15\"".
 std::string LongitudeText(double longitude);
 std::string LatitudeText(double latitude);
@@ -80,6 +102,41 @@ std::optional<double> ParseLatitude(const std::string& text);
 
 // The number of timetables of a country (0 when it has none).
 std::int32_t TimetableCount(const std::string& code);
+
+// The standard zone a country's timetable ends on before 2000 ("MET"), the
+// base zone when the country has no history; "" for an unknown country and
+// a timetable that cannot be read.
+std::string StandardZone(const std::string& code, std::int16_t timetable);
+
+// The zone changes of timetable `timetable` of `country` in file order,
+// without the implicit first one (local mean time from 1 January 1700) that
+// every history opens with. Empty for an unknown country or timetable.
+std::vector<TimetableRow> ZoneChanges(const std::string& country, std::int16_t timetable);
+
+// A zone as the timetable lists name it.
+struct TimetableZone {
+  std::string abbreviation;  // "MET/S"
+  std::string name;          // "Middle European Time, summer time"
+  bool summer_time = false;  // a summer or double summer zone
+};
+
+// Zone `zone_id` of the zone table as an entry of a timetable of `country`
+// names it (zone 0 is local mean time). The US states' timetables name
+// generic zones, "ST", "DT" and "WT", that take the state's base zone: on
+// "EST" they read "EST", "EDT", "EWT", named by the base zone's name with
+// "Standard" replaced. Empty for an id outside the table.
+TimetableZone ZoneOfEntry(const std::string& country, std::int16_t zone_id);
+
+// Where the database place `record` of `country` follows a zone history of
+// its own that gives other offsets than timetable `timetable`: its IANA
+// zone and the years ("1928-1980, 1986"). nullopt when they agree, for user
+// places and where the atlas keeps no own histories.
+struct OwnZoneHistory {
+  std::string iana;
+  std::string years;
+};
+std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country, std::int16_t record,
+                                                  std::int16_t timetable);
 
 }  // namespace tarv::ui
 

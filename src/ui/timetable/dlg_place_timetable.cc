@@ -1,8 +1,7 @@
 #include "ui/timetable/dlg_place_timetable.h"
 
-#include "atlas/country_table.h"
-#include "text/codepage.h"
 #include "tarvplaces/places.h"
+#include "ui/placemanager/atlas_access.h"
 
 namespace tarv::ui {
 
@@ -23,7 +22,7 @@ DlgPlaceTimetable::DlgPlaceTimetable(const TarvLanguage& language) : language_(l
 }
 
 bool DlgPlaceTimetable::IsUSA() const {
-  return tarv::IsUSA(AnsiFromUtf8(country_));
+  return IsUsState(country_);
 }
 
 void DlgPlaceTimetable::Form_Load() {

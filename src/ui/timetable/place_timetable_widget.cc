@@ -8,8 +8,8 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
-#include "atlas/atlas_state.h"
 #include "platform/message_box.h"
+#include "ui/placemanager/atlas_access.h"
 
 namespace tarv::ui {
 namespace {
@@ -45,7 +45,7 @@ void Guarded(Handler handler) {
 
 PlaceTimetableWidget::PlaceTimetableWidget(const std::string& country, std::int16_t timetable,
                                            QWidget* parent, std::int16_t record)
-    : QDialog(parent), model_(CurrentAtlas().Language()) {
+    : QDialog(parent), model_(AtlasLanguage()) {
   setObjectName("DlgPlaceTimetable");
   Build();
   model_.Country(country);

@@ -231,3 +231,22 @@ class TestThreads:
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
             munich, berlin = pool.map(look_up, ["München", "Berlin"])
         assert munich == {("München", 11.57549)} and berlin == {("Berlin", 13.41053)}
+
+    def test_two_atlases_from_four_threads_while_one_changes(self, atlas, atlas_copy):
+        with tarvplaces.Atlas(atlas_copy) as other:
+            def look_up(which, name):
+                return {(p.name, p.user_place) for p in (which.place(name, "D") for _ in range(100))}
+
+            def add_and_delete():
+                for i in range(10):
+                    other.add_place("D", f"Py Faden {i}", 10.5, 50.25, timetable=1)
+                    assert other.place(f"Py Faden {i}", "D").user_place
+                    other.delete_place("D", f"Py Faden {i}")
+                return True
+
+            with concurrent.futures.ThreadPoolExecutor(4) as pool:
+                runs = [pool.submit(look_up, atlas, "München"), pool.submit(look_up, other, "Berlin"),
+                        pool.submit(look_up, atlas, "Berlin"), pool.submit(add_and_delete)]
+                results = [run.result() for run in runs]
+            assert results[:3] == [{("München", False)}, {("Berlin", False)}, {("Berlin", False)}]
+            assert results[3] and other.place("Py Faden 9", "D") is None

@@ -78,3 +78,29 @@ execute_process(COMMAND ${WORK_DIR}/readme_cpp/build/my_host ${ATLAS}
 if(status OR NOT out STREQUAL "11.5755 48.1374 MET/S\n")
   message(FATAL_ERROR "the README's C++ example printed \"${out}\" (status ${status})")
 endif()
+
+# The tarv::Atlas example, built the same way.
+readme_example(cpp-atlas ${WORK_DIR}/readme_cpp_atlas/main.cc)
+file(WRITE ${WORK_DIR}/readme_cpp_atlas/CMakeLists.txt [=[
+cmake_minimum_required(VERSION 3.25)
+project(ReadmeAtlasHost LANGUAGES CXX)
+find_package(TarvPlaces REQUIRED)
+add_executable(my_host main.cc)
+target_link_libraries(my_host PRIVATE TarvPlaces::tarvplaces)
+]=])
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${WORK_DIR}/readme_cpp_atlas
+                        -B ${WORK_DIR}/readme_cpp_atlas/build -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
+                RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+if(NOT status)
+  execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/readme_cpp_atlas/build
+                  RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+endif()
+if(status)
+  message(FATAL_ERROR "building the README's tarv::Atlas example failed:\n${out}\n${err}")
+endif()
+execute_process(COMMAND ${WORK_DIR}/readme_cpp_atlas/build/my_host ${ATLAS}
+                RESULT_VARIABLE status OUTPUT_VARIABLE out)
+if(status OR NOT out STREQUAL "München MET/S 2\n")
+  message(FATAL_ERROR "the README's tarv::Atlas example printed \"${out}\" (status ${status})")
+endif()
+message(STATUS "README tarv::Atlas example: ${out}")

@@ -66,7 +66,7 @@ AtlasState& DefaultAtlas() {
   return *DefaultSlot();
 }
 
-AtlasScope::AtlasScope(AtlasState& atlas) : outer_(t_current) {
+AtlasScope::AtlasScope(AtlasState& atlas) : outer_(t_current), images_(atlas.images.get()) {
   t_current = &atlas;
 }
 

@@ -32,6 +32,7 @@
 #include "platform/file_status.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/language.h"
+#include "text/lz.h"
 
 namespace tarv {
 
@@ -61,6 +62,10 @@ class AtlasState {
 
   // Called by the loaders whenever they replace a table.
   void TablesChanged();
+
+  // The expanded images of its files; none for the default atlas, whose
+  // reads share the process's cache with code that reads outside any atlas.
+  std::shared_ptr<ImageCache> images;
 
   // The places the last classPlaces search found, numbered from 0.
   std::vector<FoundPlace> found_places;
@@ -126,6 +131,7 @@ class AtlasScope {
 
  private:
   AtlasState* outer_;
+  ImageCacheScope images_;
 };
 
 // Answers derived from the current atlas's tables that this thread

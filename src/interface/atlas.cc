@@ -20,9 +20,10 @@
 #include "interface/read_call.h"
 #include "interface/records.h"
 #include "interface/search_text.h"
-#include "text/codepage.h"
 #include "platform/file_status.h"
 #include "platform/paths.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "util/degrees.h"
 #include "util/local_date.h"
 #include "util/text.h"
@@ -105,6 +106,7 @@ bool HasUserPlace(const std::string& code, const std::string& name) {
 
 Atlas::Atlas(const std::string& folder, std::int32_t language)
     : state_(std::make_shared<AtlasState>(folder)) {
+  state_->images = MakeImageCache();
   state_->Language().SetLanguage(language);
   for (const char* file : {"Country.dat", "Zones13.bin"}) {
     const std::filesystem::path path = NativePath(AtlasFolder(folder) + file);

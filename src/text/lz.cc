@@ -192,6 +192,8 @@ std::optional<FileStamp> Stamp(const std::string& file) {
   return FileStamp{status.size, status.mtime_ns, status.device, status.inode};
 }
 
+}  // namespace
+
 class ImageCache {
  public:
   // Readers share the lock: lookups on many threads find their images at
@@ -261,9 +263,15 @@ class ImageCache {
   std::atomic<std::uint64_t> clock_ = 0;
 };
 
+namespace {
+
+thread_local ImageCache* t_cache = nullptr;
+
+// The images of the thread's atlas, else the process's own.
 ImageCache& Cache() {
-  static ImageCache cache;
-  return cache;
+  if (t_cache != nullptr) return *t_cache;
+  static auto* const cache = new ImageCache;  // readers may run in static destructors
+  return *cache;
 }
 
 }  // namespace
@@ -443,6 +451,18 @@ std::string LZERROR_Msg(std::int32_t code, const std::string& file_name) {
     default:
       return "Unbekannter Fehler beim Lesen der Datei " + file_name;
   }
+}
+
+std::shared_ptr<ImageCache> MakeImageCache() {
+  return std::make_shared<ImageCache>();
+}
+
+ImageCacheScope::ImageCacheScope(ImageCache* cache) : outer_(t_cache) {
+  t_cache = cache;
+}
+
+ImageCacheScope::~ImageCacheScope() {
+  t_cache = outer_;
 }
 
 }  // namespace tarv

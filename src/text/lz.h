@@ -107,8 +107,27 @@ std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::i
 // Drops the cached image of `path` (after the component rewrote the file).
 void ForgetExpandedImage(const std::string& path);
 
-// Drops every cached image.
+// Drops every cached image of the thread's cache.
 void ClearExpandedImages();
+
+// The expanded images of one atlas's files. Each atlas object owns one, so
+// that what one atlas read is its own; reads outside any atlas object (the
+// process's default atlas) share the process's cache.
+class ImageCache;
+std::shared_ptr<ImageCache> MakeImageCache();
+
+// Makes `cache` the one this thread's reads use while it lives (null: the
+// process's own). Scopes nest.
+class ImageCacheScope {
+ public:
+  explicit ImageCacheScope(ImageCache* cache);
+  ~ImageCacheScope();
+  ImageCacheScope(const ImageCacheScope&) = delete;
+  ImageCacheScope& operator=(const ImageCacheScope&) = delete;
+
+ private:
+  ImageCache* outer_;
+};
 
 // How many expanded images the cache keeps at most (least recently used go
 // first; 64 MiB of them at most): every file of the default atlas fits, so a

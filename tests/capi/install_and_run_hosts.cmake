@@ -54,53 +54,33 @@ endfunction()
 readme_example(c ${WORK_DIR}/readme_example.c)
 build_and_run(${WORK_DIR}/readme_example.c "^München MET/S 7200\n$" ${ATLAS})
 
-# The C++ example, built with find_package as the README says.
-readme_example(cpp ${WORK_DIR}/readme_cpp/main.cc)
-file(WRITE ${WORK_DIR}/readme_cpp/CMakeLists.txt [=[
+# The C++ examples, built with find_package as the README says, and run.
+function(readme_cpp_example tag expected)
+  set(dir ${WORK_DIR}/readme_${tag})
+  readme_example(${tag} ${dir}/main.cc)
+  file(WRITE ${dir}/CMakeLists.txt [=[
 cmake_minimum_required(VERSION 3.25)
 project(ReadmeHost LANGUAGES CXX)
 find_package(TarvPlaces REQUIRED)
 add_executable(my_host main.cc)
 target_link_libraries(my_host PRIVATE TarvPlaces::tarvplaces)
 ]=])
-execute_process(COMMAND ${CMAKE_COMMAND} -S ${WORK_DIR}/readme_cpp -B ${WORK_DIR}/readme_cpp/build
-                        -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
-                RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-if(NOT status)
-  execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/readme_cpp/build
+  execute_process(COMMAND ${CMAKE_COMMAND} -S ${dir} -B ${dir}/build
+                          -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
                   RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-endif()
-if(status)
-  message(FATAL_ERROR "building the README's C++ example failed:\n${out}\n${err}")
-endif()
-execute_process(COMMAND ${WORK_DIR}/readme_cpp/build/my_host ${ATLAS}
-                RESULT_VARIABLE status OUTPUT_VARIABLE out)
-if(status OR NOT out STREQUAL "11.5755 48.1374 MET/S\n")
-  message(FATAL_ERROR "the README's C++ example printed \"${out}\" (status ${status})")
-endif()
+  if(NOT status)
+    execute_process(COMMAND ${CMAKE_COMMAND} --build ${dir}/build
+                    RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  endif()
+  if(status)
+    message(FATAL_ERROR "building the README's ${tag} example failed:\n${out}\n${err}")
+  endif()
+  execute_process(COMMAND ${dir}/build/my_host ${ATLAS} RESULT_VARIABLE status OUTPUT_VARIABLE out)
+  if(status OR NOT out STREQUAL "${expected}")
+    message(FATAL_ERROR "the README's ${tag} example printed \"${out}\" (status ${status})")
+  endif()
+  message(STATUS "README ${tag} example: ${out}")
+endfunction()
 
-# The tarv::Atlas example, built the same way.
-readme_example(cpp-atlas ${WORK_DIR}/readme_cpp_atlas/main.cc)
-file(WRITE ${WORK_DIR}/readme_cpp_atlas/CMakeLists.txt [=[
-cmake_minimum_required(VERSION 3.25)
-project(ReadmeAtlasHost LANGUAGES CXX)
-find_package(TarvPlaces REQUIRED)
-add_executable(my_host main.cc)
-target_link_libraries(my_host PRIVATE TarvPlaces::tarvplaces)
-]=])
-execute_process(COMMAND ${CMAKE_COMMAND} -S ${WORK_DIR}/readme_cpp_atlas
-                        -B ${WORK_DIR}/readme_cpp_atlas/build -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
-                RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-if(NOT status)
-  execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/readme_cpp_atlas/build
-                  RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-endif()
-if(status)
-  message(FATAL_ERROR "building the README's tarv::Atlas example failed:\n${out}\n${err}")
-endif()
-execute_process(COMMAND ${WORK_DIR}/readme_cpp_atlas/build/my_host ${ATLAS}
-                RESULT_VARIABLE status OUTPUT_VARIABLE out)
-if(status OR NOT out STREQUAL "München MET/S 2\n")
-  message(FATAL_ERROR "the README's tarv::Atlas example printed \"${out}\" (status ${status})")
-endif()
-message(STATUS "README tarv::Atlas example: ${out}")
+readme_cpp_example(cpp "11.5755 48.1374 MET/S\n")
+readme_cpp_example(cpp-atlas "München MET/S 2\n")

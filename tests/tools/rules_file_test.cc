@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "tools/expanded_file.h"
 #include "support/temp_folder.h"
 #include "text/lz.h"
 
@@ -62,14 +63,7 @@ TEST_F(BuilderRulesFile, AnotherOffsetIsNoRuleButIsReported) {
   EXPECT_FALSE(odd);
 }
 
-std::string ExpandedFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  std::int32_t error = 0;
-  std::string expanded = ExpandSzdd(bytes, error);
-  EXPECT_EQ(error, 0) << path;
-  return expanded;
-}
+using testing::ExpandedFile;
 
 TEST_F(BuilderRulesFile, TimetablesOfOneZoneShareTheirChanges) {
   std::vector<GeoPlace> places(2);

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "tools/expanded_file.h"
 #include "support/temp_folder.h"
 #include "text/lz.h"
 #include "util/serial_date.h"
@@ -47,14 +48,7 @@ TEST(BuilderTimetableFiles, DaysApartCountsTheDaysOffsetsDiffer) {
   EXPECT_DOUBLE_EQ(DaysApart(cet, from_mid_2037, table), 184.0);
 }
 
-std::string ExpandedFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  std::int32_t error = 0;
-  std::string expanded = ExpandSzdd(bytes, error);
-  EXPECT_EQ(error, 0) << path;
-  return expanded;
-}
+using testing::ExpandedFile;
 
 TEST(BuilderTimetableFiles, TheLastThreeZonesAreWrittenAsTheirCodesAndStatesApart) {
   constexpr std::size_t kTableSize = 287;

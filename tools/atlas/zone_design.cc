@@ -12,6 +12,7 @@
 
 #include "atlas/posix_tz.h"
 #include "atlas/zone_periods.h"
+#include "atlas/zone_record.h"
 #include "interface/zone_names.h"
 #include "text/codepage.h"
 #include "util/text.h"
@@ -24,8 +25,6 @@ constexpr std::int64_t kTo2101 = 4133980800;     // 2101-01-01T00:00:00Z
 constexpr double kSecondsPerYear = 31556952.0;
 constexpr std::int64_t kDay = 86400;
 constexpr std::int32_t kHour = 3600;
-constexpr std::size_t kNameWidth = 45;
-constexpr std::size_t kShortWidth = 12;
 // The timetable codes 138-140 stand for the last three entries, so the
 // entries numbered 138-140 can never be written into a timetable.
 constexpr std::size_t kCodeEntries = 3;
@@ -273,7 +272,7 @@ class Designer {
         used_.insert({s.offset, s.kind});
         const bool daylight = s.kind != ZoneKind::kStandard;
         const std::string name = PeriodName(zone, use.tzif, s.probe, s.offset, daylight);
-        if (name.empty() || name.size() > kNameWidth || !IsAnsiRepresentable(name)) continue;
+        if (name.empty() || name.size() > kZoneNameWidth || !IsAnsiRepresentable(name)) continue;
         const GroupKey key{s.offset, s.kind, name};
         Group& g = groups_[key];
         g.offset = s.offset;
@@ -368,7 +367,7 @@ class Designer {
   // historical offset that shares a modern name ("KST" at +8:30) gets
   // another one.
   bool Fits(std::size_t i, const std::string& name) const {
-    if (name.empty() || name.size() > kShortWidth) return false;
+    if (name.empty() || name.size() > kZoneShortWidth) return false;
     const std::string upper = UCase(name);
     const std::string alias = ResolveZoneAlias(upper);
     const std::string target = alias.empty() ? upper : alias;

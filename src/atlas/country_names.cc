@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -41,20 +42,26 @@ struct CountryNames {
 // when there is none.
 std::shared_ptr<const CountryNames> LoadedNames() {
   struct Decoded {
-    std::mutex mutex;
+    std::shared_mutex mutex;
     std::map<std::string,
              std::pair<std::shared_ptr<const std::string>, std::shared_ptr<const CountryNames>>>
         files;
   };
   Decoded& decoded = CurrentAtlas().Derived<Decoded>();
-  std::mutex& mutex = decoded.mutex;
+  std::shared_mutex& mutex = decoded.mutex;
   auto& known = decoded.files;
   const std::string file = AtlasFolder("") + std::string(kCountryNamesFile);
   std::int32_t error = 0;
   const auto image = ExistingImage(file, error);
   if (error != 0) throw AtlasError(file, LZERROR_Msg(error, file));
   if (!image) return nullptr;
-  const std::lock_guard<std::mutex> lock(mutex);
+  {
+    const std::shared_lock<std::shared_mutex> lock(mutex);
+    if (const auto it = known.find(file); it != known.end() && it->second.first == image) {
+      return it->second.second;
+    }
+  }
+  const std::unique_lock<std::shared_mutex> lock(mutex);
   auto& slot = known[file];
   if (slot.first == image) return slot.second;
   auto names = std::make_shared<CountryNames>();

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <optional>
 #include <stdexcept>
 
@@ -45,7 +46,12 @@ class NameIndexes {
   using Images = std::pair<std::shared_ptr<const std::string>, std::shared_ptr<const std::string>>;
 
   std::shared_ptr<const NameIndex> Get(const std::string& file, const Images& images) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    {
+      const std::shared_lock<std::shared_mutex> lock(mutex_);
+      const auto known = indexes_.find(file);
+      if (known != indexes_.end() && known->second.first == images) return known->second.second;
+    }
+    const std::unique_lock<std::shared_mutex> lock(mutex_);
     const auto known = indexes_.find(file);
     if (known != indexes_.end() && known->second.first == images) return known->second.second;
     if (indexes_.size() > kMaxFiles) indexes_.clear();
@@ -65,7 +71,7 @@ class NameIndexes {
 
  private:
   static constexpr std::size_t kMaxFiles = 512;
-  std::mutex mutex_;
+  std::shared_mutex mutex_;
   std::map<std::string, std::pair<Images, std::shared_ptr<const NameIndex>>> indexes_;
 };
 

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <vector>
 
 #include "atlas/atlas_state.h"
@@ -233,7 +234,7 @@ class PlaceGrid {
 
 // The grids of the atlas's place files, each for the file's current image.
 struct PlaceGrids {
-  std::mutex mutex;
+  std::shared_mutex mutex;
   std::map<std::string, std::shared_ptr<const PlaceGrid>> grids;
 };
 
@@ -241,12 +242,12 @@ std::shared_ptr<const PlaceGrid> GridOf(const std::string& file,
                                         std::shared_ptr<const std::string> image) {
   PlaceGrids& known = CurrentAtlas().Derived<PlaceGrids>();
   {
-    const std::lock_guard<std::mutex> lock(known.mutex);
+    const std::shared_lock<std::shared_mutex> lock(known.mutex);
     const auto it = known.grids.find(file);
     if (it != known.grids.end() && it->second->image() == image) return it->second;
   }
   auto grid = std::make_shared<const PlaceGrid>(std::move(image));
-  const std::lock_guard<std::mutex> lock(known.mutex);
+  const std::unique_lock<std::shared_mutex> lock(known.mutex);
   if (known.grids.size() >= 64) known.grids.clear();
   known.grids[file] = grid;
   return grid;

@@ -62,8 +62,9 @@ class Atlas {
   std::optional<CountryInfo> FindCountry(const std::string& text,
                                          CountryCodes codes = CountryCodes::kIso) const;
 
-  // Every country and US state of the table (the five group lines included),
-  // sorted by title as the classic country list is.
+  // Every country and US state of the table, and the five lines that gather
+  // islands and regions (Antarctica, the Atlantic, the Indian Ocean, the
+  // Caribbean, the Pacific), sorted by title as the classic country list is.
   std::vector<CountryInfo> Countries() const;
 
   // The zone table, every entry that has all its fields.

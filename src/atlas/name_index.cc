@@ -5,8 +5,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <shared_mutex>
 #include <optional>
+#include <shared_mutex>
 #include <stdexcept>
 
 #include "atlas/atlas_state.h"
@@ -311,7 +311,7 @@ std::shared_ptr<const NameIndex> NameIndexOf(const std::string& place_file) {
       if (k.call == call && k.place_file == place_file) return k.index;
     }
   }
-  auto index = LookUpNameIndex(place_file);
+  auto index = WithOwnCount(LookUpNameIndex(place_file));
   if (call != 0) {
     auto& oldest = *std::min_element(
         known.begin(), known.end(), [](const Known& a, const Known& b) { return a.call < b.call; });

@@ -123,6 +123,14 @@ struct SearchFile {
   bool user = false;
   std::shared_ptr<const PlaceImage> image;  // null for a file that does not exist
   std::vector<std::pair<char, std::vector<std::pair<std::int32_t, std::int32_t>>>> runs;
+  // The run indexes this thread asked the image for, kept beside it.
+  std::map<std::pair<std::int32_t, std::int32_t>, std::shared_ptr<const RunIndex>> run_indexes;
+
+  const RunIndex& RunIndexOf(std::int32_t first, std::int32_t last) {
+    auto& run = run_indexes[{first, last}];
+    if (!run) run = WithOwnCount(image->Run(first, last));
+    return *run;
+  }
 };
 
 struct SearchFiles {
@@ -176,7 +184,7 @@ std::int32_t FilesOf(const std::string& place_file, SearchFiles*& out) {
   for (std::size_t f = 0; f < paths.size(); ++f) {
     auto& file = files[f];
     std::int32_t error = 0;
-    file.image = PlaceImageOf(paths[f], error);
+    file.image = WithOwnCount(PlaceImageOf(paths[f], error));
     if (error != 0) {
       NoteAtlasFault(paths[f], error);
       return error;
@@ -263,14 +271,14 @@ std::int32_t Read_Cp_Indexed_City(const std::string& place_file, std::string sea
         }
       } else if (test.mode() == 0) {
         // A whole-name match is a match of the letters-only forms.
-        image.Run(start, end)->ForEachNamed(key, add);
+        file.RunIndexOf(start, end).ForEachNamed(key, add);
       } else if (const auto& folded = test.ClassFoldedKey()) {
         // Without wildcards a pattern matches exactly the names of its key.
-        image.Run(start, end)->ForEachClassFolded(*folded, add);
+        file.RunIndexOf(start, end).ForEachClassFolded(*folded, add);
       } else {
-        const auto run = image.Run(start, end);
+        const RunIndex& run = file.RunIndexOf(start, end);
         for (std::int32_t record = start; record <= end; ++record) {
-          if (test.MatchesLetters(run->Letters(record))) add(record);
+          if (test.MatchesLetters(run.Letters(record))) add(record);
         }
       }
     }
@@ -305,8 +313,8 @@ bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRe
   return PickCity(found, TextContains(place_file, "\\USER\\"), Trim(wanted), place);
 }
 
-bool FindPlaceUserFirst(const std::string& place_file, std::string_view name,
-                             PlaceRecord& place, PlaceRef* ref) {
+bool FindPlaceUserFirst(const std::string& place_file, std::string_view name, PlaceRecord& place,
+                        PlaceRef* ref) {
   // Both lookups search the same file pair; only the file they take the
   // place from differs.
   const std::string wanted = RemoveTrailingStops(std::string(name));

@@ -55,6 +55,17 @@ T& PerThread() {
 #endif
 }
 
+// A copy of `shared` with a reference count of its own, for a thread's memo
+// of something all threads share: copies of it on this thread then touch no
+// count that another thread writes as well (threads writing one count take
+// turns with the cache line it is in, a cost on every copy).
+template <typename T>
+std::shared_ptr<T> WithOwnCount(std::shared_ptr<T> shared) {
+  if (!shared) return shared;
+  T* const object = shared.get();
+  return std::shared_ptr<T>(std::make_shared<std::shared_ptr<T>>(std::move(shared)), object);
+}
+
 }  // namespace tarv
 
 #endif  // TARVPLACES_PLATFORM_PER_THREAD_H_

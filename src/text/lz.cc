@@ -384,7 +384,7 @@ std::shared_ptr<const Expansion> ExistingExpansion(const std::string& path, std:
       return seen.image;
     }
   }
-  auto image = LookUpExpansion(path, error);
+  auto image = WithOwnCount(LookUpExpansion(path, error));
   if (call_images.seen.size() < kMaxCallImages) call_images.seen.push_back({path, error, image});
   return image;
 }

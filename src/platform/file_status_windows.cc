@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "platform/device_names.h"
 #include "platform/file_status_native.h"
 #include "platform/utf8_path.h"
 

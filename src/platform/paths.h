@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/device_names.h"
 #include "platform/utf8_path.h"
 
 namespace tarv {
@@ -25,17 +26,6 @@ namespace tarv {
 // found the spelling on disk), the path in capitals by the file system's own
 // rules on Windows, where "D.DA_" and "d.da_" are one file.
 std::string FileKey(std::string native_path);
-
-// True when a component of `path` names one of Windows' devices (CON, PRN,
-// AUX, NUL, COM1-COM9, LPT1-LPT9, CONIN$, CONOUT$), with or without an
-// extension: on Windows such a path opens the device, whatever the folder.
-// The Windows port never opens such a path as a file.
-bool IsReservedDeviceName(std::string_view path);
-
-// True when this system would open a device for `path` rather than a file:
-// on Windows for its reserved device names, elsewhere never (devices live in
-// their own folder there). Such a path is never a file of the atlas.
-bool NamesADevice(std::string_view path);
 
 // Maps a Windows-style path (UTF-8) to the file system: every "\" becomes a
 // "/". When that path does not exist, each component is resolved without

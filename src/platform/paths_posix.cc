@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <mutex>
-#include <shared_mutex>
 #include <optional>
+#include <shared_mutex>
 #include <string>
 #include <unordered_map>
 
@@ -38,10 +38,6 @@ std::vector<std::string> ReadFolderNames(const fs::path& folder) {
     names.push_back(it->path().filename().string());
   }
   return names;
-}
-
-bool NamesADevice(std::string_view) {
-  return false;
 }
 
 std::string FileKey(std::string native_path) {

@@ -54,10 +54,6 @@ std::vector<std::string> ReadFolderNames(const fs::path& folder) {
   return names;
 }
 
-bool NamesADevice(std::string_view path) {
-  return IsReservedDeviceName(path);
-}
-
 std::string FileKey(std::string native_path) {
   std::wstring wide = PathFromUtf8(native_path).native();
   // CharUpperBuffW maps as the file system's case-insensitive names do.

@@ -12,6 +12,7 @@
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_key.h"
+#include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
 #include "text/codepage.h"
 #include "text/lz.h"
@@ -38,9 +39,10 @@ struct CountryNames {
   std::unordered_map<std::string, std::string> iso_of;
 };
 
-// The decoded file of the current atlas folder, once per version of it; null
-// when there is none.
-std::shared_ptr<const CountryNames> LoadedNames() {
+// The decoded file `file` of `image`, shared by the threads, once per
+// version of it.
+std::shared_ptr<const CountryNames> SharedNames(const std::string& file,
+                                                const std::shared_ptr<const std::string>& image) {
   struct Decoded {
     std::shared_mutex mutex;
     std::map<std::string,
@@ -50,11 +52,6 @@ std::shared_ptr<const CountryNames> LoadedNames() {
   Decoded& decoded = CurrentAtlas().Derived<Decoded>();
   std::shared_mutex& mutex = decoded.mutex;
   auto& known = decoded.files;
-  const std::string file = AtlasFolder("") + std::string(kCountryNamesFile);
-  std::int32_t error = 0;
-  const auto image = ExistingImage(file, error);
-  if (error != 0) throw AtlasError(file, LZERROR_Msg(error, file));
-  if (!image) return nullptr;
   {
     const std::shared_lock<std::shared_mutex> lock(mutex);
     if (const auto it = known.find(file); it != known.end() && it->second.first == image) {
@@ -84,6 +81,27 @@ std::shared_ptr<const CountryNames> LoadedNames() {
   }
   if (known.size() > 16) known.clear();
   slot = {image, names};
+  return names;
+}
+
+// The decoded file of the current atlas folder, once per version of it; null
+// when there is none. Each thread keeps the version it last had, with the
+// image it came from.
+std::shared_ptr<const CountryNames> LoadedNames() {
+  struct Known {
+    std::string file;
+    std::shared_ptr<const std::string> image;
+    std::shared_ptr<const CountryNames> names;
+  };
+  Known& known = PerThread<Known>();
+  const std::string file = AtlasFolder("") + std::string(kCountryNamesFile);
+  std::int32_t error = 0;
+  auto image = ExistingImage(file, error);
+  if (error != 0) throw AtlasError(file, LZERROR_Msg(error, file));
+  if (!image) return nullptr;
+  if (known.image == image && known.file == file) return known.names;
+  auto names = WithOwnCount(SharedNames(file, image));
+  known = {file, std::move(image), names};
   return names;
 }
 

@@ -1,6 +1,7 @@
 #include "atlas/nearest_place.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -238,8 +239,8 @@ struct PlaceGrids {
   std::map<std::string, std::shared_ptr<const PlaceGrid>> grids;
 };
 
-std::shared_ptr<const PlaceGrid> GridOf(const std::string& file,
-                                        std::shared_ptr<const std::string> image) {
+std::shared_ptr<const PlaceGrid> SharedGridOf(const std::string& file,
+                                              std::shared_ptr<const std::string> image) {
   PlaceGrids& known = CurrentAtlas().Derived<PlaceGrids>();
   {
     const std::shared_lock<std::shared_mutex> lock(known.mutex);
@@ -250,6 +251,24 @@ std::shared_ptr<const PlaceGrid> GridOf(const std::string& file,
   const std::unique_lock<std::shared_mutex> lock(known.mutex);
   if (known.grids.size() >= 64) known.grids.clear();
   known.grids[file] = grid;
+  return grid;
+}
+
+// The grid as this thread last had it for the file's image: the grid holds
+// the image, so the same image is the same version of the file.
+std::shared_ptr<const PlaceGrid> GridOf(const std::string& file,
+                                        std::shared_ptr<const std::string> image) {
+  struct Known {
+    std::string file;
+    std::shared_ptr<const PlaceGrid> grid;
+  };
+  auto& known = PerThread<std::array<Known, 4>>();
+  for (const auto& k : known) {
+    if (k.grid && k.file == file && k.grid->image() == image) return k.grid;
+  }
+  auto grid = WithOwnCount(SharedGridOf(file, std::move(image)));
+  std::rotate(known.rbegin(), known.rbegin() + 1, known.rend());
+  known.front() = {file, grid};
   return grid;
 }
 

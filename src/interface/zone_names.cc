@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <tuple>
 #include <vector>
 
@@ -135,18 +136,40 @@ struct Period {
 std::string ZoneLongName(const std::string& iana, std::int64_t utc_seconds, bool daylight,
                          const std::string& locale) {
   const auto when = static_cast<UDate>(utc_seconds) * 1000.0;
-  thread_local std::map<std::tuple<std::string, std::string, bool>, std::vector<Period>> known;
-  std::vector<Period>& periods = known[{locale, iana, daylight}];
-  for (const Period& period : periods) {
-    if (when >= period.first && when <= period.last) return period.name;
+  using Key = std::tuple<std::string, std::string, bool>;
+  const Key key{locale, iana, daylight};
+  auto find = [when](const std::vector<Period>& periods) -> const Period* {
+    for (const Period& period : periods) {
+      if (when >= period.first && when <= period.last) return &period;
+    }
+    return nullptr;
+  };
+  // Each thread asks its own copy; a period one thread found serves all, so
+  // a short-lived thread does not search ICU again.
+  thread_local std::map<Key, std::vector<Period>> known;
+  std::vector<Period>& mine = known[key];
+  if (const Period* period = find(mine)) return period->name;
+  static std::shared_mutex shared_mutex;
+  static auto* const shared = new std::map<Key, std::vector<Period>>;
+  {
+    const std::shared_lock<std::shared_mutex> lock(shared_mutex);
+    if (const auto it = shared->find(key); it != shared->end()) {
+      if (const Period* period = find(it->second)) {
+        mine.push_back(*period);
+        return period->name;
+      }
+    }
   }
   IcuNames& icu = IcuNames::Instance();
   const icu::UnicodeString zone = icu::UnicodeString::fromUTF8(iana);
   auto [name, meta_utf8] = icu.NameAt(locale, zone, when, daylight);
   const icu::UnicodeString meta = icu::UnicodeString::fromUTF8(meta_utf8);
   if (when < kEarliestMs || when > kLatestMs) return name;
-  periods.push_back({PeriodEnd(icu, locale, zone, meta, when, kEarliestMs),
-                     PeriodEnd(icu, locale, zone, meta, when, kLatestMs), name});
+  const Period period{PeriodEnd(icu, locale, zone, meta, when, kEarliestMs),
+                      PeriodEnd(icu, locale, zone, meta, when, kLatestMs), name};
+  mine.push_back(period);
+  const std::unique_lock<std::shared_mutex> lock(shared_mutex);
+  (*shared)[key].push_back(period);
   return name;
 }
 

@@ -1,5 +1,7 @@
 #include "atlas/timetable_file.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -167,21 +169,14 @@ class HistoryCache {
     const bool usa = IsUSA(country.CountryShort);
     const AtlasState& state = CurrentAtlas();
     const Key key{usa, country.CountryId, number};
-    std::string file;
-    {
-      const std::shared_lock<std::shared_mutex> lock(mutex_);
-      if (state.places_path == folder_) file = files_[usa ? 1 : 0];
+    ThreadMemo& memo = PerThread<ThreadMemo>();
+    if (memo.owner != this || memo.folder != state.places_path) {
+      memo = ThreadMemo{};
+      memo.owner = this;
+      memo.folder = state.places_path;
+      memo.files = Files(state);
     }
-    if (file.empty()) {
-      const std::unique_lock<std::shared_mutex> lock(mutex_);
-      if (state.places_path != folder_) {
-        // Another atlas: its files have other names and other contents.
-        folder_ = state.places_path;
-        files_ = {AtlasFolder("") + "ttx.dao", AtlasFolder("") + "TTUSA.dao"};
-        entries_.clear();
-      }
-      file = files_[usa ? 1 : 0];
-    }
+    const std::string& file = memo.files[usa ? 1 : 0];
     // A file that failed once in this call fails again: it is read once.
     const std::uint64_t call = CallNumber();
     FailedRead& failed = PerThread<FailedRead>();
@@ -192,11 +187,20 @@ class HistoryCache {
     const bool cacheable = error == 0 && state.countries_loaded && state.zones_loaded;
     const std::uint64_t tables = state.tables_version;
     if (cacheable) {
-      const std::shared_lock<std::shared_mutex> lock(mutex_);
-      const auto it = entries_.find(key);
-      if (it != entries_.end() && it->second.image == image && it->second.tables == tables) {
-        return it->second.entries;
+      for (const Entry& known : memo.known) {
+        if (known.entries && known.key == key && known.image == image && known.tables == tables) {
+          return known.entries;
+        }
       }
+      std::shared_ptr<const Entries> shared;
+      {
+        const std::shared_lock<std::shared_mutex> lock(mutex_);
+        const auto it = entries_.find(key);
+        if (it != entries_.end() && it->second.image == image && it->second.tables == tables) {
+          shared = it->second.entries;
+        }
+      }
+      if (shared) return memo.Remember({key, std::move(image), tables, WithOwnCount(shared)});
     }
     auto entries = std::make_shared<Entries>();
     std::int32_t lz_error = 0;
@@ -209,7 +213,7 @@ class HistoryCache {
     if (cacheable) {
       const std::unique_lock<std::shared_mutex> lock(mutex_);
       if (entries_.size() >= kMaxEntries) entries_.clear();
-      entries_[key] = Entry{std::move(image), tables, entries};
+      entries_[key] = Entry{key, image, tables, entries};
     }
     return entries;
   }
@@ -218,10 +222,40 @@ class HistoryCache {
   static constexpr std::size_t kMaxEntries = 4096;
   using Key = std::tuple<bool, std::int16_t, std::int32_t>;
   struct Entry {
+    Key key;
     std::shared_ptr<const std::string> image;  // held, so its address cannot be reused
     std::uint64_t tables = 0;
     std::shared_ptr<const Entries> entries;
   };
+  // What this thread last found, with counts of its own: a thread that asks
+  // again takes no lock and writes no count another thread writes.
+  struct ThreadMemo {
+    const HistoryCache* owner = nullptr;
+    std::string folder;
+    std::array<std::string, 2> files;
+    std::array<Entry, 8> known;
+    std::shared_ptr<const Entries> Remember(Entry entry) {
+      std::rotate(known.rbegin(), known.rbegin() + 1, known.rend());
+      known.front() = std::move(entry);
+      return known.front().entries;
+    }
+  };
+
+  // The timetable files of the atlas's folder, the folder taken as it is now.
+  std::array<std::string, 2> Files(const AtlasState& state) {
+    {
+      const std::shared_lock<std::shared_mutex> lock(mutex_);
+      if (state.places_path == folder_) return files_;
+    }
+    const std::unique_lock<std::shared_mutex> lock(mutex_);
+    if (state.places_path != folder_) {
+      // Another atlas folder: its files have other names and other contents.
+      folder_ = state.places_path;
+      files_ = {AtlasFolder("") + "ttx.dao", AtlasFolder("") + "TTUSA.dao"};
+      entries_.clear();
+    }
+    return files_;
+  }
   struct FailedRead {
     std::uint64_t call = 0;
     std::string file;

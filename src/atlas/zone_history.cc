@@ -133,12 +133,24 @@ class DecodedFiles {
   std::shared_ptr<const Decoded> Get(const std::string& file,
                                      const std::shared_ptr<const std::string>& bytes,
                                      std::size_t zone_count) {
+    ThreadMemo& memo = PerThread<ThreadMemo>();
+    for (const Known& k : memo.known) {
+      if (k.owner == this && k.bytes == bytes && k.zone_count == zone_count && k.file == file) {
+        return k.decoded;
+      }
+    }
+    std::shared_ptr<const Decoded> found;
     {
       const std::shared_lock<std::shared_mutex> lock(mutex_);
       const auto it = files_.find(file);
       if (it != files_.end() && it->second.bytes == bytes && it->second.zone_count == zone_count) {
-        return it->second.decoded;
+        found = it->second.decoded;
       }
+    }
+    if (found) {
+      std::rotate(memo.known.rbegin(), memo.known.rbegin() + 1, memo.known.rend());
+      memo.known.front() = {this, file, bytes, zone_count, WithOwnCount(std::move(found))};
+      return memo.known.front().decoded;
     }
     const std::unique_lock<std::shared_mutex> lock(mutex_);
     auto& slot = files_[file];
@@ -156,6 +168,19 @@ class DecodedFiles {
     std::shared_ptr<const std::string> bytes;
     std::size_t zone_count = 0;
     std::shared_ptr<const Decoded> decoded;
+  };
+  // What this thread last found, with counts of its own, so that asking
+  // again takes no lock and writes no count another thread writes. The held
+  // bytes keep their address from being reused.
+  struct Known {
+    const DecodedFiles* owner = nullptr;
+    std::string file;
+    std::shared_ptr<const std::string> bytes;
+    std::size_t zone_count = 0;
+    std::shared_ptr<const Decoded> decoded;
+  };
+  struct ThreadMemo {
+    std::array<Known, 4> known;
   };
   static constexpr std::size_t kMaxFiles = 512;
   std::shared_mutex mutex_;

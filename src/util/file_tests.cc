@@ -1,10 +1,14 @@
 #include "util/file_tests.h"
 
+#include <array>
+#include <cstdint>
 #include <filesystem>
+#include <utility>
 #include <system_error>
 
 #include "platform/file_status.h"
 #include "platform/paths.h"
+#include "platform/per_thread.h"
 #include "text/codepage.h"
 #include "util/text.h"
 
@@ -20,6 +24,14 @@ bool HasWildcard(const std::string& path) {
 bool EndsInSeparator(const std::string& path) {
   return !path.empty() && (path.back() == '\\' || path.back() == '/');
 }
+
+// Exist's answers of this thread within one call number; the strings keep
+// their buffers from call to call.
+struct ExistMemo {
+  std::uint64_t call = 0;
+  std::array<std::pair<std::string, bool>, 16> answers;
+  std::size_t used = 0;
+};
 
 void RemoveWritable(const fs::path& file) {
   std::error_code ec;
@@ -54,11 +66,32 @@ bool Exist(const std::string& path) {
   const std::string trimmed = Trim(path);
   if (trimmed.empty()) return false;
   if (HasWildcard(trimmed) || EndsInSeparator(trimmed)) return !MatchingFiles(trimmed).empty();
-  if (KnownMissing(trimmed)) return false;
-  const std::string slashed = SlashedString(trimmed);
-  if (StatFile(slashed).regular) return true;
-  const std::string native = Utf8OfPath(NativePath(trimmed));
-  return native != slashed && StatFile(native).regular;
+  // The answer rests on file statuses, which hold for the call number; a
+  // lookup asks about the same few files every time, and a remembered answer
+  // takes none of the locks the spelling resolutions share with other threads.
+  const std::uint64_t call = CallNumber();
+  ExistMemo& memo = PerThread<ExistMemo>();
+  if (call != 0) {
+    if (memo.call != call) {
+      memo.call = call;
+      memo.used = 0;
+    }
+    for (std::size_t i = 0; i < memo.used; ++i) {
+      if (memo.answers[i].first == trimmed) return memo.answers[i].second;
+    }
+  }
+  const bool exists = [&] {
+    if (KnownMissing(trimmed)) return false;
+    const std::string slashed = SlashedString(trimmed);
+    if (StatFile(slashed).regular) return true;
+    const std::string native = Utf8OfPath(NativePath(trimmed));
+    return native != slashed && StatFile(native).regular;
+  }();
+  if (call != 0 && memo.used < memo.answers.size()) {
+    memo.answers[memo.used].first.assign(trimmed);
+    memo.answers[memo.used++].second = exists;
+  }
+  return exists;
 }
 
 void Deleting(const std::string& path) {

@@ -10,16 +10,16 @@
 #include <set>
 
 #include "allocations.h"
+#include "atlas/atlas_state.h"
 #include "atlas/name_index.h"
 #include "atlas/name_key.h"
-#include "atlas/atlas_state.h"
 #include "atlas_sample.h"
 #include "export/text_export.h"
-#include "text/codepage.h"
-#include "text/lz.h"
 #include "sqlite_atlas.h"
 #include "sqlite_world.h"
 #include "tarvplaces/places.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "util/julian.h"
 #include "util/text.h"
 
@@ -222,8 +222,8 @@ std::vector<std::string> OtherNames(std::size_t n, unsigned seed) {
       own.insert(std::move(key));
   }
   std::set<std::string> keys;
-  const NameIndex index(*bytes, file);
-  for (const auto& e : index.Entries()) {
+  const auto index = ValueOrAtlasError(NameIndex::Read(bytes, file));
+  for (const auto& e : index->Entries()) {
     if (!own.count(e.key)) keys.insert(e.key);
   }
   std::vector<std::string> pool(keys.begin(), keys.end());

@@ -113,8 +113,9 @@ GeneratedAtlas MakeGeneratedAtlas(std::size_t count, unsigned seed) {
   }
   WriteFileAtomically(atlas.folder / "Country.dat", CountryFileText(countries));
   const std::string zones_tsv = std::string(TARV_SOURCE_DIR) + "/data/zones.tsv";
-  WriteFileAtomically(atlas.folder / "Zones13.bin",
-                      EncodeZoneFile(ParseZoneTableSource(ReadText(zones_tsv), zones_tsv)));
+  WriteFileAtomically(
+      atlas.folder / "Zones13.bin",
+      EncodeZoneFile(ValueOrAtlasError(ParseZoneTableSource(ReadText(zones_tsv), zones_tsv))));
 
   std::mt19937 rng(seed);
   std::uniform_real_distribution<float> lon(5.9F, 15.0F);

@@ -4,14 +4,14 @@
 
 #include <stdexcept>
 
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file.h"
-#include "atlas/atlas_state.h"
-#include "text/codepage.h"
-#include "text/lz.h"
 #include "sqlite_statements.h"
 #include "tarvplaces/places.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "util/text.h"
 
 namespace tarv::bench {
@@ -47,9 +47,9 @@ SqliteWorld::SqliteWorld(const std::string& folder) {
     const auto image = ExpandedImage(file, error);
     const auto index_bytes = ExpandedImage(folder + "/" + code + ".NDX", error);
     if (!image || !index_bytes) continue;
-    const NameIndex index(*index_bytes, code + ".NDX");
+    const auto index = ValueOrAtlasError(NameIndex::Read(index_bytes, code + ".NDX"));
     const sqlite3_int64 first = id + 1;
-    for (std::int32_t r = 1; r <= index.RecordCount(); ++r) {
+    for (std::int32_t r = 1; r <= index->RecordCount(); ++r) {
       const PlaceRecord record =
           DecodePlaceRecord(std::string_view(*image).substr((r - 1) * kPlaceRecordSize));
       sqlite3_bind_int64(place, 1, ++id);
@@ -57,14 +57,14 @@ SqliteWorld::SqliteWorld(const std::string& folder) {
       BindText(place, 3, Utf8FromAnsi(record.TrimmedName()));
       sqlite3_bind_double(place, 4, record.Longitude);
       sqlite3_bind_double(place, 5, record.Latitude);
-      sqlite3_bind_int64(place, 6, index.Population(r));
+      sqlite3_bind_int64(place, 6, index->Population(r));
       Check(db_, sqlite3_step(place), "insert place");
       sqlite3_reset(place);
     }
-    for (std::size_t e = 0; e < index.size(); ++e) {
-      const std::string_view key = index.KeyAt(e);
+    for (std::size_t e = 0; e < index->size(); ++e) {
+      const std::string_view key = index->KeyAt(e);
       sqlite3_bind_blob(name, 1, key.data(), static_cast<int>(key.size()), SQLITE_TRANSIENT);
-      sqlite3_bind_int64(name, 2, first + index.RecordAt(e) - 1);
+      sqlite3_bind_int64(name, 2, first + index->RecordAt(e) - 1);
       Check(db_, sqlite3_step(name), "insert name");
       sqlite3_reset(name);
       ++keys_;

@@ -14,8 +14,8 @@
 #include "atlas/zone_table.h"
 #include "atlas/zone_table_source.h"
 #include "platform/atomic_file.h"
-#include "text/codepage.h"
 #include "tarvplaces/atlas_error.h"
+#include "text/codepage.h"
 
 namespace {
 
@@ -84,8 +84,9 @@ int main(int argc, char** argv) {
     if (!zones_in) throw tarv::AtlasError(argv[2], "cannot be opened for reading");
     const std::string zones_text{std::istreambuf_iterator<char>(zones_in),
                                  std::istreambuf_iterator<char>()};
-    tarv::WriteFileAtomically(
-        out / "Zones13.bin", tarv::EncodeZoneFile(tarv::ParseZoneTableSource(zones_text, argv[2])));
+    tarv::WriteFileAtomically(out / "Zones13.bin",
+                              tarv::EncodeZoneFile(tarv::ValueOrAtlasError(
+                                  tarv::ParseZoneTableSource(zones_text, argv[2]))));
   } catch (const std::exception& e) {
     std::cerr << "tarv_make_sample_atlas: " << e.what() << '\n';
     return 2;

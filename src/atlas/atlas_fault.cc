@@ -11,6 +11,8 @@ namespace {
 struct FaultRecord {
   AtlasFault fault;
   std::string reader;
+  std::optional<FileFault> malformed;
+  std::uint64_t malformed_notes = 0;
   int scope_depth = 0;
 };
 
@@ -28,6 +30,20 @@ void NoteAtlasFault(const std::string& file, std::int32_t code, std::string_view
   record.reader = reader;
 }
 
+void NoteMalformedFile(FileFault fault) {
+  FaultRecord& record = Record();
+  ++record.malformed_notes;
+  if (!record.malformed) record.malformed = std::move(fault);
+}
+
+std::uint64_t MalformedFileNotes() {
+  return Record().malformed_notes;
+}
+
+std::optional<FileFault> LastMalformedFile() {
+  return Record().malformed;
+}
+
 AtlasFault LastAtlasFault() {
   return Record().fault;
 }
@@ -40,6 +56,7 @@ void ClearAtlasFault() {
   FaultRecord& record = Record();
   record.fault = AtlasFault{};
   record.reader.clear();
+  record.malformed.reset();
 }
 
 FaultScope::FaultScope() : outermost_(Record().scope_depth++ == 0) {

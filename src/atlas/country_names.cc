@@ -9,11 +9,11 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_key.h"
 #include "platform/per_thread.h"
-#include "tarvplaces/atlas_error.h"
 #include "text/codepage.h"
 #include "text/lz.h"
 #include "util/text.h"
@@ -40,7 +40,7 @@ struct CountryNames {
 };
 
 // The decoded file `file` of `image`, shared by the threads, once per
-// version of it.
+// version of it; null when it breaks its format (the fault is noted).
 std::shared_ptr<const CountryNames> SharedNames(const std::string& file,
                                                 const std::shared_ptr<const std::string>& image) {
   struct Decoded {
@@ -67,10 +67,16 @@ std::shared_ptr<const CountryNames> SharedNames(const std::string& file,
     table_codes.emplace(group);
   for (const auto& record : CurrentAtlas().countries)
     table_codes.insert(UCase(record.CountryShort));
-  for (auto& e : ParseCountryNames(*image, file)) {
+  auto entries = ParseCountryNames(*image, file);
+  if (!entries) {
+    NoteMalformedFile(entries.fault());
+    return nullptr;
+  }
+  for (auto& e : *entries) {
     // Every code names a country or group of the table the file came with.
     if (table_codes.count(UCase(GetInternalCountryAbbreviation(e.code))) == 0) {
-      throw AtlasError(file, "\"" + e.code + "\" is no country of the country table");
+      NoteMalformedFile({file, "\"" + e.code + "\" is no country of the country table"});
+      return nullptr;
     }
     if (e.iso) {
       names->iso_of.try_emplace(UCase(e.code), e.text);
@@ -97,10 +103,16 @@ std::shared_ptr<const CountryNames> LoadedNames() {
   const std::string file = AtlasFolder("") + std::string(kCountryNamesFile);
   std::int32_t error = 0;
   auto image = ExistingImage(file, error);
-  if (error != 0) throw AtlasError(file, LZERROR_Msg(error, file));
+  if (error != 0) {
+    // Names the host asked for cannot be given: the call fails, as for a
+    // malformed file, rather than answering without them.
+    NoteMalformedFile({file, LZERROR_Msg(error, file)});
+    return nullptr;
+  }
   if (!image) return nullptr;
   if (known.image == image && known.file == file) return known.names;
   auto names = WithOwnCount(SharedNames(file, image));
+  if (!names) return nullptr;
   known = {file, std::move(image), names};
   return names;
 }
@@ -165,35 +177,38 @@ std::string CountryNamesText(const std::vector<CountryNameEntry>& entries) {
   return text;
 }
 
-std::vector<CountryNameEntry> ParseCountryNames(std::string_view text, const std::string& file) {
-  const auto lines = SplitLines(text);
-  if (lines.empty() || lines[0] != kCountryNamesHeader) {
-    throw AtlasError(file, "not a country names file (its first line is not \"" +
-                               std::string(kCountryNamesHeader) + "\")");
-  }
-  std::vector<CountryNameEntry> entries;
-  for (std::size_t i = 1; i < lines.size(); ++i) {
-    const std::string where = "line " + std::to_string(i + 1) + ": ";
-    const auto f = Split(lines[i], '\t');
-    if (f.size() != 3) {
-      throw AtlasError(file,
-                       where + std::to_string(f.size()) + " TAB-separated fields where 3 are");
+ReadResult<std::vector<CountryNameEntry>> ParseCountryNames(std::string_view text,
+                                                            const std::string& file) {
+  return Decode([&] {
+    const auto lines = SplitLines(text);
+    if (lines.empty() || lines[0] != kCountryNamesHeader) {
+      throw FormatViolation(file, "not a country names file (its first line is not \"" +
+                                      std::string(kCountryNamesHeader) + "\")");
     }
-    CountryNameEntry e{std::string(f[0]), f[1] == "iso", std::string(f[2])};
-    if (f[1] != "iso" && f[1] != "name") {
-      throw AtlasError(file,
-                       where + "\"" + std::string(f[1]) + "\" is neither \"iso\" nor \"name\"");
+    std::vector<CountryNameEntry> entries;
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+      const std::string where = "line " + std::to_string(i + 1) + ": ";
+      const auto f = Split(lines[i], '\t');
+      if (f.size() != 3) {
+        throw FormatViolation(
+            file, where + std::to_string(f.size()) + " TAB-separated fields where 3 are");
+      }
+      CountryNameEntry e{std::string(f[0]), f[1] == "iso", std::string(f[2])};
+      if (f[1] != "iso" && f[1] != "name") {
+        throw FormatViolation(
+            file, where + "\"" + std::string(f[1]) + "\" is neither \"iso\" nor \"name\"");
+      }
+      if (e.code.empty() || HasControlCharacter(e.code)) {
+        throw FormatViolation(file, where + "no country code");
+      }
+      if (e.iso ? !IsIsoText(e.text) : e.text.empty() || e.text.size() > kMaxKeyLength) {
+        throw FormatViolation(file, where + "\"" + e.text + "\" is no " +
+                                        (e.iso ? "ISO code" : "name key of 1 to 255 bytes"));
+      }
+      entries.push_back(std::move(e));
     }
-    if (e.code.empty() || HasControlCharacter(e.code)) {
-      throw AtlasError(file, where + "no country code");
-    }
-    if (e.iso ? !IsIsoText(e.text) : e.text.empty() || e.text.size() > kMaxKeyLength) {
-      throw AtlasError(file, where + "\"" + e.text + "\" is no " +
-                                 (e.iso ? "ISO code" : "name key of 1 to 255 bytes"));
-    }
-    entries.push_back(std::move(e));
-  }
-  return entries;
+    return entries;
+  });
 }
 
 std::optional<CountryMatch> FindCountry(std::string_view utf8, CountryCodes codes) {

@@ -18,8 +18,9 @@
 // rank: a key two countries share finds the first. A group ("USA" for "US",
 // "United States") is named by its German name, which the atlas's files use. A file that
 // is there but breaks this format (another first line, a line of other
-// fields, an empty or over-long key, a code not of the country table) is an
-// AtlasError naming it; a missing file leaves the atlas's codes and titles.
+// fields, an empty or over-long key, a code not of the country table) is
+// noted as malformed (NoteMalformedFile), and the lookup answers without
+// it; a missing file leaves the atlas's codes and titles.
 #ifndef TARVPLACES_ATLAS_COUNTRY_NAMES_H_
 #define TARVPLACES_ATLAS_COUNTRY_NAMES_H_
 
@@ -29,6 +30,7 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
 #include "tarvplaces/records.h"
 
 namespace tarv {
@@ -46,9 +48,10 @@ struct CountryNameEntry {
 // The text of a country names file holding `entries` in order.
 std::string CountryNamesText(const std::vector<CountryNameEntry>& entries);
 
-// Parses a country names file; throws AtlasError naming `file` for anything
-// that breaks the format.
-std::vector<CountryNameEntry> ParseCountryNames(std::string_view text, const std::string& file);
+// Parses a country names file; the fault names `file` and what breaks the
+// format.
+ReadResult<std::vector<CountryNameEntry>> ParseCountryNames(std::string_view text,
+                                                            const std::string& file);
 
 // What a country lookup found and how.
 struct CountryMatch {
@@ -70,12 +73,12 @@ struct CountryMatch {
 //  - the beginning of a title or of an atlas code ("Deu", "con"), or of a
 //    continent's name (its first five letters, "europ").
 // nullopt for "", "*", a text nothing answers, or while the country table is
-// not loaded. Throws AtlasError for a damaged country names file.
+// not loaded. A damaged country names file is noted as malformed.
 std::optional<CountryMatch> FindCountry(std::string_view utf8, CountryCodes codes);
 
 // The ISO code of the country with atlas code `code`: ISO 3166-1 alpha-2
 // ("DE"), for a US state its ISO 3166-2 code ("US-CA"); "" when the atlas
-// names none. Throws AtlasError for a damaged country names file.
+// names none. A damaged country names file is noted as malformed.
 std::string IsoCodeOf(std::string_view code);
 
 // The extension of GetCountryID where its own rules find nothing: the

@@ -8,10 +8,10 @@
 #include <sstream>
 #include <utility>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "platform/paths.h"
 #include "platform/per_thread.h"
-#include "tarvplaces/atlas_error.h"
 #include "util/file_tests.h"
 #include "util/numeric.h"
 #include "util/sort.h"
@@ -26,16 +26,16 @@ std::int16_t NumberField(std::string_view field, const std::string& file, std::s
                          const char* name) {
   const auto value = ToInt16(Val(field));
   if (!value) {
-    throw AtlasError(file, "line " + std::to_string(line_no) + ": " + name + " \"" +
-                               std::string(field) + "\" is outside the 16-bit range");
+    throw FormatViolation(file, "line " + std::to_string(line_no) + ": " + name + " \"" +
+                                    std::string(field) + "\" is outside the 16-bit range");
   }
   return *value;
 }
 
-std::string ReadWholeFile(const std::string& windows_path) {
+ReadResult<std::string> ReadWholeFile(const std::string& windows_path) {
   std::ifstream in(NativePath(windows_path), std::ios::binary);
-  if (!in) throw AtlasError(windows_path, "cannot be opened for reading");
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  if (!in) return FileFault{windows_path, "cannot be opened for reading"};
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 void SortAllButTail(std::vector<CountryRecord>& lines) {
@@ -54,46 +54,50 @@ const std::vector<CountryRecord>* LoadedCountries() {
 
 }  // namespace
 
-std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::string& file) {
-  const auto lines = SplitLines(text);
-  if (lines.size() > kMaxCountryLines) {
-    throw AtlasError(
-        file, "line " + std::to_string(kMaxCountryLines + 1) + ": more than 300 country lines");
-  }
-  std::vector<CountryRecord> records;
-  records.reserve(lines.size());
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    const std::size_t line_no = i + 1;
-    const auto f = Split(lines[i], '\t');
-    if (f.size() < kFieldCount) {
-      throw AtlasError(file, "line " + std::to_string(line_no) + ": " + std::to_string(f.size()) +
-                                 " TAB-separated fields where 11 are needed");
+ReadResult<std::vector<CountryRecord>> ParseCountryFile(std::string_view text,
+                                                        const std::string& file) {
+  return Decode([&] {
+    const auto lines = SplitLines(text);
+    if (lines.size() > kMaxCountryLines) {
+      throw FormatViolation(
+          file, "line " + std::to_string(kMaxCountryLines + 1) + ": more than 300 country lines");
     }
-    // A code names the country's files: a control character in it (a NUL
-    // above all) would name another file or none.
-    for (std::size_t k = 0; k < f[2].size(); ++k) {
-      if (!HasControlCharacter(f[2].substr(k, 1))) continue;
-      char byte[8];
-      std::snprintf(byte, sizeof byte, "0x%02X", static_cast<unsigned char>(f[2][k]));
-      throw AtlasError(file, "line " + std::to_string(line_no) +
-                                 ": the country code holds the control character " + byte +
-                                 " at position " + std::to_string(k + 1));
+    std::vector<CountryRecord> records;
+    records.reserve(lines.size());
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      const std::size_t line_no = i + 1;
+      const auto f = Split(lines[i], '\t');
+      if (f.size() < kFieldCount) {
+        throw FormatViolation(file, "line " + std::to_string(line_no) + ": " +
+                                        std::to_string(f.size()) +
+                                        " TAB-separated fields where 11 are needed");
+      }
+      // A code names the country's files: a control character in it (a NUL
+      // above all) would name another file or none.
+      for (std::size_t k = 0; k < f[2].size(); ++k) {
+        if (!HasControlCharacter(f[2].substr(k, 1))) continue;
+        char byte[8];
+        std::snprintf(byte, sizeof byte, "0x%02X", static_cast<unsigned char>(f[2][k]));
+        throw FormatViolation(file, "line " + std::to_string(line_no) +
+                                        ": the country code holds the control character " + byte +
+                                        " at position " + std::to_string(k + 1));
+      }
+      CountryRecord r;
+      r.CountryId = NumberField(f[0], file, line_no, "CountryId");
+      r.CountryTitle = f[1];
+      r.CountryShort = f[2];
+      r.TimezoneShort = f[3];
+      r.Continent = f[4];
+      r.SubContinent = f[5];
+      r.Meaning = f[6];
+      r.Info = f[7];
+      r.HaveZonesSince = f[8];
+      r.ContinentID = NumberField(f[9], file, line_no, "ContinentID");
+      r.SubContinentID = NumberField(f[10], file, line_no, "SubContinentID");
+      records.push_back(std::move(r));
     }
-    CountryRecord r;
-    r.CountryId = NumberField(f[0], file, line_no, "CountryId");
-    r.CountryTitle = f[1];
-    r.CountryShort = f[2];
-    r.TimezoneShort = f[3];
-    r.Continent = f[4];
-    r.SubContinent = f[5];
-    r.Meaning = f[6];
-    r.Info = f[7];
-    r.HaveZonesSince = f[8];
-    r.ContinentID = NumberField(f[9], file, line_no, "ContinentID");
-    r.SubContinentID = NumberField(f[10], file, line_no, "SubContinentID");
-    records.push_back(std::move(r));
-  }
-  return records;
+    return records;
+  });
 }
 
 CountryRecord FallbackCountry() {
@@ -171,7 +175,14 @@ bool InitializeCountries(std::string path, const std::string& file_name, bool so
   const std::string file = AtlasFolder(std::move(path)) + file_name;
   if (!Exist(file)) return result;
 
-  std::vector<CountryRecord> lines = ParseCountryFile(ReadWholeFile(file), file);
+  const ReadResult<std::string> text = ReadWholeFile(file);
+  ReadResult<std::vector<CountryRecord>> parsed =
+      text ? ParseCountryFile(*text, file) : ReadResult<std::vector<CountryRecord>>(text.fault());
+  if (!parsed) {
+    NoteMalformedFile(parsed.fault());  // the table stays as it was
+    return false;
+  }
+  std::vector<CountryRecord> lines = *std::move(parsed);
   if (sort) SortAllButTail(lines);
 
   std::vector<CountryRecord> table;

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/country_record.h"
 
 namespace tarv {
@@ -45,11 +46,12 @@ inline bool IsGroupPosition(std::size_t index, std::size_t table_size) {
 
 // Parses the text of a country file into records 1..n (no fallback, no
 // continents). Lines end in CR LF (LF or CR alone are accepted too); a final
-// line break does not start another line. Throws AtlasError naming `file`
-// and the line for fewer than eleven TAB-separated fields, a number outside
+// line break does not start another line. The fault names `file` and the
+// line for fewer than eleven TAB-separated fields, a number outside
 // the 16-bit range, a country code holding a control character, or more than
 // 300 lines.
-std::vector<CountryRecord> ParseCountryFile(std::string_view text, const std::string& file);
+ReadResult<std::vector<CountryRecord>> ParseCountryFile(std::string_view text,
+                                                        const std::string& file);
 
 // The fallback record "unbekannt" of position 0.
 CountryRecord FallbackCountry();
@@ -69,13 +71,13 @@ std::string CountryLine(const CountryRecord& record);
 // each, ended by CR LF. ParseCountryFile reads it back unchanged.
 std::string CountryFileText(const std::vector<CountryRecord>& records);
 
-// Loads the country table into the process state. With `force_reload` false
+// Loads the country table into the atlas's state. With `force_reload` false
 // and the table loaded, returns true and does nothing. Otherwise `path`
 // (empty: the place folder) plus `file_name` is read; a missing file leaves
 // the table as it was. `sort` orders all but the last five lines by title.
 // Deliberately returns the loaded flag as it stood on entry (false with
-// `force_reload`), so the call that loads returns false. Throws AtlasError
-// for a malformed file and then leaves the table as it was.
+// `force_reload`), so the call that loads returns false. A malformed file
+// is noted (NoteMalformedFile) and leaves the table as it was.
 bool InitializeCountries(std::string path, const std::string& file_name, bool sort,
                          bool force_reload);
 

@@ -7,7 +7,6 @@
 #include <stdexcept>
 
 #include "atlas/zone_table.h"
-#include "tarvplaces/atlas_error.h"
 #include "util/serial_date.h"
 #include "util/text.h"
 
@@ -169,109 +168,113 @@ std::pair<double, double> DstRule::PeriodIn(int year) const {
   return {start_serial, end_serial};
 }
 
-DstRules DstRules::Parse(std::string_view text, const std::string& file) {
-  DstRules rules;
-  std::size_t line_no = 0;
-  bool header = false;
-  bool changes_allowed = false;
-  using Key = std::pair<std::int16_t, std::int16_t>;
-  std::map<Key, Changes> own;
-  struct Same {
-    std::size_t line;
-    Key timetable;
-    Key as;
-  };
-  std::vector<Same> same;
-  for (std::string_view line : Split(text, '\n')) {
-    ++line_no;
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    const auto where = "line " + std::to_string(line_no) + ": ";
-    if (!header) {
+ReadResult<DstRules> DstRules::Parse(std::string_view text, const std::string& file) {
+  return Decode([&] {
+    DstRules rules;
+    std::size_t line_no = 0;
+    bool header = false;
+    bool changes_allowed = false;
+    using Key = std::pair<std::int16_t, std::int16_t>;
+    std::map<Key, Changes> own;
+    struct Same {
+      std::size_t line;
+      Key timetable;
+      Key as;
+    };
+    std::vector<Same> same;
+    for (std::string_view line : Split(text, '\n')) {
+      ++line_no;
+      if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+      const auto where = "line " + std::to_string(line_no) + ": ";
+      if (!header) {
+        const auto f = Split(line, '\t');
+        int version = 0;
+        if (f.size() != 2 || f[0] != "TarvPlaces DST rules" || !ParseInt(f[1], version)) {
+          throw FormatViolation(file, where + "not a summer-time rules file");
+        }
+        if (version != 1 && version != kDstRulesVersion) {
+          throw FormatViolation(file, where + "format version " + std::string(f[1]) +
+                                          " is neither 1 nor " + std::to_string(kDstRulesVersion));
+        }
+        changes_allowed = version >= 2;
+        header = true;
+        continue;
+      }
+      if (line.empty() || line.front() == '#') continue;
       const auto f = Split(line, '\t');
-      int version = 0;
-      if (f.size() != 2 || f[0] != "TarvPlaces DST rules" || !ParseInt(f[1], version)) {
-        throw AtlasError(file, where + "not a summer-time rules file");
+      if (f.size() >= 3 && f[2] == "change") {
+        int country = 0;
+        int timetable = 0;
+        int zone = 0;
+        double at = 0;
+        if (!changes_allowed || f.size() != 5 || !ParseInt(f[0], country) ||
+            !ParseInt(f[1], timetable) || !ParseLocalSecond(f[3], at) || !ParseInt(f[4], zone) ||
+            country < 0 || country > 32767 || timetable < 0 || timetable > 32767) {
+          throw FormatViolation(file, where + "malformed change");
+        }
+        if (zone < 0 || static_cast<std::size_t>(zone) >= kZoneCount) {
+          throw FormatViolation(file,
+                                where + "zone " + std::string(f[4]) + " is not in the zone table");
+        }
+        auto& list =
+            own[{static_cast<std::int16_t>(country), static_cast<std::int16_t>(timetable)}];
+        if (!list.empty() && at <= list.back().first) {
+          throw FormatViolation(file, where + "change out of time order");
+        }
+        list.emplace_back(at, static_cast<std::int16_t>(zone));
+        continue;
       }
-      if (version != 1 && version != kDstRulesVersion) {
-        throw AtlasError(file, where + "format version " + std::string(f[1]) +
-                                   " is neither 1 nor " + std::to_string(kDstRulesVersion));
+      if (f.size() >= 3 && f[2] == "same") {
+        int v[4] = {};
+        if (!changes_allowed || f.size() != 5 || !ParseInt(f[0], v[0]) || !ParseInt(f[1], v[1]) ||
+            !ParseInt(f[3], v[2]) || !ParseInt(f[4], v[3]) ||
+            std::any_of(std::begin(v), std::end(v), [](int x) { return x < 0 || x > 32767; })) {
+          throw FormatViolation(file, where + "malformed same line");
+        }
+        same.push_back({line_no,
+                        {static_cast<std::int16_t>(v[0]), static_cast<std::int16_t>(v[1])},
+                        {static_cast<std::int16_t>(v[2]), static_cast<std::int16_t>(v[3])}});
+        continue;
       }
-      changes_allowed = version >= 2;
-      header = true;
-      continue;
-    }
-    if (line.empty() || line.front() == '#') continue;
-    const auto f = Split(line, '\t');
-    if (f.size() >= 3 && f[2] == "change") {
+      DstRuleRange r;
       int country = 0;
       int timetable = 0;
-      int zone = 0;
-      double at = 0;
-      if (!changes_allowed || f.size() != 5 || !ParseInt(f[0], country) ||
-          !ParseInt(f[1], timetable) || !ParseLocalSecond(f[3], at) || !ParseInt(f[4], zone) ||
-          country < 0 || country > 32767 || timetable < 0 || timetable > 32767) {
-        throw AtlasError(file, where + "malformed change");
+      if (f.size() < 5 || !ParseInt(f[0], country) || !ParseInt(f[1], timetable) ||
+          !ParseInt(f[2], r.from_year) || !ParseInt(f[3], r.to_year) || country < 0 ||
+          country > 32767 || timetable < 0 || timetable > 32767) {
+        throw FormatViolation(file, where + "expected country, timetable, years and kind");
       }
-      if (zone < 0 || static_cast<std::size_t>(zone) >= kZoneCount) {
-        throw AtlasError(file, where + "zone " + std::string(f[4]) + " is not in the zone table");
+      if (r.to_year < r.from_year) throw FormatViolation(file, where + "years run backwards");
+      r.country = static_cast<std::int16_t>(country);
+      r.timetable = static_cast<std::int16_t>(timetable);
+      bool ok = false;
+      if (f[4] == "none" && f.size() == 5) {
+        r.rule.kind = DstRule::Kind::kNone, ok = true;
+      } else if (f[4] == "all" && f.size() == 5) {
+        r.rule.kind = DstRule::Kind::kAll, ok = true;
+      } else if (f[4] == "rule" && f.size() == 7) {
+        r.rule.kind = DstRule::Kind::kRule;
+        ok = ParseDayRule(f[5], r.rule.start) && ParseDayRule(f[6], r.rule.end);
+      } else if (f[4] == "dates" && f.size() == 7 && r.from_year == r.to_year) {
+        r.rule.kind = DstRule::Kind::kDates;
+        ok = ParseLocalTime(f[5], r.rule.start_serial) && ParseLocalTime(f[6], r.rule.end_serial);
       }
-      auto& list = own[{static_cast<std::int16_t>(country), static_cast<std::int16_t>(timetable)}];
-      if (!list.empty() && at <= list.back().first) {
-        throw AtlasError(file, where + "change out of time order");
+      if (!ok) throw FormatViolation(file, where + "malformed rule");
+      rules.ranges_[{r.country, r.timetable}].push_back(r);
+    }
+    if (!header) throw FormatViolation(file, "line 1: not a summer-time rules file");
+    for (auto& [key, list] : own)
+      rules.changes_[key] = std::make_shared<const Changes>(std::move(list));
+    for (const auto& s : same) {
+      if (own.find(s.as) == own.end()) {
+        throw FormatViolation(file, "line " + std::to_string(s.line) + ": same as country " +
+                                        std::to_string(s.as.first) + ", timetable " +
+                                        std::to_string(s.as.second) + ", which has no changes");
       }
-      list.emplace_back(at, static_cast<std::int16_t>(zone));
-      continue;
+      rules.changes_[s.timetable] = rules.changes_.at(s.as);
     }
-    if (f.size() >= 3 && f[2] == "same") {
-      int v[4] = {};
-      if (!changes_allowed || f.size() != 5 || !ParseInt(f[0], v[0]) || !ParseInt(f[1], v[1]) ||
-          !ParseInt(f[3], v[2]) || !ParseInt(f[4], v[3]) ||
-          std::any_of(std::begin(v), std::end(v), [](int x) { return x < 0 || x > 32767; })) {
-        throw AtlasError(file, where + "malformed same line");
-      }
-      same.push_back({line_no,
-                      {static_cast<std::int16_t>(v[0]), static_cast<std::int16_t>(v[1])},
-                      {static_cast<std::int16_t>(v[2]), static_cast<std::int16_t>(v[3])}});
-      continue;
-    }
-    DstRuleRange r;
-    int country = 0;
-    int timetable = 0;
-    if (f.size() < 5 || !ParseInt(f[0], country) || !ParseInt(f[1], timetable) ||
-        !ParseInt(f[2], r.from_year) || !ParseInt(f[3], r.to_year) || country < 0 ||
-        country > 32767 || timetable < 0 || timetable > 32767) {
-      throw AtlasError(file, where + "expected country, timetable, years and kind");
-    }
-    if (r.to_year < r.from_year) throw AtlasError(file, where + "years run backwards");
-    r.country = static_cast<std::int16_t>(country);
-    r.timetable = static_cast<std::int16_t>(timetable);
-    bool ok = false;
-    if (f[4] == "none" && f.size() == 5) {
-      r.rule.kind = DstRule::Kind::kNone, ok = true;
-    } else if (f[4] == "all" && f.size() == 5) {
-      r.rule.kind = DstRule::Kind::kAll, ok = true;
-    } else if (f[4] == "rule" && f.size() == 7) {
-      r.rule.kind = DstRule::Kind::kRule;
-      ok = ParseDayRule(f[5], r.rule.start) && ParseDayRule(f[6], r.rule.end);
-    } else if (f[4] == "dates" && f.size() == 7 && r.from_year == r.to_year) {
-      r.rule.kind = DstRule::Kind::kDates;
-      ok = ParseLocalTime(f[5], r.rule.start_serial) && ParseLocalTime(f[6], r.rule.end_serial);
-    }
-    if (!ok) throw AtlasError(file, where + "malformed rule");
-    rules.ranges_[{r.country, r.timetable}].push_back(r);
-  }
-  if (!header) throw AtlasError(file, "line 1: not a summer-time rules file");
-  for (auto& [key, list] : own)
-    rules.changes_[key] = std::make_shared<const Changes>(std::move(list));
-  for (const auto& s : same) {
-    if (own.find(s.as) == own.end()) {
-      throw AtlasError(file, "line " + std::to_string(s.line) + ": same as country " +
-                                 std::to_string(s.as.first) + ", timetable " +
-                                 std::to_string(s.as.second) + ", which has no changes");
-    }
-    rules.changes_[s.timetable] = rules.changes_.at(s.as);
-  }
-  return rules;
+    return rules;
+  });
 }
 
 std::string DstRules::Format(const std::vector<DstRuleRange>& ranges,

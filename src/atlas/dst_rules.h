@@ -44,6 +44,8 @@
 #include <tuple>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
+
 namespace tarv {
 
 inline constexpr const char* kDstRulesFile = "DstRules.dat";
@@ -131,11 +133,11 @@ class DstRules {
  public:
   using Changes = std::vector<std::pair<double, std::int16_t>>;  // (local serial, zone)
 
-  // Parses the file's text; throws AtlasError naming `file` and the line for
+  // Parses the file's text; the fault names `file` and the line for
   // a wrong header or version, a malformed line, a range whose years run
   // backwards, a zone outside the zone table, changes out of time order, or
   // a "same" line naming a timetable without change lines of its own.
-  static DstRules Parse(std::string_view text, const std::string& file);
+  static ReadResult<DstRules> Parse(std::string_view text, const std::string& file);
   // The file's text (version 2) for `ranges`, `changes` and `same`, in the
   // order given.
   static std::string Format(const std::vector<DstRuleRange>& ranges,

@@ -14,7 +14,6 @@
 #include "atlas/name_key.h"
 #include "platform/file_status.h"
 #include "platform/per_thread.h"
-#include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
 #include "text/lz.h"
 #include "util/file_tests.h"
@@ -55,18 +54,23 @@ class NameIndexes {
     const auto known = indexes_.find(file);
     if (known != indexes_.end() && known->second.first == images) return known->second.second;
     if (indexes_.size() > kMaxFiles) indexes_.clear();
-    auto decoding = std::make_shared<NameIndex>(images.first, file);  // may throw
-    decoding->SetPlaceImage(images.second);
-    std::shared_ptr<const NameIndex> decoded = std::move(decoding);
+    auto decoded = NameIndex::Read(images.first, file);
+    if (!decoded) {
+      NoteMalformedFile(decoded.fault());
+      return nullptr;
+    }
+    (*decoded)->SetPlaceImage(images.second);
     const auto records = static_cast<std::int32_t>(
         std::min(images.second->size() / kPlaceRecordSize, kMaxPlaceRecords));
-    if (decoded->RecordCount() != records) {
-      throw AtlasError(file, "written for a place file of " +
-                                 std::to_string(decoded->RecordCount()) + " records, not " +
-                                 std::to_string(records));
+    if ((*decoded)->RecordCount() != records) {
+      NoteMalformedFile({file, "written for a place file of " +
+                                   std::to_string((*decoded)->RecordCount()) + " records, not " +
+                                   std::to_string(records)});
+      return nullptr;
     }
-    indexes_[file] = {images, decoded};
-    return decoded;
+    std::shared_ptr<const NameIndex> index = *std::move(decoded);
+    indexes_[file] = {images, index};
+    return index;
   }
 
  private:
@@ -158,27 +162,36 @@ std::string EncodeNameIndex(std::vector<NameIndexEntry> entries, std::int32_t re
   return bytes;
 }
 
-NameIndex::NameIndex(std::string_view bytes, const std::string& file)
-    : NameIndex(std::make_shared<const std::string>(bytes), file) {}
-
-NameIndex::NameIndex(std::shared_ptr<const std::string> image, const std::string& file)
-    : image_(std::move(image)), bytes_(*image_) {
-  Decode(file);
+ReadResult<std::shared_ptr<NameIndex>> NameIndex::Read(std::string_view bytes,
+                                                       const std::string& file) {
+  return Read(std::make_shared<const std::string>(bytes), file);
 }
+
+ReadResult<std::shared_ptr<NameIndex>> NameIndex::Read(std::shared_ptr<const std::string> image,
+                                                       const std::string& file) {
+  return tarv::Decode([&] {
+    std::shared_ptr<NameIndex> index(new NameIndex(std::move(image)));
+    index->Decode(file);
+    return index;
+  });
+}
+
+NameIndex::NameIndex(std::shared_ptr<const std::string> image)
+    : image_(std::move(image)), bytes_(*image_) {}
 
 void NameIndex::Decode(const std::string& file) {
   const std::string_view b = bytes_;
   if (b.size() < kHeaderSize || b.substr(0, 4) != kNameIndexMagic) {
-    throw AtlasError(file, "not a name index (no \"TPNX\" header)");
+    throw FormatViolation(file, "not a name index (no \"TPNX\" header)");
   }
   const auto version = static_cast<std::uint16_t>(DecodeInt16(b, 4));
   if (version != kNameIndexVersion && version != kFirstVersion) {
-    throw AtlasError(
+    throw FormatViolation(
         file, "name index version " + std::to_string(version) + " is not known (1 and 2 are)");
   }
   record_count_ = DecodeInt32(b, 8);
   if (record_count_ < 0 || record_count_ > static_cast<std::int32_t>(kMaxPlaceRecords)) {
-    throw AtlasError(file, "record count " + std::to_string(record_count_) + " out of range");
+    throw FormatViolation(file, "record count " + std::to_string(record_count_) + " out of range");
   }
   const auto records = static_cast<std::size_t>(record_count_);
   populations_.assign(records, 0);
@@ -186,16 +199,17 @@ void NameIndex::Decode(const std::string& file) {
   std::size_t at = kHeaderSize;
   if (version == kNameIndexVersion) {
     if (b.size() - kHeaderSize < 5 * records) {
-      throw AtlasError(file, "the populations and ranks of " + std::to_string(records) +
-                                 " records do not fit in " + std::to_string(b.size()) + " bytes");
+      throw FormatViolation(file, "the populations and ranks of " + std::to_string(records) +
+                                      " records do not fit in " + std::to_string(b.size()) +
+                                      " bytes");
     }
     for (std::size_t r = 0; r < records; ++r, at += 4)
       populations_[r] = DecodeUint32(b, at);
     for (std::size_t r = 0; r < records; ++r, ++at) {
       ranks_[r] = static_cast<std::uint8_t>(b[at]);
       if (ranks_[r] > kSectionRank) {
-        throw AtlasError(file, "record " + std::to_string(r + 1) + " has rank " +
-                                   std::to_string(ranks_[r]) + " (0 to 7 are known)");
+        throw FormatViolation(file, "record " + std::to_string(r + 1) + " has rank " +
+                                        std::to_string(ranks_[r]) + " (0 to 7 are known)");
       }
     }
   }
@@ -209,14 +223,14 @@ void NameIndex::DecodeEntries(std::size_t at, std::uint32_t count, bool with_pop
   // Each entry takes its fixed bytes and a key byte at least: a count beyond
   // that is a lie.
   if (count > (b.size() - at) / (fixed + 1)) {
-    throw AtlasError(file, std::to_string(count) + " entries do not fit in " +
-                               std::to_string(b.size()) + " bytes");
+    throw FormatViolation(file, std::to_string(count) + " entries do not fit in " +
+                                    std::to_string(b.size()) + " bytes");
   }
   entries_.reserve(count);
   for (std::uint32_t i = 0; i < count; ++i) {
     const auto length = static_cast<std::uint8_t>(b[at]);
     if (length == 0 || at + length + fixed > b.size()) {
-      throw AtlasError(file, "entry " + std::to_string(i + 1) + " is cut off or has no key");
+      throw FormatViolation(file, "entry " + std::to_string(i + 1) + " is cut off or has no key");
     }
     const auto field = static_cast<std::uint16_t>(DecodeInt16(b, at + 1 + length));
     // Version 1 knows no own names: its record numbers use 15 bits as well.
@@ -224,12 +238,12 @@ void NameIndex::DecodeEntries(std::size_t at, std::uint32_t count, bool with_pop
     const Slot slot{static_cast<std::uint32_t>(at + 1), length,
                     static_cast<std::int16_t>(own ? field & ~kOwnNameBit : field), own};
     if (slot.record < 1 || slot.record > record_count_) {
-      throw AtlasError(file, "entry " + std::to_string(i + 1) + " names record " +
-                                 std::to_string(slot.record) + " of " +
-                                 std::to_string(record_count_));
+      throw FormatViolation(file, "entry " + std::to_string(i + 1) + " names record " +
+                                      std::to_string(slot.record) + " of " +
+                                      std::to_string(record_count_));
     }
     if (!entries_.empty() && KeyOf(slot) < KeyOf(entries_.back())) {
-      throw AtlasError(file, "entry " + std::to_string(i + 1) + " is out of key order");
+      throw FormatViolation(file, "entry " + std::to_string(i + 1) + " is out of key order");
     }
     if (with_populations) {
       auto& population = populations_[static_cast<std::size_t>(slot.record - 1)];
@@ -239,7 +253,7 @@ void NameIndex::DecodeEntries(std::size_t at, std::uint32_t count, bool with_pop
     at += length + fixed;
   }
   if (at != b.size()) {
-    throw AtlasError(file, std::to_string(b.size() - at) + " bytes after the last entry");
+    throw FormatViolation(file, std::to_string(b.size() - at) + " bytes after the last entry");
   }
 }
 
@@ -311,8 +325,10 @@ std::shared_ptr<const NameIndex> NameIndexOf(const std::string& place_file) {
       if (k.call == call && k.place_file == place_file) return k.index;
     }
   }
+  const std::uint64_t faults_before = MalformedFileNotes();
   auto index = WithOwnCount(LookUpNameIndex(place_file));
-  if (call != 0) {
+  // A failed read is not remembered: each call that needs the file fails.
+  if (call != 0 && MalformedFileNotes() == faults_before) {
     auto& oldest = *std::min_element(
         known.begin(), known.end(), [](const Known& a, const Known& b) { return a.call < b.call; });
     oldest = {place_file, call, index};
@@ -326,7 +342,11 @@ std::shared_ptr<const NameIndex> LookUpNameIndex(const std::string& place_file) 
   const std::string index_file = NameIndexPathOf(place_file);
   std::int32_t error = 0;
   auto index_bytes = ExistingImage(index_file, error);
-  if (error != 0) throw AtlasError(index_file, LZERROR_Msg(error, index_file));
+  if (error != 0) {
+    // Searching without it would miss the places known by other names.
+    NoteMalformedFile({index_file, LZERROR_Msg(error, index_file)});
+    return nullptr;
+  }
   if (!index_bytes) return nullptr;
   auto places = ExistingImage(place_file, error);
   if (!places) return nullptr;

@@ -49,6 +49,7 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/place_file.h"
 
 namespace tarv {
@@ -98,10 +99,13 @@ std::string EncodeNameIndex(std::vector<NameIndexEntry> entries, std::int32_t re
 // A decoded name index.
 class NameIndex {
  public:
-  // Checks and decodes expanded bytes; throws AtlasError naming `file`.
-  NameIndex(std::string_view bytes, const std::string& file);
+  // Checks and decodes expanded bytes; the fault names `file` and what is
+  // wrong.
+  static ReadResult<std::shared_ptr<NameIndex>> Read(std::string_view bytes,
+                                                     const std::string& file);
   // The same, keeping the image itself rather than a copy.
-  NameIndex(std::shared_ptr<const std::string> image, const std::string& file);
+  static ReadResult<std::shared_ptr<NameIndex>> Read(std::shared_ptr<const std::string> image,
+                                                     const std::string& file);
 
   std::int32_t RecordCount() const { return record_count_; }
   std::size_t size() const { return entries_.size(); }
@@ -159,6 +163,8 @@ class NameIndex {
   void DecodeEntries(std::size_t at, std::uint32_t count, bool with_populations,
                      const std::string& file);
 
+  explicit NameIndex(std::shared_ptr<const std::string> image);
+  // Throws FormatViolation for the first rule the bytes break.
   void Decode(const std::string& file);
 
   std::shared_ptr<const std::string> image_;

@@ -16,7 +16,6 @@
 #include "atlas/dst_rules.h"
 #include "atlas/place_file.h"
 #include "platform/file_status.h"
-#include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
 #include "text/codepage.h"
 #include "text/lz.h"
@@ -109,20 +108,35 @@ std::shared_ptr<const DstRules> RulesFile() {
   AtlasState& atlas = CurrentAtlas();
   const std::uint64_t call = CallNumber();
   if (call != 0 && call == known.call && known.atlas == &atlas) return known.rules;
-  known = {&atlas, call, nullptr};
   const std::string path = AtlasFolder("") + kDstRulesFile;
-  if (!Exist(path)) return nullptr;
+  if (!Exist(path)) {
+    known = {&atlas, call, nullptr};
+    return nullptr;
+  }
   std::int32_t error = 0;
   auto current = ExpandedImage(path, error);
-  // Falling back to the rule of the 1990s would be a quiet wrong answer.
-  if (!current) throw AtlasError(path, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(path))));
-  DecodedRules& decoded = atlas.Derived<DecodedRules>();
-  const std::lock_guard<std::mutex> lock(decoded.mutex);
-  if (current != decoded.image) {
-    decoded.rules = std::make_shared<const DstRules>(DstRules::Parse(*current, path));
-    decoded.image = current;
+  // Falling back to the rule of the 1990s would be a quiet wrong answer: the
+  // call fails instead, and asks again next time.
+  if (!current) {
+    NoteMalformedFile({path, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(path)))});
+    return nullptr;
   }
-  known.rules = decoded.rules;
+  DecodedRules& decoded = atlas.Derived<DecodedRules>();
+  std::shared_ptr<const DstRules> rules;
+  {
+    const std::lock_guard<std::mutex> lock(decoded.mutex);
+    if (current != decoded.image) {
+      auto parsed = DstRules::Parse(*current, path);
+      if (!parsed) {
+        NoteMalformedFile(parsed.fault());
+        return nullptr;
+      }
+      decoded.rules = std::make_shared<const DstRules>(*std::move(parsed));
+      decoded.image = current;
+    }
+    rules = decoded.rules;
+  }
+  known = {&atlas, call, WithOwnCount(std::move(rules))};
   return known.rules;
 }
 

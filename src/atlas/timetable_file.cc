@@ -18,7 +18,6 @@
 #include "atlas/zone_table.h"
 #include "platform/file_status.h"
 #include "platform/per_thread.h"
-#include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
 #include "text/codepage.h"
 #include "text/lz.h"
@@ -121,17 +120,14 @@ std::int32_t ReadRecord(std::int32_t handle, RawRecord& record) {
   return read;
 }
 
-std::int16_t MapZoneCode(std::int16_t code, const std::string& file, std::int16_t country,
-                         std::int32_t number) {
+// The zone-table entry of a zone code of the file; nullopt for a code the
+// table has no entry for.
+std::optional<std::int16_t> MapZoneCode(std::int16_t code) {
   const auto last = static_cast<std::int16_t>(CurrentAtlas().zones.size() - 1);
   if (code >= kLastZoneCode - 2 && code <= kLastZoneCode) {
     return static_cast<std::int16_t>(last - (kLastZoneCode - code));
   }
-  if (code < 0 || code > last) {
-    throw AtlasError(file, "country " + std::to_string(country) + ", timetable " +
-                               std::to_string(number) + ": zone " + std::to_string(code) +
-                               " is not in the zone table");
-  }
+  if (code < 0 || code > last) return std::nullopt;
   return code;
 }
 
@@ -148,6 +144,16 @@ std::int16_t NoteTimetableFault(std::int32_t code, const std::string& file,
                                 std::int32_t* lz_error) {
   NoteAtlasFault(file, code, "Read_Cp_TimeTable");
   if (lz_error != nullptr) *lz_error = code;
+  return static_cast<std::int16_t>(result.size());
+}
+
+// An entry no history can hold: the call fails rather than answer from the
+// entries before it.
+std::int16_t NoteMalformedTimetable(const std::string& file, std::string problem,
+                                    const std::vector<TimetableRecord>& result,
+                                    std::int32_t* lz_error) {
+  NoteMalformedFile({file, std::move(problem)});
+  if (lz_error != nullptr) *lz_error = LZERROR_BADVALUE;
   return static_cast<std::int16_t>(result.size());
 }
 
@@ -180,7 +186,15 @@ class HistoryCache {
     // A file that failed once in this call fails again: it is read once.
     const std::uint64_t call = CallNumber();
     FailedRead& failed = PerThread<FailedRead>();
-    if (call != 0 && failed.call == call && failed.file == file) return nullptr;
+    if (call != 0 && failed.call == call && failed.file == file) {
+      // Each call that needs the file fails as the first did.
+      if (failed.malformed) {
+        NoteMalformedFile(*failed.malformed);
+      } else {
+        NoteAtlasFault(file, failed.code, "Read_Cp_TimeTable");
+      }
+      return nullptr;
+    }
     std::int32_t error = 0;
     // The version the entries belong to; a missing file has none.
     auto image = ExistingImage(file, error);
@@ -207,7 +221,9 @@ class HistoryCache {
     Read_Cp_TimeTable(country.CountryShort, country.CountryId, kSerial2000, number, *entries, usa,
                       "", &lz_error);
     if (lz_error != 0) {
-      failed = {call, file};
+      auto malformed = LastMalformedFile();
+      if (malformed && malformed->file != file) malformed.reset();
+      failed = {call, file, lz_error, std::move(malformed)};
       return nullptr;
     }
     if (cacheable) {
@@ -259,6 +275,8 @@ class HistoryCache {
   struct FailedRead {
     std::uint64_t call = 0;
     std::string file;
+    std::int32_t code = 0;               // the LZ error
+    std::optional<FileFault> malformed;  // or what breaks the format
   };
   std::shared_mutex mutex_;
   std::string folder_ = std::string(1, '\0');  // no place folder is this
@@ -322,15 +340,22 @@ std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_i
     if (read < 0) return NoteTimetableFault(read, file, result, lz_error);
     if (read == 0 || IsSectionMarker(r.datum) || IsBlockMarker(r.datum)) break;
     if (result.size() >= 32767) break;  // the count is 16-bit
+    // Entries are numbered as the text export numbers them, 1700 being 1.
+    const std::string entry = "country " + std::to_string(country_id) + ", timetable " +
+                              std::to_string(number) + ", entry " +
+                              std::to_string(result.size() + 1) + ": ";
     if (!IsDate(r.datum)) {
-      // Numbered as the text export numbers the entries, 1700 being 1.
-      throw AtlasError(file, "country " + std::to_string(country_id) + ", timetable " +
-                                 std::to_string(number) + ", entry " +
-                                 std::to_string(result.size() + 1) + ": " +
-                                 std::to_string(r.datum) + " is not a date");
+      return NoteMalformedTimetable(file, entry + std::to_string(r.datum) + " is not a date",
+                                    result, lz_error);
+    }
+    const auto zone = MapZoneCode(r.zone);
+    if (!zone) {
+      return NoteMalformedTimetable(
+          file, entry + "zone " + std::to_string(r.zone) + " is not in the zone table", result,
+          lz_error);
     }
     const double datum = france ? FranceCorrected(r.datum) : r.datum;
-    result.push_back({datum, MapZoneCode(r.zone, file, country_id, number)});
+    result.push_back({datum, *zone});
   }
   return static_cast<std::int16_t>(result.size());
 }

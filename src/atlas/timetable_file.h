@@ -71,9 +71,10 @@ std::string EncodeTimetableFile(const std::vector<TimetableSection>& sections);
 // block, an unknown compression mode) is an LZ error: the file is noted as
 // the call's atlas fault (which the classic members show under the title
 // "Read_Cp_TimeTable"), `*lz_error` (when given) receives the code, and what
-// was read so far is returned. Zone numbers outside the zone table and entries whose date the
-// host's date type cannot hold (NaN, infinite, before the year 100 or after
-// 9999) throw AtlasError naming the file, country, timetable and entry.
+// was read so far is returned. A zone number outside the zone table or an
+// entry whose date the host's date type cannot hold (NaN, infinite, before
+// the year 100 or after 9999) is noted as a malformed file naming the
+// country, timetable and entry; `*lz_error` then receives LZERROR_BADVALUE.
 std::int16_t Read_Cp_TimeTable(std::string_view code, std::int16_t country_id, double reference,
                                std::int32_t number, std::vector<TimetableRecord>& result, bool usa,
                                const std::string& folder = "", std::int32_t* lz_error = nullptr);

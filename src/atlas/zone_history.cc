@@ -9,11 +9,11 @@
 #include <shared_mutex>
 #include <stdexcept>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "atlas/place_file.h"
 #include "platform/file_status.h"
 #include "platform/per_thread.h"
-#include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
 #include "text/lz.h"
 #include "util/serial_date.h"
@@ -60,7 +60,7 @@ class Reader {
   Reader(std::string_view bytes, const std::string& file) : bytes_(bytes), file_(file) {}
 
   void Need(std::size_t count, const std::string& what) const {
-    if (bytes_.size() - at_ < count) throw AtlasError(file_, what + " is cut off");
+    if (bytes_.size() - at_ < count) throw FormatViolation(file_, what + " is cut off");
   }
   std::uint8_t Byte(const std::string& what) {
     Need(1, what);
@@ -96,19 +96,19 @@ class Reader {
   // Magic, version and the two zero bytes.
   void Header(std::string_view magic, const std::string& kind) {
     if (bytes_.size() < 8 || bytes_.substr(0, 4) != magic) {
-      throw AtlasError(file_, "not " + kind + " (no \"" + std::string(magic) + "\" header)");
+      throw FormatViolation(file_, "not " + kind + " (no \"" + std::string(magic) + "\" header)");
     }
     at_ = 4;
     const auto version = static_cast<std::uint16_t>(Int16("the version"));
     if (version != kZoneHistoryVersion) {
-      throw AtlasError(file_,
-                       kind + " version " + std::to_string(version) + " is not known (1 is)");
+      throw FormatViolation(file_,
+                            kind + " version " + std::to_string(version) + " is not known (1 is)");
     }
-    if (Int16("the header") != 0) throw AtlasError(file_, "header bytes 6-7 are not zero");
+    if (Int16("the header") != 0) throw FormatViolation(file_, "header bytes 6-7 are not zero");
   }
   void End() const {
     if (Left() != 0)
-      throw AtlasError(file_, std::to_string(Left()) + " bytes after the last field");
+      throw FormatViolation(file_, std::to_string(Left()) + " bytes after the last field");
   }
 
  private:
@@ -120,13 +120,14 @@ class Reader {
 std::int16_t CheckedEntry(std::int16_t entry, std::size_t zone_count, const std::string& file,
                           const std::string& what) {
   if (entry < 0 || static_cast<std::size_t>(entry) >= zone_count) {
-    throw AtlasError(file, what + " names zone-table entry " + std::to_string(entry) + " of " +
-                               std::to_string(zone_count));
+    throw FormatViolation(file, what + " names zone-table entry " + std::to_string(entry) + " of " +
+                                    std::to_string(zone_count));
   }
   return entry;
 }
 
-// Decoded files per expanded image, dropped with the image.
+// Decoded files per expanded image, dropped with the image. A file that
+// breaks its format is noted as malformed and gives nullptr.
 template <typename Decoded>
 class DecodedFiles {
  public:
@@ -155,10 +156,15 @@ class DecodedFiles {
     const std::unique_lock<std::shared_mutex> lock(mutex_);
     auto& slot = files_[file];
     if (slot.bytes != bytes || slot.zone_count != zone_count) {
-      auto decoded = std::make_shared<const Decoded>(*bytes, file, zone_count);  // may throw
+      auto decoded =
+          Decode([&] { return std::make_shared<const Decoded>(*bytes, file, zone_count); });
+      if (!decoded) {
+        NoteMalformedFile(decoded.fault());
+        return nullptr;
+      }
       if (files_.size() > kMaxFiles) files_.clear();
-      files_[file] = {bytes, zone_count, decoded};
-      return decoded;
+      files_[file] = {bytes, zone_count, *decoded};
+      return *decoded;
     }
     return slot.decoded;
   }
@@ -264,7 +270,7 @@ ZoneHistories::ZoneHistories(std::string_view bytes, const std::string& file,
   in.Header(kZoneHistoryMagic, "a zone history file");
   const std::uint32_t count = in.Uint32("the zone count");
   if (count == 0 || count > kMaxZones) {
-    throw AtlasError(file, "zone count " + std::to_string(count) + " out of range");
+    throw FormatViolation(file, "zone count " + std::to_string(count) + " out of range");
   }
   zones_.reserve(count);
   rules_.reserve(count);
@@ -274,20 +280,21 @@ ZoneHistories::ZoneHistories(std::string_view bytes, const std::string& file,
     const std::size_t name_length = in.Byte(what);
     zone.name = in.Text(name_length, what + "'s name");
     if (name_length == 0 || name_length > kMaxNameLength || !IsPrintableAscii(zone.name)) {
-      throw AtlasError(file, what + " has no valid name");
+      throw FormatViolation(file, what + " has no valid name");
     }
     const std::string of = what + " (" + zone.name + ")";
     zone.rule = in.Text(in.Byte(of), of + "'s rule");
     std::optional<PosixTzRule> rule;
     if (!zone.rule.empty()) {
       rule = PosixTzRule::Parse(zone.rule);
-      if (!rule) throw AtlasError(file, of + ": \"" + zone.rule + "\" is not a POSIX TZ rule");
+      if (!rule) throw FormatViolation(file, of + ": \"" + zone.rule + "\" is not a POSIX TZ rule");
     }
     zone.rule_standard_entry = CheckedEntry(in.Int16(of), zone_count, file, of + "'s rule");
     zone.rule_daylight_entry = CheckedEntry(in.Int16(of), zone_count, file, of + "'s rule");
     const std::uint32_t periods = in.Uint32(of + "'s period count");
     if (periods == 0 || periods > kMaxPeriods || periods > in.Left() / kPeriodFixedSize) {
-      throw AtlasError(file, of + ": period count " + std::to_string(periods) + " out of range");
+      throw FormatViolation(file,
+                            of + ": period count " + std::to_string(periods) + " out of range");
     }
     zone.periods.reserve(periods);
     for (std::uint32_t i = 0; i < periods; ++i) {
@@ -299,22 +306,22 @@ ZoneHistories::ZoneHistories(std::string_view bytes, const std::string& file,
       p.entry = CheckedEntry(in.Int16(period), zone_count, file, period);
       const std::size_t length = in.Byte(period);
       if (length > kMaxAbbreviationLength)
-        throw AtlasError(file, period + ": abbreviation too long");
+        throw FormatViolation(file, period + ": abbreviation too long");
       p.abbreviation = in.Text(length, period);
       if ((flags & ~(kDaylightFlag | kLocalMeanTimeFlag)) != 0) {
-        throw AtlasError(file, period + ": unknown flags " + std::to_string(flags));
+        throw FormatViolation(file, period + ": unknown flags " + std::to_string(flags));
       }
       p.daylight = (flags & kDaylightFlag) != 0;
       p.local_mean_time = (flags & kLocalMeanTimeFlag) != 0;
       // Offsets beyond a day are no clock any place kept.
       if (std::abs(static_cast<std::int64_t>(p.utc_offset)) >= kOffsetBound) {
-        throw AtlasError(file, period + ": offset " + std::to_string(p.utc_offset) + " s");
+        throw FormatViolation(file, period + ": offset " + std::to_string(p.utc_offset) + " s");
       }
       if (i > 0 && p.from <= zone.periods.back().from) {
-        throw AtlasError(file, period + " starts before the period it follows");
+        throw FormatViolation(file, period + " starts before the period it follows");
       }
       if (i > 0 && std::abs(p.from) > kStartBound) {
-        throw AtlasError(file, period + " starts " + std::to_string(p.from) + " s from 1970");
+        throw FormatViolation(file, period + " starts " + std::to_string(p.from) + " s from 1970");
       }
       if (i == 0) p.from = std::numeric_limits<std::int64_t>::min();
       zone.periods.push_back(std::move(p));
@@ -401,12 +408,12 @@ PlaceZones::PlaceZones(std::string_view bytes, const std::string& file, std::siz
   in.Header(kPlaceZonesMagic, "a place zone file");
   const std::uint32_t count = in.Uint32("the record count");
   if (count > kMaxPlaceRecords || count > in.Left() / 2) {
-    throw AtlasError(file, "record count " + std::to_string(count) + " out of range");
+    throw FormatViolation(file, "record count " + std::to_string(count) + " out of range");
   }
   auto zone_of = [&](const std::string& what) {
     const auto zone = static_cast<std::uint16_t>(in.Int16(what));
     if (zone != kNoPlaceZone && zone >= zone_count) {
-      throw AtlasError(
+      throw FormatViolation(
           file, what + " names zone " + std::to_string(zone) + " of " + std::to_string(zone_count));
     }
     return zone;
@@ -416,7 +423,7 @@ PlaceZones::PlaceZones(std::string_view bytes, const std::string& file, std::siz
     zones_.push_back(zone_of("record " + std::to_string(r + 1)));
   const auto timetables = static_cast<std::uint16_t>(in.Int16("the timetable count"));
   if (timetables > kMaxTimetables || timetables > in.Left() / 2) {
-    throw AtlasError(file, "timetable count " + std::to_string(timetables) + " out of range");
+    throw FormatViolation(file, "timetable count " + std::to_string(timetables) + " out of range");
   }
   for (std::uint16_t t = 0; t < timetables; ++t)
     timetables_.push_back(zone_of("timetable " + std::to_string(t + 1)));
@@ -463,25 +470,35 @@ std::optional<LoadedHistories> ReadHistories(std::string_view code) {
   if (!place_file.ends_with(".dao")) return std::nullopt;
   const std::string zones_file = PlaceZonesPathOf(place_file);
   const std::string history_file = AtlasFolder("") + kZoneHistoryFile;
-  std::int32_t error = 0;
-  const auto zone_bytes = ExistingImage(zones_file, error);
-  if (error != 0) throw AtlasError(zones_file, LZERROR_Msg(error, zones_file));
+  // An answer from the timetables where the histories cannot be read would
+  // be a quiet wrong one: the call fails instead.
+  auto image = [](const std::string& file) {
+    std::int32_t error = 0;
+    auto bytes = ExistingImage(file, error);
+    if (error != 0) NoteMalformedFile({file, LZERROR_Msg(error, file)});
+    return bytes;
+  };
+  const auto zone_bytes = image(zones_file);
   if (!zone_bytes) return std::nullopt;
-  const auto history_bytes = ExistingImage(history_file, error);
-  if (error != 0) throw AtlasError(history_file, LZERROR_Msg(error, history_file));
+  const auto history_bytes = image(history_file);
   if (!history_bytes) return std::nullopt;
   LoadedHistories loaded;
   loaded.histories = histories.Get(history_file, history_bytes, CurrentAtlas().zones.size());
+  if (!loaded.histories) return std::nullopt;
   loaded.place_zones = place_zones.Get(zones_file, zone_bytes, loaded.histories->size());
+  if (!loaded.place_zones) return std::nullopt;
+  std::int32_t error = 0;
   // Numbers written for another place file would give places others' zones.
   const auto places = ExistingImage(place_file, error);
   if (!places) return std::nullopt;  // the place search reports that file
   const auto records =
       static_cast<std::int32_t>(std::min(places->size() / kPlaceRecordSize, kMaxPlaceRecords));
   if (loaded.place_zones->RecordCount() != records) {
-    throw AtlasError(zones_file, "written for a place file of " +
-                                     std::to_string(loaded.place_zones->RecordCount()) +
-                                     " records, " + place_file + " has " + std::to_string(records));
+    NoteMalformedFile({zones_file, "written for a place file of " +
+                                       std::to_string(loaded.place_zones->RecordCount()) +
+                                       " records, " + place_file + " has " +
+                                       std::to_string(records)});
+    return std::nullopt;
   }
   return loaded;
 }
@@ -507,7 +524,10 @@ std::optional<LoadedHistories> LoadHistories(std::string_view code) {
       memo.places_path == state.places_path) {
     return memo.loaded;
   }
+  const std::uint64_t faults_before = MalformedFileNotes();
   auto loaded = ReadHistories(code);
+  // A failed read is not remembered: each call that needs the file fails.
+  if (MalformedFileNotes() != faults_before) return loaded;
   memo.call = call;
   memo.tables = state.tables_version;
   memo.places_path = state.places_path;

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/zone_table.h"
 
 namespace tarv {
@@ -15,10 +16,11 @@ namespace tarv {
 // line is the header "index abbreviation name offset kind sort extra show",
 // then one line per entry in index order. Offsets read "+1:00", "-3:30",
 // "+0:19:32" (hours east of UTC). Texts are UTF-8 and become Windows-1252.
-// Throws AtlasError naming `file` and the line for a wrong column count, an
+// The fault names `file` and the line for a wrong column count, an
 // index out of order, a text too long for its field, an unknown kind, a
 // malformed offset, a repeated abbreviation, or a count other than 287.
-std::vector<ZoneRecord> ParseZoneTableSource(std::string_view text, const std::string& file);
+ReadResult<std::vector<ZoneRecord>> ParseZoneTableSource(std::string_view text,
+                                                         const std::string& file);
 
 // Parses an offset text ("+5:45", "-0:25:21") into seconds east of UTC.
 // Returns false for anything else.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
@@ -9,11 +10,11 @@
 #include "atlas/zone_table.h"
 #include "export/file_helpers.h"
 #include "platform/atomic_file.h"
-#include "text/codepage.h"
-#include "text/lz.h"
 #include "platform/paths.h"
 #include "platform/per_thread.h"
 #include "tarvplaces/atlas_error.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "util/number_text.h"
 #include "util/serial_date.h"
 
@@ -81,8 +82,14 @@ std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& cou
 
 ExportCounts ExportPlaces(const std::string& country_file, const std::string& out_folder,
                           const std::function<void(const std::string&, double)>& progress) {
+  const std::uint64_t notes = MalformedFileNotes();
   InitializeCountries("", country_file.empty() ? "Country.dat" : country_file, false, true);
   InitializeTimeZones("", "Zones13.bin");
+  // Exporting the tables as they were before would write another atlas.
+  if (MalformedFileNotes() != notes) {
+    const auto fault = LastMalformedFile();
+    throw AtlasError(fault->file, fault->problem);
+  }
   return ExportLoadedAtlas(out_folder, progress);
 }
 
@@ -127,6 +134,8 @@ ExportCounts ExportLoadedAtlas(const std::string& out_folder,
       if (error != 0) {
         const std::string file =
             AtlasFolder("") + (IsUSA(c.CountryShort) ? "TTUSA.dao" : "ttx.dao");
+        const auto malformed = LastMalformedFile();
+        if (malformed && malformed->file == file) throw AtlasError(file, malformed->problem);
         throw AtlasError(file, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(file))));
       }
       for (std::size_t e = 0; e < entries.size(); ++e) {

@@ -40,6 +40,9 @@ class Call {
   // Throws for a file the call could not read: an answer made without it
   // would be a smaller atlas's.
   void Check() const {
+    if (const auto malformed = LastMalformedFile()) {
+      throw AtlasError(malformed->file, malformed->problem);
+    }
     if (const AtlasFault fault = LastAtlasFault()) throw AtlasError(fault.File, fault.Reason);
   }
 
@@ -120,6 +123,7 @@ Atlas::Atlas(const std::string& folder, std::int32_t language)
   const Call call(*state_);
   InitializeCountries("", "Country.dat", false, false);
   InitializeTimeZones("", "Zones13.bin");
+  call.Check();
 }
 
 Atlas::~Atlas() = default;
@@ -143,7 +147,9 @@ std::optional<CountryInfo> Atlas::FindCountry(const std::string& text, CountryCo
 
 std::vector<CountryInfo> Atlas::Countries() const {
   const Call call(*state_);
-  return CountryInfos();
+  auto countries = CountryInfos();
+  call.Check();
+  return countries;
 }
 
 std::vector<ZoneInfo> Atlas::Zones() const {
@@ -153,6 +159,7 @@ std::vector<ZoneInfo> Atlas::Zones() const {
   for (std::size_t id = 0; id < state_->zones.size(); ++id) {
     zones.push_back(ZoneInfoOf(static_cast<std::int16_t>(id), 0.0));
   }
+  call.Check();
   return zones;
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/message_box.h"
+#include "tarvplaces/atlas_error.h"
 
 namespace tarv {
 
@@ -10,6 +11,11 @@ ReadCall::ReadCall(AtlasState& atlas) : atlas_(atlas), look_(atlas.UserWatch()) 
   if (const std::string trouble = atlas.UserWatch().TakeTrouble(); !trouble.empty()) {
     MsgBox(trouble, kMsgExclamation);
   }
+}
+
+void ThrowIfMalformed(const FaultScope& scope) {
+  if (!scope.Outermost()) return;
+  if (const auto fault = LastMalformedFile()) throw AtlasError(fault->file, fault->problem);
 }
 
 FaultBox::~FaultBox() {

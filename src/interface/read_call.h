@@ -3,6 +3,8 @@
 #ifndef TARVPLACES_INTERFACE_READ_CALL_H_
 #define TARVPLACES_INTERFACE_READ_CALL_H_
 
+#include <type_traits>
+
 #include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "platform/file_status.h"
@@ -25,6 +27,24 @@ class ReadCall {
   FaultScope fault_;
 };
 
+// Throws AtlasError for the malformed file the call noted, when `scope` is
+// the outermost one: an answer made without the file would be another
+// atlas's.
+void ThrowIfMalformed(const FaultScope& scope);
+
+// A classic member that reads only the tables: a malformed file is thrown
+// when the member ends (Check).
+class TableCall {
+ public:
+  TableCall() = default;
+  TableCall(const TableCall&) = delete;
+  TableCall& operator=(const TableCall&) = delete;
+  void Check() const { ThrowIfMalformed(fault_); }
+
+ private:
+  FaultScope fault_;
+};
+
 // The classic members' way of telling a file they could not read: when the
 // outermost call ends, the fault it noted is shown in a message box with
 // the critical-stop icon, the LZ error text and the reader's title
@@ -35,6 +55,7 @@ class FaultBox {
   ~FaultBox();
   FaultBox(const FaultBox&) = delete;
   FaultBox& operator=(const FaultBox&) = delete;
+  void Check() const { ThrowIfMalformed(fault_); }
 
  private:
   FaultScope fault_;
@@ -44,11 +65,27 @@ class FaultBox {
 class ClassicCall {
  public:
   ClassicCall() : read_(CurrentAtlas()) {}
+  void Check() const { box_.Check(); }
 
  private:
   FaultBox box_;  // first: its scope is the outermost, and it tells last
   ReadCall read_;
 };
+
+// Runs a classic member's body within a `Call` and checks it at the end:
+// the member answers, or throws AtlasError for a malformed file it met.
+template <typename Call = TableCall, typename Body>
+auto Classic(Body&& body) -> decltype(body()) {
+  const Call call;
+  if constexpr (std::is_void_v<decltype(body())>) {
+    body();
+    call.Check();
+  } else {
+    auto answer = body();
+    call.Check();
+    return answer;
+  }
+}
 
 }  // namespace tarv
 

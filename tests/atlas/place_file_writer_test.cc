@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "atlas/name_index.h"
-#include "text/lz.h"
 #include "support/atlas_fixture.h"
 #include "support/temp_folder.h"
 #include "text/bytes.h"
+#include "text/lz.h"
 
 namespace tarv {
 namespace {
@@ -70,18 +70,18 @@ TEST(WritePlaceFiles, TheNameIndexPointsAtTheSortedRecords) {
   std::int32_t error = 0;
   const auto image = ExpandedImage(file, error);
   ASSERT_TRUE(image);
-  const NameIndex index(*image, file);
-  EXPECT_EQ(index.RecordCount(), 3);
-  const auto vienna = index.Find("vienna", false);
+  const auto index = *NameIndex::Read(image, file);
+  EXPECT_EQ(index->RecordCount(), 3);
+  const auto vienna = index->Find("vienna", false);
   ASSERT_EQ(vienna.size(), 1U);
   EXPECT_EQ(vienna[0].record, 3);  // Graz, Linz, Wien
   EXPECT_EQ(vienna[0].population, 1900000U);
-  EXPECT_EQ(index.Rank(3), kCapitalRank);
-  const auto graz = index.Find("graz", false);
+  EXPECT_EQ(index->Rank(3), kCapitalRank);
+  const auto graz = index->Find("graz", false);
   ASSERT_EQ(graz.size(), 1U);
   EXPECT_EQ(graz[0].record, 1);
   EXPECT_EQ(graz[0].population, 0xFFFFFFFFU);  // clamped
-  EXPECT_EQ(index.Find("vie", true).size(), 1U);
+  EXPECT_EQ(index->Find("vie", true).size(), 1U);
   // Without keys no name index is written.
   WritePlaceFiles(folder.path(), "CH", places);
   EXPECT_FALSE(std::filesystem::exists(folder.path() / "CH.NDX"));
@@ -102,9 +102,10 @@ TEST(WritePlaceFiles, ASeatComesBeforeAPlaceOfAboutItsSize) {
   const auto file = ExpandedImage((folder.path() / "USKY.dao").string(), error);
   ASSERT_TRUE(file);
   EXPECT_EQ(DecodePlaceRecord(*file).Longitude, -84.85F);
-  const NameIndex index(*ExpandedImage((folder.path() / "USKY.NDX").string(), error), "USKY.NDX");
-  EXPECT_EQ(index.Find("monticello", false).at(0).record, 1);
-  EXPECT_GT(index.ProminenceOf(1), index.ProminenceOf(2));
+  const auto index =
+      *NameIndex::Read(ExpandedImage((folder.path() / "USKY.NDX").string(), error), "USKY.NDX");
+  EXPECT_EQ(index->Find("monticello", false).at(0).record, 1);
+  EXPECT_GT(index->ProminenceOf(1), index->ProminenceOf(2));
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 #include <map>
 #include <set>
 
+#include "support/fault_text.h"
 #include "support/zone_fixture.h"
-#include "tarvplaces/atlas_error.h"
 #include "util/text.h"
 
 namespace tarv {
@@ -93,12 +93,7 @@ TEST(ZoneTableSource, OffsetTexts) {
 }
 
 std::string ErrorOf(const std::string& text) {
-  try {
-    ParseZoneTableSource(text, "zones.tsv");
-  } catch (const AtlasError& e) {
-    return e.what();
-  }
-  return "";
+  return FaultText(ParseZoneTableSource(text, "zones.tsv"));
 }
 
 TEST(ZoneTableSource, RefusesMalformedLinesWithTheirNumber) {

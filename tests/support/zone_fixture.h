@@ -19,7 +19,7 @@ inline std::string ZonesTsvPath() {
 inline std::vector<ZoneRecord> ProjectZoneTable() {
   std::ifstream in(ZonesTsvPath(), std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  return ParseZoneTableSource(text, ZonesTsvPath());
+  return ValueOrAtlasError(ParseZoneTableSource(text, ZonesTsvPath()));
 }
 
 // The bytes of "Zones13.bin" as the build writes it.

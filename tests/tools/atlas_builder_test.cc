@@ -8,13 +8,13 @@
 #include <filesystem>
 #include <set>
 
+#include "atlas/atlas_state.h"
 #include "atlas/name_index.h"
 #include "atlas/place_file.h"
-#include "atlas/atlas_state.h"
-#include "text/codepage.h"
-#include "text/lz.h"
 #include "support/temp_folder.h"
 #include "tarvplaces/places.h"
+#include "text/codepage.h"
+#include "text/lz.h"
 #include "util/serial_date.h"
 
 namespace tarv::atlas {
@@ -76,12 +76,12 @@ class AtlasBuilderTest : public ::testing::Test {
     return records;
   }
 
-  NameIndex Index(const std::string& code) {
+  std::shared_ptr<const NameIndex> Index(const std::string& code) {
     const std::string file = (fs::path(options_.out) / (code + ".NDX")).string();
     std::int32_t error = 0;
     const auto image = ExpandedImage(file, error);
     EXPECT_EQ(error, 0) << file;
-    return NameIndex(image ? *image : std::string(), file);
+    return ValueOrAtlasError(NameIndex::Read(image ? *image : std::string(), file));
   }
 
   testing::TempFolder folder_;
@@ -117,21 +117,21 @@ TEST_F(AtlasBuilderTest, EqualNamesComeMostPopulousFirst) {
 
 TEST_F(AtlasBuilderTest, TheNameIndexFindsPlacesByTheirOtherNames) {
   const auto records = Records("SSR");
-  const NameIndex index = Index("SSR");
-  EXPECT_EQ(index.RecordCount(), static_cast<std::int32_t>(records.size()));
+  const auto index = Index("SSR");
+  EXPECT_EQ(index->RecordCount(), static_cast<std::int32_t>(records.size()));
   for (const char* key : {"moscow", "mosca", "moskau", "moskva", "moskvy"}) {
-    const auto found = index.Find(key, false);
+    const auto found = index->Find(key, false);
     ASSERT_EQ(found.size(), 1U) << key;
     EXPECT_EQ(found[0].record, 1) << key;
     EXPECT_EQ(found[0].population, 10381222U) << key;
   }
-  EXPECT_TRUE(index.Find("mow", false).empty());
+  EXPECT_TRUE(index->Find("mow", false).empty());
   // Equal keys of several places: most populous first.
-  const auto neustadt = Index("D").Find("neustadt", false);
+  const auto neustadt = Index("D")->Find("neustadt", false);
   ASSERT_EQ(neustadt.size(), 3U);
   EXPECT_EQ(neustadt[0].population, 52000U);
   EXPECT_EQ(neustadt[2].population, 8000U);
-  const auto perth = Index("AUS").Find("boorloo", false);
+  const auto perth = Index("AUS")->Find("boorloo", false);
   ASSERT_EQ(perth.size(), 1U);
   EXPECT_EQ(perth[0].record, 1);
 }

@@ -8,9 +8,9 @@
 #include <fstream>
 #include <iterator>
 
-#include "tools/expanded_file.h"
 #include "support/temp_folder.h"
 #include "text/lz.h"
+#include "tools/expanded_file.h"
 
 namespace tarv::atlas {
 namespace {
@@ -95,7 +95,7 @@ TEST_F(BuilderRulesFile, TimetablesOfOneZoneShareTheirChanges) {
   testing::TempFolder folder;
   file.Write(folder.path());
   const DstRules rules =
-      DstRules::Parse(ExpandedFile(folder.path() / kDstRulesFile), kDstRulesFile);
+      *DstRules::Parse(ExpandedFile(folder.path() / kDstRulesFile), kDstRulesFile);
   // Berlin keeps one rule from 2000 through 2037.
   for (const int year : {2000, 2020, 2037})
     EXPECT_EQ(rules.RuleFor(1, 1, year), DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180})) << year;

@@ -221,7 +221,8 @@ ZoneLibrary LoadZones(const std::string& zoneinfo, const std::string& zones_tsv,
     zone_uses[p.timezone].population += 1.0 + static_cast<double>(p.population);
   for (auto& [name, use] : zone_uses)
     use.tzif = ReadTzif((fs::path(zoneinfo) / name).string());
-  auto design = DesignZoneTable(ParseZoneTableSource(ReadText(zones_tsv), zones_tsv), zone_uses);
+  auto design = DesignZoneTable(
+      ValueOrAtlasError(ParseZoneTableSource(ReadText(zones_tsv), zones_tsv)), zone_uses);
   unnamed = std::move(design.unnamed);
   return ZoneLibrary(zoneinfo, std::move(design.table), std::move(zone_uses));
 }

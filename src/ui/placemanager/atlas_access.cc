@@ -126,71 +126,80 @@ bool IsUsState(const std::string& code) {
 }
 
 std::vector<CountryChoice> CountryChoices(bool usa) {
-  EnsureTablesLoaded();
-  const auto& table = CurrentAtlas().countries;
-  std::vector<CountryChoice> choices;
-  for (std::size_t i = 1; i + kNonCountryTail < table.size(); ++i) {
-    const CountryRecord& r = table[i];
-    if (IsUSA(r.CountryShort) != usa) continue;
-    choices.push_back(
-        {Utf8FromAnsi(r.CountryTitle), Utf8FromAnsi(r.CountryShort), Utf8FromAnsi(r.TimezoneShort),
-         Utf8FromAnsi(ContinentName(table, r.ContinentID)), Utf8FromAnsi(JoinInfo(r))});
-  }
-  return choices;
+  return Classic<TableCall>([&]() -> std::vector<CountryChoice> {
+    EnsureTablesLoaded();
+    const auto& table = CurrentAtlas().countries;
+    std::vector<CountryChoice> choices;
+    for (std::size_t i = 1; i + kNonCountryTail < table.size(); ++i) {
+      const CountryRecord& r = table[i];
+      if (IsUSA(r.CountryShort) != usa) continue;
+      choices.push_back({Utf8FromAnsi(r.CountryTitle), Utf8FromAnsi(r.CountryShort),
+                         Utf8FromAnsi(r.TimezoneShort),
+                         Utf8FromAnsi(ContinentName(table, r.ContinentID)),
+                         Utf8FromAnsi(JoinInfo(r))});
+    }
+    return choices;
+  });
 }
 
 std::int32_t ListPlaces(const std::string& code, const std::string& search, bool prefix,
                         ControlState& list, std::vector<bool>* other_names) {
-  const FaultBox fault;  // the dialog tells what it could not read as the members do
-  EnsureTablesLoaded();
-  ListCollector collector(list);
-  std::string text = AnsiFromUtf8(search);
-  // A name the atlas's letters cannot write is asked of the name index as
-  // typed, in its own script.
-  std::optional<NameQuery> typed;
-  if (other_names != nullptr && text.find(kUnmappable) != std::string::npos) {
-    const std::string trimmed = Trim(search);
-    typed = NameQueryOfUtf8(prefix && !trimmed.empty() && trimmed.back() != '*' ? trimmed + "*"
-                                                                                : trimmed);
-    if (!typed) typed = NameQuery{};
-  }
-  return Fill_SuchOrtListe(InternalCode(code), text, collector, prefix, other_names,
-                           typed ? &*typed : nullptr);
+  return Classic<FaultBox>([&]() -> std::int32_t {
+    // The dialog tells what it could not read as the members do.
+    EnsureTablesLoaded();
+    ListCollector collector(list);
+    std::string text = AnsiFromUtf8(search);
+    // A name the atlas's letters cannot write is asked of the name index as
+    // typed, in its own script.
+    std::optional<NameQuery> typed;
+    if (other_names != nullptr && text.find(kUnmappable) != std::string::npos) {
+      const std::string trimmed = Trim(search);
+      typed = NameQueryOfUtf8(prefix && !trimmed.empty() && trimmed.back() != '*' ? trimmed + "*"
+                                                                                  : trimmed);
+      if (!typed) typed = NameQuery{};
+    }
+    return Fill_SuchOrtListe(InternalCode(code), text, collector, prefix, other_names,
+                             typed ? &*typed : nullptr);
+  });
 }
 
 std::optional<PlaceData> FindPlace(const std::string& code, const std::string& name,
                                    std::int16_t record, double longitude, double latitude) {
-  const FaultBox fault;  // the dialog tells what it could not read as the members do
-  EnsureTablesLoaded();
-  const std::string wanted = Trim(AnsiFromUtf8(name));
-  if (wanted.empty() || wanted.find_first_of("*?[") != std::string::npos) return std::nullopt;
-  PlaceList list;
-  Read_Cp_Indexed_City(GetCompressedPlaceFile(InternalCode(code)), wanted, list, 0);
-  std::optional<PlaceData> best;
-  double best_distance = std::numeric_limits<double>::infinity();
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    if (!TextEqual(list.places[i].TrimmedName(), wanted)) continue;
-    const PlaceData data = ToPlaceData(list.places[i], list.refs[i].RecordNo);
-    if (record != 0 && data.record == record) return data;
-    const double distance = std::hypot(data.longitude - longitude, data.latitude - latitude);
-    if (!best || ((longitude != 0.0 || latitude != 0.0) && distance < best_distance)) {
-      best = data;
-      best_distance = distance;
+  return Classic<FaultBox>([&]() -> std::optional<PlaceData> {
+    // The dialog tells what it could not read as the members do.
+    EnsureTablesLoaded();
+    const std::string wanted = Trim(AnsiFromUtf8(name));
+    if (wanted.empty() || wanted.find_first_of("*?[") != std::string::npos) return std::nullopt;
+    PlaceList list;
+    Read_Cp_Indexed_City(GetCompressedPlaceFile(InternalCode(code)), wanted, list, 0);
+    std::optional<PlaceData> best;
+    double best_distance = std::numeric_limits<double>::infinity();
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      if (!TextEqual(list.places[i].TrimmedName(), wanted)) continue;
+      const PlaceData data = ToPlaceData(list.places[i], list.refs[i].RecordNo);
+      if (record != 0 && data.record == record) return data;
+      const double distance = std::hypot(data.longitude - longitude, data.latitude - latitude);
+      if (!best || ((longitude != 0.0 || latitude != 0.0) && distance < best_distance)) {
+        best = data;
+        best_distance = distance;
+      }
     }
-  }
-  return best;
+    return best;
+  });
 }
 
 bool KnownAs(const std::string& code, std::int16_t record, const std::string& name) {
-  const FaultBox fault;  // the dialog tells what it could not read as the members do
-  EnsureTablesLoaded();
-  const auto query = NameQueryOfUtf8(name);
-  if (!query || query->prefix || record <= 0) return false;
-  const auto index = NameIndexOf(GetCompressedPlaceFile(InternalCode(code)));
-  if (!index) return false;
-  const auto found = index->Find(query->key, false);
-  return std::any_of(found.begin(), found.end(),
-                     [record](const NameIndexEntry& e) { return e.record == record; });
+  return Classic<FaultBox>([&]() -> bool {
+    // The dialog tells what it could not read as the members do.
+    EnsureTablesLoaded();
+    const auto query = NameQueryOfUtf8(name);
+    if (!query || query->prefix || record <= 0) return false;
+    const auto index = NameIndexOf(GetCompressedPlaceFile(InternalCode(code)));
+    if (!index) return false;
+    const auto found = index->Find(query->key, false);
+    return std::any_of(found.begin(), found.end(),
+                       [record](const NameIndexEntry& e) { return e.record == record; });
+  });
 }
 
 bool HasUserPlace(const std::string& code, const std::string& name) {
@@ -223,23 +232,29 @@ std::optional<double> ParseLatitude(const std::string& text) {
 }
 
 std::int32_t TimetableCount(const std::string& code) {
-  EnsureTablesLoaded();
-  return HaveTimetables(InternalCode(code));
+  return Classic<TableCall>([&]() -> std::int32_t {
+    EnsureTablesLoaded();
+    return HaveTimetables(InternalCode(code));
+  });
 }
 
 std::string StandardZone(const std::string& code, std::int16_t timetable) {
-  const FaultBox fault;  // the dialog tells what it could not read as the members do
-  return Utf8FromAnsi(GetRightTimeZone(AnsiFromUtf8(code), timetable));
+  return Classic<FaultBox>([&]() -> std::string {
+    // The dialog tells what it could not read as the members do.
+    return Utf8FromAnsi(GetRightTimeZone(AnsiFromUtf8(code), timetable));
+  });
 }
 
 std::vector<TimetableRow> ZoneChanges(const std::string& country, std::int16_t timetable) {
-  const FaultBox fault;  // the dialog tells what it could not read as the members do
-  classPlaces places;
-  std::vector<TimetableRow> rows = places.GetTimeTableArray(country, timetable);
-  if (!rows.empty() && rows.front().ZoneId == 0 && rows.front().Date == kSerial1700) {
-    rows.erase(rows.begin());
-  }
-  return rows;
+  return Classic<FaultBox>([&]() -> std::vector<TimetableRow> {
+    // The dialog tells what it could not read as the members do.
+    classPlaces places;
+    std::vector<TimetableRow> rows = places.GetTimeTableArray(country, timetable);
+    if (!rows.empty() && rows.front().ZoneId == 0 && rows.front().Date == kSerial1700) {
+      rows.erase(rows.begin());
+    }
+    return rows;
+  });
 }
 
 TimetableZone ZoneOfEntry(const std::string& country, std::int16_t zone_id) {
@@ -259,13 +274,15 @@ TimetableZone ZoneOfEntry(const std::string& country, std::int16_t zone_id) {
 std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country, std::int16_t record,
                                                   std::int16_t timetable) {
   if (record <= 0) return std::nullopt;
-  const FaultBox fault;  // the dialog tells what it could not read as the members do
-  FoundPlace place;
-  place.Country = InternalCode(country);
-  place.RecordNo = record;
-  const auto difference = CompareWithTimetable(place, timetable);
-  if (!difference || difference->years.empty()) return std::nullopt;
-  return OwnZoneHistory{difference->iana, YearRangesText(difference->years)};
+  return Classic<FaultBox>([&]() -> std::optional<OwnZoneHistory> {
+    // The dialog tells what it could not read as the members do.
+    FoundPlace place;
+    place.Country = InternalCode(country);
+    place.RecordNo = record;
+    const auto difference = CompareWithTimetable(place, timetable);
+    if (!difference || difference->years.empty()) return std::nullopt;
+    return OwnZoneHistory{difference->iana, YearRangesText(difference->years)};
+  });
 }
 
 }  // namespace tarv::ui

@@ -26,6 +26,9 @@ FaultRecord& Record() {
 void NoteAtlasFault(const std::string& file, std::int32_t code, std::string_view reader) {
   FaultRecord& record = Record();
   if (code >= 0 || record.fault) return;
+  // A reader that found the file malformed gives its own error on; the
+  // file's fault is told once, as what is wrong with it.
+  if (record.malformed && record.malformed->file == file) return;
   record.fault = AtlasFault{file, code, Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file)))};
   record.reader = reader;
 }

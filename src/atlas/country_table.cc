@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <utility>
 
@@ -58,12 +59,16 @@ ReadResult<std::vector<CountryRecord>> ParseCountryFile(std::string_view text,
                                                         const std::string& file) {
   return Decode([&] {
     const auto lines = SplitLines(text);
+    // A table without countries would answer "unknown country" for every
+    // place of the atlas.
+    if (lines.empty()) throw FormatViolation(file, "holds no country");
     if (lines.size() > kMaxCountryLines) {
       throw FormatViolation(
           file, "line " + std::to_string(kMaxCountryLines + 1) + ": more than 300 country lines");
     }
     std::vector<CountryRecord> records;
     records.reserve(lines.size());
+    std::map<std::int16_t, std::size_t> lines_of_id;
     for (std::size_t i = 0; i < lines.size(); ++i) {
       const std::size_t line_no = i + 1;
       const auto f = Split(lines[i], '\t');
@@ -94,6 +99,13 @@ ReadResult<std::vector<CountryRecord>> ParseCountryFile(std::string_view text,
       r.HaveZonesSince = f[8];
       r.ContinentID = NumberField(f[9], file, line_no, "ContinentID");
       r.SubContinentID = NumberField(f[10], file, line_no, "SubContinentID");
+      // Country numbers name the countries' timetables and user places: a
+      // second line of one number would send its lookups to the first.
+      if (const auto [at, fresh] = lines_of_id.emplace(r.CountryId, line_no); !fresh) {
+        throw FormatViolation(file, "line " + std::to_string(line_no) + ": CountryId " +
+                                        std::to_string(r.CountryId) + " is line " +
+                                        std::to_string(at->second) + "'s as well");
+      }
       records.push_back(std::move(r));
     }
     return records;

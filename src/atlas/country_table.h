@@ -48,8 +48,8 @@ inline bool IsGroupPosition(std::size_t index, std::size_t table_size) {
 // continents). Lines end in CR LF (LF or CR alone are accepted too); a final
 // line break does not start another line. The fault names `file` and the
 // line for fewer than eleven TAB-separated fields, a number outside
-// the 16-bit range, a country code holding a control character, or more than
-// 300 lines.
+// the 16-bit range, a country code holding a control character, a CountryId
+// of an earlier line, no line at all, or more than 300 lines.
 ReadResult<std::vector<CountryRecord>> ParseCountryFile(std::string_view text,
                                                         const std::string& file);
 

@@ -10,8 +10,10 @@
 #include <shared_mutex>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
+#include "atlas/place_image.h"
 #include "text/bytes.h"
 #include "text/lz.h"
 #include "util/file_tests.h"
@@ -247,6 +249,11 @@ std::shared_ptr<const PlaceGrid> SharedGridOf(const std::string& file,
     const auto it = known.grids.find(file);
     if (it != known.grids.end() && it->second->image() == image) return it->second;
   }
+  // Checked once per version of the file, as the grid is built.
+  if (std::string problem = PlaceFileProblem(*image, file); !problem.empty()) {
+    NoteMalformedFile({file, std::move(problem)});
+    return nullptr;
+  }
   auto grid = std::make_shared<const PlaceGrid>(std::move(image));
   const std::unique_lock<std::shared_mutex> lock(known.mutex);
   if (known.grids.size() >= 64) known.grids.clear();
@@ -267,6 +274,7 @@ std::shared_ptr<const PlaceGrid> GridOf(const std::string& file,
     if (k.grid && k.file == file && k.grid->image() == image) return k.grid;
   }
   auto grid = WithOwnCount(SharedGridOf(file, std::move(image)));
+  if (!grid) return nullptr;
   std::rotate(known.rbegin(), known.rbegin() + 1, known.rend());
   known.front() = {file, grid};
   return grid;
@@ -293,6 +301,10 @@ std::optional<NearestPlace> FindNearestPlace(std::string_view code, double longi
       return std::nullopt;
     }
     const std::string_view bytes = *image;
+    if (std::string problem = PlaceFileProblem(bytes, user_file); !problem.empty()) {
+      NoteMalformedFile({user_file, std::move(problem)});
+      return std::nullopt;
+    }
     const std::size_t count =
         std::min<std::size_t>(bytes.size() / kPlaceRecordSize, kMaxPlaceRecords);
     for (std::size_t r = 0; r < count; ++r) {
@@ -320,6 +332,7 @@ std::optional<NearestPlace> FindNearestPlace(std::string_view code, double longi
     return std::nullopt;
   }
   const auto grid = GridOf(place_file, std::move(image));
+  if (!grid) return std::nullopt;
   const std::int32_t r = grid->Nearest(longitude, latitude, range_degrees, best_distance);
   if (r < 0) return best;
   const std::string_view record =

@@ -81,6 +81,11 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
   for (const bool user : {true, false}) {
     const std::string file = user ? Get_UserFile(place_file) : place_file;
     if (!Exist(file)) continue;
+    // Checked as a whole first (once per version of the file): no place of
+    // a file that breaks its format is read.
+    if (std::int32_t error = 0; !PlaceImageOf(file, error) && error != 0) {
+      return NoteReadFault(error, file);
+    }
     const LzFile lz(file);
     if (lz.get() < 0) return NoteReadFault(lz.get(), file);
     const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);

@@ -1,6 +1,11 @@
 #include "atlas/place_image.h"
 
+#include <algorithm>
+#include <cmath>
+
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
+#include "atlas/country_table.h"
 #include "atlas/name_match.h"
 #include "text/codepage.h"
 #include "text/lz.h"
@@ -24,6 +29,12 @@ class PlaceImages {
     const std::unique_lock<std::shared_mutex> lock(mutex_);
     auto& slot = images_[file];
     if (slot && slot->bytes() == bytes) return slot;
+    if (std::string problem = PlaceFileProblem(*bytes, file); !problem.empty()) {
+      images_.erase(file);
+      NoteMalformedFile({file, std::move(problem)});
+      error = LZERROR_BADVALUE;
+      return nullptr;
+    }
     if (images_.size() > kMaxFiles) {
       images_.clear();
       return images_[file] = std::make_shared<const PlaceImage>(std::move(bytes));
@@ -43,6 +54,36 @@ PlaceImages& Images() {
 }
 
 }  // namespace
+
+std::string PlaceFileProblem(std::string_view bytes, const std::string& file) {
+  if (bytes.size() % kPlaceRecordSize != 0) {
+    return std::to_string(bytes.size() % kPlaceRecordSize) +
+           " bytes after the last whole record: the file was cut or added to";
+  }
+  const std::size_t count = bytes.size() / kPlaceRecordSize;
+  if (count > kMaxPlaceRecords) {
+    return std::to_string(count) + " records, more than a place file holds (32767)";
+  }
+  const auto name_at = file.find_last_of("\\/") + 1;
+  const std::string code = file.substr(name_at, file.find('.', name_at) - name_at);
+  const std::int16_t timetables = std::max<std::int16_t>(HaveTimetables(code), 1);
+  for (std::size_t r = 0; r < count; ++r) {
+    const std::string_view bytes_of = bytes.substr(r * kPlaceRecordSize, kPlaceRecordSize);
+    if (bytes_of[0] == kDeletedMark) continue;
+    const PlaceRecord place = DecodePlaceRecord(bytes_of);
+    const std::string record = "record " + std::to_string(r + 1) + ": ";
+    if (!std::isfinite(place.Longitude) || std::fabs(place.Longitude) > 180.0F ||
+        !std::isfinite(place.Latitude) || std::fabs(place.Latitude) > 90.0F) {
+      return record + "coordinates " + std::to_string(place.Longitude) + ", " +
+             std::to_string(place.Latitude);
+    }
+    if (place.Timetable < 0 || place.Timetable > timetables) {
+      return record + "timetable " + std::to_string(place.Timetable) + " where the country has " +
+             std::to_string(timetables);
+    }
+  }
+  return {};
+}
 
 RunIndex::RunIndex(std::string_view bytes, std::int32_t first, std::int32_t last) : first_(first) {
   const auto count = static_cast<std::size_t>(last - first + 1);

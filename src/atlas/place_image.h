@@ -135,9 +135,18 @@ class PlaceImage {
   mutable std::map<std::pair<std::int32_t, std::int32_t>, std::shared_ptr<const RunIndex>> runs_;
 };
 
+// What makes `bytes` no place file of `file` (a path whose name is the
+// country's code), "" when they are one: a size that is no whole number of
+// records or past 32,767 of them; a record (not deleted) whose coordinates
+// are not finite or lie beyond 180 degrees of longitude or 90 of latitude,
+// or whose timetable is not one its country offers (0 to its count, 1 at
+// least). Such a place would be answered as it is.
+std::string PlaceFileProblem(std::string_view bytes, const std::string& file);
+
 // The image of a place file as it is now, with the run indexes built so far;
 // nullptr with `error` 0 for a file that does not exist, nullptr with the LZ
-// error code for one that cannot be read.
+// error code for one that cannot be read. A file that breaks its format is
+// noted as malformed (nullptr, `error` LZERROR_BADVALUE).
 std::shared_ptr<const PlaceImage> PlaceImageOf(const std::string& file, std::int32_t& error);
 
 }  // namespace tarv

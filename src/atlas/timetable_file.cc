@@ -56,46 +56,77 @@ class SectionIndex {
  public:
   // The position of the marker of timetable `number` in the country's
   // section: its first such marker, as a reader walking the section meets
-  // it. Nothing when the section or the block is missing, or the file cannot
-  // be read (`error` then holds the LZ error code).
+  // it. Nothing when the block is missing or the file cannot be read
+  // (`error` then holds the LZ error code) or breaks the format (noted as
+  // malformed, and `malformed` set). `has_section` tells whether the
+  // country has a section at all.
   std::optional<std::int32_t> FindBlock(const std::string& path, std::int16_t country,
-                                        std::int32_t number, std::int32_t& error) {
+                                        std::int32_t number, std::int32_t& error, bool& has_section,
+                                        bool& malformed) {
+    has_section = false;
+    malformed = false;
     auto image = ExpandedImage(path, error);
     if (!image) return std::nullopt;
     const std::lock_guard<std::mutex> lock(mutex_);
     auto& entry = files_[path];
     if (entry.image != image) {
+      auto scanned = Scan(*image, path);
+      if (!scanned) {
+        files_.erase(path);
+        NoteMalformedFile(scanned.fault());
+        malformed = true;
+        return std::nullopt;
+      }
       entry.image = image;
-      entry.blocks = Scan(*image);
+      entry.sections = std::move(*scanned);
     }
-    const auto it = entry.blocks.find({country, number});
-    if (it == entry.blocks.end()) return std::nullopt;
+    const auto section = entry.sections.find(country);
+    if (section == entry.sections.end()) return std::nullopt;
+    has_section = true;
+    const auto it = section->second.find(number);
+    if (it == section->second.end()) return std::nullopt;
     return it->second;
   }
 
  private:
-  using Blocks = std::map<std::pair<std::int16_t, std::int32_t>, std::int32_t>;
+  // Per country, where each of its blocks starts.
+  using Sections = std::map<std::int16_t, std::map<std::int32_t, std::int32_t>>;
   struct File {
     std::shared_ptr<const std::string> image;
-    Blocks blocks;
+    Sections sections;
   };
-  static Blocks Scan(std::string_view image) {
-    Blocks blocks;
-    std::set<std::int16_t> seen;  // a country's first section counts
+  // The sections of a whole file, checked: records of ten bytes, a
+  // country's section first, one section per country, each opened by a
+  // country number and holding its timetables' blocks.
+  static ReadResult<Sections> Scan(std::string_view image, const std::string& file) {
+    if (image.empty()) return FileFault{file, "holds no timetables (it is empty)"};
+    if (image.size() % kTimetableRecordSize != 0) {
+      return FileFault{file, std::to_string(image.size() % kTimetableRecordSize) +
+                                 " bytes after the last whole record"};
+    }
+    Sections sections;
     std::optional<std::int16_t> country;
-    for (std::size_t at = 0; at + kTimetableRecordSize <= image.size();
-         at += kTimetableRecordSize) {
+    for (std::size_t at = 0; at < image.size(); at += kTimetableRecordSize) {
       const double datum = DecodeFloat64(image, at);
+      const std::string record = "record " + std::to_string(at / kTimetableRecordSize + 1) + ": ";
       if (IsSectionMarker(datum)) {
         country = SectionCountry(datum);
-        if (country && !seen.insert(*country).second) country.reset();
-      } else if (country && IsBlockMarker(datum) &&
+        if (!country || std::floor(-datum / kSectionMarkerStep) != -datum / kSectionMarkerStep) {
+          return FileFault{file, record + std::to_string(datum) + " marks no country"};
+        }
+        if (!sections.emplace(*country, std::map<std::int32_t, std::int32_t>()).second) {
+          return FileFault{file,
+                           record + "a second section of country " + std::to_string(*country)};
+        }
+      } else if (!country) {
+        return FileFault{file, "does not begin with a country's section"};
+      } else if (IsBlockMarker(datum) &&
                  -datum / kBlockMarkerStep <= std::numeric_limits<std::int32_t>::max()) {
         const auto number = static_cast<std::int32_t>(-datum / kBlockMarkerStep);
-        blocks.emplace(std::make_pair(*country, number), static_cast<std::int32_t>(at));
+        sections[*country].emplace(number, static_cast<std::int32_t>(at));
       }
     }
-    return blocks;
+    return sections;
   }
   std::mutex mutex_;
   std::map<std::string, File> files_;
@@ -155,6 +186,13 @@ std::int16_t NoteMalformedTimetable(const std::string& file, std::string problem
   NoteMalformedFile({file, std::move(problem)});
   if (lz_error != nullptr) *lz_error = LZERROR_BADVALUE;
   return static_cast<std::int16_t>(result.size());
+}
+
+// Whether the country of number `id` has timetables by the table of counts.
+bool CountryHasTimetables(std::int16_t id) {
+  const auto& table = CurrentAtlas().countries;
+  const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
+  return index > 0 && index < table.size() && HaveTimetables(table[index].CountryShort) > 0;
 }
 
 // The dates the host's date type holds: 1 January 100 to 31 December 9999.
@@ -326,8 +364,20 @@ std::int16_t Read_Cp_TimeTable(std::string_view /*code*/, std::int16_t country_i
 
   result.assign(1, TimetableRecord{kSerial1700, 0});
   std::int32_t error = 0;
-  const auto block = Sections().FindBlock(file, country_id, number, error);
+  bool has_section = false;
+  bool malformed = false;
+  const auto block = Sections().FindBlock(file, country_id, number, error, has_section, malformed);
+  if (malformed) {
+    if (lz_error != nullptr) *lz_error = LZERROR_BADVALUE;
+    return static_cast<std::int16_t>(result.size());
+  }
   if (error != 0) return NoteTimetableFault(error, file, result, lz_error);
+  // A country with timetables whose section is missing is a file cut short
+  // or another country's: its places would answer local mean time.
+  if (!has_section && CountryHasTimetables(country_id)) {
+    return NoteMalformedTimetable(file, "holds no section of country " + std::to_string(country_id),
+                                  result, lz_error);
+  }
   if (!block) return static_cast<std::int16_t>(result.size());
   const LzFile lz(file);
   if (lz.get() < 0) return NoteTimetableFault(lz.get(), file, result, lz_error);

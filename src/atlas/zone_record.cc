@@ -1,11 +1,15 @@
 #include "atlas/zone_record.h"
 
+#include <cmath>
 #include <stdexcept>
 
 #include "text/bytes.h"
 
 namespace tarv {
 namespace {
+
+// No zone lies further from UTC (the table's own reach is -12 to +14).
+constexpr float kMaxZoneHours = 16.0F;
 
 // Field offsets inside a 67-byte record.
 constexpr std::size_t kShortAt = 0;
@@ -51,6 +55,25 @@ std::vector<ZoneRecord> DecodeZoneFile(std::string_view bytes) {
                           : BlankZone());
   }
   return records;
+}
+
+std::string ZoneFileProblem(std::string_view bytes) {
+  if (bytes.size() != kZoneFileSize) {
+    return std::to_string(bytes.size()) + " bytes where a zone file has " +
+           std::to_string(kZoneFileSize);
+  }
+  for (std::size_t k = 0; k < kZoneCount; ++k) {
+    const ZoneRecord z = DecodeRecord(bytes.substr(k * kZoneRecordSize, kZoneRecordSize));
+    const std::string entry = "entry " + std::to_string(k) + ": ";
+    if (!std::isfinite(z.TZDif) || std::fabs(z.TZDif) > kMaxZoneHours) {
+      return entry + "offset " + std::to_string(z.TZDif) + " hours";
+    }
+    if (z.TZType != 'L' && z.TZType != 'N' && z.TZType != 'S' && z.TZType != 'D') {
+      return entry + "kind " + std::to_string(static_cast<unsigned char>(z.TZType)) +
+             " is none of L, N, S, D";
+    }
+  }
+  return {};
 }
 
 std::string EncodeZoneFile(const std::vector<ZoneRecord>& records) {

@@ -32,6 +32,12 @@ struct ZoneRecord {
 // record is blank too); bytes past 19,229 are ignored. Always 287 records.
 std::vector<ZoneRecord> DecodeZoneFile(std::string_view bytes);
 
+// What makes the bytes no zone file, "" when they are one: a size other
+// than 19,229 bytes, an offset that is not finite or beyond 16 hours, a
+// kind other than L, N, S and D. The records name the zones of every
+// answer, so the table is not read from such a file.
+std::string ZoneFileProblem(std::string_view bytes);
+
 // Encodes 287 records into the 19,229 bytes of a zone file. Texts longer
 // than their field are cut, shorter ones blank-padded. Throws
 // std::invalid_argument for any other number of records.

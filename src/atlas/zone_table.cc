@@ -6,6 +6,7 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "platform/paths.h"
 #include "text/bytes.h"
@@ -124,7 +125,12 @@ bool InitializeTimeZones(std::string path, const std::string& file_name) {
   if (state.zones_loaded) return true;
   const std::string file = AtlasFolder(std::move(path)) + file_name;
   if (Exist(file)) {
-    state.zones = DecodeZoneFile(ReadFile(file));
+    const std::string bytes = ReadFile(file);
+    if (std::string problem = ZoneFileProblem(bytes); !problem.empty()) {
+      NoteMalformedFile({file, std::move(problem)});  // the table stays as it was
+      return false;
+    }
+    state.zones = DecodeZoneFile(bytes);
     state.TablesChanged();
     state.zones_loaded = true;
   } else if (state.zones.size() != 1) {

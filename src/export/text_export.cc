@@ -6,6 +6,7 @@
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
+#include "atlas/place_image.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_table.h"
 #include "export/file_helpers.h"
@@ -50,6 +51,9 @@ std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& cou
     throw AtlasError(place_file, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(place_file))));
   }
   if (!image) return 0;
+  if (const std::string problem = PlaceFileProblem(*image, place_file); !problem.empty()) {
+    throw AtlasError(place_file, problem);
+  }
   // Room for the file's lines at once, growing the whole text geometrically.
   const std::size_t wanted = text.size() + image->size() / kPlaceRecordSize * 72;
   if (text.capacity() < wanted) text.reserve(std::max(wanted, 2 * text.capacity()));

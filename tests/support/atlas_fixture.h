@@ -2,18 +2,19 @@
 #ifndef TARVPLACES_TESTS_SUPPORT_ATLAS_FIXTURE_H_
 #define TARVPLACES_TESTS_SUPPORT_ATLAS_FIXTURE_H_
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
-#include "atlas/country_table.h"
 #include "atlas/atlas_state.h"
+#include "atlas/country_table.h"
 #include "atlas/place_file.h"
 #include "atlas/place_file_writer.h"
 #include "atlas/timetable.h"
-#include "text/lz.h"
 #include "support/country_fixture.h"
 #include "support/temp_folder.h"
 #include "support/zone_fixture.h"
+#include "text/lz.h"
 #include "util/julian.h"
 #include "util/serial_date.h"
 
@@ -58,7 +59,17 @@ class AtlasFixture : public AtlasTest {
   std::string PlaceFile(const std::string& code) { return GetCompressedPlaceFile(code); }
 
   // A compressed timetable file.
-  void WriteTimetables(const std::string& file, const std::vector<TimetableSection>& sections) {
+  // The sections given, and an empty one for every other country of the
+  // table with timetables: a file without a country's section is damaged.
+  void WriteTimetables(const std::string& file, std::vector<TimetableSection> sections) {
+    InitializeCountries("", "Country.dat", false, false);
+    for (const auto& country : CurrentAtlas().countries) {
+      if (country.CountryId == 0 || HaveTimetables(country.CountryShort) == 0) continue;
+      if (IsUSA(country.CountryShort) != (file == "TTUSA.dao")) continue;
+      const bool given = std::any_of(sections.begin(), sections.end(),
+                                     [&](const auto& s) { return s.country == country.CountryId; });
+      if (!given) sections.push_back({country.CountryId, {}});
+    }
     folder_.Write(file, CompressSzdd(EncodeTimetableFile(sections)));
   }
   // Germany's (country 58) three timetables: the Central European history,

@@ -11,7 +11,11 @@
 //
 // Lookups that find nothing answer empty; a damaged or malformed atlas file
 // throws AtlasError naming it (AtlasWriteError when a file cannot be
-// written). Texts are UTF-8.
+// written). Texts are UTF-8. Arguments no lookup can mean throw
+// std::invalid_argument saying which: a text or country longer than 256
+// characters, a country holding a wildcard (* ? [), a longitude outside
+// -180 to 180 or a latitude outside -90 to 90 degrees (or not finite), a
+// negative range.
 #ifndef TARVPLACES_ATLAS_H_
 #define TARVPLACES_ATLAS_H_
 

@@ -164,7 +164,26 @@ class TimetableEntry(typing.NamedTuple):
 def _text(value, what):
     if not isinstance(value, str):
         raise TypeError(f"{what} must be a str, not {type(value).__name__}")
+    # C strings end at a NUL: "D\x00XX" would be read as "D".
+    if "\0" in value:
+        raise ValueError(f"{what} holds a NUL character")
     return value.encode("utf-8")
+
+
+def _degrees(value, what):
+    """A float for the C interface; the library checks the range."""
+    if isinstance(value, bool) or not isinstance(value, (int, float)):
+        raise TypeError(f"{what} must be a number, not {type(value).__name__}")
+    return float(value)
+
+
+def _int16(value, what):
+    """An int the C interface's 16 bits hold, never wrapped."""
+    if isinstance(value, bool) or not isinstance(value, int):
+        raise TypeError(f"{what} must be an int, not {type(value).__name__}")
+    if not -32768 <= value <= 32767:
+        raise ValueError(f"{what} {value} lies outside -32768 to 32767")
+    return value
 
 
 def _country(country, code, required=True):
@@ -343,7 +362,12 @@ class Atlas:
         place = _native.PlaceStruct()
         status = _check(
             lib.tarv_nearest(
-                self._open_handle(), _country(country, None), longitude, latitude, range, ctypes.byref(place)
+                self._open_handle(),
+                _country(country, None),
+                _degrees(longitude, "longitude"),
+                _degrees(latitude, "latitude"),
+                _degrees(range, "range"),
+                ctypes.byref(place),
             )
         )
         return None if status == _native.NOT_FOUND else _place(place)
@@ -376,7 +400,11 @@ class Atlas:
         """The entries of a country's timetable `number`, from 1700 to its
         last change before 2000."""
         entries = ctypes.c_void_p()
-        _check(lib.tarv_timetable_entries(self._open_handle(), _country(country, None), number, ctypes.byref(entries)))
+        _check(
+            lib.tarv_timetable_entries(
+                self._open_handle(), _country(country, None), _int16(number, "number"), ctypes.byref(entries)
+            )
+        )
         try:
             result = []
             for i in range(lib.tarv_timetable_size(entries)):
@@ -392,7 +420,12 @@ class Atlas:
         """Adds a place of the user's; ValueError says why one cannot be added."""
         _check(
             lib.tarv_add_place(
-                self._open_handle(), _country(country, None), _text(name, "name"), longitude, latitude, timetable
+                self._open_handle(),
+                _country(country, None),
+                _text(name, "name"),
+                _degrees(longitude, "longitude"),
+                _degrees(latitude, "latitude"),
+                _int16(timetable, "timetable"),
             )
         )
 

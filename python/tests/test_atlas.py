@@ -132,6 +132,23 @@ class TestChanges:
 
 
 class TestFaults:
+    def test_arguments_are_refused_naming_them(self, atlas):
+        # A NUL would end the C string: "D\x00XX" must not answer for D.
+        with pytest.raises(ValueError, match="country holds a NUL"):
+            atlas.place("München", "D\x00XX")
+        with pytest.raises(ValueError, match="timetable 4294967297"):
+            atlas.add_place("D", "Ort", 10.0, 50.0, timetable=2**32 + 1)
+        with pytest.raises(TypeError, match="longitude must be a number, not str"):
+            atlas.nearest("D", "10", 50.0)
+        with pytest.raises(TypeError, match="number must be an int"):
+            atlas.timetable("D", 1.5)
+        with pytest.raises(ValueError, match="latitude 95"):
+            atlas.nearest("D", 10.0, 95.0)
+        with pytest.raises(ValueError, match="wildcard"):
+            atlas.search("Neu*", "D*")
+        with pytest.raises(ValueError, match="longer than 256 characters"):
+            atlas.search("[" * 1_000_000, "D")
+
     def test_a_folder_without_an_atlas(self, tmp_path):
         with pytest.raises(tarvplaces.AtlasError, match="Country.dat"):
             tarvplaces.Atlas(tmp_path)

@@ -63,9 +63,42 @@ std::optional<double> JulianOf(const std::optional<LocalTime>& when) {
   return julian;
 }
 
+// The longest text a host may pass: no name or code anyone types is longer,
+// and a search's work grows with its text.
+constexpr std::size_t kMaxTextCharacters = 256;
+
+void CheckText(const std::string& text, const std::string& what) {
+  if (Utf8Length(text) > kMaxTextCharacters) {
+    throw std::invalid_argument("the " + what + " is longer than " +
+                                std::to_string(kMaxTextCharacters) + " characters");
+  }
+}
+
+// A country is a code or a name: a pattern would pick some country's places.
+void CheckCountry(const std::string& country) {
+  CheckText(country, "country");
+  if (country.find_first_of("*?[") != std::string::npos) {
+    throw std::invalid_argument("the country \"" + country +
+                                "\" holds a wildcard: a country is a code or a name");
+  }
+}
+
+void CheckPoint(double longitude, double latitude) {
+  if (!std::isfinite(longitude) || std::fabs(longitude) > 180.0) {
+    throw std::invalid_argument("the longitude " + std::to_string(longitude) +
+                                " lies outside -180 to 180 degrees");
+  }
+  if (!std::isfinite(latitude) || std::fabs(latitude) > 90.0) {
+    throw std::invalid_argument("the latitude " + std::to_string(latitude) +
+                                " lies outside -90 to 90 degrees");
+  }
+}
+
 // The found places of a search of `text` in `country` (every country when
 // empty).
 std::vector<FoundPlace> Found(const std::string& text, const std::string& country) {
+  CheckText(text, "text");
+  CheckCountry(country);
   const SearchText search = SearchOf(text);
   std::vector<FoundPlace> found;
   if (country.empty()) {
@@ -139,6 +172,7 @@ std::int32_t Atlas::Language() const {
 }
 
 std::optional<CountryInfo> Atlas::FindCountry(const std::string& text, CountryCodes codes) const {
+  CheckCountry(text);
   const Call call(*state_);
   auto info = FindCountryInfo(text, codes);
   call.Check();
@@ -165,6 +199,7 @@ std::vector<ZoneInfo> Atlas::Zones() const {
 
 std::vector<TimetableEntry> Atlas::Timetable(const std::string& country,
                                              std::int16_t number) const {
+  CheckCountry(country);
   const Call call(*state_);
   auto entries = TimetableEntries(AnsiFromUtf8(country), number);
   call.Check();
@@ -201,6 +236,12 @@ std::optional<PlaceInfo> Atlas::Lookup(const std::string& name, const std::strin
 
 std::optional<PlaceInfo> Atlas::Nearest(const std::string& country, double longitude,
                                         double latitude, double range_degrees) const {
+  CheckCountry(country);
+  CheckPoint(longitude, latitude);
+  if (!std::isfinite(range_degrees) || range_degrees < 0) {
+    throw std::invalid_argument("the range " + std::to_string(range_degrees) +
+                                " is no number of degrees");
+  }
   const Call call(*state_);
   const std::string code = GetInternalCountryAbbreviation(AnsiFromUtf8(country));
   const auto nearest = FindNearestPlace(code, longitude, latitude, range_degrees);
@@ -211,6 +252,8 @@ std::optional<PlaceInfo> Atlas::Nearest(const std::string& country, double longi
 
 std::string Atlas::AddPlace(const std::string& country, const std::string& name, double longitude,
                             double latitude, std::int16_t timetable) {
+  CheckCountry(country);
+  CheckText(name, "name");
   if (std::string why = WhyNotStorable(name, "name"); !why.empty()) return why;
   if (!std::isfinite(longitude) || !std::isfinite(latitude) || std::fabs(longitude) > 180 ||
       std::fabs(latitude) > 90) {
@@ -228,6 +271,12 @@ std::string Atlas::AddPlace(const std::string& country, const std::string& name,
   const std::string cleaned = Trim(CleanPlaceName(AnsiFromUtf8(name)));
   if (cleaned.empty()) return "the name is empty";
   if (cleaned.front() == '@') return "a name cannot begin with \"@\", the mark of a deleted place";
+  // Stored cut, it would be found by neither the name the host used nor
+  // deleted by it.
+  if (cleaned.size() > kPlaceNameWidth) {
+    return "the name \"" + name + "\" is longer than the " + std::to_string(kPlaceNameWidth) +
+           " letters a place name holds";
+  }
   // A number the timetable chooser does not offer names no history: the
   // place would answer local mean time in every year.
   const std::int16_t count = std::max<std::int16_t>(HaveTimetables(code), 1);
@@ -247,6 +296,8 @@ std::string Atlas::AddPlace(const std::string& country, const std::string& name,
 }
 
 bool Atlas::DeletePlace(const std::string& country, const std::string& name) {
+  CheckCountry(country);
+  CheckText(name, "name");
   const Call call(*state_);
   const std::string code = GetInternalCountryAbbreviation(AnsiFromUtf8(country));
   const std::lock_guard writer(state_->write_mutex);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <stdexcept>
 #include <string>
 
@@ -127,6 +128,33 @@ TEST_F(AtlasTest, AddPlaceSaysWhyItStoresNothing) {
   EXPECT_NE(atlas.AddPlace("EUROPA", "Ort", 10, 50).find("group"), std::string::npos);
   EXPECT_FALSE(atlas.Lookup("Ort", "D"));
   EXPECT_FALSE(atlas.DeletePlace("D", "München"));  // atlas places stay
+}
+
+TEST_F(AtlasTest, InputsBeyondTheirLimitsAreArgumentErrors) {
+  Atlas atlas(folder_.str());
+  const std::string long_text(257, 'a');
+  EXPECT_THROW(atlas.Lookup(long_text, "D"), std::invalid_argument);
+  EXPECT_THROW(atlas.Search("a*", long_text), std::invalid_argument);
+  EXPECT_NO_THROW(atlas.Lookup(std::string(256, 'a'), "D"));
+  // A country is never a pattern: "D*" would be Delaware's places.
+  for (const char* pattern : {"D*", "?", "[D]"}) {
+    EXPECT_THROW(atlas.Lookup("Neustadt", pattern), std::invalid_argument) << pattern;
+    EXPECT_THROW(atlas.Nearest(pattern, 10, 50), std::invalid_argument) << pattern;
+  }
+  for (const auto& [longitude, latitude] : std::vector<std::pair<double, double>>{
+           {200, 50}, {10, 95}, {180.0000001, 0}, {1e308, 0}, {std::nan(""), 0}}) {
+    EXPECT_THROW(atlas.Nearest("D", longitude, latitude), std::invalid_argument) << longitude;
+  }
+  EXPECT_THROW(atlas.Nearest("D", 10, 50, -1), std::invalid_argument);
+  EXPECT_TRUE(atlas.Nearest("D", 180, -90));
+  // A name longer than the field would be stored cut and then found by no
+  // one who typed it.
+  EXPECT_EQ(atlas.AddPlace("D", std::string(29, 'x'), 10, 50),
+            "the name \"" + std::string(29, 'x') +
+                "\" is longer than the 28 letters a place "
+                "name holds");
+  EXPECT_EQ(atlas.AddPlace("D", std::string(28, 'x'), 10, 50), "");
+  EXPECT_TRUE(atlas.Lookup(std::string(28, 'x'), "D"));
 }
 
 TEST_F(AtlasTest, TwoAtlasesAnswerFromTheirOwnFoldersAndUserPlaces) {

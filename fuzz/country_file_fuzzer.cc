@@ -8,11 +8,11 @@
 #include <string_view>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
+#include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/place_file.h"
-#include "atlas/atlas_state.h"
 #include "fuzz_support.h"
-#include "tarvplaces/atlas_error.h"
 
 namespace {
 
@@ -33,31 +33,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool sort = (data[0] & 1) != 0;
   const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
 
-  std::vector<CountryRecord> parsed;
-  bool valid = true;
-  try {
-    parsed = ParseCountryFile(text, "Country.dat");
-  } catch (const AtlasError&) {
-    valid = false;
-  }
+  const auto result = ParseCountryFile(text, "Country.dat");
+  const bool valid = result.ok();
+  if (!valid) FUZZ_CHECK(result.fault().file == "Country.dat");
+  const std::vector<CountryRecord> parsed = valid ? *result : std::vector<CountryRecord>();
   if (valid) {
     // Writing the records and reading them back changes nothing.
     const auto again = ParseCountryFile(CountryFileText(parsed), "again");
-    FUZZ_CHECK(again.size() == parsed.size());
+    FUZZ_CHECK(again.ok() && again->size() == parsed.size());
     for (std::size_t i = 0; i < parsed.size(); ++i)
-      FUZZ_CHECK(CountryLine(again[i]) == CountryLine(parsed[i]));
+      FUZZ_CHECK(CountryLine((*again)[i]) == CountryLine(parsed[i]));
   }
 
   fuzz::BeginRun();
   fuzz::Scratch().Empty();
   fuzz::Scratch().Write("Country.dat", text);
   CurrentAtlas().places_path = fuzz::Scratch().str();
-  bool loaded = true;
-  try {
-    FUZZ_CHECK(!InitializeCountries("", "Country.dat", sort, false));
-  } catch (const AtlasError&) {
-    loaded = false;
-  }
+  const FaultScope call;
+  FUZZ_CHECK(!InitializeCountries("", "Country.dat", sort, false));
+  const bool loaded = !LastMalformedFile();
   FUZZ_CHECK(loaded == valid);
   FUZZ_CHECK(CurrentAtlas().countries_loaded == valid);
   if (!valid) return 0;

@@ -1,11 +1,14 @@
 // "Zones13.bin" from arbitrary bytes: decoded, written back, listed, and
-// loaded as the atlas's zone table for the lookups by abbreviation.
+// loaded as the atlas's zone table for the lookups by abbreviation, or
+// refused as damaged.
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
+#include "atlas/zone_record.h"
 #include "atlas/zone_table.h"
 #include "fuzz_support.h"
 
@@ -31,8 +34,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::Scratch().Empty();
   fuzz::Scratch().Write("Zones13.bin", input);
   CurrentAtlas().places_path = fuzz::Scratch().str();
+  const FaultScope call;
   FUZZ_CHECK(!InitializeTimeZones("", "Zones13.bin"));
-  FUZZ_CHECK(CurrentAtlas().zones_loaded && CurrentAtlas().zones.size() == kZoneCount);
+  // A file that breaks the format is refused, naming itself, and loads nothing.
+  const bool sound = ZoneFileProblem(input).empty();
+  FUZZ_CHECK(sound == !LastMalformedFile());
+  FUZZ_CHECK(CurrentAtlas().zones_loaded == sound);
+  if (!sound) return 0;
+  FUZZ_CHECK(CurrentAtlas().zones.size() == kZoneCount);
   // A lookup scans the whole table: a few records, some chosen by the input.
   std::vector<std::size_t> chosen = {0, 1, 2, kZoneCount - 3, kZoneCount - 2, kZoneCount - 1};
   for (std::size_t k = 0; k < size && k < 6; ++k)

@@ -1,14 +1,14 @@
 // Zone histories, place zone files and POSIX TZ rules from arbitrary bytes:
-// a damaged file is an AtlasError naming it or a working file whose answers
+// a damaged file is a fault naming it or a working file whose answers
 // keep their promises, never a crash or a hang; a rule text parses or not.
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/posix_tz.h"
 #include "atlas/zone_history.h"
 #include "fuzz_support.h"
-#include "tarvplaces/atlas_error.h"
 
 namespace {
 
@@ -40,8 +40,8 @@ void CheckHistories(std::string_view input) {
         FUZZ_CHECK(known);
       }
     }
-  } catch (const AtlasError& e) {
-    FUZZ_CHECK(e.file() == "Zones.hst");
+  } catch (const FormatViolation& e) {
+    FUZZ_CHECK(e.fault().file == "Zones.hst");
   }
   try {
     const PlaceZones zones(input, "D.TZP", 16);
@@ -49,8 +49,8 @@ void CheckHistories(std::string_view input) {
       if (const auto zone = zones.ZoneOf(r)) FUZZ_CHECK(*zone < 16);
     }
     if (const auto zone = zones.ZoneOfTimetable(0)) FUZZ_CHECK(*zone < 16);
-  } catch (const AtlasError& e) {
-    FUZZ_CHECK(e.file() == "D.TZP");
+  } catch (const FormatViolation& e) {
+    FUZZ_CHECK(e.fault().file == "D.TZP");
   }
 }
 

@@ -45,30 +45,22 @@ std::int32_t NoteReadFault(std::int32_t code, const std::string& file) {
   return code;
 }
 
-// The ranges of records to read for `letter`: for every index entry whose
-// character folds to it, the start of its run and the start of the next run
-// (or the record count after the last run); 1 to 1 when the letter has no
-// run. Database indexes hold one run per letter; a user index keeps each
-// name's own first character ("Ö" beside "O", "o" apart from "O" in byte
-// order), so a letter may have several runs there. Entries cut short by the
-// end of the file do not count. An index that cannot be read sets `error`.
-std::vector<std::pair<std::int32_t, std::int32_t>> LetterRuns(const std::string& index_file,
-                                                              char letter,
-                                                              std::int32_t record_count,
-                                                              std::int32_t& error) {
+// The ranges of records to read for `letter` in the index `index`: for
+// every entry whose character folds to it, the start of its run and the
+// start of the next run (or the record count after the last run); 1 to 1
+// when the letter has no run. Database indexes hold one run per letter; a
+// user index keeps each name's own first character ("Ö" beside "O", "o"
+// apart from "O" in byte order), so a letter may have several runs there.
+std::vector<std::pair<std::int32_t, std::int32_t>> LetterRuns(std::string_view index, char letter,
+                                                              std::int32_t record_count) {
   std::vector<std::pair<std::int32_t, std::int32_t>> runs;
-  const auto image = ExistingImage(index_file, error);
-  if (error != 0) return runs;
-  if (image) {
-    const std::string_view index = *image;
-    const std::size_t whole = index.size() / kIndexEntrySize * kIndexEntrySize;
-    for (std::size_t at = 0; at < whole; at += kIndexEntrySize) {
-      if (IndexLetter(index.substr(at, 1)) != AnsiUpper(letter)) continue;
-      const std::size_t next = at + kIndexEntrySize;
-      runs.emplace_back(DecodeInt32(index, at + 1), next + kIndexEntrySize <= index.size()
-                                                        ? DecodeInt32(index, next + 1)
-                                                        : record_count);
-    }
+  const std::size_t whole = index.size() / kIndexEntrySize * kIndexEntrySize;
+  for (std::size_t at = 0; at < whole; at += kIndexEntrySize) {
+    if (IndexLetter(index.substr(at, 1)) != AnsiUpper(letter)) continue;
+    const std::size_t next = at + kIndexEntrySize;
+    runs.emplace_back(DecodeInt32(index, at + 1), next + kIndexEntrySize <= index.size()
+                                                      ? DecodeInt32(index, next + 1)
+                                                      : record_count);
   }
   if (runs.empty()) runs.emplace_back(1, 1);
   return runs;
@@ -126,6 +118,7 @@ struct SearchFile {
   std::string path;
   PlaceRef ref;
   bool user = false;
+  bool index_checked = false;               // a database index matches its records
   std::shared_ptr<const PlaceImage> image;  // null for a file that does not exist
   std::vector<std::pair<char, std::vector<std::pair<std::int32_t, std::int32_t>>>> runs;
   // The run indexes this thread asked the image for, kept beside it.
@@ -213,13 +206,27 @@ std::int32_t RunsOf(SearchFile& file, char letter,
       return 0;
     }
   }
-  std::int32_t error = 0;
-  const std::string index_file = IndexPathOf(file.path);
-  auto runs = LetterRuns(index_file, letter, file.image->RecordCount(), error);
-  if (error != 0) {
-    NoteAtlasFault(index_file, error);
-    return error;
+  // The runs come from the records themselves. A user index is derived data
+  // (a deletion leaves it behind, a kill between the two renames of an
+  // addition leaves the old one): it is not read. A database index must say
+  // what its records say, or it is damage.
+  const std::string& derived = file.image->IndexFor(file.user);
+  if (!file.user && !file.index_checked) {
+    std::int32_t error = 0;
+    const std::string index_file = IndexPathOf(file.path);
+    const auto image = ExistingImage(index_file, error);
+    if (error != 0) {
+      NoteAtlasFault(index_file, error);
+      return error;
+    }
+    if (!image || *image != derived) {
+      NoteMalformedFile({index_file, image ? "does not match the records of " + file.path
+                                           : "is missing beside " + file.path});
+      return LZERROR_BADVALUE;
+    }
+    file.index_checked = true;
   }
+  auto runs = LetterRuns(derived, letter, file.image->RecordCount());
   file.runs.emplace_back(letter, std::move(runs));
   out = &file.runs.back().second;
   return 0;

@@ -7,8 +7,10 @@
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_match.h"
+#include "text/bytes.h"
 #include "text/codepage.h"
 #include "text/lz.h"
+#include "util/text.h"
 
 namespace tarv {
 namespace {
@@ -111,6 +113,23 @@ std::shared_ptr<const RunIndex> PlaceImage::Run(std::int32_t first, std::int32_t
   auto& run = runs_[{first, last}];
   if (!run) run = std::make_shared<const RunIndex>(*bytes_, first, last);
   return run;
+}
+
+const std::string& PlaceImage::IndexFor(bool user) const {
+  const std::size_t kind = user ? 1 : 0;
+  std::call_once(index_once_[kind], [&] {
+    std::string& index = index_[kind];
+    char previous = '\0';
+    for (std::int32_t r = 1; r <= RecordCount(); ++r) {
+      const std::string_view name = NameField(r);
+      const char letter = user ? AnsiUpper(name[0]) : IndexLetter(Trim(name));
+      if (r > 1 && letter == previous) continue;
+      index += letter;
+      AppendInt32(index, r);
+      previous = letter;
+    }
+  });
+  return index_[kind];
 }
 
 std::shared_ptr<const PlaceImage> PlaceImageOf(const std::string& file, std::int32_t& error) {

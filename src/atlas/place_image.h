@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <shared_mutex>
 #include <string>
 #include <string_view>
@@ -128,9 +129,17 @@ class PlaceImage {
   // The index of records `first` to `last` (1-based, within the file).
   std::shared_ptr<const RunIndex> Run(std::int32_t first, std::int32_t last) const;
 
+  // The index file the records call for, as the component writes it: for a
+  // database file an entry wherever the index letter of the trimmed name
+  // changes; for a user file (`user`) wherever the name's first byte, in
+  // capitals, changes. Built once per image.
+  const std::string& IndexFor(bool user) const;
+
  private:
   static constexpr std::size_t kMaxRuns = 64;
   std::shared_ptr<const std::string> bytes_;
+  mutable std::once_flag index_once_[2];
+  mutable std::string index_[2];
   mutable std::shared_mutex mutex_;
   mutable std::map<std::pair<std::int32_t, std::int32_t>, std::shared_ptr<const RunIndex>> runs_;
 };

@@ -8,9 +8,11 @@
 #include <iterator>
 #include <optional>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_match.h"
+#include "atlas/place_image.h"
 #include "atlas/place_search.h"
 #include "platform/atomic_file.h"
 #include "platform/change_counter.h"
@@ -58,13 +60,26 @@ std::string ReadBytes(const fs::path& file) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-std::vector<std::string> ReadRecords(const fs::path& file) {
-  const std::string bytes = ReadBytes(file);
-  std::vector<std::string> records;
-  for (std::size_t at = 0; at + kPlaceRecordSize <= bytes.size(); at += kPlaceRecordSize) {
-    records.push_back(bytes.substr(at, kPlaceRecordSize));
+// The user file's bytes when they are whole and sound: a writer never
+// rewrites a file it could not read whole, or the places it did not read
+// would be gone. A symbolic link is never followed (its target's bytes
+// would be copied into the user's file). The fault is noted.
+std::optional<std::string> SoundUserFile(const UserFile& file) {
+  std::error_code ec;
+  if (fs::is_symlink(file.native, ec)) {
+    NoteMalformedFile({file.path, "is a symbolic link: the user's places are kept in a file"});
+    return std::nullopt;
   }
-  return records;
+  if (fs::exists(file.native, ec) && !fs::is_regular_file(file.native, ec)) {
+    NoteMalformedFile({file.path, "is not a regular file"});
+    return std::nullopt;
+  }
+  std::string bytes = ReadBytes(file.native);
+  if (std::string problem = PlaceFileProblem(bytes, file.path); !problem.empty()) {
+    NoteMalformedFile({file.path, std::move(problem)});
+    return std::nullopt;
+  }
+  return bytes;
 }
 
 // The record's name field as stored.
@@ -104,9 +119,23 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   if (ec) throw AtlasWriteError(file->path, "creating the USER folder: " + ec.message());
   const FolderLock lock(file->native.parent_path());
 
-  std::vector<std::string> records = ReadRecords(file->native);
+  const std::optional<std::string> bytes = SoundUserFile(*file);
+  if (!bytes) return 0;
+  // Deleted records are dropped as the file is rewritten: long use does not
+  // fill the file with them. (Record numbers change with every addition in
+  // any case, as the file is kept in name order.)
+  std::vector<std::string> records;
+  for (std::size_t at = 0; at < bytes->size(); at += kPlaceRecordSize) {
+    if ((*bytes)[at] != kDeletedMark) records.push_back(bytes->substr(at, kPlaceRecordSize));
+  }
   for (const auto& r : records) {
     if (IndexLetter(Trim(NameOf(r))) == letter && TextEqual(NameOf(r), wanted)) return -1;
+  }
+  // A record past the last number a search reads would never be found.
+  if (records.size() >= kMaxPlaceRecords) {
+    throw AtlasWriteError(file->path,
+                          "holds " + std::to_string(records.size()) +
+                              " places, as many as a place file can: delete some first");
   }
   const std::string new_record = EncodePlaceRecord(added);
   records.push_back(new_record);
@@ -143,7 +172,9 @@ std::int16_t Delete_City(const UserPlace& place) {
   PlaceRecord wanted;
   wanted.SetName(CleanPlaceName(place.Place.NameField()));
   const FolderLock lock(file->native.parent_path());
-  const std::string old = ReadBytes(file->native);
+  const std::optional<std::string> sound = SoundUserFile(*file);
+  if (!sound) return 0;
+  const std::string& old = *sound;
   for (std::size_t at = 0; at + kPlaceRecordSize <= old.size(); at += kPlaceRecordSize) {
     if (!TextEqual(std::string_view(old).substr(at, kPlaceNameWidth), wanted.NameField())) {
       continue;

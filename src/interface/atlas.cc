@@ -290,8 +290,9 @@ std::string Atlas::AddPlace(const std::string& country, const std::string& name,
   place.Place.Timetable = timetable;
   const std::lock_guard writer(state_->write_mutex);
   std::int32_t record = 0;
-  if (AddCity(place, record) == 0) return "the name cannot be stored";
-  call.Check();
+  const std::int16_t added = AddCity(place, record);
+  call.Check();  // a user file it could not read whole is an error naming it
+  if (added == 0) return "the name cannot be stored";
   return {};
 }
 

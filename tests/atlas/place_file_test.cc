@@ -3,10 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <limits>
 
 #include "atlas/atlas_fault.h"
 #include "atlas/nearest_place.h"
+#include "atlas/place_file_writer.h"
 #include "support/atlas_fixture.h"
 #include "support/fault_text.h"
 #include "text/bytes.h"
@@ -336,9 +338,10 @@ TEST_F(HostilePlaceFileTest, RecordsTheFormatCannotHoldAreAFaultNamingTheFile) {
   EXPECT_EQ(MalformedFileOf([&] { EXPECT_EQ(ReadAll("A").size(), 1U); }), "");
 }
 
-// Index entries that point nowhere, a run that ends before it starts and an
-// entry cut off: each reads nothing for its letter, never a wrong record.
-TEST_F(HostilePlaceFileTest, BrokenIndexEntriesReadNothingForTheirLetter) {
+// A database index that does not say what its records say would find
+// nothing or the wrong places ("Z*" listing Saarbrücken): it is damage. A
+// user index is derived data and is not read at all.
+TEST_F(HostilePlaceFileTest, AnIndexThatDisagreesWithItsRecords) {
   const auto index = [](char first, std::int32_t at, char second, std::int32_t then) {
     std::string bytes(1, first);
     AppendInt32(bytes, at);
@@ -346,22 +349,38 @@ TEST_F(HostilePlaceFileTest, BrokenIndexEntriesReadNothingForTheirLetter) {
     AppendInt32(bytes, then);
     return bytes;
   };
-  const struct {
-    std::string index;
-    bool graz_found;
-  } cases[] = {{index('G', -5, 'W', 99), false},
-               {index('W', 3, 'G', 1), true},
-               {index('G', 1, 'W', 2).substr(0, 7), true}};
-  folder_.Write("A.dao",
-                EncodePlaceFile({Place("Graz", 1, 1), Place("Linz", 3, 3), Place("Wien", 2, 2)}));
-  for (const auto& c : cases) {
-    folder_.Write("A.IDX", c.index);
-    for (const char* text : {"Wien", "_Wien"}) {
-      EXPECT_THAT(Names(Search("A", text)), ElementsAre()) << text;
-      EXPECT_THAT(Names(Search("A", text, 1)), ElementsAre()) << text;
-    }
-    EXPECT_EQ(Names(Search("A", "Graz")).size(), c.graz_found ? 1U : 0U);
+  const std::vector<PlaceRecord> places = {Place("Graz", 1, 1), Place("Linz", 3, 3),
+                                           Place("Wien", 2, 2)};
+  folder_.Write("A.dao", EncodePlaceFile(places));
+  for (const std::string& bad : {index('G', -5, 'W', 99), index('W', 3, 'G', 1),
+                                 index('G', 1, 'L', 2).substr(0, 7), std::string()}) {
+    folder_.Write("A.IDX", bad);
+    PlaceList list;
+    EXPECT_NE(MalformedFileOf([&] {
+                Read_Cp_Indexed_City(PlaceFile("A"), "Wien", list, 0);
+              }).find("A.IDX: does not match the records of"),
+              std::string::npos);
+    EXPECT_TRUE(list.places.empty());
   }
+  std::filesystem::remove(folder_.path() / "A.IDX");
+  PlaceList list;
+  EXPECT_NE(MalformedFileOf([&] {
+              Read_Cp_Indexed_City(PlaceFile("A"), "Wien", list, 0);
+            }).find("A.IDX: is missing"),
+            std::string::npos);
+  folder_.Write("A.IDX", EncodePlaceIndex(places));
+  EXPECT_THAT(Names(Search("A", "Wien")), ElementsAre("Wien"));
+
+  // Missing, empty, garbage or stale: the user's places are found all the same.
+  WriteUserFile("A", {Place("Aigen", 13.1F, 47.5F), Place("Zell", 12.8F, 47.3F)});
+  for (const std::string& user_index :
+       {std::string("\xFF garbage"), std::string(), index('A', 1, 'Q', 9)}) {
+    folder_.Write("USER/A.IDX", user_index);
+    EXPECT_THAT(Names(Search("A", "Zell")), ElementsAre("Zell"));
+    EXPECT_THAT(Names(Search("A", "Z*", 1)), ElementsAre("Zell"));
+  }
+  std::filesystem::remove(folder_.path() / "USER" / "A.IDX");
+  EXPECT_THAT(Names(Search("A", "Aigen")), ElementsAre("Aigen"));
 }
 
 TEST_F(HostilePlaceFileTest, NamesFullOfHighBytesAreHandledAsText) {

@@ -78,7 +78,9 @@ namespace {
 // each place once. User places come first; then the database places whose
 // name, or other name, has the typed key; then those the place files' looser
 // test let in, which ignores digits ("Sector 3" for "Sector 1"); each group
-// most prominent first, file order among equals.
+// most prominent first, file order among equals. Among user places, whose
+// names are compared letters-only, the one spelled as typed comes first
+// ("Testort 2" before "Testort 1").
 struct Ranked {
   PlaceList list;
   std::vector<PlaceWeight> weights;
@@ -88,13 +90,14 @@ struct Ranked {
 // Kept from call to call for its room, as the found-place list is.
 const Ranked& RankWholeName(const PlaceList& own, const PlaceList& indexed,
                             const std::vector<PlaceWeight>& indexed_weights,
-                            const NameQuery& query) {
+                            const NameQuery& query, std::string_view typed) {
   enum Group { kUser, kKeyed, kLoose };
   struct Candidate {
     std::size_t from;  // into own, then into indexed
     PlaceWeight weight;
     Group group;
     bool other_name;
+    bool as_typed = false;  // a user place spelled as typed
   };
   struct Scratch {
     std::vector<Candidate> candidates;
@@ -103,12 +106,18 @@ const Ranked& RankWholeName(const PlaceList& own, const PlaceList& indexed,
   Scratch& scratch = PerThread<Scratch>();
   std::vector<Candidate>& candidates = scratch.candidates;
   candidates.clear();
+  // The name as the place files compare it: without its closing full stops.
+  std::string_view stops_off = typed;
+  while (!stops_off.empty() && stops_off.back() == '.')
+    stops_off.remove_suffix(1);
+  const std::string wanted = Trim(stops_off);
   const auto own_weights = WeightsOf(own.refs);
   for (std::size_t i = 0; i < own.size(); ++i) {
     const Group group = own.refs[i].RecordNo < 0               ? kUser
                         : OwnNameAnswers(own.places[i], query) ? kKeyed
                                                                : kLoose;
-    candidates.push_back({i, own_weights[i], group, false});
+    const bool as_typed = group == kUser && TextEqual(own.places[i].TrimmedName(), wanted);
+    candidates.push_back({i, own_weights[i], group, false, as_typed});
   }
   for (std::size_t i = 0; i < indexed.size(); ++i) {
     const PlaceRef& ref = indexed.refs[i];
@@ -126,6 +135,7 @@ const Ranked& RankWholeName(const PlaceList& own, const PlaceList& indexed,
   // File order (`from`) among equals.
   std::sort(candidates.begin(), candidates.end(), [](const Candidate& a, const Candidate& b) {
     if (a.group != b.group) return a.group < b.group;
+    if (a.as_typed != b.as_typed) return a.as_typed;
     if (a.group != kUser && a.weight.Prominence() != b.weight.Prominence())
       return a.weight.Prominence() > b.weight.Prominence();
     return a.from < b.from;
@@ -216,7 +226,7 @@ std::int32_t SearchPlaces(std::string_view code, std::string_view search, const 
       return 1;
     }
     if (indexed.size() > 0 || list.size() > 1) {
-      const Ranked& ranked = RankWholeName(list, indexed, weights, *own_query);
+      const Ranked& ranked = RankWholeName(list, indexed, weights, *own_query, text);
       StoreFound(ranked.list, mapped, ranked.weights, ranked.other_names);
       return static_cast<std::int32_t>(ranked.list.size());
     }

@@ -81,6 +81,16 @@ TEST_F(SearchAndStoreTest, ExactThenAccentFoldingSearch) {
   EXPECT_TRUE(FoundPlaces().empty());
 }
 
+TEST_F(SearchAndStoreTest, TheUserPlaceSpelledAsTypedComesFirst) {
+  // Letters-only the two names agree: digits do not count there.
+  WriteUserFile("D", {Place("Testort 1", 10, 50), Place("Testort 2", 11, 51)});
+  for (const auto& [typed, first] : std::vector<std::pair<std::string, std::string>>{
+           {"Testort 2", "Testort 2"}, {"testort 2.", "Testort 2"}, {"Testort 1", "Testort 1"}}) {
+    ASSERT_EQ(SearchandStorePlaces("D", typed), 2) << typed;
+    EXPECT_EQ(FoundNames().front(), first) << typed;
+  }
+}
+
 TEST_F(SearchAndStoreTest, StarAloneListsTheWholeFilePair) {
   WriteUserFile("D", {Place("Adorf", 12.26F, 50.32F)});
   EXPECT_EQ(SearchandStorePlaces("D", " * "), 5);

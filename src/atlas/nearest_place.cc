@@ -323,7 +323,7 @@ std::optional<NearestPlace> FindNearestPlace(std::string_view code, double longi
       ++position;
     }
   }
-  if (!Exist(place_file)) return best;
+  if (!Exist(place_file)) return NotedAsNoFile(place_file) ? std::nullopt : best;
   std::int32_t error = 0;
   auto image = ExpandedImage(place_file, error);
   if (!image) {

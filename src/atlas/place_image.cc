@@ -7,6 +7,8 @@
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_match.h"
+#include "platform/file_status.h"
+#include "platform/paths.h"
 #include "text/bytes.h"
 #include "text/codepage.h"
 #include "text/lz.h"
@@ -21,7 +23,10 @@ class PlaceImages {
   // nullptr with `error` 0 for a file that does not exist.
   std::shared_ptr<const PlaceImage> Get(const std::string& file, std::int32_t& error) {
     auto bytes = ExistingImage(file, error);
-    if (!bytes) return nullptr;
+    if (!bytes) {
+      if (error == 0 && NotedAsNoFile(file)) error = LZERROR_BADVALUE;
+      return nullptr;
+    }
     {
       const std::shared_lock<std::shared_mutex> lock(mutex_);
       if (const auto it = images_.find(file); it != images_.end() && it->second->bytes() == bytes) {
@@ -56,6 +61,13 @@ PlaceImages& Images() {
 }
 
 }  // namespace
+
+bool NotedAsNoFile(const std::string& file) {
+  const FileStatus status = StatFile(NativePath(file));
+  if (!status.exists || status.regular) return false;
+  NoteMalformedFile({file, "is not a regular file"});
+  return true;
+}
 
 std::string PlaceFileProblem(std::string_view bytes, const std::string& file) {
   if (bytes.size() % kPlaceRecordSize != 0) {

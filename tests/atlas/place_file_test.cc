@@ -336,6 +336,14 @@ TEST_F(HostilePlaceFileTest, RecordsTheFormatCannotHoldAreAFaultNamingTheFile) {
   // A deleted record is not a place: what it holds is not checked.
   folder_.Write("A.dao", EncodePlaceFile({graz, Place("@gone", 999.0F, 999.0F, 999)}));
   EXPECT_EQ(MalformedFileOf([&] { EXPECT_EQ(ReadAll("A").size(), 1U); }), "");
+  // A folder (or FIFO, or device) where the file belongs is not "no places".
+  std::filesystem::remove(folder_.path() / "A.dao");
+  std::filesystem::create_directory(folder_.path() / "A.dao");
+  PlaceList list;
+  EXPECT_EQ(MalformedFileOf([&] { Read_Cp_Indexed_City(PlaceFile("A"), "Graz", list, 0); }),
+            file + ": is not a regular file");
+  EXPECT_EQ(MalformedFileOf([&] { FindNearestPlace("A", 15.4, 47.1, 0.0); }),
+            file + ": is not a regular file");
 }
 
 // A database index that does not say what its records say would find

@@ -75,7 +75,10 @@ std::shared_ptr<const CountryNames> SharedNames(const std::string& file,
   for (auto& e : *entries) {
     // Every code names a country or group of the table the file came with.
     if (table_codes.count(UCase(GetInternalCountryAbbreviation(e.code))) == 0) {
-      NoteMalformedFile({file, "\"" + e.code + "\" is no country of the country table"});
+      // One of the two files is not the atlas's: the country table may be
+      // the damaged one, so both are named.
+      NoteMalformedFile({file, "\"" + e.code + "\" is no country of the country table \"" +
+                                   AtlasFolder("") + "Country.dat\""});
       return nullptr;
     }
     if (e.iso) {

@@ -70,6 +70,9 @@ bool NotedAsNoFile(const std::string& file) {
 }
 
 std::string PlaceFileProblem(std::string_view bytes, const std::string& file) {
+  // The component writes a country's file only with places in it, and a
+  // user file keeps at least its deleted records: an empty one was cut.
+  if (bytes.empty()) return "holds no record: the file was emptied";
   if (bytes.size() % kPlaceRecordSize != 0) {
     return std::to_string(bytes.size() % kPlaceRecordSize) +
            " bytes after the last whole record: the file was cut or added to";

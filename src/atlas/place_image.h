@@ -149,8 +149,8 @@ class PlaceImage {
 bool NotedAsNoFile(const std::string& file);
 
 // What makes `bytes` no place file of `file` (a path whose name is the
-// country's code), "" when they are one: a size that is no whole number of
-// records or past 32,767 of them; a record (not deleted) whose coordinates
+// country's code), "" when they are one: no record at all, a size that is
+// no whole number of records or past 32,767 of them; a record (not deleted) whose coordinates
 // are not finite or lie beyond 180 degrees of longitude or 90 of latitude,
 // or whose timetable is not one its country offers (0 to its count, 1 at
 // least). Such a place would be answered as it is.

@@ -70,7 +70,8 @@ std::optional<std::string> SoundUserFile(const UserFile& file) {
     NoteMalformedFile({file.path, "is a symbolic link: the user's places are kept in a file"});
     return std::nullopt;
   }
-  if (fs::exists(file.native, ec) && !fs::is_regular_file(file.native, ec)) {
+  if (!fs::exists(file.native, ec)) return std::string();  // the first place of the country
+  if (!fs::is_regular_file(file.native, ec)) {
     NoteMalformedFile({file.path, "is not a regular file"});
     return std::nullopt;
   }

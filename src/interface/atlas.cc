@@ -247,7 +247,9 @@ std::optional<PlaceInfo> Atlas::Nearest(const std::string& country, double longi
   const auto nearest = FindNearestPlace(code, longitude, latitude, range_degrees);
   call.Check();
   if (!nearest) return std::nullopt;
-  return PlaceInfoOf(*nearest, code);
+  PlaceInfo place = PlaceInfoOf(*nearest, code);
+  call.Check();  // the zone reads the timetables and histories
+  return place;
 }
 
 std::string Atlas::AddPlace(const std::string& country, const std::string& name, double longitude,

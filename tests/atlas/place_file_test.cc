@@ -103,9 +103,12 @@ TEST_F(PlaceFileTest, DeletedRecordsAreSkippedAndTheirNumbersNotReused) {
   EXPECT_EQ(list.refs[0].RecordNo, -2);
 }
 
-TEST_F(PlaceFileTest, EmptyAndMissingFilesGiveNoPlaces) {
+TEST_F(PlaceFileTest, MissingFilesGiveNoPlacesAndAnEmptyOneIsDamage) {
+  // The component writes a country's file only with places in it.
   folder_.Write("A.dao", "");
-  EXPECT_EQ(ReadAll("A").size(), 0U);
+  PlaceList list;
+  EXPECT_NE(MalformedFileOf([&] { Read_Cp_ORTE(PlaceFile("A"), list); }).find("holds no record"),
+            std::string::npos);
   EXPECT_EQ(ReadAll("CH").size(), 0U);
   EXPECT_EQ(ReadAll("Xanadu").size(), 0U);  // the place folder itself: no file
 }

@@ -83,7 +83,7 @@ TEST_F(FreshnessTest, UnusableCounterFallsBackToLookingEveryCall) {
     EXPECT_EQ(Found("Neustadt"), 0);
     WriteUserFile("D", {Place("Neustadt", 10.0F, 50.0F)});
     EXPECT_EQ(Found("Neustadt"), 1);
-    WriteUserFile("D", {});
+    WriteUserFile("D", {Place("@Neustadt", 10.0F, 50.0F)});  // deleted
     EXPECT_EQ(Found("Neustadt"), 0);
     // Said once, naming the file: the host can remove it.
     ASSERT_EQ(messages_.size(), 1U);

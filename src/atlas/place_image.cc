@@ -137,7 +137,10 @@ const std::string& PlaceImage::IndexFor(bool user) const {
     char previous = '\0';
     for (std::int32_t r = 1; r <= RecordCount(); ++r) {
       const std::string_view name = NameField(r);
-      const char letter = user ? AnsiUpper(name[0]) : IndexLetter(Trim(name));
+      // Leading blanks skipped: the index letter never depends on the end.
+      const char letter =
+          user ? AnsiUpper(name[0])
+               : IndexLetter(name.substr(std::min(name.find_first_not_of(' '), name.size())));
       if (r > 1 && letter == previous) continue;
       index += letter;
       AppendInt32(index, r);

@@ -88,15 +88,14 @@ std::string PlaceFileProblem(std::string_view bytes, const std::string& file) {
     const std::string_view bytes_of = bytes.substr(r * kPlaceRecordSize, kPlaceRecordSize);
     if (bytes_of[0] == kDeletedMark) continue;
     const PlaceRecord place = DecodePlaceRecord(bytes_of);
-    const std::string record = "record " + std::to_string(r + 1) + ": ";
     if (!std::isfinite(place.Longitude) || std::fabs(place.Longitude) > 180.0F ||
         !std::isfinite(place.Latitude) || std::fabs(place.Latitude) > 90.0F) {
-      return record + "coordinates " + std::to_string(place.Longitude) + ", " +
-             std::to_string(place.Latitude);
+      return "record " + std::to_string(r + 1) + ": coordinates " +
+             std::to_string(place.Longitude) + ", " + std::to_string(place.Latitude);
     }
     if (place.Timetable < 0 || place.Timetable > timetables) {
-      return record + "timetable " + std::to_string(place.Timetable) + " where the country has " +
-             std::to_string(timetables);
+      return "record " + std::to_string(r + 1) + ": timetable " + std::to_string(place.Timetable) +
+             " where the country has " + std::to_string(timetables);
     }
   }
   return {};

@@ -108,15 +108,17 @@ class SectionIndex {
     std::optional<std::int16_t> country;
     for (std::size_t at = 0; at < image.size(); at += kTimetableRecordSize) {
       const double datum = DecodeFloat64(image, at);
-      const std::string record = "record " + std::to_string(at / kTimetableRecordSize + 1) + ": ";
+      auto record = [at] {
+        return "record " + std::to_string(at / kTimetableRecordSize + 1) + ": ";
+      };
       if (IsSectionMarker(datum)) {
         country = SectionCountry(datum);
         if (!country || std::floor(-datum / kSectionMarkerStep) != -datum / kSectionMarkerStep) {
-          return FileFault{file, record + std::to_string(datum) + " marks no country"};
+          return FileFault{file, record() + std::to_string(datum) + " marks no country"};
         }
         if (!sections.emplace(*country, std::map<std::int32_t, std::int32_t>()).second) {
           return FileFault{file,
-                           record + "a second section of country " + std::to_string(*country)};
+                           record() + "a second section of country " + std::to_string(*country)};
         }
       } else if (!country) {
         return FileFault{file, "does not begin with a country's section"};

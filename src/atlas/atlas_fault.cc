@@ -1,5 +1,7 @@
 #include "atlas/atlas_fault.h"
 
+#include "platform/file_status.h"
+#include "platform/paths.h"
 #include "text/codepage.h"
 #include "text/lz.h"
 
@@ -23,9 +25,22 @@ FaultRecord& Record() {
 
 }  // namespace
 
+bool NotedAsNoFile(const std::string& file) {
+  const FileStatus status = StatFile(NativePath(file));
+  if (!status.exists || status.regular) return false;
+  NoteMalformedFile({file, "is not a regular file"});
+  return true;
+}
+
+void NoteUnreadableFile(const std::string& file, std::int32_t code) {
+  if (code == LZERROR_BADINHANDLE && NotedAsNoFile(file)) return;
+  NoteMalformedFile({file, Utf8FromAnsi(LZERROR_Msg(code, AnsiFromUtf8(file)))});
+}
+
 void NoteAtlasFault(const std::string& file, std::int32_t code, std::string_view reader) {
   FaultRecord& record = Record();
   if (code >= 0 || record.fault) return;
+  if (code == LZERROR_BADINHANDLE && NotedAsNoFile(file)) return;
   // A reader that found the file malformed gives its own error on; the
   // file's fault is told once, as what is wrong with it.
   if (record.malformed && record.malformed->file == file) return;

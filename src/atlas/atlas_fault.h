@@ -92,6 +92,15 @@ std::uint64_t MalformedFileNotes();
 // opened, if any.
 std::optional<FileFault> LastMalformedFile();
 
+// Whether `file` is there but no regular file (a FIFO, a device, a folder),
+// which is then noted as malformed: what it stands for would silently be
+// missing.
+bool NotedAsNoFile(const std::string& file);
+
+// Notes `file` as malformed with what its LZ error `code` says, or as no
+// regular file where that is why it could not be read.
+void NoteUnreadableFile(const std::string& file, std::int32_t code);
+
 // Notes that `file` (UTF-8) could not be read, with its negative LZ error
 // code; `reader` is the title the classic members' message box gives it
 // ("Read_Cp_Orte"). The first fault of a call is kept: later ones mostly

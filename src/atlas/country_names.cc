@@ -109,7 +109,7 @@ std::shared_ptr<const CountryNames> LoadedNames() {
   if (error != 0) {
     // Names the host asked for cannot be given: the call fails, as for a
     // malformed file, rather than answering without them.
-    NoteMalformedFile({file, LZERROR_Msg(error, file)});
+    NoteUnreadableFile(file, error);
     return nullptr;
   }
   if (!image) return nullptr;

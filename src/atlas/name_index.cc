@@ -341,14 +341,14 @@ namespace {
 std::shared_ptr<const NameIndex> LookUpNameIndex(const std::string& place_file) {
   const std::string index_file = NameIndexPathOf(place_file);
   std::int32_t error = 0;
-  auto index_bytes = ExistingImage(index_file, error);
+  auto index_bytes = ExistingImage(index_file, error, Packing::kSzdd);
   if (error != 0) {
     // Searching without it would miss the places known by other names.
-    NoteMalformedFile({index_file, LZERROR_Msg(error, index_file)});
+    NoteUnreadableFile(index_file, error);
     return nullptr;
   }
   if (!index_bytes) return nullptr;
-  auto places = ExistingImage(place_file, error);
+  auto places = ExistingImage(place_file, error, Packing::kSzdd);
   if (!places) return nullptr;
   return Indexes().Get(index_file, {std::move(index_bytes), std::move(places)});
 }

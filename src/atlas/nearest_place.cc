@@ -325,7 +325,7 @@ std::optional<NearestPlace> FindNearestPlace(std::string_view code, double longi
   }
   if (!Exist(place_file)) return NotedAsNoFile(place_file) ? std::nullopt : best;
   std::int32_t error = 0;
-  auto image = ExpandedImage(place_file, error);
+  auto image = ExpandedImage(place_file, error, Packing::kSzdd);
   if (!image) {
     PlaceList unused;
     Read_Cp_ORTE(place_file, unused);

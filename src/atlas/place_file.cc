@@ -72,35 +72,18 @@ std::int32_t Read_Cp_ORTE(const std::string& place_file, PlaceList& result) {
   result = PlaceList{};
   for (const bool user : {true, false}) {
     const std::string file = user ? Get_UserFile(place_file) : place_file;
-    if (!Exist(file)) continue;
-    // Checked as a whole first (once per version of the file): no place of
-    // a file that breaks its format is read.
-    if (std::int32_t error = 0; !PlaceImageOf(file, error) && error != 0) {
-      return NoteReadFault(error, file);
+    // The checked image (once per version of the file): no place of a file
+    // that breaks its format is read, and the file is expanded once.
+    std::int32_t error = 0;
+    const auto image = PlaceImageOf(file, error);
+    if (!image) {
+      if (error != 0) return NoteReadFault(error, file);
+      continue;  // no such file
     }
-    const LzFile lz(file);
-    if (lz.get() < 0) return NoteReadFault(lz.get(), file);
-    const std::int32_t length = LZSeek(lz.get(), 0, kLzSeekEnd);
-    if (length < 0) return NoteReadFault(length, file);
-    // Its last byte first: data that ends early is damage also where it ends
-    // after the last record this reads (past record 32767, or in a partial
-    // record), and no place of a damaged file is read.
-    if (length > 0) {
-      char last = 0;
-      LZSeek(lz.get(), length - 1, kLzSeekSet);
-      if (const std::int32_t read = LZRead(lz.get(), &last, 1); read < 0) {
-        return NoteReadFault(read, file);
-      }
-    }
-    if (const std::int32_t start = LZSeek(lz.get(), 0, kLzSeekSet); start < 0) {
-      return NoteReadFault(start, file);
-    }
-    const std::int32_t records = std::min(length / kRecordSize, kMaxRecords);
-    for (std::int32_t i = 1; i <= records; ++i) {
-      PlaceRecord place;
-      const std::int32_t read = ReadPlaceStructure(lz.get(), place);
-      if (read < 0) return NoteReadFault(read, file);
-      if (read == 0) break;
+    const std::string_view bytes = *image->bytes();
+    for (std::int32_t i = 1; i <= image->RecordCount(); ++i) {
+      const PlaceRecord place =
+          DecodePlaceRecord(bytes.substr(static_cast<std::size_t>(i - 1) * kPlaceRecordSize));
       if (place.IsDeleted()) continue;
       result.Add(place, PlaceRef{"", static_cast<std::int16_t>(user ? -i : i)});
     }
@@ -187,7 +170,7 @@ std::int32_t FilesOf(const std::string& place_file, SearchFiles*& out) {
       NoteAtlasFault(paths[f], error);
       return error;
     }
-    file.user = TextContains(paths[f], "\\USER\\");
+    file.user = IsUserFile(paths[f]);
     file.path = std::move(paths[f]);
     file.ref = std::move(refs[f]);
   }
@@ -322,7 +305,7 @@ bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRe
   PlaceList found;
   Read_Cp_Indexed_City(place_file, wanted, found, 0);
   if (!wanted.empty() && wanted.back() == '*') return false;
-  return PickCity(found, TextContains(place_file, "\\USER\\"), Trim(wanted), place);
+  return PickCity(found, IsUserFile(place_file), Trim(wanted), place);
 }
 
 bool FindPlaceUserFirst(const std::string& place_file, std::string_view name, PlaceRecord& place,
@@ -335,7 +318,7 @@ bool FindPlaceUserFirst(const std::string& place_file, std::string_view name, Pl
   if (!wanted.empty() && wanted.back() == '*') return false;
   const std::string trimmed = Trim(wanted);
   return PickCity(found, true, trimmed, place, ref) ||
-         PickCity(found, TextContains(place_file, "\\USER\\"), trimmed, place, ref);
+         PickCity(found, IsUserFile(place_file), trimmed, place, ref);
 }
 
 }  // namespace tarv

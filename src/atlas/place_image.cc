@@ -7,6 +7,7 @@
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_match.h"
+#include "atlas/place_paths.h"
 #include "platform/file_status.h"
 #include "platform/paths.h"
 #include "text/bytes.h"
@@ -22,11 +23,8 @@ class PlaceImages {
  public:
   // nullptr with `error` 0 for a file that does not exist.
   std::shared_ptr<const PlaceImage> Get(const std::string& file, std::int32_t& error) {
-    auto bytes = ExistingImage(file, error);
-    if (!bytes) {
-      if (error == 0 && NotedAsNoFile(file)) error = LZERROR_BADVALUE;
-      return nullptr;
-    }
+    auto bytes = ExistingImage(file, error, IsUserFile(file) ? Packing::kAsFound : Packing::kSzdd);
+    if (!bytes) return nullptr;
     {
       const std::shared_lock<std::shared_mutex> lock(mutex_);
       if (const auto it = images_.find(file); it != images_.end() && it->second->bytes() == bytes) {
@@ -61,13 +59,6 @@ PlaceImages& Images() {
 }
 
 }  // namespace
-
-bool NotedAsNoFile(const std::string& file) {
-  const FileStatus status = StatFile(NativePath(file));
-  if (!status.exists || status.regular) return false;
-  NoteMalformedFile({file, "is not a regular file"});
-  return true;
-}
 
 std::string PlaceFileProblem(std::string_view bytes, const std::string& file) {
   // The component writes a country's file only with places in it, and a

@@ -144,10 +144,6 @@ class PlaceImage {
   mutable std::map<std::pair<std::int32_t, std::int32_t>, std::shared_ptr<const RunIndex>> runs_;
 };
 
-// Whether `file` is there but no regular file (a FIFO, a device, a
-// folder), which is noted as malformed: its places would silently be none.
-bool NotedAsNoFile(const std::string& file);
-
 // What makes `bytes` no place file of `file` (a path whose name is the
 // country's code), "" when they are one: no record at all, a size that is
 // no whole number of records or past 32,767 of them; a record (not deleted) whose coordinates

@@ -58,6 +58,13 @@ std::string GetCompressedPlaceFile(std::string_view code) {
   return last.file;
 }
 
+bool IsUserFile(std::string_view place_file) {
+  const std::size_t cut = place_file.find_last_of('\\');
+  if (cut == std::string_view::npos) return false;
+  const std::string_view folder = place_file.substr(0, cut);
+  return folder == "USER" || folder.ends_with("\\USER");
+}
+
 std::string Get_UserFile(const std::string& place_file) {
   const auto cut = place_file.rfind('\\');
   if (cut == std::string::npos) return "USER\\" + place_file;

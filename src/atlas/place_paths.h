@@ -26,6 +26,10 @@ std::string GetCompressedPlaceFile(std::string_view code);
 // ("C:\Atlas\D.dao" gives "C:\Atlas\USER\D.dao").
 std::string Get_UserFile(const std::string& place_file);
 
+// Whether `place_file` is a user file: it lies in a folder named USER. User
+// files are written plain, the atlas's own files compressed.
+bool IsUserFile(std::string_view place_file);
+
 // The files to read for a country or group name ("D", "D.dao", "EUROPA").
 // A single country gives its user file, then its database file. A group
 // gives, for every member of the country table from position 1 to 11 before

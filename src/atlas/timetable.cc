@@ -118,7 +118,7 @@ std::shared_ptr<const DstRules> RulesFile() {
   // Falling back to the rule of the 1990s would be a quiet wrong answer: the
   // call fails instead, and asks again next time.
   if (!current) {
-    NoteMalformedFile({path, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(path)))});
+    NoteUnreadableFile(path, error);
     return nullptr;
   }
   DecodedRules& decoded = atlas.Derived<DecodedRules>();

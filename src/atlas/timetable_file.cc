@@ -65,7 +65,7 @@ class SectionIndex {
                                         bool& malformed) {
     has_section = false;
     malformed = false;
-    auto image = ExpandedImage(path, error);
+    auto image = ExpandedImage(path, error, Packing::kSzdd);
     if (!image) return std::nullopt;
     const std::lock_guard<std::mutex> lock(mutex_);
     auto& entry = files_[path];
@@ -237,7 +237,7 @@ class HistoryCache {
     }
     std::int32_t error = 0;
     // The version the entries belong to; a missing file has none.
-    auto image = ExistingImage(file, error);
+    auto image = ExistingImage(file, error, Packing::kSzdd);
     const bool cacheable = error == 0 && state.countries_loaded && state.zones_loaded;
     const std::uint64_t tables = state.tables_version;
     if (cacheable) {

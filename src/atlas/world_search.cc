@@ -133,7 +133,7 @@ bool LookAtFiles(WorldFiles& files) {
       return false;
     }
     if (image) files.users.push_back({code, std::move(image)});
-    if (!ExistingImage(file, error)) {
+    if (!ExistingImage(file, error, Packing::kSzdd)) {
       if (error != 0) {
         NoteAtlasFault(file, error);
         return false;

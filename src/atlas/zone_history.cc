@@ -474,8 +474,8 @@ std::optional<LoadedHistories> ReadHistories(std::string_view code) {
   // be a quiet wrong one: the call fails instead.
   auto image = [](const std::string& file) {
     std::int32_t error = 0;
-    auto bytes = ExistingImage(file, error);
-    if (error != 0) NoteMalformedFile({file, LZERROR_Msg(error, file)});
+    auto bytes = ExistingImage(file, error, Packing::kSzdd);
+    if (error != 0) NoteUnreadableFile(file, error);
     return bytes;
   };
   const auto zone_bytes = image(zones_file);
@@ -489,7 +489,7 @@ std::optional<LoadedHistories> ReadHistories(std::string_view code) {
   if (!loaded.place_zones) return std::nullopt;
   std::int32_t error = 0;
   // Numbers written for another place file would give places others' zones.
-  const auto places = ExistingImage(place_file, error);
+  const auto places = ExistingImage(place_file, error, Packing::kSzdd);
   if (!places) return std::nullopt;  // the place search reports that file
   const auto records =
       static_cast<std::int32_t>(std::min(places->size() / kPlaceRecordSize, kMaxPlaceRecords));

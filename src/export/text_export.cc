@@ -45,7 +45,7 @@ std::string CountryLine(std::size_t position, const CountryRecord& r) {
 std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& country, bool user,
                            std::string& text) {
   std::int32_t error = 0;
-  const auto image = ExistingImage(place_file, error);
+  const auto image = ExistingImage(place_file, error, user ? Packing::kAsFound : Packing::kSzdd);
   // Leaving the places of a damaged file out would export a smaller atlas.
   if (error != 0) {
     throw AtlasError(place_file, Utf8FromAnsi(LZERROR_Msg(error, AnsiFromUtf8(place_file))));

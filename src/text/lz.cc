@@ -186,8 +186,10 @@ struct FileStamp {
   bool operator==(const FileStamp&) const = default;
 };
 
-std::optional<FileStamp> Stamp(const std::string& file) {
+// Also tells whether something that is no regular file stands at `file`.
+std::optional<FileStamp> Stamp(const std::string& file, bool& not_regular) {
   const FileStatus status = StatFile(file);
+  not_regular = status.exists && !status.regular;
   if (!status.exists || !status.regular) return std::nullopt;
   return FileStamp{status.size, status.mtime_ns, status.device, status.inode};
 }
@@ -305,6 +307,7 @@ Expansion Expand(std::string_view file_bytes, std::int32_t& error) {
   const std::size_t most = (file_bytes.size() - kHeaderSize) / 17 * 144 + 144;
   Expansion out;
   out.length = length;
+  out.compressed = true;
   out.bytes.reserve(std::min<std::size_t>(length, most));
   Decode(file_bytes, length, out.bytes);
   return out;
@@ -317,8 +320,9 @@ std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
   return std::move(expansion.bytes);
 }
 
-std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error) {
-  auto image = ExistingImage(path, error);
+std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error,
+                                                 Packing packing) {
+  auto image = ExistingImage(path, error, packing);
   if (!image && error == 0) error = LZERROR_BADINHANDLE;
   return image;
 }
@@ -349,11 +353,15 @@ std::shared_ptr<const Expansion> LookUpExpansion(const std::string& path, std::i
   if (KnownMissing(slashed)) return nullptr;
   // Most paths are spelled as on disk; one stat settles them.
   std::string native = slashed;
-  auto stamp = Stamp(native);
-  if (!stamp) {
+  bool not_regular = false;
+  auto stamp = Stamp(native, not_regular);
+  if (!stamp && !not_regular) {
     native = Utf8OfPath(NativePath(path));
-    if (native != slashed) stamp = Stamp(native);
+    if (native != slashed) stamp = Stamp(native, not_regular);
   }
+  // A folder, FIFO or device is no file that is missing: reading it as none
+  // would answer with fewer places or no zone.
+  if (not_regular) error = LZERROR_BADINHANDLE;
   if (!stamp) return nullptr;
   const std::string key = FileKey(native);
   if (auto cached = Cache().Find(key, *stamp)) return cached;
@@ -391,10 +399,11 @@ std::shared_ptr<const Expansion> ExistingExpansion(const std::string& path, std:
 
 }  // namespace
 
-std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error) {
+std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error,
+                                                 Packing packing) {
   auto expansion = ExistingExpansion(path, error);
   if (!expansion) return nullptr;
-  if (expansion->Damaged()) {
+  if (expansion->Damaged() || (packing == Packing::kSzdd && !expansion->compressed)) {
     error = LZERROR_READ;
     return nullptr;
   }

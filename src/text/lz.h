@@ -90,19 +90,28 @@ class LzFile {
   std::int32_t handle_;
 };
 
+// How a reader takes a file without the SZDD magic: as it stands (user
+// files, which the component writes plain), or as damage (atlas files, which
+// the builder always compresses: a plain one was replaced or overwritten).
+enum class Packing { kAsFound, kSzdd };
+
 // The expanded bytes of the file at `path` (cached) with 0 in `error`, or
 // nullptr and a negative LZERROR code as LZOpenFile gives it, and LZERROR_READ
-// for a file whose data ends before its length field. For readers that want
+// for a file whose data ends before its length field, or that is plain where
+// `packing` asks for SZDD. Something other than a regular file (a folder, a
+// FIFO, a device) gives LZERROR_BADINHANDLE and is never opened. For readers that want
 // the whole image. The cache holds up to 64 MiB of images of at most 256
 // files and drops the least recently used first; an entry is trusted only while the file's path,
 // size, modification time and inode are unchanged, and not at all while its
 // modification time lies within two seconds of when it was read (file times
 // tick coarsely, so a same-size rewrite in that tick would look unchanged).
-std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error);
+std::shared_ptr<const std::string> ExpandedImage(const std::string& path, std::int32_t& error,
+                                                 Packing packing = Packing::kAsFound);
 
 // Like ExpandedImage, but a file that does not exist is no error: nullptr
 // with `error` 0. Readers that skip missing files use it to look once.
-std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error);
+std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::int32_t& error,
+                                                 Packing packing = Packing::kAsFound);
 
 // Drops the cached image of `path` (after the component rewrote the file).
 void ForgetExpandedImage(const std::string& path);

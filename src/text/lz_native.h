@@ -17,6 +17,7 @@ inline constexpr std::string_view kSzddMagic("SZDD\x88\xF0\x27\x33", 8);
 struct Expansion {
   std::string bytes;
   std::size_t length = 0;
+  bool compressed = false;  // the file began with the SZDD magic
   // The data ended before the length its header announced.
   bool Damaged() const { return bytes.size() < length; }
 };

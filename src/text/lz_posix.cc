@@ -1,30 +1,15 @@
-#include <fstream>
-#include <iterator>
 #include <limits>
 
+#include "platform/whole_file.h"
 #include "text/lz.h"
 #include "text/lz_native.h"
 
 namespace tarv::native {
-namespace {
-
-// Reads the file, `expected` bytes at once and whatever it grew by since.
-bool ReadWholeFile(const std::string& file, std::size_t expected, std::string& bytes) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return false;
-  bytes.resize(expected);
-  in.read(bytes.data(), static_cast<std::streamsize>(expected));
-  bytes.resize(static_cast<std::size_t>(in.gcount()));
-  if (in) bytes.append(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return !in.bad();
-}
-
-}  // namespace
 
 Expansion ExpandFile(const std::string& path, std::uint64_t size, std::int32_t& error) {
   error = 0;
   std::string bytes;
-  if (!ReadWholeFile(path, static_cast<std::size_t>(size), bytes)) {
+  if (ReadWholeFile(path, bytes, static_cast<std::size_t>(size)) != WholeFile::kRead) {
     error = LZERROR_BADINHANDLE;
     return {};
   }

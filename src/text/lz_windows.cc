@@ -89,6 +89,7 @@ Expansion ExpandFile(const std::string& path, std::uint64_t size, std::int32_t& 
   }
   Expansion out;
   out.length = static_cast<std::size_t>(length);
+  out.compressed = StartsWithSzddMagic(head);
   out.bytes.resize(out.length);
   std::size_t done = 0;
   // Where the data ends before the header's length, Windows answers

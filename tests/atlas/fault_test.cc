@@ -75,7 +75,7 @@ TEST_F(FaultTest, VanishedFolderFindsNothingInsteadOfCachedPlaces) {
 TEST_F(FaultTest, FileReplacedByGarbageWhileCachedIsReadAgain) {
   EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 1);
   std::string garbage(2 * kPlaceRecordSize, '\x9F');
-  folder_.Write("D.dao", garbage);  // same kind of file, other content
+  folder_.Write("D.dao", CompressSzdd(garbage));  // same kind of file, other content
   EXPECT_NE(MalformedFileOf([] { EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 0); }), "");
   folder_.Write("D.dao", CompressSzdd(EncodePlaceFile({Place("Berlin", 1, 2)})).substr(0, 20));
   const FaultScope call;

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "atlas/place_file_writer.h"
+#include "text/lz.h"
 #include "support/atlas_fixture.h"
 
 namespace tarv {
@@ -99,7 +100,7 @@ TEST_F(NearestPlaceTest, AgreesWithMeasuringEveryPlace) {
   places[2500].SetName("@deleted too");
   // Deleted records keep whatever coordinates they had.
   places[2500].Longitude = std::numeric_limits<float>::quiet_NaN();
-  folder_.Write("D.dao", EncodePlaceFile(places));
+  folder_.Write("D.dao", CompressSzdd(EncodePlaceFile(places)));
   WriteUserFile("D", {Place("Eigen", 11.5F, 48.0F), Place("@weg", 7.0F, 50.0F),
                       Place("Auch", places[40].Longitude, places[40].Latitude)});
   PlaceList list;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <limits>
 
 #include "atlas/atlas_fault.h"
@@ -105,7 +106,7 @@ TEST_F(PlaceFileTest, DeletedRecordsAreSkippedAndTheirNumbersNotReused) {
 
 TEST_F(PlaceFileTest, MissingFilesGiveNoPlacesAndAnEmptyOneIsDamage) {
   // The component writes a country's file only with places in it.
-  folder_.Write("A.dao", "");
+  folder_.Write("A.dao", CompressSzdd(""));
   PlaceList list;
   EXPECT_NE(MalformedFileOf([&] { Read_Cp_ORTE(PlaceFile("A"), list); }).find("holds no record"),
             std::string::npos);
@@ -326,7 +327,7 @@ TEST_F(HostilePlaceFileTest, RecordsTheFormatCannotHoldAreAFaultNamingTheFile) {
       {EncodePlaceFile({Place("Wien", 16.4F, 48.2F, 999)}), "record 1: timetable 999"},
       {std::string(38 * 50 + 7, '\x9F'), "7 bytes after"}};
   for (const auto& c : cases) {
-    folder_.Write("A.dao", c.bytes);
+    folder_.Write("A.dao", CompressSzdd(c.bytes));
     PlaceList list;
     EXPECT_EQ(MalformedFileOf([&] {
                 EXPECT_LT(Read_Cp_ORTE(PlaceFile("A"), list), 0);
@@ -337,8 +338,21 @@ TEST_F(HostilePlaceFileTest, RecordsTheFormatCannotHoldAreAFaultNamingTheFile) {
     EXPECT_NE(MalformedFileOf([&] { FindNearestPlace("A", 15.4, 47.1, 0.0); }), "");
   }
   // A deleted record is not a place: what it holds is not checked.
-  folder_.Write("A.dao", EncodePlaceFile({graz, Place("@gone", 999.0F, 999.0F, 999)}));
+  folder_.Write("A.dao", CompressSzdd(EncodePlaceFile({graz, Place("@gone", 999.0F, 999.0F, 999)})));
   EXPECT_EQ(MalformedFileOf([&] { EXPECT_EQ(ReadAll("A").size(), 1U); }), "");
+  // The atlas's files are always compressed: a plain one was overwritten by
+  // something else, however place-like its bytes (user files are plain).
+  folder_.Write("A.dao", EncodePlaceFile({graz}));
+  const std::function<std::int32_t(PlaceList&)> reads[] = {
+      [&](PlaceList& list) { return Read_Cp_ORTE(PlaceFile("A"), list); },
+      [&](PlaceList& list) { return Read_Cp_Indexed_City(PlaceFile("A"), "Graz", list, 0); }};
+  for (const auto& read : reads) {
+    ClearAtlasFault();
+    PlaceList list;
+    EXPECT_EQ(read(list), LZERROR_READ);
+    EXPECT_EQ(LastAtlasFault().File, file);
+    EXPECT_TRUE(list.places.empty());
+  }
   // A folder (or FIFO, or device) where the file belongs is not "no places".
   std::filesystem::remove(folder_.path() / "A.dao");
   std::filesystem::create_directory(folder_.path() / "A.dao");
@@ -362,7 +376,7 @@ TEST_F(HostilePlaceFileTest, AnIndexThatDisagreesWithItsRecords) {
   };
   const std::vector<PlaceRecord> places = {Place("Graz", 1, 1), Place("Linz", 3, 3),
                                            Place("Wien", 2, 2)};
-  folder_.Write("A.dao", EncodePlaceFile(places));
+  folder_.Write("A.dao", CompressSzdd(EncodePlaceFile(places)));
   for (const std::string& bad : {index('G', -5, 'W', 99), index('W', 3, 'G', 1),
                                  index('G', 1, 'L', 2).substr(0, 7), std::string()}) {
     folder_.Write("A.IDX", bad);

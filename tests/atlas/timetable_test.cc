@@ -108,7 +108,7 @@ TEST_F(TimetableTest, ZonesOutsideTheTableAreAnError) {
 }
 
 TEST_F(TimetableTest, HostileFilesDoNotCrash) {
-  folder_.Write("ttx.dao", std::string(103, '\x7F'));  // no markers, partial record
+  folder_.Write("ttx.dao", CompressSzdd(std::string(103, '\x7F')));  // no markers, partial record
   EXPECT_NE(MalformedFileOf([&] { EXPECT_EQ(Read(58, 1).size(), 1U); }), "");
   std::string section_only;
   AppendFloat64(section_only, -kSectionMarkerStep * 58);
@@ -119,7 +119,7 @@ TEST_F(TimetableTest, HostileFilesDoNotCrash) {
     AppendFloat64(section_only, i % 2 ? std::numeric_limits<double>::quiet_NaN() : 1e300);
     AppendInt16(section_only, static_cast<std::int16_t>(met_));
   }
-  folder_.Write("ttx.dao", section_only);  // a section that never ends, of no dates
+  folder_.Write("ttx.dao", CompressSzdd(section_only));  // a section that never ends, of no dates
   EXPECT_EQ(MalformedFileOf([&] { Read(58, 1); }),
             folder_.str() + "\\ttx.dao: country 58, timetable 1, entry 2: " +
                 std::to_string(1e300) + " is not a date");
@@ -129,7 +129,7 @@ TEST_F(TimetableTest, HostileFilesDoNotCrash) {
 TEST_F(TimetableTest, DamagedStructureIsAFaultNotLocalMeanTime) {
   const std::string good = EncodeTimetableFile({{58, {{{At(1900, 1, 1), met_}}}}});
   auto fault_of = [&](const std::string& bytes) {
-    folder_.Write("ttx.dao", bytes);
+    folder_.Write("ttx.dao", CompressSzdd(bytes));
     return MalformedFileOf([&] { Read(58, 1); });
   };
   EXPECT_NE(fault_of("").find("ttx.dao: holds no timetables"), std::string::npos);
@@ -145,6 +145,12 @@ TEST_F(TimetableTest, DamagedStructureIsAFaultNotLocalMeanTime) {
   EXPECT_NE(fault_of(EncodeTimetableFile({{40, {{}}}})).find("no section of country 58"),
             std::string::npos);
   EXPECT_EQ(fault_of(good), "");
+  // The builder always compresses it: a plain one is not the atlas's.
+  folder_.Write("ttx.dao", good);
+  ClearAtlasFault();
+  Read(58, 1);
+  EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\ttx.dao");
+  EXPECT_EQ(LastAtlasFault().Code, LZERROR_READ);
 }
 
 TEST_F(TimetableTest, EntriesTheHostsDateTypeCannotHoldAreAnError) {

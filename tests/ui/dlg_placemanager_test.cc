@@ -201,7 +201,7 @@ TEST_F(PlacemanagerModel, ReturnOnAWholeNameLoadsThatPlace) {
       testing::Place(AnsiFromUtf8("Münchenbernsdorf"), 11.93F, 50.82F, 2),
       testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F, 1),
       testing::Place("Berlin", 13.405F, 52.52F)};
-  std::ofstream(folder_.path() / "D.dao", std::ios::binary) << EncodePlaceFile(records);
+  std::ofstream(folder_.path() / "D.dao", std::ios::binary) << CompressSzdd(EncodePlaceFile(records));
   std::ofstream(folder_.path() / "D.IDX", std::ios::binary) << EncodePlaceIndex(records);
   auto& d = Open("Berlin", "D");
   d.cb_Eingabe_KeyReturn(3, "München");
@@ -228,7 +228,7 @@ TEST_F(PlacemanagerModel, ReturnOnAWholeNameInItsLettersLoadsThatPlace) {
   const std::vector<PlaceRecord> records = {testing::Place("St. Gallenkirch", 9.98F, 47.02F, 2),
                                             testing::Place("St. Gallen", 9.37F, 47.42F, 1),
                                             testing::Place("Berlin", 13.405F, 52.52F)};
-  std::ofstream(folder_.path() / "D.dao", std::ios::binary) << EncodePlaceFile(records);
+  std::ofstream(folder_.path() / "D.dao", std::ios::binary) << CompressSzdd(EncodePlaceFile(records));
   std::ofstream(folder_.path() / "D.IDX", std::ios::binary) << EncodePlaceIndex(records);
   auto& d = Open("Berlin", "D");
   d.cb_Eingabe_KeyReturn(3, "St*Gallen*");

@@ -2,6 +2,7 @@
 
 #include "platform/file_status.h"
 #include "platform/paths.h"
+#include "platform/whole_file.h"
 #include "text/codepage.h"
 #include "text/lz.h"
 
@@ -24,6 +25,16 @@ FaultRecord& Record() {
 }
 
 }  // namespace
+
+std::optional<ReadResult<std::string>> ReadPlainAtlasFile(const std::string& windows_path) {
+  std::string bytes;
+  const WholeFile result = ReadWholeFile(Utf8OfPath(NativePath(windows_path)), bytes);
+  if (result == WholeFile::kMissing) return std::nullopt;
+  if (result != WholeFile::kRead) {
+    return ReadResult<std::string>(FileFault{windows_path, WholeFileProblem(result)});
+  }
+  return ReadResult<std::string>(std::move(bytes));
+}
 
 bool NotedAsNoFile(const std::string& file) {
   const FileStatus status = StatFile(NativePath(file));

@@ -79,6 +79,11 @@ T ValueOrAtlasError(ReadResult<T> result) {
   return *std::move(result);
 }
 
+// The bytes of the plain atlas file at `windows_path`, nullopt where there is
+// nothing at all; something that is there but cannot be read as a file (a
+// FIFO, a folder, no permission) is a fault naming it.
+std::optional<ReadResult<std::string>> ReadPlainAtlasFile(const std::string& windows_path);
+
 // Notes that a file the call needed breaks its format's rules. Like the
 // faults below, the first one of a call is kept, and readers only note it:
 // each interface turns it into its own form (AtlasError, a C status).

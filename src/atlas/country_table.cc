@@ -33,12 +33,6 @@ std::int16_t NumberField(std::string_view field, const std::string& file, std::s
   return *value;
 }
 
-ReadResult<std::string> ReadWholeFile(const std::string& windows_path) {
-  std::ifstream in(NativePath(windows_path), std::ios::binary);
-  if (!in) return FileFault{windows_path, "cannot be opened for reading"};
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 void SortAllButTail(std::vector<CountryRecord>& lines) {
   std::vector<CountryRecord> reordered;
   reordered.reserve(lines.size());
@@ -185,9 +179,9 @@ bool InitializeCountries(std::string path, const std::string& file_name, bool so
     if (result) return true;
   }
   const std::string file = AtlasFolder(std::move(path)) + file_name;
-  if (!Exist(file)) return result;
-
-  const ReadResult<std::string> text = ReadWholeFile(file);
+  const auto read = ReadPlainAtlasFile(file);
+  if (!read) return result;
+  const ReadResult<std::string>& text = *read;
   ReadResult<std::vector<CountryRecord>> parsed =
       text ? ParseCountryFile(*text, file) : ReadResult<std::vector<CountryRecord>>(text.fault());
   if (!parsed) {

@@ -109,12 +109,12 @@ std::shared_ptr<const DstRules> RulesFile() {
   const std::uint64_t call = CallNumber();
   if (call != 0 && call == known.call && known.atlas == &atlas) return known.rules;
   const std::string path = AtlasFolder("") + kDstRulesFile;
-  if (!Exist(path)) {
+  std::int32_t error = 0;
+  auto current = ExistingImage(path, error);
+  if (!current && error == 0) {  // an atlas without rules of its own
     known = {&atlas, call, nullptr};
     return nullptr;
   }
-  std::int32_t error = 0;
-  auto current = ExpandedImage(path, error);
   // Falling back to the rule of the 1990s would be a quiet wrong answer: the
   // call fails instead, and asks again next time.
   if (!current) {

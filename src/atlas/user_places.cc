@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <optional>
 
@@ -18,6 +17,7 @@
 #include "platform/change_counter.h"
 #include "platform/file_lock.h"
 #include "platform/paths.h"
+#include "platform/whole_file.h"
 #include "tarvplaces/atlas_error.h"
 #include "text/bytes.h"
 #include "text/codepage.h"
@@ -55,11 +55,6 @@ std::optional<UserFile> UserFileOf(std::int32_t country_id) {
   return file;
 }
 
-std::string ReadBytes(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 // The user file's bytes when they are whole and sound: a writer never
 // rewrites a file it could not read whole, or the places it did not read
 // would be gone. A symbolic link is never followed (its target's bytes
@@ -70,12 +65,14 @@ std::optional<std::string> SoundUserFile(const UserFile& file) {
     NoteMalformedFile({file.path, "is a symbolic link: the user's places are kept in a file"});
     return std::nullopt;
   }
-  if (!fs::exists(file.native, ec)) return std::string();  // the first place of the country
-  if (!fs::is_regular_file(file.native, ec)) {
-    NoteMalformedFile({file.path, "is not a regular file"});
+  std::string bytes;
+  // Not through a link either where one was put there since the look above.
+  const WholeFile read = ReadWholeFile(Utf8OfPath(file.native), bytes, 0, false);
+  if (read == WholeFile::kMissing) return std::string();  // the first place of the country
+  if (read != WholeFile::kRead) {
+    NoteMalformedFile({file.path, WholeFileProblem(read)});
     return std::nullopt;
   }
-  std::string bytes = ReadBytes(file.native);
   if (std::string problem = PlaceFileProblem(bytes, file.path); !problem.empty()) {
     NoteMalformedFile({file.path, std::move(problem)});
     return std::nullopt;

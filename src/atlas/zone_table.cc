@@ -17,11 +17,6 @@
 namespace tarv {
 namespace {
 
-std::string ReadFile(const std::string& windows_path) {
-  std::ifstream in(NativePath(windows_path), std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 enum class AliasRule : std::uint8_t {
   kTo,            // the named abbreviation
   kSummerOf,      // first two letters + "T/S"
@@ -124,8 +119,12 @@ bool InitializeTimeZones(std::string path, const std::string& file_name) {
   const std::lock_guard<std::recursive_mutex> lock(state.tables_mutex);
   if (state.zones_loaded) return true;
   const std::string file = AtlasFolder(std::move(path)) + file_name;
-  if (Exist(file)) {
-    const std::string bytes = ReadFile(file);
+  if (auto read = ReadPlainAtlasFile(file)) {
+    if (!*read) {
+      NoteMalformedFile(read->fault());
+      return false;
+    }
+    const std::string& bytes = **read;
     if (std::string problem = ZoneFileProblem(bytes); !problem.empty()) {
       NoteMalformedFile({file, std::move(problem)});  // the table stays as it was
       return false;

@@ -1,5 +1,5 @@
 // The change counter of an atlas: a number in a small file of the atlas's
-// USER folder, "Changes.cnt", that every process maps into its memory.
+// USER folder, "Changes.cnt", that every process reads.
 //
 // The writers of user places add one to it after they replaced a file.
 // Readers remember the number they saw with what they read; a reader that
@@ -19,14 +19,11 @@
 // (another user's, on a folder it may write) changes files without bumping;
 // readers see such a change once they check the files again, within a second.
 //
-// One case is not covered on POSIX systems: a program that cuts the file
-// short while others map it makes their next read of the counter fault
-// (SIGBUS). The component's writers never shorten it, and a file found short
-// is not mapped; SQLite's WAL index carries the same exposure. Windows
-// refuses to shorten a mapped file.
-//
-// Mapping is per system (change_counter_posix.cc, change_counter_windows.cc);
-// reading and bumping are the same everywhere.
+// Windows maps the file and reads it with one load from memory: it refuses to
+// cut a mapped file short. POSIX systems let any program cut it, and a mapping
+// of a cut file faults (SIGBUS) on the next read, so there it is read and
+// written through its descriptor (change_counter_posix.cc), and Linux readers
+// watch the folders instead (folder_watch.h).
 #ifndef TARVPLACES_PLATFORM_CHANGE_COUNTER_H_
 #define TARVPLACES_PLATFORM_CHANGE_COUNTER_H_
 
@@ -57,7 +54,8 @@ class ChangeCounter {
   ChangeCounter(const ChangeCounter&) = delete;
   ChangeCounter& operator=(const ChangeCounter&) = delete;
 
-  // The number as it stands now; one load from shared memory.
+  // The number as it stands now (a number no bump gives when it cannot be
+  // read): one load from shared memory on Windows, one read elsewhere.
   std::uint64_t Value() const noexcept;
 
   // Adds one; false when the file was mapped for reading only.

@@ -1,5 +1,5 @@
 #include <fcntl.h>
-#include <sys/mman.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -96,16 +96,9 @@ std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& u
     if (why != nullptr) *why = wrong;
     return nullptr;
   }
-  void* mapping = ::mmap(nullptr, kChangeCounterSize, PROT_READ | (writable ? PROT_WRITE : 0),
-                         MAP_SHARED, fd.get(), 0);
-  if (mapping == MAP_FAILED) {
-    if (why != nullptr) *why = std::string("cannot be mapped: ") + std::strerror(errno);
-    return nullptr;
-  }
   std::unique_ptr<ChangeCounter> counter(new ChangeCounter);
   counter->path_ = path;
   counter->file_ = fd.release();
-  counter->mapping_ = mapping;
   counter->writable_ = writable;
   counter->device_ = static_cast<std::uint64_t>(info.st_dev);
   counter->inode_ = static_cast<std::uint64_t>(info.st_ino);
@@ -113,8 +106,35 @@ std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& u
 }
 
 ChangeCounter::~ChangeCounter() {
-  ::munmap(mapping_, kChangeCounterSize);
   ::close(static_cast<int>(file_));
+}
+
+// Read and written through the descriptor, never a mapping: another program
+// may cut the file short at any moment, and a mapping of it would then fault
+// (SIGBUS) on the next read. A cut or unreadable counter reads as a number
+// no bump gives, so that readers take it as a change.
+std::uint64_t ChangeCounter::Value() const noexcept {
+  std::uint64_t value = 0;
+  const ssize_t got = ::pread(static_cast<int>(file_), &value, sizeof(value),
+                              static_cast<off_t>(kChangeCounterMagic.size()));
+  return got == static_cast<ssize_t>(sizeof(value)) ? value : ~std::uint64_t{0};
+}
+
+bool ChangeCounter::Bump() noexcept {
+  if (!writable_) return false;
+  const int fd = static_cast<int>(file_);
+  // Writers of other processes bump the same file: one at a time.
+  if (::flock(fd, LOCK_EX) != 0) return false;
+  const off_t at = static_cast<off_t>(kChangeCounterMagic.size());
+  constexpr auto kSize = static_cast<ssize_t>(sizeof(std::uint64_t));
+  std::uint64_t value = 0;
+  bool done = ::pread(fd, &value, sizeof(value), at) == kSize;
+  if (done) {
+    ++value;
+    done = ::pwrite(fd, &value, sizeof(value), at) == kSize;
+  }
+  ::flock(fd, LOCK_UN);
+  return done;
 }
 
 bool ChangeCounter::StillValid() const noexcept {

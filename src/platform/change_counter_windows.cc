@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <atomic>
 #include <string>
 
 #include "platform/change_counter.h"
@@ -160,6 +161,25 @@ bool ChangeCounter::StillValid() const noexcept {
   if (!named.valid() || ::GetFileInformationByHandle(named.get(), &info) == 0) return false;
   return info.dwVolumeSerialNumber == device_ &&
          ((std::uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow) == inode_;
+}
+
+namespace {
+
+std::uint64_t* CounterIn(void* mapping) {
+  return reinterpret_cast<std::uint64_t*>(static_cast<char*>(mapping) + kChangeCounterMagic.size());
+}
+
+}  // namespace
+
+// A mapped file cannot be cut short on Windows, so the mapping is safe to read.
+std::uint64_t ChangeCounter::Value() const noexcept {
+  return std::atomic_ref<std::uint64_t>(*CounterIn(mapping_)).load(std::memory_order_acquire);
+}
+
+bool ChangeCounter::Bump() noexcept {
+  if (!writable_) return false;
+  std::atomic_ref<std::uint64_t>(*CounterIn(mapping_)).fetch_add(1, std::memory_order_acq_rel);
+  return true;
 }
 
 }  // namespace tarv

@@ -8,6 +8,7 @@
 
 #include "platform/change_counter.h"
 #include "platform/file_status_native.h"
+#include "platform/folder_watch.h"
 #include "platform/per_thread.h"
 #include "platform/utf8_path.h"
 
@@ -33,6 +34,7 @@ struct CallMemo {
   // counter of the folder `watch_id` moves from `counter_seen` or kRecheckNs
   // pass from `since_ns`.
   std::uint64_t watch_id = 0;
+  std::shared_ptr<FolderWatch> watch;
   std::shared_ptr<const ChangeCounter> counter;
   bool shared = false;
   std::uint64_t counter_seen = 0;
@@ -42,6 +44,8 @@ struct CallMemo {
     used = 0;
     ++call;
   }
+
+  std::uint64_t Changes() const { return watch ? watch->Changes() : counter->Value(); }
 };
 
 constexpr std::size_t kMaxRemembered = 32;
@@ -106,6 +110,7 @@ void ForgetFileStatuses() {
   memo.Clear();
   memo.shared = false;
   memo.watch_id = 0;
+  memo.watch.reset();
   memo.counter.reset();
 }
 
@@ -118,6 +123,19 @@ WatchedFolder::WatchedFolder(std::string folder, NativeOf native)
     : folder_(std::move(folder)), native_(native), id_(NextWatchId()) {}
 
 WatchedFolder::~WatchedFolder() = default;
+
+void WatchedFolder::ChangeSources(std::int64_t now, std::shared_ptr<FolderWatch>& watch,
+                                  std::shared_ptr<const ChangeCounter>& counter) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!watch_ && now >= next_watch_ns_) {
+      next_watch_ns_ = now + kRecheckNs;
+      watch_ = FolderWatch::Start(native_(folder_));
+    }
+    watch = watch_;
+  }
+  counter = watch ? nullptr : Counter(now);
+}
 
 std::shared_ptr<const ChangeCounter> WatchedFolder::Counter(std::int64_t now) {
   const std::lock_guard lock(mutex_);
@@ -152,14 +170,14 @@ StatScope::StatScope(WatchedFolder& watched) {
   if (memo.depth++ != 0) return;
   const std::int64_t now = native::CoarseMonotonicNs();
   if (memo.shared && memo.watch_id == watched.id_ && now - memo.since_ns < kRecheckNs &&
-      memo.counter->Value() == memo.counter_seen) {
-    return;  // nothing changed that a writer told of, and the time is not up
+      memo.Changes() == memo.counter_seen) {
+    return;  // nothing changed, and the time is not up
   }
   memo.Clear();
   memo.watch_id = watched.id_;
-  memo.counter = watched.Counter(now);
-  memo.shared = memo.counter != nullptr;
-  memo.counter_seen = memo.shared ? memo.counter->Value() : 0;
+  watched.ChangeSources(now, memo.watch, memo.counter);
+  memo.shared = memo.watch != nullptr || memo.counter != nullptr;
+  memo.counter_seen = memo.shared ? memo.Changes() : 0;
   memo.since_ns = now;
   // Looking for the counter may have looked at paths before the number was
   // read; start from nothing so that every status is younger than it.

@@ -7,16 +7,19 @@
 // the answer is kept.
 //
 // How long it is kept is the freshness rule of the component:
-//  - A scope names the folder whose change counter (change_counter.h) tells
-//    of changes to user places. While that counter can be mapped, what was
-//    seen is kept across calls until the counter moves, so a place another
-//    process added or deleted is seen by the next call, or until one second
-//    has passed, so atlas files replaced by other means (a new atlas copied
-//    or renamed into place) are seen within a second. A call that finds
-//    neither makes no system call for file status at all.
-//  - Without a usable counter (the folder missing or read-only, the file
-//    damaged) what was seen is kept for one call only, and every call looks
-//    at the files again.
+//  - A scope names an atlas's USER folder. Where the system can watch
+//    folders (folder_watch.h: Linux), what was seen is kept across calls
+//    until anything in the atlas folder or its USER folder changes, so a
+//    place another process added or an atlas file replaced is seen by the
+//    next call, whatever happened to the change counter; the watch is asked
+//    once per call (one system call). Elsewhere the folder's change counter
+//    (change_counter.h) tells of changes to user places the same way, at no
+//    system call, and atlas files replaced by other means are seen within a
+//    second.
+//  - Either way what was seen is kept for one second at most (changes on a
+//    network drive tell no watch).
+//  - With neither (no watch and no usable counter) what was seen is kept for
+//    one call only, and every call looks at the files again.
 #ifndef TARVPLACES_PLATFORM_FILE_STATUS_H_
 #define TARVPLACES_PLATFORM_FILE_STATUS_H_
 
@@ -75,6 +78,7 @@ void ForgetFileStatuses();
 std::uint64_t CallNumber();
 
 class ChangeCounter;
+class FolderWatch;
 
 // A folder whose change counter (change_counter.h) tells the scopes that
 // what they saw may be stale: an atlas's USER folder. Owned by the atlas;
@@ -99,8 +103,11 @@ class WatchedFolder {
 
  private:
   friend class StatScope;
-  // The counter as mapped now (null when there is none), looked for again
-  // at most once a second while missing.
+  // What tells of changes now: the folders' watch where the system has one
+  // (folder_watch.h), else the counter as mapped now; both null when there
+  // is neither. Looked for again at most once a second while missing.
+  void ChangeSources(std::int64_t now, std::shared_ptr<FolderWatch>& watch,
+                     std::shared_ptr<const ChangeCounter>& counter);
   std::shared_ptr<const ChangeCounter> Counter(std::int64_t now);
 
   const std::string folder_;
@@ -108,6 +115,8 @@ class WatchedFolder {
   const std::uint64_t id_;  // unique in the process, unlike an address
   std::mutex mutex_;
   std::shared_ptr<const ChangeCounter> counter_;
+  std::shared_ptr<FolderWatch> watch_;
+  std::int64_t next_watch_ns_ = 0;
   std::int64_t next_try_ns_ = 0;
   std::string trouble_;
   std::atomic<bool> has_trouble_ = false;

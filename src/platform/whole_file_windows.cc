@@ -8,14 +8,18 @@
 
 namespace tarv {
 
-WholeFile ReadWholeFile(const std::string& path, std::string& bytes, std::size_t size_hint) {
+WholeFile ReadWholeFile(const std::string& path, std::string& bytes, std::size_t size_hint,
+                        bool follow_link) {
   bytes.clear();
   // "CON", "NUL", "COM1"... open devices whatever folder they are put in.
   if (NamesADevice(path)) return WholeFile::kNotRegular;
   const std::wstring wide = PathFromUtf8(path).wstring();
   const HANDLE file = ::CreateFileW(wide.c_str(), GENERIC_READ,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+                                    OPEN_EXISTING,
+                                    FILE_FLAG_SEQUENTIAL_SCAN |
+                                        (follow_link ? 0 : FILE_FLAG_OPEN_REPARSE_POINT),
+                                    nullptr);
   if (file == INVALID_HANDLE_VALUE) {
     const DWORD failure = ::GetLastError();
     if (failure == ERROR_FILE_NOT_FOUND || failure == ERROR_PATH_NOT_FOUND) {
@@ -27,7 +31,10 @@ WholeFile ReadWholeFile(const std::string& path, std::string& bytes, std::size_t
     }
     return WholeFile::kUnreadable;
   }
-  if (::GetFileType(file) != FILE_TYPE_DISK) {
+  BY_HANDLE_FILE_INFORMATION info{};
+  if (::GetFileType(file) != FILE_TYPE_DISK ||
+      (!follow_link && (::GetFileInformationByHandle(file, &info) == 0 ||
+                        (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0))) {
     ::CloseHandle(file);
     return WholeFile::kNotRegular;
   }

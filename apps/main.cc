@@ -511,9 +511,16 @@ int RunAdd(const Options& o, const std::string& country, const std::string& name
       atlas.Writable().AddPlace(info.Code, name, ParseCoordinate(lon, true),
                                 ParseCoordinate(lat, false), static_cast<std::int16_t>(timetable));
   if (!refusal.empty()) throw Exit{kUsage, "cannot add \"" + name + "\": " + refusal};
-  std::cout << (o.json ? json{{"added", name}, {"country", info.Code}}.dump()
-                       : "added " + name + " to " + info.Code)
-            << '\n';
+  const std::vector<std::string> alike = atlas.Writable().UserPlacesAlike(info.Code, name);
+  if (o.json) {
+    std::cout << json{{"added", name}, {"country", info.Code}, {"alike", alike}}.dump() << '\n';
+    return kFound;
+  }
+  std::cout << "added " + name + " to " + info.Code << '\n';
+  for (const std::string& other : alike) {
+    std::cout << "note: a search for \"" << name << "\" also finds your place \"" << other
+              << "\" (the same letters); \"" << name << "\" comes first\n";
+  }
   return kFound;
 }
 
@@ -523,7 +530,13 @@ int RunDelete(const Options& o, const std::string& country, const std::string& n
   if (!atlas.Writable().DeletePlace(code, name))
     throw Exit{kNotFound,
                "no user place \"" + name + "\" in " + code + " (atlas places cannot be deleted)"};
-  std::cout << "deleted " << name << " from " << code << '\n';
+  std::cout << "deleted your place " << name << " from " << code;
+  // A user place may have stood in front of the atlas's own place of that name.
+  if (const auto remaining = atlas.Writable().Lookup(name, code);
+      remaining && !remaining->UserPlace) {
+    std::cout << "; the atlas's own " << remaining->Name << " is found again";
+  }
+  std::cout << '\n';
   return kFound;
 }
 

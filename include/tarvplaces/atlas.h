@@ -116,6 +116,13 @@ class Atlas {
   // Deletes the user's place of that name; false when `country` has none.
   bool DeletePlace(const std::string& country, const std::string& name);
 
+  // The user places of `country` spelled otherwise whose names have the same
+  // letters as `name` ("Testort 1" for "Testort 2": digits, blanks and marks
+  // aside). A search finds them together; the one spelled as typed comes
+  // first. Hosts tell the user so when a place is added.
+  std::vector<std::string> UserPlacesAlike(const std::string& country,
+                                           const std::string& name) const;
+
   // ---- Export ----
 
   // Writes Countries.txt, Cities.txt, Zones.txt and Timetable.txt into

@@ -316,6 +316,22 @@ bool Atlas::DeletePlace(const std::string& country, const std::string& name) {
   return true;
 }
 
+std::vector<std::string> Atlas::UserPlacesAlike(const std::string& country,
+                                                const std::string& name) const {
+  CheckCountry(country);
+  CheckText(name, "name");
+  const Call call(*state_);
+  const std::string code = GetInternalCountryAbbreviation(AnsiFromUtf8(country));
+  const std::string wanted = CleanPlaceName(AnsiFromUtf8(name));
+  std::vector<std::string> alike;
+  for (const FoundPlace& place : Found(name, code)) {
+    const std::string spelled = place.Place.TrimmedName();
+    if (place.RecordNo < 0 && !TextEqual(spelled, wanted)) alike.push_back(Utf8FromAnsi(spelled));
+  }
+  call.Check();
+  return alike;
+}
+
 void Atlas::Export(const std::string& folder,
                    const std::function<void(const std::string&, double)>& progress) const {
   const Call call(*state_);

@@ -19,11 +19,12 @@
 // (another user's, on a folder it may write) changes files without bumping;
 // readers see such a change once they check the files again, within a second.
 //
-// Windows maps the file and reads it with one load from memory: it refuses to
-// cut a mapped file short. POSIX systems let any program cut it, and a mapping
-// of a cut file faults (SIGBUS) on the next read, so there it is read and
-// written through its descriptor (change_counter_posix.cc), and Linux readers
-// watch the folders instead (folder_watch.h).
+// Every process maps the file and reads the number with one load from
+// memory. Windows refuses to cut a mapped file short. POSIX systems let any
+// program cut it, and reading a mapping of a cut file faults (SIGBUS): there
+// that load is guarded by a SIGBUS handler that jumps back to it (installed
+// once, passing every other SIGBUS on to the handler before it), and the
+// counter then reads as changed and is looked for again.
 #ifndef TARVPLACES_PLATFORM_CHANGE_COUNTER_H_
 #define TARVPLACES_PLATFORM_CHANGE_COUNTER_H_
 
@@ -54,8 +55,8 @@ class ChangeCounter {
   ChangeCounter(const ChangeCounter&) = delete;
   ChangeCounter& operator=(const ChangeCounter&) = delete;
 
-  // The number as it stands now (a number no bump gives when it cannot be
-  // read): one load from shared memory on Windows, one read elsewhere.
+  // The number as it stands now, one load from shared memory; a number no
+  // bump gives when the file was cut short since it was mapped.
   std::uint64_t Value() const noexcept;
 
   // Adds one; false when the file was mapped for reading only.

@@ -1,10 +1,15 @@
 #include <fcntl.h>
+#include <setjmp.h>
+#include <signal.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <utility>
 
 #include "platform/change_counter.h"
@@ -44,6 +49,44 @@ bool Initialize(int fd) {
   if (static_cast<std::size_t>(info.st_size) >= kChangeCounterSize) return true;
   return ::ftruncate(fd, static_cast<off_t>(kChangeCounterSize)) == 0;
 }
+
+// Reading a mapping whose file another program cut short faults (SIGBUS).
+// The one load that reads the counter is guarded: the fault jumps back to
+// it, and the counter reads as unreadable. Any other SIGBUS goes to the
+// handler that was there before, or ends the process as it would have.
+struct sigaction g_previous_bus_handler;
+thread_local sigjmp_buf* volatile t_counter_read = nullptr;
+
+void OnBusError(int signal, siginfo_t* info, void* context) {
+  if (sigjmp_buf* jump = t_counter_read; jump != nullptr) {
+    t_counter_read = nullptr;
+    siglongjmp(*jump, 1);
+  }
+  const struct sigaction& previous = g_previous_bus_handler;
+  if ((previous.sa_flags & SA_SIGINFO) != 0) {
+    previous.sa_sigaction(signal, info, context);
+  } else if (previous.sa_handler != SIG_DFL && previous.sa_handler != SIG_IGN) {
+    previous.sa_handler(signal);
+  } else if (previous.sa_handler == SIG_DFL || info->si_code > 0) {
+    // The default action (a fault from the kernel is never ignored).
+    ::signal(SIGBUS, SIG_DFL);
+    ::raise(SIGBUS);
+  }
+}
+
+void GuardBusErrors() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    struct sigaction action {};
+    action.sa_sigaction = OnBusError;
+    ::sigemptyset(&action.sa_mask);
+    // SA_NODEFER: the jump out of the handler leaves SIGBUS unblocked.
+    action.sa_flags = SA_SIGINFO | SA_NODEFER | SA_ONSTACK;
+    ::sigaction(SIGBUS, &action, &g_previous_bus_handler);
+  });
+}
+
+constexpr std::uint64_t kUnreadable = ~std::uint64_t{0};
 
 }  // namespace
 
@@ -96,9 +139,16 @@ std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& u
     if (why != nullptr) *why = wrong;
     return nullptr;
   }
+  GuardBusErrors();
+  void* mapping = ::mmap(nullptr, kChangeCounterSize, PROT_READ, MAP_SHARED, fd.get(), 0);
+  if (mapping == MAP_FAILED) {
+    if (why != nullptr) *why = std::string("cannot be mapped: ") + std::strerror(errno);
+    return nullptr;
+  }
   std::unique_ptr<ChangeCounter> counter(new ChangeCounter);
   counter->path_ = path;
   counter->file_ = fd.release();
+  counter->mapping_ = mapping;
   counter->writable_ = writable;
   counter->device_ = static_cast<std::uint64_t>(info.st_dev);
   counter->inode_ = static_cast<std::uint64_t>(info.st_ino);
@@ -106,20 +156,29 @@ std::unique_ptr<ChangeCounter> ChangeCounter::Map(const std::filesystem::path& u
 }
 
 ChangeCounter::~ChangeCounter() {
+  ::munmap(mapping_, kChangeCounterSize);
   ::close(static_cast<int>(file_));
 }
 
-// Read and written through the descriptor, never a mapping: another program
-// may cut the file short at any moment, and a mapping of it would then fault
-// (SIGBUS) on the next read. A cut or unreadable counter reads as a number
-// no bump gives, so that readers take it as a change.
+// One load from the mapping, guarded: a file cut short since it was mapped
+// reads as a number no bump gives, so that readers take it as a change and
+// look for the counter again.
 std::uint64_t ChangeCounter::Value() const noexcept {
-  std::uint64_t value = 0;
-  const ssize_t got = ::pread(static_cast<int>(file_), &value, sizeof(value),
-                              static_cast<off_t>(kChangeCounterMagic.size()));
-  return got == static_cast<ssize_t>(sizeof(value)) ? value : ~std::uint64_t{0};
+  sigjmp_buf jump;
+  if (sigsetjmp(jump, 0) != 0) return kUnreadable;
+  t_counter_read = &jump;
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  const std::uint64_t value =
+      std::atomic_ref<std::uint64_t>(*reinterpret_cast<std::uint64_t*>(
+                                         static_cast<char*>(mapping_) + kChangeCounterMagic.size()))
+          .load(std::memory_order_acquire);
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  t_counter_read = nullptr;
+  return value;
 }
 
+// Through the descriptor, under a lock on it: writers of other processes
+// bump the same file, and the mapping is for reading only.
 bool ChangeCounter::Bump() noexcept {
   if (!writable_) return false;
   const int fd = static_cast<int>(file_);

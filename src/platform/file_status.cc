@@ -4,6 +4,7 @@
 #include <chrono>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/change_counter.h"
@@ -31,13 +32,13 @@ struct CallMemo {
   std::size_t used = 0;
 
   // While `shared` holds, what was seen stays valid across calls: until the
-  // counter of the folder `watch_id` moves from `counter_seen` or kRecheckNs
-  // pass from `since_ns`.
+  // watch or the counter of the folder `watch_id` moves from `changes_seen`
+  // or kRecheckNs pass from `since_ns`.
   std::uint64_t watch_id = 0;
   std::shared_ptr<FolderWatch> watch;
   std::shared_ptr<const ChangeCounter> counter;
   bool shared = false;
-  std::uint64_t counter_seen = 0;
+  std::pair<std::uint64_t, std::uint64_t> changes_seen;
   std::int64_t since_ns = 0;
 
   void Clear() {
@@ -45,7 +46,10 @@ struct CallMemo {
     ++call;
   }
 
-  std::uint64_t Changes() const { return watch ? watch->Changes() : counter->Value(); }
+  // Both numbers as they stand: a change either tells of moves one of them.
+  std::pair<std::uint64_t, std::uint64_t> Changes() const {
+    return {watch ? watch->Changes() : 0, counter ? counter->Value() : 0};
+  }
 };
 
 constexpr std::size_t kMaxRemembered = 32;
@@ -134,7 +138,7 @@ void WatchedFolder::ChangeSources(std::int64_t now, std::shared_ptr<FolderWatch>
     }
     watch = watch_;
   }
-  counter = watch ? nullptr : Counter(now);
+  counter = Counter(now);
 }
 
 std::shared_ptr<const ChangeCounter> WatchedFolder::Counter(std::int64_t now) {
@@ -170,14 +174,16 @@ StatScope::StatScope(WatchedFolder& watched) {
   if (memo.depth++ != 0) return;
   const std::int64_t now = native::CoarseMonotonicNs();
   if (memo.shared && memo.watch_id == watched.id_ && now - memo.since_ns < kRecheckNs &&
-      memo.Changes() == memo.counter_seen) {
+      memo.Changes() == memo.changes_seen) {
     return;  // nothing changed, and the time is not up
   }
   memo.Clear();
   memo.watch_id = watched.id_;
   watched.ChangeSources(now, memo.watch, memo.counter);
-  memo.shared = memo.watch != nullptr || memo.counter != nullptr;
-  memo.counter_seen = memo.shared ? memo.Changes() : 0;
+  // The counter is what makes the component's own writes seen at once; the
+  // watch alone would see them a moment later.
+  memo.shared = memo.counter != nullptr;
+  memo.changes_seen = memo.Changes();
   memo.since_ns = now;
   // Looking for the counter may have looked at paths before the number was
   // read; start from nothing so that every status is younger than it.

@@ -7,19 +7,16 @@
 // the answer is kept.
 //
 // How long it is kept is the freshness rule of the component:
-//  - A scope names an atlas's USER folder. Where the system can watch
-//    folders (folder_watch.h: Linux), what was seen is kept across calls
-//    until anything in the atlas folder or its USER folder changes, so a
-//    place another process added or an atlas file replaced is seen by the
-//    next call, whatever happened to the change counter; the watch is asked
-//    once per call (one system call). Elsewhere the folder's change counter
-//    (change_counter.h) tells of changes to user places the same way, at no
-//    system call, and atlas files replaced by other means are seen within a
-//    second.
-//  - Either way what was seen is kept for one second at most (changes on a
-//    network drive tell no watch).
-//  - With neither (no watch and no usable counter) what was seen is kept for
-//    one call only, and every call looks at the files again.
+//  - A scope names an atlas's USER folder. While its change counter
+//    (change_counter.h) can be mapped, what was seen is kept across calls
+//    until the counter moves, so a place another process added or deleted is
+//    seen by the next call, or until the folders' watch (folder_watch.h, on
+//    Linux) tells of any other change in the atlas folder or USER, or until
+//    one second has passed (changes the watch cannot see). A call that finds
+//    none of these makes no system call for file status at all.
+//  - Without a usable counter (the folder missing or read-only, the file
+//    damaged) what was seen is kept for one call only, and every call looks
+//    at the files again.
 #ifndef TARVPLACES_PLATFORM_FILE_STATUS_H_
 #define TARVPLACES_PLATFORM_FILE_STATUS_H_
 

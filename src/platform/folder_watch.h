@@ -1,13 +1,15 @@
-// Tells a reader, with one cheap question per call, whether anything in an
-// atlas's folders changed since it last asked: a user place added by another
-// process, an atlas file replaced, the USER folder made or removed.
+// Tells a reader, without a system call, whether anything in an atlas's
+// folders changed: a user place written by any program, an atlas file
+// replaced, the change counter cut, replaced or removed, the USER folder made
+// or removed.
 //
-// On Linux this is inotify on the atlas folder and its USER folder. Unlike a
-// counter file that writers bump, it sees every change whoever made it, and
-// another program can neither cut it (a mapped file that is cut short faults
-// on the next read) nor replace it. Where the system has no such service
-// (Windows) Start gives null and the readers follow the change counter,
-// which Windows does not let anyone cut while it is mapped.
+// On Linux a thread of the watch waits on inotify events of the atlas folder
+// and its USER folder and counts them. It complements the change counter:
+// the counter tells of the component's own writes the moment they are done
+// (the writer bumps it before it returns); the watch tells of everything
+// else as soon as the kernel has woken its thread, microseconds later, where
+// only the once-a-second check would have found it. Where the system has no
+// such service (Windows) Start gives null.
 #ifndef TARVPLACES_PLATFORM_FOLDER_WATCH_H_
 #define TARVPLACES_PLATFORM_FOLDER_WATCH_H_
 
@@ -15,7 +17,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 
 namespace tarv {
 
@@ -28,20 +29,15 @@ class FolderWatch {
   FolderWatch(const FolderWatch&) = delete;
   FolderWatch& operator=(const FolderWatch&) = delete;
 
-  // A number that has moved if anything changed in the folders before this
-  // call began, whichever thread learned of it. One system call when
-  // nothing changed.
-  std::uint64_t Changes() noexcept;
+  // A number that moves whenever the watch learns of a change; one load.
+  std::uint64_t Changes() const noexcept { return changes_->load(std::memory_order_acquire); }
 
  private:
-  FolderWatch() = default;
-  void Rewatch() noexcept;
+  struct Watcher;
+  explicit FolderWatch(std::shared_ptr<Watcher> watcher);
 
-  std::filesystem::path atlas_;
-  std::filesystem::path user_;
-  int fd_ = -1;
-  std::mutex take_mutex_;
-  std::atomic<std::uint64_t> changes_{0};
+  std::shared_ptr<Watcher> watcher_;
+  const std::atomic<std::uint64_t>* changes_;
 };
 
 }  // namespace tarv

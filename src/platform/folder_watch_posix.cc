@@ -1,3 +1,6 @@
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -9,62 +12,95 @@ namespace tarv {
 namespace {
 
 // Everything that changes what a reader finds; reads and opens are not.
-constexpr std::uint32_t kFileEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
-                                      IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB;
+constexpr std::uint32_t kFileEvents =
+    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB;
 // The folder itself moved or went: the watch no longer follows its path.
 constexpr std::uint32_t kFolderEvents = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
+constexpr std::uint32_t kWatched = kFileEvents | kFolderEvents | IN_ONLYDIR;
 
 }  // namespace
 
+struct FolderWatch::Watcher {
+  std::filesystem::path atlas;
+  std::filesystem::path user;
+  int events = -1;  // inotify
+  int stop = -1;    // an eventfd the owner writes to end the thread
+  pid_t owner = 0;  // a forked child has no such thread
+  pthread_t thread{};
+  std::atomic<std::uint64_t> changes{0};
+
+  ~Watcher() {
+    if (events >= 0) ::close(events);
+    if (stop >= 0) ::close(stop);
+  }
+
+  // Watches both paths again: adding a watch that exists changes nothing, a
+  // folder that moved away is watched where its path now leads, and a USER
+  // folder made since is watched from now on.
+  void Rewatch() const {
+    ::inotify_add_watch(events, atlas.c_str(), kWatched);
+    ::inotify_add_watch(events, user.c_str(), kWatched);
+  }
+
+  void Run() {
+    alignas(inotify_event) char buffer[4096];
+    pollfd waits[2] = {{events, POLLIN, 0}, {stop, POLLIN, 0}};
+    for (;;) {
+      if (::poll(waits, 2, -1) < 0) {
+        if (errno == EINTR) continue;
+        return;
+      }
+      if (waits[1].revents != 0) return;
+      bool rewatch = false;
+      bool took = false;
+      for (;;) {
+        const ssize_t n = ::read(events, buffer, sizeof(buffer));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;
+        took = true;
+        for (ssize_t at = 0; at < n;) {
+          const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+          // A full queue dropped events: all that is known is that things changed.
+          if ((event->mask & (kFolderEvents | IN_Q_OVERFLOW | IN_CREATE)) != 0) rewatch = true;
+          at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+        }
+      }
+      if (rewatch) Rewatch();
+      if (took) changes.fetch_add(1, std::memory_order_release);
+    }
+  }
+};
+
+FolderWatch::FolderWatch(std::shared_ptr<Watcher> watcher)
+    : watcher_(std::move(watcher)), changes_(&watcher_->changes) {}
+
 std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& user_folder) {
-  const int fd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-  if (fd < 0) return nullptr;
-  std::unique_ptr<FolderWatch> watch(new FolderWatch);
-  watch->fd_ = fd;
-  watch->atlas_ = user_folder.parent_path().empty() ? "." : user_folder.parent_path();
-  watch->user_ = user_folder;
-  if (::inotify_add_watch(fd, watch->atlas_.c_str(), kFileEvents | kFolderEvents | IN_ONLYDIR) < 0) {
+  auto watcher = std::make_shared<Watcher>();
+  watcher->atlas = user_folder.parent_path().empty() ? "." : user_folder.parent_path();
+  watcher->user = user_folder;
+  watcher->events = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  watcher->stop = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+  if (watcher->events < 0 || watcher->stop < 0 ||
+      ::inotify_add_watch(watcher->events, watcher->atlas.c_str(), kWatched) < 0) {
     return nullptr;  // no such folder, or no watches left
   }
-  watch->Rewatch();
-  return watch;
+  watcher->Rewatch();
+  watcher->owner = ::getpid();
+  const auto run = [](void* raw) -> void* {
+    static_cast<Watcher*>(raw)->Run();
+    return nullptr;
+  };
+  if (::pthread_create(&watcher->thread, nullptr, run, watcher.get()) != 0) return nullptr;
+  return std::unique_ptr<FolderWatch>(new FolderWatch(std::move(watcher)));
 }
 
 FolderWatch::~FolderWatch() {
-  if (fd_ >= 0) ::close(fd_);
-}
-
-void FolderWatch::Rewatch() noexcept {
-  // Adding a watch that exists changes nothing; a folder that moved away is
-  // watched where its path now leads. A USER folder that is missing is
-  // watched once the atlas folder tells of its creation.
-  ::inotify_add_watch(fd_, atlas_.c_str(), kFileEvents | kFolderEvents | IN_ONLYDIR);
-  ::inotify_add_watch(fd_, user_.c_str(), kFileEvents | kFolderEvents | IN_ONLYDIR);
-}
-
-std::uint64_t FolderWatch::Changes() noexcept {
-  alignas(inotify_event) char buffer[4096];
-  // One thread at a time takes events off the queue and counts them before
-  // the next looks: a thread that found the queue empty while another still
-  // held events it had not counted would miss a change made before its call.
-  const std::lock_guard lock(take_mutex_);
-  bool took = false;
-  bool folder_event = false;
-  for (;;) {
-    const ssize_t n = ::read(fd_, buffer, sizeof(buffer));
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) break;
-    took = true;
-    for (ssize_t at = 0; at < n;) {
-      const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
-      // A full queue dropped events: all that is known is that things changed.
-      if ((event->mask & (kFolderEvents | IN_Q_OVERFLOW | IN_CREATE)) != 0) folder_event = true;
-      at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-    }
+  // In a forked child the thread is the parent's: there is none to end.
+  if (::getpid() != watcher_->owner) return;
+  const std::uint64_t one = 1;
+  while (::write(watcher_->stop, &one, sizeof(one)) < 0 && errno == EINTR) {
   }
-  if (folder_event) Rewatch();
-  if (took) changes_.fetch_add(1, std::memory_order_relaxed);
-  return changes_.load(std::memory_order_relaxed);
+  ::pthread_join(watcher_->thread, nullptr);
 }
 
 }  // namespace tarv

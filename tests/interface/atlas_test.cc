@@ -130,6 +130,19 @@ TEST_F(AtlasTest, AddPlaceSaysWhyItStoresNothing) {
   EXPECT_FALSE(atlas.DeletePlace("D", "München"));  // atlas places stay
 }
 
+// Names a search cannot tell apart by their letters are told of when one
+// is added; a name spelled the same is not "alike", nor is an atlas place.
+TEST_F(AtlasTest, UserPlacesWithTheSameLettersAreToldOf) {
+  Atlas atlas(folder_.str());
+  ASSERT_EQ(atlas.AddPlace("D", "Testort 1", 10, 50), "");
+  EXPECT_TRUE(atlas.UserPlacesAlike("D", "Testort 1").empty());
+  ASSERT_EQ(atlas.AddPlace("D", "Testort 2", 11, 51), "");
+  EXPECT_EQ(atlas.UserPlacesAlike("D", "Testort 2"), std::vector<std::string>{"Testort 1"});
+  EXPECT_EQ(atlas.UserPlacesAlike("D", "testort 2"), std::vector<std::string>{"Testort 1"});
+  ASSERT_EQ(atlas.AddPlace("D", "Munchen", 11, 48), "");
+  EXPECT_TRUE(atlas.UserPlacesAlike("D", "Munchen").empty());  // München is the atlas's
+}
+
 TEST_F(AtlasTest, InputsBeyondTheirLimitsAreArgumentErrors) {
   Atlas atlas(folder_.str());
   const std::string long_text(257, 'a');

@@ -45,6 +45,20 @@ class FreshnessTest : public testing::AtlasFixture {
 
   std::int16_t Found(const std::string& name) { return places_.GetPlaceData(name, "D"); }
 
+  // What a lookup finds once the folders' watch has told of a change nobody
+  // counted (it wakes within microseconds), or after half a second, well
+  // before the once-a-second check would have found it.
+  std::int16_t FoundSoon(const std::string& name, std::int16_t expected) {
+    const auto start = std::chrono::steady_clock::now();
+    std::int16_t found = Found(name);
+    while (found != expected &&
+           std::chrono::steady_clock::now() - start < std::chrono::milliseconds(500)) {
+      std::this_thread::sleep_for(std::chrono::microseconds(100));
+      found = Found(name);
+    }
+    return found;
+  }
+
   fs::path Counter() const { return folder_.path() / "USER" / kChangeCounterFile; }
 
   classPlaces places_;
@@ -62,11 +76,11 @@ TEST_F(FreshnessTest, UserPlacesOfAnotherProcessAreSeenByTheNextCall) {
 }
 
 #ifndef _WIN32
-// Linux readers watch the folders: whatever another program does to the
-// counter (cut it while this process reads it, put a FIFO, a folder or
+// Linux readers also watch the folders: whatever another program does to
+// the counter (cut it while this process reads it, put a FIFO, a folder or
 // garbage in its place, make it unwritable), nothing crashes or waits, and a
-// change is seen by the next call, with or without a bump.
-TEST_F(FreshnessTest, WhateverHappensToTheCounterChangesAreSeenByTheNextCall) {
+// change is seen at once, with or without a bump.
+TEST_F(FreshnessTest, WhateverHappensToTheCounterChangesAreSeenAtOnce) {
   const std::vector<std::function<void()>> damages = {
       [&] { fs::resize_file(Counter(), 0); },
       [&] { fs::resize_file(Counter(), 3); },
@@ -89,22 +103,23 @@ TEST_F(FreshnessTest, WhateverHappensToTheCounterChangesAreSeenByTheNextCall) {
     EXPECT_EQ(Found("Neustadt"), 0);  // warm
     damages[i]();
     ASSERT_EQ(testing::RunInChild("freshness-add", folder_.str()), 0);
-    EXPECT_EQ(Found("Neustadt"), 1);
+    EXPECT_EQ(FoundSoon("Neustadt", 1), 1);
     // Changed without any counter: another program writing the user file.
     WriteUserFile("D", {Place("@Neustadt", 10.0F, 50.0F)});
-    EXPECT_EQ(Found("Neustadt"), 0);
+    EXPECT_EQ(FoundSoon("Neustadt", 0), 0);
     fs::remove_all(Counter());
   }
-  EXPECT_TRUE(messages_.empty());
+  for (const auto& message : messages_)  // a counter that is none is told of, naming it
+    EXPECT_NE(message.text.find(kChangeCounterFile), std::string::npos);
 }
 
-TEST_F(FreshnessTest, AtlasReplacedBehindTheBackIsSeenByTheNextCall) {
+TEST_F(FreshnessTest, AtlasReplacedBehindTheBackIsSeenAtOnce) {
   EXPECT_EQ(Found("Berlin"), 1);
   testing::TempFolder build;
   WritePlaceFiles(build.path(), "D", {Place("Hamburg", 9.99F, 53.55F)});
   for (const char* file : {"D.dao", "D.IDX"})
     fs::rename(build.path() / file, folder_.path() / file);
-  EXPECT_EQ(Found("Hamburg"), 1);
+  EXPECT_EQ(FoundSoon("Hamburg", 1), 1);
   EXPECT_EQ(Found("Berlin"), 0);
 }
 #endif

@@ -247,12 +247,13 @@ class classPlaces {
 
   // Adds a place to the user's places of a country (they come before the
   // atlas's places in every search). The name is cleaned first: control
-  // characters become blanks, outer blanks go, then it is cut to 28
-  // characters. Returns -1 when it was stored or a user place of that name
-  // exists already; 0 for an unknown country code (a country's title or its
-  // beginning, which GetCountryID takes, names no place file), a continent
-  // or group ("EUROPA", "USA": their places would be read by no search), an
-  // empty name, or a timetable the country does not have (allowed: 0 to
+  // characters become blanks, outer blanks go. Returns -1 when it was stored
+  // or a user place of that name exists already; 0 for an unknown country
+  // code (a country's title or its beginning, which GetCountryID takes,
+  // names no place file), a continent or group ("EUROPA", "USA": their
+  // places would be read by no search), an empty name, a name longer than
+  // the 28 characters of the field (stored cut, the name the host used
+  // would find it nowhere), or a timetable the country does not have (allowed: 0 to
   // HaveTimetables, or 0 and 1 where it has none, 0 and 1 both meaning its
   // default history); `*RecordNo` receives the new record's number
   // (negative). Throws AtlasWriteError when the atlas folder cannot be

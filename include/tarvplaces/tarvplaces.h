@@ -291,13 +291,13 @@ TARV_API void tarv_timetable_free(tarv_timetable* timetable);
 /* ---- The user's own places ---- */
 
 /* Adds a place of the user's (found before the atlas's places of the same
- * name) to the country `country` names. The name loses outer blanks and is
- * cut to 28 characters. TARV_OK also when a user place of that name exists
- * already. TARV_E_ARGUMENT for an empty name, a name the atlas's letters
- * cannot write even romanised (an emoji, Khmer), a group ("EUROPA") or a
- * timetable the country does not offer (0 to its number of timetables; 0
- * and 1 where it has none); TARV_E_WRITE when the atlas folder cannot be
- * written. */
+ * name) to the country `country` names. The name loses outer blanks.
+ * TARV_OK also when a user place of that name exists already.
+ * TARV_E_ARGUMENT for an empty name, a name longer than the 28 characters a
+ * place name holds (stored cut, it would be found by no name the host used), a name the atlas's
+ * letters cannot write even romanised (an emoji, Khmer), a group ("EUROPA") or a timetable the
+ * country does not offer (0 to its number of timetables; 0 and 1 where it has none); TARV_E_WRITE
+ * when the atlas folder cannot be written. */
 TARV_API tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* name,
                                     double longitude, double latitude, int32_t timetable);
 

@@ -63,10 +63,6 @@ std::optional<double> JulianOf(const std::optional<LocalTime>& when) {
   return julian;
 }
 
-// The longest text a host may pass: no name or code anyone types is longer,
-// and a search's work grows with its text.
-constexpr std::size_t kMaxTextCharacters = 256;
-
 void CheckText(const std::string& text, const std::string& what) {
   if (Utf8Length(text) > kMaxTextCharacters) {
     throw std::invalid_argument("the " + what + " is longer than " +

@@ -394,7 +394,11 @@ std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const st
     LoadTables();
     UserPlace place;
     place.CountryId = GetCountryIDOfCode(Ansi(CountryShort));
-    place.Place.SetName(CleanPlaceName(Ansi(Name)));
+    // Stored cut, it would be found by neither the name the host used nor
+    // deleted by it.
+    const std::string name = CleanPlaceName(Ansi(Name));
+    if (name.size() > kPlaceNameWidth) return 0;
+    place.Place.SetName(name);
     place.Place.Longitude = static_cast<float>(Longitude);
     place.Place.Latitude = static_cast<float>(Latitude);
     place.Place.Timetable = Timetable;

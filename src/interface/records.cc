@@ -4,11 +4,11 @@
 #include <cmath>
 #include <system_error>
 
-#include "atlas/place_zone.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_names.h"
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
+#include "atlas/place_zone.h"
 #include "atlas/timetable.h"
 #include "interface/zone_names.h"
 #include "text/codepage.h"

@@ -20,6 +20,12 @@ struct SearchText {
   const NameQuery* Query() const { return query ? &*query : nullptr; }
 };
 
+// The longest text a host may search for or name a place or country with:
+// no name anyone types is longer, and a search's work grows with its text.
+inline constexpr std::size_t kMaxTextCharacters = 256;
+
+// A text longer than kMaxTextCharacters finds nothing, at once (the typed
+// interfaces refuse it before they search).
 SearchText SearchOf(std::string_view utf8);
 
 }  // namespace tarv

@@ -15,7 +15,7 @@ struct FaultRecord {
   AtlasFault fault;
   std::string reader;
   std::optional<FileFault> malformed;
-  std::uint64_t malformed_notes = 0;
+  std::uint64_t notes = 0;
   int scope_depth = 0;
 };
 
@@ -50,7 +50,9 @@ void NoteUnreadableFile(const std::string& file, std::int32_t code) {
 
 void NoteAtlasFault(const std::string& file, std::int32_t code, std::string_view reader) {
   FaultRecord& record = Record();
-  if (code >= 0 || record.fault) return;
+  if (code >= 0) return;
+  ++record.notes;
+  if (record.fault) return;
   if (code == LZERROR_BADINHANDLE && NotedAsNoFile(file)) return;
   // A reader that found the file malformed gives its own error on; the
   // file's fault is told once, as what is wrong with it.
@@ -61,12 +63,12 @@ void NoteAtlasFault(const std::string& file, std::int32_t code, std::string_view
 
 void NoteMalformedFile(FileFault fault) {
   FaultRecord& record = Record();
-  ++record.malformed_notes;
+  ++record.notes;
   if (!record.malformed) record.malformed = std::move(fault);
 }
 
-std::uint64_t MalformedFileNotes() {
-  return Record().malformed_notes;
+std::uint64_t FaultNotes() {
+  return Record().notes;
 }
 
 std::optional<FileFault> LastMalformedFile() {

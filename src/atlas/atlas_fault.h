@@ -89,9 +89,10 @@ std::optional<ReadResult<std::string>> ReadPlainAtlasFile(const std::string& win
 // each interface turns it into its own form (AtlasError, a C status).
 void NoteMalformedFile(FileFault fault);
 
-// How many malformed files this thread has noted so far, in any call: a
-// memo compares it before and after a read to learn whether the read failed.
-std::uint64_t MalformedFileNotes();
+// How many faults (malformed files and read errors) this thread has noted so
+// far, in any call: a memo compares it before and after a read to learn
+// whether the read failed, and does not keep what a failed read gave.
+std::uint64_t FaultNotes();
 
 // The malformed file this thread noted since the outermost FaultScope
 // opened, if any.

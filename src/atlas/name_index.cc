@@ -325,10 +325,10 @@ std::shared_ptr<const NameIndex> NameIndexOf(const std::string& place_file) {
       if (k.call == call && k.place_file == place_file) return k.index;
     }
   }
-  const std::uint64_t faults_before = MalformedFileNotes();
+  const std::uint64_t faults_before = FaultNotes();
   auto index = WithOwnCount(LookUpNameIndex(place_file));
   // A failed read is not remembered: each call that needs the file fails.
-  if (call != 0 && MalformedFileNotes() == faults_before) {
+  if (call != 0 && FaultNotes() == faults_before) {
     auto& oldest = *std::min_element(
         known.begin(), known.end(), [](const Known& a, const Known& b) { return a.call < b.call; });
     oldest = {place_file, call, index};

@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_table.h"
 #include "atlas/name_index.h"
@@ -45,8 +46,12 @@ std::int32_t ZoneOfPlace(std::string_view code, std::int16_t timetable) {
     if (k.timetable == timetable && k.code == code) return k.id;
   }
   const std::string country(code);
+  const std::uint64_t faults_before = FaultNotes();
   const std::int32_t id = RightTimeZoneId(country, timetable);
-  if (call != 0 && known.size() < 4096) known.push_back({country, timetable, id});
+  // A zone the timetables could not give is not one to answer again.
+  if (call != 0 && known.size() < 4096 && FaultNotes() == faults_before) {
+    known.push_back({country, timetable, id});
+  }
   return id;
 }
 

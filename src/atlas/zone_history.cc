@@ -524,10 +524,10 @@ std::optional<LoadedHistories> LoadHistories(std::string_view code) {
       memo.places_path == state.places_path) {
     return memo.loaded;
   }
-  const std::uint64_t faults_before = MalformedFileNotes();
+  const std::uint64_t faults_before = FaultNotes();
   auto loaded = ReadHistories(code);
   // A failed read is not remembered: each call that needs the file fails.
-  if (MalformedFileNotes() != faults_before) return loaded;
+  if (FaultNotes() != faults_before) return loaded;
   memo.call = call;
   memo.tables = state.tables_version;
   memo.places_path = state.places_path;

@@ -86,11 +86,11 @@ std::size_t Export_Cp_Orte(const std::string& place_file, const std::string& cou
 
 ExportCounts ExportPlaces(const std::string& country_file, const std::string& out_folder,
                           const std::function<void(const std::string&, double)>& progress) {
-  const std::uint64_t notes = MalformedFileNotes();
+  const std::uint64_t notes = FaultNotes();
   InitializeCountries("", country_file.empty() ? "Country.dat" : country_file, false, true);
   InitializeTimeZones("", "Zones13.bin");
   // Exporting the tables as they were before would write another atlas.
-  if (MalformedFileNotes() != notes) {
+  if (FaultNotes() != notes) {
     const auto fault = LastMalformedFile();
     throw AtlasError(fault->file, fault->problem);
   }

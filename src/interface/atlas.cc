@@ -143,7 +143,12 @@ Atlas::Atlas(const std::string& folder, std::int32_t language)
   for (const char* file : {"Country.dat", "Zones13.bin"}) {
     const std::filesystem::path path = NativePath(AtlasFolder(folder) + file);
     std::error_code ec;
-    if (!std::filesystem::is_regular_file(path, ec)) {
+    const auto status = std::filesystem::status(path, ec);
+    // Something else in its place is a damaged atlas, not a missing one.
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+      throw AtlasError(Utf8OfPath(path), "is not a regular file");
+    }
+    if (!std::filesystem::is_regular_file(status)) {
       throw AtlasError(Utf8OfPath(path), "no such file: \"" + folder +
                                              "\" holds no atlas (build one with \"tarvplaces "
                                              "build-atlas --out DIR\")");

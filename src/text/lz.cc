@@ -48,7 +48,8 @@ constexpr std::size_t kWindowStart = kWindowSize - 16;
 // (kWindowStart + j) mod 4096, so a match from window position p reads the
 // byte written d = (position now - p) mod 4096 bytes back (4096 when d is 0),
 // or a blank of the initial window when there is none.
-void Decode(std::string_view file_bytes, std::size_t limit, std::string& out) {
+// Returns whether compressed data is left over once `limit` bytes are out.
+bool Decode(std::string_view file_bytes, std::size_t limit, std::string& out) {
   const auto* in = reinterpret_cast<const unsigned char*>(file_bytes.data()) + kHeaderSize;
   const auto* const end =
       reinterpret_cast<const unsigned char*>(file_bytes.data()) + file_bytes.size();
@@ -84,6 +85,7 @@ void Decode(std::string_view file_bytes, std::size_t limit, std::string& out) {
     }
   }
   out.resize(n);
+  return in < end;
 }
 
 // ---------------------------------------------------------------------------
@@ -309,7 +311,7 @@ Expansion Expand(std::string_view file_bytes, std::int32_t& error) {
   out.length = length;
   out.compressed = true;
   out.bytes.reserve(std::min<std::size_t>(length, most));
-  Decode(file_bytes, length, out.bytes);
+  out.overrun = Decode(file_bytes, length, out.bytes);
   return out;
 }
 
@@ -403,7 +405,8 @@ std::shared_ptr<const std::string> ExistingImage(const std::string& path, std::i
                                                  Packing packing) {
   auto expansion = ExistingExpansion(path, error);
   if (!expansion) return nullptr;
-  if (expansion->Damaged() || (packing == Packing::kSzdd && !expansion->compressed)) {
+  if (expansion->Damaged() ||
+      (packing == Packing::kSzdd && (!expansion->compressed || expansion->overrun))) {
     error = LZERROR_READ;
     return nullptr;
   }

@@ -18,6 +18,9 @@ struct Expansion {
   std::string bytes;
   std::size_t length = 0;
   bool compressed = false;  // the file began with the SZDD magic
+  // Compressed data went on past the header's length (found where the
+  // component expands files itself; Windows' LZ service does not tell).
+  bool overrun = false;
   // The data ended before the length its header announced.
   bool Damaged() const { return bytes.size() < length; }
 };

@@ -1,6 +1,9 @@
 #include "text/lz.h"
 
 #include <gtest/gtest.h>
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
 
 #include <atomic>
 #include <chrono>
@@ -338,6 +341,34 @@ TEST_F(Lz, PlainFilesAreReadAsTheyStand) {
             LZERROR_BADINHANDLE);
   fs::create_directory(dir_.path() / "sub");
   EXPECT_EQ(LZOpenFile(dir_.str() + "\\sub"), LZERROR_BADINHANDLE);
+}
+
+// The atlas's own files are always compressed, by the component: a plain
+// one, or one whose data goes on past its length field (made smaller), was
+// damaged, though the classic service reads both. A FIFO is never opened.
+TEST_F(Lz, AtlasFilesAreCompressedWholeOrDamage) {
+  const std::string text = Text(1000);
+  const std::string whole = Put("whole.dao", CompressSzdd(text));
+  const std::string plain = Put("plain.dao", text);
+  const std::string smaller = Put("smaller.dao", WithLengthField(CompressSzdd(text), 500));
+#ifdef _WIN32
+  const std::int32_t overrun_error = 0;  // Windows' LZ service cannot tell
+#else
+  const std::int32_t overrun_error = LZERROR_READ;
+#endif
+  std::int32_t error = 0;
+  for (const auto& [file, packed_error] :
+       {std::pair(whole, 0), std::pair(plain, LZERROR_READ), std::pair(smaller, overrun_error)}) {
+    EXPECT_NE(ExistingImage(file, error), nullptr) << file;  // as the classic service reads it
+    EXPECT_EQ(error, 0);
+    EXPECT_EQ(ExistingImage(file, error, Packing::kSzdd) == nullptr, packed_error != 0) << file;
+    EXPECT_EQ(error, packed_error) << file;
+  }
+#ifndef _WIN32
+  ASSERT_EQ(::mkfifo((dir_.path() / "fifo.dao").c_str(), 0600), 0);
+  EXPECT_EQ(ExistingImage(dir_.str() + "\\fifo.dao", error), nullptr);
+  EXPECT_EQ(error, LZERROR_BADINHANDLE);  // there, but no file: not "missing"
+#endif
 }
 
 TEST_F(Lz, SeekMovesWithinTheImageOrFailsInPlace) {

@@ -1,0 +1,141 @@
+/* A C host for the hostile-atlas suite: opens the atlas named on the command
+ * line and answers questions read from stdin, one per line, fields separated
+ * by TABs:
+ *
+ *   place NAME COUNTRY [YYYY-MM-DDTHH:MM]   nearest COUNTRY LON LAT
+ *   search TEXT COUNTRY                     add COUNTRY NAME LON LAT
+ *   placefile FILE COUNTRY                  (the name is FILE's bytes)
+ *
+ * Each answer is one line: "0 <answer>", "1 not found", or "2 <error>" with
+ * tarv_last_error(), which names the file at fault. Lines are flushed, so
+ * the suite sees every answer given before a crash. */
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "tarvplaces/tarvplaces.h"
+
+enum { kMaxLine = 4096, kMaxFields = 6 };
+
+static void print_place(const tarv_place* p) {
+  printf("%s (%s) %.5f %.5f tt%d %s %d lmt%d kind%d %s", p->name, p->country, p->longitude,
+         p->latitude, (int)p->timetable, p->zone, (int)p->utc_offset, (int)p->is_lmt,
+         (int)p->local_time, p->iana);
+}
+
+static void answer_error(tarv_status status) {
+  printf("2 %s (%s)\n", tarv_last_error(), tarv_status_text(status));
+}
+
+static char* read_file(const char* path) {
+  FILE* file = fopen(path, "rb");
+  char* text;
+  long size;
+  if (file == NULL) return NULL;
+  fseek(file, 0, SEEK_END);
+  size = ftell(file);
+  fseek(file, 0, SEEK_SET);
+  text = malloc((size_t)size + 1);
+  if (text != NULL) text[fread(text, 1, (size_t)size, file)] = '\0';
+  fclose(file);
+  return text;
+}
+
+static void lookup(tarv_atlas* atlas, const char* name, const char* country, const char* date) {
+  tarv_local_time when = {0, 0, 0, 0, 0, 0};
+  tarv_place place;
+  tarv_status status;
+  if (date != NULL && sscanf(date, "%d-%d-%dT%d:%d", &when.year, &when.month, &when.day,
+                             &when.hour, &when.minute) != 5) {
+    printf("2 bad date\n");
+    return;
+  }
+  status = tarv_place_lookup(atlas, name, country, date != NULL ? &when : NULL, &place, NULL);
+  if (status == TARV_NOT_FOUND) {
+    printf("1 not found\n");
+  } else if (status != TARV_OK) {
+    answer_error(status);
+  } else {
+    printf("0 ");
+    print_place(&place);
+    printf("\n");
+  }
+}
+
+static void answer(tarv_atlas* atlas, char** f, int n) {
+  tarv_status status;
+  tarv_place place;
+  if (strcmp(f[0], "place") == 0 && (n == 3 || n == 4)) {
+    lookup(atlas, f[1], f[2], n == 4 ? f[3] : NULL);
+  } else if (strcmp(f[0], "placefile") == 0 && n == 3) {
+    char* text = read_file(f[1]);
+    if (text == NULL) {
+      printf("2 cannot read %s\n", f[1]);
+      return;
+    }
+    lookup(atlas, text, f[2], NULL);
+    free(text);
+  } else if (strcmp(f[0], "nearest") == 0 && n == 4) {
+    status = tarv_nearest(atlas, f[1], atof(f[2]), atof(f[3]), 0.0, &place);
+    if (status == TARV_NOT_FOUND) {
+      printf("1 not found\n");
+    } else if (status != TARV_OK) {
+      answer_error(status);
+    } else {
+      printf("0 ");
+      print_place(&place);
+      printf("\n");
+    }
+  } else if (strcmp(f[0], "search") == 0 && n == 3) {
+    tarv_place_list* list = NULL;
+    size_t i;
+    status = tarv_search(atlas, f[1], f[2], NULL, &list);
+    if (status != TARV_OK) {
+      answer_error(status);
+      return;
+    }
+    printf(tarv_place_list_size(list) == 0 ? "1 not found" : "0 %u:", (unsigned)tarv_place_list_size(list));
+    for (i = 0; i < tarv_place_list_size(list); ++i) printf(" %s", tarv_place_list_at(list, i)->name);
+    printf("\n");
+    tarv_place_list_free(list);
+  } else if (strcmp(f[0], "add") == 0 && n == 5) {
+    status = tarv_add_place(atlas, f[1], f[2], atof(f[3]), atof(f[4]), 0);
+    if (status != TARV_OK) {
+      answer_error(status);
+    } else {
+      printf("0 added\n");
+    }
+  } else {
+    printf("2 unknown question %s\n", f[0]);
+  }
+}
+
+int main(int argc, char** argv) {
+  tarv_atlas* atlas = NULL;
+  tarv_status status;
+  char line[kMaxLine];
+  if (argc != 2) {
+    fprintf(stderr, "usage: hostile_host ATLAS < questions\n");
+    return 2;
+  }
+  status = tarv_open(argv[1], &atlas);
+  while (fgets(line, sizeof line, stdin) != NULL) {
+    char* fields[kMaxFields];
+    int n = 0;
+    char* next = line;
+    line[strcspn(line, "\r\n")] = '\0';
+    while (n < kMaxFields && next != NULL) {
+      fields[n++] = next;
+      next = strchr(next, '\t');
+      if (next != NULL) *next++ = '\0';
+    }
+    if (status != TARV_OK) {
+      answer_error(status); /* the atlas would not open: every question says why */
+    } else {
+      answer(atlas, fields, n);
+    }
+    fflush(stdout);
+  }
+  if (atlas != NULL) tarv_close(atlas);
+  return 0;
+}

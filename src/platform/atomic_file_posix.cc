@@ -37,7 +37,9 @@ void SyncFolder(const fs::path& folder) {
 // it; then it opens the name afresh.
 int OpenLocked(const fs::path& target, const fs::path& temp) {
   for (;;) {
-    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    // Never through a link someone put where the temporary file goes.
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (fd < 0 && errno == ELOOP && ::unlink(temp.c_str()) == 0) continue;  // the link goes
     if (fd < 0) Fail(target, "creating its temporary file " + temp.filename().string(), errno);
     while (::flock(fd, LOCK_EX) != 0) {
       if (errno == EINTR) continue;
@@ -62,6 +64,13 @@ StagedFile::StagedFile(fs::path target)
   // The system would take a path holding a NUL for the shorter one before it.
   if (target_.native().find('\0') != std::string::npos) Fail(target_, "naming it", EINVAL);
   handle_ = OpenLocked(target_, temp_);
+  // The folder's permissions, not the process's umask: a user folder only its
+  // owner may read keeps its files to its owner too.
+  struct stat folder {};
+  const fs::path parent = target_.parent_path();
+  if (::stat(parent.empty() ? "." : parent.c_str(), &folder) == 0) {
+    ::fchmod(static_cast<int>(handle_), (folder.st_mode & 0666) | 0600);
+  }
   // What an interrupted writer left behind goes.
   if (::ftruncate(static_cast<int>(handle_), 0) != 0)
     FailAndRemove(Reason("emptying its temporary file", errno));

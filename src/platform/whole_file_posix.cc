@@ -12,8 +12,8 @@ WholeFile ReadWholeFile(const std::string& path, std::string& bytes, std::size_t
                         bool follow_link) {
   bytes.clear();
   // O_NONBLOCK: opening a FIFO for reading would otherwise wait for a writer.
-  const int fd = ::open(path.c_str(),
-                        O_RDONLY | O_NONBLOCK | O_CLOEXEC | (follow_link ? 0 : O_NOFOLLOW));
+  const int fd =
+      ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | (follow_link ? 0 : O_NOFOLLOW));
   if (fd < 0) {
     if (errno == ENOENT || errno == ENOTDIR) return WholeFile::kMissing;
     return errno == ELOOP && !follow_link ? WholeFile::kNotRegular : WholeFile::kUnreadable;

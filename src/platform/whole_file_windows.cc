@@ -14,12 +14,10 @@ WholeFile ReadWholeFile(const std::string& path, std::string& bytes, std::size_t
   // "CON", "NUL", "COM1"... open devices whatever folder they are put in.
   if (NamesADevice(path)) return WholeFile::kNotRegular;
   const std::wstring wide = PathFromUtf8(path).wstring();
-  const HANDLE file = ::CreateFileW(wide.c_str(), GENERIC_READ,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING,
-                                    FILE_FLAG_SEQUENTIAL_SCAN |
-                                        (follow_link ? 0 : FILE_FLAG_OPEN_REPARSE_POINT),
-                                    nullptr);
+  const HANDLE file = ::CreateFileW(
+      wide.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+      OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN | (follow_link ? 0 : FILE_FLAG_OPEN_REPARSE_POINT),
+      nullptr);
   if (file == INVALID_HANDLE_VALUE) {
     const DWORD failure = ::GetLastError();
     if (failure == ERROR_FILE_NOT_FOUND || failure == ERROR_PATH_NOT_FOUND) {

@@ -315,6 +315,12 @@ Expansion Expand(std::string_view file_bytes, std::int32_t& error) {
   return out;
 }
 
+bool OverrunsLength(std::string_view file_bytes) {
+  std::string scratch;
+  if (file_bytes.size() < kHeaderSize) return false;
+  return Decode(file_bytes, static_cast<std::uint32_t>(DecodeInt32(file_bytes, 10)), scratch);
+}
+
 std::string ExpandSzdd(std::string_view file_bytes, std::int32_t& error) {
   Expansion expansion = Expand(file_bytes, error);
   if (error == 0 && expansion.Damaged()) error = LZERROR_READ;

@@ -95,8 +95,7 @@ class LzFile {
 // the builder always compresses: a plain one was replaced or overwritten).
 // kSzdd also takes compressed data that goes on past the header's length as
 // damage (a length field made smaller), where the classic service cuts it
-// at the field; Windows' LZ service gives no way to tell, so there such a
-// file is read cut.
+// at the field.
 enum class Packing { kAsFound, kSzdd };
 
 // The expanded bytes of the file at `path` (cached) with 0 in `error`, or

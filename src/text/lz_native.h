@@ -18,8 +18,7 @@ struct Expansion {
   std::string bytes;
   std::size_t length = 0;
   bool compressed = false;  // the file began with the SZDD magic
-  // Compressed data went on past the header's length (found where the
-  // component expands files itself; Windows' LZ service does not tell).
+  // Compressed data went on past the header's length.
   bool overrun = false;
   // The data ended before the length its header announced.
   bool Damaged() const { return bytes.size() < length; }
@@ -30,6 +29,11 @@ struct Expansion {
 // than 'A' (LZERROR_UNKNOWNALG), a length field above 64 MiB or above 100
 // times `file_size` plus 64 KiB (LZERROR_READ); 0 and the field in `length`
 // otherwise. Both systems check headers by this rule before expanding.
+// Whether the compressed data of an SZDD file (whose header passed
+// SzddHeaderError) goes on past the length its header gives. Windows' LZ
+// service does not tell, so its expansions are checked by this.
+bool OverrunsLength(std::string_view file_bytes);
+
 std::int32_t SzddHeaderError(std::string_view file_bytes, std::uint64_t file_size,
                              std::uint32_t& length);
 

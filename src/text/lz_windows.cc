@@ -22,6 +22,7 @@
 #include <mutex>
 
 #include "platform/paths.h"
+#include "platform/whole_file.h"
 #include "text/lz.h"
 #include "text/lz_native.h"
 
@@ -102,6 +103,12 @@ Expansion ExpandFile(const std::string& path, std::uint64_t size, std::int32_t& 
   }
   out.bytes.resize(done);
   ::LZClose(lz);
+  if (out.compressed) {
+    std::string raw;
+    if (ReadWholeFile(path, raw, static_cast<std::size_t>(size)) == WholeFile::kRead) {
+      out.overrun = OverrunsLength(raw);
+    }
+  }
   return out;
 }
 

@@ -45,8 +45,8 @@ static void lookup(tarv_atlas* atlas, const char* name, const char* country, con
   tarv_local_time when = {0, 0, 0, 0, 0, 0};
   tarv_place place;
   tarv_status status;
-  if (date != NULL && sscanf(date, "%d-%d-%dT%d:%d", &when.year, &when.month, &when.day,
-                             &when.hour, &when.minute) != 5) {
+  if (date != NULL && sscanf(date, "%d-%d-%dT%d:%d", &when.year, &when.month, &when.day, &when.hour,
+                             &when.minute) != 5) {
     printf("2 bad date\n");
     return;
   }
@@ -94,8 +94,10 @@ static void answer(tarv_atlas* atlas, char** f, int n) {
       answer_error(status);
       return;
     }
-    printf(tarv_place_list_size(list) == 0 ? "1 not found" : "0 %u:", (unsigned)tarv_place_list_size(list));
-    for (i = 0; i < tarv_place_list_size(list); ++i) printf(" %s", tarv_place_list_at(list, i)->name);
+    printf(tarv_place_list_size(list) == 0 ? "1 not found" : "0 %u:",
+           (unsigned)tarv_place_list_size(list));
+    for (i = 0; i < tarv_place_list_size(list); ++i)
+      printf(" %s", tarv_place_list_at(list, i)->name);
     printf("\n");
     tarv_place_list_free(list);
   } else if (strcmp(f[0], "add") == 0 && n == 5) {

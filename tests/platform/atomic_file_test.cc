@@ -69,6 +69,27 @@ TEST(AtomicFile, FailuresNameTheTargetAndLeaveNothingBehind) {
   EXPECT_TRUE(Listing(dir.path()).empty());
 }
 
+#ifndef _WIN32
+// A written file takes its folder's permissions, whatever the umask; a link
+// where the temporary file goes is not written through.
+TEST(AtomicFile, FilesTakeTheFolderPermissionsAndNoLinkIsFollowed) {
+  const TempFolder dir;
+  for (const auto& [folder_mode, file_mode] :
+       {std::pair(fs::perms(0700), fs::perms(0600)), std::pair(fs::perms(0755), fs::perms(0644))}) {
+    fs::permissions(dir.path(), folder_mode);
+    WriteFileAtomically(dir.path() / "D.dao", "places");
+    EXPECT_EQ(fs::status(dir.path() / "D.dao").permissions(), file_mode);
+  }
+  const TempFolder outside;
+  const auto target = outside.Write("passwd", "root:x:0:0");
+  fs::create_symlink(target, dir.path() / "D.~~~");
+  WriteFileAtomically(dir.path() / "D.dao", "new");
+  EXPECT_EQ(outside.Read("passwd"), "root:x:0:0");
+  EXPECT_EQ(dir.Read("D.dao"), "new");
+  EXPECT_EQ(Listing(dir.path()), (std::set<std::string>{"D.dao"}));
+}
+#endif
+
 TEST(AtomicFile, ConcurrentWritersOfOneTargetNeverMixTheirBytes) {
   // One fixed temporary name per target: without its lock, two writers would
   // write into the same file. The reads are the C++ library's, which do not

@@ -301,6 +301,18 @@ TARV_API void tarv_timetable_free(tarv_timetable* timetable);
 TARV_API tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* name,
                                     double longitude, double latitude, int32_t timetable);
 
+/* The user places of `country` spelled otherwise whose names have the same
+ * letters as `name` ("Testort 1" for "Testort 2": digits, blanks and marks
+ * aside), which a search finds together with it (the one spelled as typed
+ * first); hosts tell the user so after an addition. The names go into
+ * `buffer` of `size` bytes, each ended by "\n", with a NUL after the last
+ * ("" when there are none). *needed (may be NULL) receives the bytes they
+ * take; TARV_E_BUFFER when that is more than `size`, and then the buffer is
+ * untouched. `buffer` may be NULL when `size` is 0. */
+TARV_API tarv_status tarv_user_places_alike(tarv_atlas* atlas, const char* country,
+                                            const char* name, char* buffer, size_t size,
+                                            size_t* needed);
+
 /* Deletes the user's place of that name; TARV_NOT_FOUND when the country
  * has no user place of that name (atlas places cannot be deleted). */
 TARV_API tarv_status tarv_delete_place(tarv_atlas* atlas, const char* country, const char* name);

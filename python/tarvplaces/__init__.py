@@ -417,7 +417,10 @@ class Atlas:
             lib.tarv_timetable_free(entries)
 
     def add_place(self, country, name, longitude, latitude, timetable=0):
-        """Adds a place of the user's; ValueError says why one cannot be added."""
+        """Adds a place of the user's; ValueError says why one cannot be added.
+        Returns the names of the country's other user places with the same
+        letters ("Testort 1" for "Testort 2"), which a search finds with it:
+        worth telling the user."""
         _check(
             lib.tarv_add_place(
                 self._open_handle(),
@@ -428,6 +431,20 @@ class Atlas:
                 _int16(timetable, "timetable"),
             )
         )
+        return self.user_places_alike(country, name)
+
+    def user_places_alike(self, country, name):
+        """The user places of a country spelled otherwise whose names have
+        the same letters as `name` (digits, blanks and marks aside)."""
+        handle = self._open_handle()
+        args = (handle, _country(country, None), _text(name, "name"))
+        needed = ctypes.c_size_t(0)
+        status = lib.tarv_user_places_alike(*args, None, 0, ctypes.byref(needed))
+        if status != _native.E_BUFFER:
+            _check(status)
+        buffer = ctypes.create_string_buffer(needed.value)
+        _check(lib.tarv_user_places_alike(*args, buffer, needed.value, None))
+        return buffer.value.decode().splitlines()
 
     def delete_place(self, country, name):
         """Deletes the user's place of that name; False when there is none."""

@@ -150,6 +150,10 @@ _PROTOTYPES = {
     "tarv_timetable_at": (ctypes.POINTER(TimetableEntryStruct), [ctypes.c_void_p, ctypes.c_size_t]),
     "tarv_timetable_free": (None, [ctypes.c_void_p]),
     "tarv_add_place": (_status, [_handle, _text, _text, ctypes.c_double, ctypes.c_double, ctypes.c_int32]),
+    "tarv_user_places_alike": (
+        _status,
+        [_handle, _text, _text, ctypes.c_char_p, ctypes.c_size_t, ctypes.POINTER(ctypes.c_size_t)],
+    ),
     "tarv_delete_place": (_status, [_handle, _text, _text]),
     "tarv_export": (_status, [_handle, _text]),
     "tarv_language": (_status, [_handle, ctypes.POINTER(ctypes.c_int32)]),

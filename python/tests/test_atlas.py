@@ -115,7 +115,7 @@ class TestLists:
 class TestChanges:
     def test_user_places_are_added_and_deleted(self, atlas_copy):
         with tarvplaces.Atlas(atlas_copy) as atlas:
-            atlas.add_place("D", "Neustadt Py", 10.25, 50.5, timetable=1)
+            assert atlas.add_place("D", "Neustadt Py", 10.25, 50.5, timetable=1) == []
             p = atlas.place("Neustadt Py", "D")
             assert p.user_place and p.longitude == pytest.approx(10.25)
             assert atlas.delete_place("D", "Neustadt Py") is True
@@ -123,6 +123,9 @@ class TestChanges:
             assert atlas.delete_place("D", "Neustadt Py") is False
             with pytest.raises(ValueError, match="timetable 9"):
                 atlas.add_place("D", "Neustadt Py", 10.25, 50.5, timetable=9)
+            # Names a search cannot tell apart by their letters are told of.
+            assert atlas.add_place("D", "Py Ort 1", 10.25, 50.5) == []
+            assert atlas.add_place("D", "Py-Ort 2", 10.5, 50.5) == ["Py Ort 1"]
 
     def test_export_writes_the_text_files(self, atlas_copy, tmp_path):
         with tarvplaces.Atlas(atlas_copy) as atlas:

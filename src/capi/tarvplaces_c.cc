@@ -214,17 +214,26 @@ tarv_status tarv_close(tarv_atlas* atlas) {
   });
 }
 
+namespace {
+
+// `text` and its NUL into the host's buffer, or TARV_E_BUFFER saying what it takes.
+tarv_status CopyOut(const std::string& text, const char* what, char* buffer, size_t size,
+                    size_t* needed) {
+  if (size > 0) Require(buffer, "the buffer");
+  if (needed != nullptr) *needed = text.size() + 1;
+  if (text.size() + 1 > size) {
+    Fail(TARV_E_BUFFER, std::string(what) + " take " + std::to_string(text.size() + 1) +
+                            " bytes with the NUL; the buffer has " + std::to_string(size));
+  }
+  std::memcpy(buffer, text.c_str(), text.size() + 1);
+  return TARV_OK;
+}
+
+}  // namespace
+
 tarv_status tarv_atlas_folder(tarv_atlas* atlas, char* buffer, size_t size, size_t* needed) {
   return CallOn(atlas, [&](Handle& h) {
-    if (size > 0) Require(buffer, "the buffer");
-    const std::string folder = h.Folder();
-    if (needed != nullptr) *needed = folder.size() + 1;
-    if (folder.size() + 1 > size) {
-      Fail(TARV_E_BUFFER, "the folder takes " + std::to_string(folder.size() + 1) +
-                              " bytes with its NUL; the buffer has " + std::to_string(size));
-    }
-    std::memcpy(buffer, folder.c_str(), folder.size() + 1);
-    return TARV_OK;
+    return CopyOut(h.Folder(), "the folder's letters", buffer, size, needed);
   });
 }
 
@@ -414,6 +423,21 @@ tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* n
     const std::string refusal = a->AddPlace(atlas_code, place, longitude, latitude, number);
     if (!refusal.empty()) Fail(TARV_E_ARGUMENT, "cannot add \"" + place + "\": " + refusal);
     return TARV_OK;
+  });
+}
+
+tarv_status tarv_user_places_alike(tarv_atlas* atlas, const char* country, const char* name,
+                                   char* buffer, size_t size, size_t* needed) {
+  return CallOn(atlas, [&](Handle& h) {
+    const std::string code = Utf8Argument(country, "the country code");
+    const std::string place = Utf8Argument(name, "the place name");
+    const auto a = h.AtlasOfCall();
+    std::string names;
+    for (const std::string& other :
+         a->UserPlacesAlike(tarv::capi::ResolveOneCountry(*a, code).Code, place)) {
+      names += other + '\n';
+    }
+    return CopyOut(names, "the names", buffer, size, needed);
   });
 }
 

@@ -385,6 +385,19 @@ static void user_places_are_added_found_and_deleted(void) {
   CHECK_STATUS(tarv_delete_place(atlas, "D", "Capi Hof"), TARV_NOT_FOUND);
   /* Atlas places cannot be deleted. */
   CHECK_STATUS(tarv_delete_place(atlas, "D", "München"), TARV_NOT_FOUND);
+  {
+    /* Names a search cannot tell apart by their letters are told of. */
+    char names[64];
+    size_t needed = 0;
+    CHECK_STATUS(tarv_add_place(atlas, "D", "Capi 1", 10.25, 50.5, 1), TARV_OK);
+    CHECK_STATUS(tarv_add_place(atlas, "D", "Capi 2", 10.25, 50.5, 1), TARV_OK);
+    CHECK_STATUS(tarv_user_places_alike(atlas, "D", "Capi 2", NULL, 0, &needed), TARV_E_BUFFER);
+    CHECK(needed == sizeof "Capi 1\n");
+    CHECK_STATUS(tarv_user_places_alike(atlas, "D", "Capi 2", names, sizeof names, NULL), TARV_OK);
+    CHECK(strcmp(names, "Capi 1\n") == 0);
+    CHECK_STATUS(tarv_user_places_alike(atlas, "D", "Capi Hof", names, sizeof names, NULL), TARV_OK);
+    CHECK(names[0] == '\0');
+  }
 
   CHECK_STATUS(tarv_add_place(atlas, "D", "Capi Hof", 10.25, 50.5, 99), TARV_E_ARGUMENT);
   CHECK(contains(tarv_last_error(), "timetable 99"));

@@ -307,6 +307,17 @@ def counter_faults(fronts, tally, pristine, scratch):
         confirmed_places_found(fronts, tally, copy, confirmed, f"counter {fault}")
 
 
+def refused_additions(fronts, tally, copy, name, case):
+    """Each front end's addition fails with an error naming the user file."""
+    for front in fronts.names:
+        (status, text), = fronts.ask(front, copy, [("add", "D", f"{name} {front}", "10.3", "50.3")])
+        tally.tried += 1
+        if status in ("crash", "hang"):
+            tally.fail(status, f"{front} {case}: add")
+        elif status != 2 or "D.dao" not in text:
+            tally.fail("silent wrong", f"{front} {case}: add gave {status} {text.strip()[:200]}")
+
+
 def user_file_faults(fronts, tally, pristine, scratch):
     copy = fresh_copy(pristine, scratch)
     user = os.path.join(copy, "USER", "D.dao")
@@ -329,13 +340,7 @@ def user_file_faults(fronts, tally, pristine, scratch):
     saved = open(user, "rb").read()
     os.remove(user)
     os.symlink(outside, user)
-    for front in fronts.names:
-        (status, text), = fronts.ask(front, copy, [("add", "D", f"Linkort {front}", "10.3", "50.3")])
-        tally.tried += 1
-        if status in ("crash", "hang"):
-            tally.fail(status, f"{front} symlinked user file: add")
-        elif status != 2 or "D.dao" not in text:
-            tally.fail("silent wrong", f"{front} symlinked user file: add gave {status} {text.strip()[:200]}")
+    refused_additions(fronts, tally, copy, "Linkort", "symlinked user file")
     tally.tried += 1
     if open(outside, "rb").read() != secret or not os.path.islink(user):
         tally.fail("silent wrong", "symlinked user file: its target or the link was changed")
@@ -344,13 +349,7 @@ def user_file_faults(fronts, tally, pristine, scratch):
     # A user file cut short: an error naming it, and no writer rewrites it.
     cut = saved + saved[:20]
     open(user, "wb").write(cut)
-    for front in fronts.names:
-        (status, text), = fronts.ask(front, copy, [("add", "D", f"Kurzort {front}", "10.4", "50.4")])
-        tally.tried += 1
-        if status in ("crash", "hang"):
-            tally.fail(status, f"{front} cut user file: add")
-        elif status != 2 or "D.dao" not in text:
-            tally.fail("silent wrong", f"{front} cut user file: add gave {status} {text.strip()[:200]}")
+    refused_additions(fronts, tally, copy, "Kurzort", "cut user file")
     tally.tried += 1
     if open(user, "rb").read() != cut:
         tally.fail("lost", "cut user file: a writer rewrote the file it could not read whole")

@@ -41,6 +41,18 @@ static char* read_file(const char* path) {
   return text;
 }
 
+static void answer_place(tarv_status status, const tarv_place* place) {
+  if (status == TARV_NOT_FOUND) {
+    printf("1 not found\n");
+  } else if (status != TARV_OK) {
+    answer_error(status);
+  } else {
+    printf("0 ");
+    print_place(place);
+    printf("\n");
+  }
+}
+
 static void lookup(tarv_atlas* atlas, const char* name, const char* country, const char* date) {
   tarv_local_time when = {0, 0, 0, 0, 0, 0};
   tarv_place place;
@@ -51,15 +63,7 @@ static void lookup(tarv_atlas* atlas, const char* name, const char* country, con
     return;
   }
   status = tarv_place_lookup(atlas, name, country, date != NULL ? &when : NULL, &place, NULL);
-  if (status == TARV_NOT_FOUND) {
-    printf("1 not found\n");
-  } else if (status != TARV_OK) {
-    answer_error(status);
-  } else {
-    printf("0 ");
-    print_place(&place);
-    printf("\n");
-  }
+  answer_place(status, &place);
 }
 
 static void answer(tarv_atlas* atlas, char** f, int n) {
@@ -77,15 +81,7 @@ static void answer(tarv_atlas* atlas, char** f, int n) {
     free(text);
   } else if (strcmp(f[0], "nearest") == 0 && n == 4) {
     status = tarv_nearest(atlas, f[1], atof(f[2]), atof(f[3]), 0.0, &place);
-    if (status == TARV_NOT_FOUND) {
-      printf("1 not found\n");
-    } else if (status != TARV_OK) {
-      answer_error(status);
-    } else {
-      printf("0 ");
-      print_place(&place);
-      printf("\n");
-    }
+    answer_place(status, &place);
   } else if (strcmp(f[0], "search") == 0 && n == 3) {
     tarv_place_list* list = NULL;
     size_t i;

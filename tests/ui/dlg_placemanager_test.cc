@@ -201,7 +201,8 @@ TEST_F(PlacemanagerModel, ReturnOnAWholeNameLoadsThatPlace) {
       testing::Place(AnsiFromUtf8("Münchenbernsdorf"), 11.93F, 50.82F, 2),
       testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F, 1),
       testing::Place("Berlin", 13.405F, 52.52F)};
-  std::ofstream(folder_.path() / "D.dao", std::ios::binary) << CompressSzdd(EncodePlaceFile(records));
+  std::ofstream(folder_.path() / "D.dao", std::ios::binary)
+      << CompressSzdd(EncodePlaceFile(records));
   std::ofstream(folder_.path() / "D.IDX", std::ios::binary) << EncodePlaceIndex(records);
   auto& d = Open("Berlin", "D");
   d.cb_Eingabe_KeyReturn(3, "München");
@@ -228,7 +229,8 @@ TEST_F(PlacemanagerModel, ReturnOnAWholeNameInItsLettersLoadsThatPlace) {
   const std::vector<PlaceRecord> records = {testing::Place("St. Gallenkirch", 9.98F, 47.02F, 2),
                                             testing::Place("St. Gallen", 9.37F, 47.42F, 1),
                                             testing::Place("Berlin", 13.405F, 52.52F)};
-  std::ofstream(folder_.path() / "D.dao", std::ios::binary) << CompressSzdd(EncodePlaceFile(records));
+  std::ofstream(folder_.path() / "D.dao", std::ios::binary)
+      << CompressSzdd(EncodePlaceFile(records));
   std::ofstream(folder_.path() / "D.IDX", std::ios::binary) << EncodePlaceIndex(records);
   auto& d = Open("Berlin", "D");
   d.cb_Eingabe_KeyReturn(3, "St*Gallen*");
@@ -606,6 +608,21 @@ TEST_F(PlacemanagerModel, RenamingToAnExistingUserPlaceAsksFirst) {
   d.bt_OK_Click(1);
   EXPECT_THAT(UserPlaces("D"), ElementsAre("Pasing"));
   EXPECT_EQ(Text("tb_Eingabe_5"), "011E34' 30\"");
+}
+
+// A name the user file cannot hold is refused before the place being
+// changed is taken out: the place stays as it was.
+TEST_F(PlacemanagerModel, RenamingToANameThatCannotBeStoredKeepsThePlace) {
+  classPlaces().AddUserPlace("D", "Pasing", 11.46, 48.14, 1);
+  auto& d = Open("Pasing", "D");
+  for (const std::string& name : {std::string(29, 'P'), std::string("Pasing \xF0\x9F\x98\x80")}) {
+    messages_.clear();
+    d.tb_Eingabe_Change(3, name);
+    d.bt_OK_Click(1);
+    ASSERT_EQ(messages_.size(), 1U) << name;
+    EXPECT_EQ(messages_[0].text.rfind("Der Ort konnte nicht gespeichert werden: ", 0), 0U);
+    EXPECT_THAT(UserPlaces("D"), ElementsAre("Pasing"));
+  }
 }
 
 TEST_F(PlacemanagerModel, DeleteOnlyUserPlacesAfterConfirmation) {

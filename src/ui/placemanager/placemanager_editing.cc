@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "platform/message_box.h"
+#include "tarvplaces/atlas.h"
 #include "tarvplaces/atlas_error.h"
 #include "tarvplaces/places.h"
 #include "text/codepage.h"
@@ -154,12 +155,28 @@ bool DlgPlacemanager::UpdateOrt() {
   return true;
 }
 
+// The letters a place file's name field holds.
+constexpr std::size_t kNameLetters = 28;
+
 // Writes a user place, replacing the user place `replaced_user_name` (the
 // one being changed) and, after asking, another user place of the new name.
 bool DlgPlacemanager::WritePlace(const std::string& name, double longitude, double latitude,
                                  std::int16_t timetable, const std::string& replaced_user_name) {
   const std::string code = CountryCode();
   classPlaces places;
+  // What the addition would refuse is refused before anything is deleted:
+  // the place being changed must not go for a name that cannot be stored.
+  std::string refusal = WhyNotStorable(name, "name");
+  if (refusal.empty() && Trim(AnsiFromUtf8(name)).size() > kNameLetters) {
+    refusal = Choose("the name is longer than the 28 letters a place name holds",
+                     "der Name ist länger als die 28 Buchstaben eines Ortsnamens");
+  }
+  if (!refusal.empty()) {
+    MsgBox(Choose("The place could not be saved: ", "Der Ort konnte nicht gespeichert werden: ") +
+               refusal,
+           kMsgExclamation, "");
+    return false;
+  }
   try {
     const bool same = !replaced_user_name.empty() &&
                       TextEqual(AnsiFromUtf8(replaced_user_name), AnsiFromUtf8(name));
@@ -170,9 +187,17 @@ bool DlgPlacemanager::WritePlace(const std::string& name, double longitude, doub
       if (MsgBox(question, kMsgYesNo + kMsgQuestion, "") != MsgAnswer::kYes) return false;
       places.DeleteUserPlace(code, name);
     }
+    const PlaceData replaced = place_;
     if (!replaced_user_name.empty()) places.DeleteUserPlace(code, replaced_user_name);
     std::int32_t record = 0;
-    if (places.AddUserPlace(code, name, longitude, latitude, timetable, &record) == 0) return false;
+    if (places.AddUserPlace(code, name, longitude, latitude, timetable, &record) == 0) {
+      // Refused after all: the changed place comes back as it was.
+      if (!replaced_user_name.empty()) {
+        places.AddUserPlace(code, replaced_user_name, replaced.longitude, replaced.latitude,
+                            replaced.timetable);
+      }
+      return false;
+    }
     // A letter filter switches to the new name's letter, so the place shows.
     if (Control("cb_ABC").list_index != 0) C("cb_ABC").list_index = LetterFilterItem(name);
     place_ = PlaceData{};

@@ -130,15 +130,14 @@ WatchedFolder::~WatchedFolder() = default;
 
 void WatchedFolder::ChangeSources(std::int64_t now, std::shared_ptr<FolderWatch>& watch,
                                   std::shared_ptr<const ChangeCounter>& counter) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (!watch_ && now >= next_watch_ns_) {
-      next_watch_ns_ = now + kRecheckNs;
-      watch_ = FolderWatch::Start(native_(folder_));
-    }
-    watch = watch_;
-  }
+  // The counter first: making it is a change the watch need not report.
   counter = Counter(now);
+  const std::lock_guard lock(mutex_);
+  if (!watch_ && now >= next_watch_ns_) {
+    next_watch_ns_ = now + kRecheckNs;
+    watch_ = FolderWatch::Start(native_(folder_));
+  }
+  watch = watch_;
 }
 
 std::shared_ptr<const ChangeCounter> WatchedFolder::Counter(std::int64_t now) {

@@ -3,7 +3,7 @@
 // its continent, with or without a user file beside it.
 //
 // Input parts (see fuzz_support.h): options (byte 0, bit 0: compress the
-// place bytes before writing them; bit 1: write the user file pair), place
+// place bytes before writing them, as the atlas has them; bit 1: write the user file pair), place
 // bytes ("D.dao"), index bytes ("D.IDX"), search texts one a line, user
 // place bytes and user index bytes ("USER\D.dao", "USER\D.IDX").
 #include <cstdint>
@@ -18,6 +18,7 @@
 #include "atlas/place_search.h"
 #include "fuzz_support.h"
 #include "text/lz.h"
+#include "text/lz_native.h"
 #include "util/text.h"
 
 namespace {
@@ -82,14 +83,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool with_user = (options & 2) != 0;
 
   fuzz::PrepareAtlas(false);
-  fuzz::Scratch().Write("D.dao", compress ? CompressSzdd(parts[1], 'o') : std::string(parts[1]));
   fuzz::Scratch().Write("D.IDX", parts[2]);
   if (with_user) {
     fuzz::Scratch().Write("USER/D.dao", parts[4]);
     fuzz::Scratch().Write("USER/D.IDX", parts[5]);
   }
+  // The atlas's own file must be compressed, and whole: plain bytes, or
+  // data past the length field, are damage.
+  const std::string written = compress ? CompressSzdd(parts[1], 'o') : std::string(parts[1]);
+  fuzz::Scratch().Write("D.dao", written);
   std::int32_t error = 0;
-  std::string expanded = compress ? std::string(parts[1]) : ExpandSzdd(parts[1], error);
+  std::string expanded = ExpandSzdd(written, error);
+  if (error == 0 && (!StartsWithSzddMagic(written) || OverrunsLength(written))) {
+    error = LZERROR_READ;
+  }
   const Expected database = ExpectedOf(expanded, error);
   Expected user;
   if (with_user) {

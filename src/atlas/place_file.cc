@@ -23,9 +23,6 @@
 namespace tarv {
 namespace {
 
-constexpr auto kRecordSize = static_cast<std::int32_t>(kPlaceRecordSize);
-constexpr auto kMaxRecords = static_cast<std::int32_t>(kMaxPlaceRecords);
-
 std::string RemoveTrailingStops(std::string text) {
   while (!text.empty() && text.back() == '.')
     text.pop_back();

@@ -73,8 +73,8 @@ class ChangeCounter {
   ChangeCounter() = default;
 
   std::filesystem::path path_;
-  std::intptr_t file_ = -1;    // a descriptor, or a Windows file handle
-  std::intptr_t section_ = 0;  // the Windows file-mapping object
+  std::intptr_t file_ = -1;                     // a descriptor, or a Windows file handle
+  [[maybe_unused]] std::intptr_t section_ = 0;  // the Windows file-mapping object
   void* mapping_ = nullptr;
   bool writable_ = false;
   std::uint64_t device_ = 0;

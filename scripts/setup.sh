@@ -2,7 +2,8 @@
 # Installs what the build needs on Debian 12. Idempotent and quiet: packages
 # already present are not fetched again. Run as root (or with sudo available).
 # With --fuzz, also clang and its libFuzzer runtime (scripts/run-fuzz.sh);
-# with --windows, what the Windows cross build needs.
+# with --windows, what the Windows cross build needs; with --coverage, gcovr
+# (scripts/coverage.sh).
 set -euo pipefail
 
 PACKAGES=(
@@ -15,6 +16,7 @@ PACKAGES=(
   python3 python3-pytest python3-venv python3-setuptools python3-wheel
 )
 if [ "${1:-}" = "--fuzz" ]; then PACKAGES+=(clang libclang-rt-14-dev); fi
+if [ "${1:-}" = "--coverage" ]; then PACKAGES+=(gcovr); fi
 # With --windows, the cross compiler, Wine, and what builds ICU from Debian's
 # sources (scripts/build-icu-mingw.sh).
 if [ "${1:-}" = "--windows" ]; then

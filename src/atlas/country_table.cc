@@ -15,7 +15,6 @@
 #include "platform/per_thread.h"
 #include "util/file_tests.h"
 #include "util/numeric.h"
-#include "util/sort.h"
 #include "util/text.h"
 
 namespace tarv {
@@ -125,7 +124,7 @@ std::vector<std::size_t> TitleOrder(const std::vector<CountryRecord>& lines) {
   keys.reserve(sorted);
   for (std::size_t i = 0; i < sorted; ++i)
     keys.emplace_back(lines[i].CountryTitle, i);
-  Sort(0, 0, keys);
+  std::sort(keys.begin(), keys.end());
   for (std::size_t i = 0; i < sorted; ++i)
     order[i] = keys[i].second;
   return order;

@@ -22,7 +22,6 @@
 #include "text/bytes.h"
 #include "text/codepage.h"
 #include "text/lz.h"
-#include "util/sort.h"
 #include "util/text.h"
 
 namespace fs = std::filesystem;
@@ -137,7 +136,7 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   }
   const std::string new_record = EncodePlaceRecord(added);
   records.push_back(new_record);
-  Sort(0, 0, records);
+  std::sort(records.begin(), records.end());
 
   std::string data;
   std::string index;

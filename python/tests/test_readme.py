@@ -9,18 +9,10 @@ import tarvplaces
 from conftest import REPOSITORY
 
 
-def python_example_of_readme():
-    text = (REPOSITORY / "README.md").read_text(encoding="utf-8")
-    match = re.search(r"<!-- example: python -->\n((?:    .*\n|\n)+)", text)
-    assert match, "README.md has no block after <!-- example: python -->"
-    return re.sub(r"(?m)^    ", "", match.group(1))
-
-
-def run_doctest(text, name, atlas_folder):
+def run_doctest(text, name):
     os.chdir(REPOSITORY)
-    test = doctest.DocTestParser().get_doctest(text, {}, name, None, 0)
     runner = doctest.DocTestRunner(optionflags=doctest.ELLIPSIS)
-    runner.run(test)
+    runner.run(doctest.DocTestParser().get_doctest(text, {}, name, None, 0))
     result = runner.summarize(verbose=False)
     assert result.attempted > 0 and result.failed == 0
 
@@ -28,8 +20,11 @@ def run_doctest(text, name, atlas_folder):
 def test_readme_python_example(atlas_folder):
     # The example names the atlas as the README's reader has it.
     assert atlas_folder.resolve() == (REPOSITORY / "build" / "atlas").resolve()
-    run_doctest(python_example_of_readme(), "README.md", atlas_folder)
+    text = (REPOSITORY / "README.md").read_text(encoding="utf-8")
+    match = re.search(r"<!-- example: python -->\n((?:    .*\n|\n)+)", text)
+    assert match, "README.md has no block after <!-- example: python -->"
+    run_doctest(re.sub(r"(?m)^    ", "", match.group(1)), "README.md")
 
 
 def test_package_docstring(atlas_folder):
-    run_doctest(tarvplaces.__doc__, "tarvplaces", atlas_folder)
+    run_doctest(tarvplaces.__doc__, "tarvplaces")

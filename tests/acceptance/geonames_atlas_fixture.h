@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "atlas/atlas_builder.h"
-#include "atlas/geonames.h"
 #include "atlas/atlas_state.h"
+#include "atlas/geonames.h"
 #include "tarvplaces/places.h"
 
 namespace tarv::testing {

@@ -17,14 +17,19 @@
 
 enum { kMaxLine = 4096, kMaxFields = 6 };
 
-static void print_place(const tarv_place* p) {
-  printf("%s (%s) %.5f %.5f tt%d %s %d lmt%d kind%d %s", p->name, p->country, p->longitude,
-         p->latitude, (int)p->timetable, p->zone, (int)p->utc_offset, (int)p->is_lmt,
-         (int)p->local_time, p->iana);
-}
-
-static void answer_error(tarv_status status) {
-  printf("2 %s (%s)\n", tarv_last_error(), tarv_status_text(status));
+/* The answer line of a status; with `place`, the place of TARV_OK. */
+static void print_answer(tarv_status status, const tarv_place* p) {
+  if (status == TARV_NOT_FOUND) {
+    printf("1 not found\n");
+  } else if (status != TARV_OK) {
+    printf("2 %s (%s)\n", tarv_last_error(), tarv_status_text(status));
+  } else if (p == NULL) {
+    printf("0 added\n");
+  } else {
+    printf("0 %s (%s) %.5f %.5f tt%d %s %d lmt%d kind%d %s\n", p->name, p->country, p->longitude,
+           p->latitude, (int)p->timetable, p->zone, (int)p->utc_offset, (int)p->is_lmt,
+           (int)p->local_time, p->iana);
+  }
 }
 
 static char* read_file(const char* path) {
@@ -41,68 +46,41 @@ static char* read_file(const char* path) {
   return text;
 }
 
-static void answer_place(tarv_status status, const tarv_place* place) {
-  if (status == TARV_NOT_FOUND) {
-    printf("1 not found\n");
-  } else if (status != TARV_OK) {
-    answer_error(status);
-  } else {
-    printf("0 ");
-    print_place(place);
-    printf("\n");
-  }
-}
-
-static void lookup(tarv_atlas* atlas, const char* name, const char* country, const char* date) {
-  tarv_local_time when = {0, 0, 0, 0, 0, 0};
-  tarv_place place;
-  tarv_status status;
-  if (date != NULL && sscanf(date, "%d-%d-%dT%d:%d", &when.year, &when.month, &when.day, &when.hour,
-                             &when.minute) != 5) {
-    printf("2 bad date\n");
-    return;
-  }
-  status = tarv_place_lookup(atlas, name, country, date != NULL ? &when : NULL, &place, NULL);
-  answer_place(status, &place);
-}
-
 static void answer(tarv_atlas* atlas, char** f, int n) {
-  tarv_status status;
   tarv_place place;
+  tarv_local_time when = {0, 0, 0, 0, 0, 0};
   if (strcmp(f[0], "place") == 0 && (n == 3 || n == 4)) {
-    lookup(atlas, f[1], f[2], n == 4 ? f[3] : NULL);
+    if (n == 4 && sscanf(f[3], "%d-%d-%dT%d:%d", &when.year, &when.month, &when.day, &when.hour,
+                         &when.minute) != 5) {
+      printf("2 bad date\n");
+      return;
+    }
+    print_answer(tarv_place_lookup(atlas, f[1], f[2], n == 4 ? &when : NULL, &place, NULL), &place);
   } else if (strcmp(f[0], "placefile") == 0 && n == 3) {
     char* text = read_file(f[1]);
     if (text == NULL) {
       printf("2 cannot read %s\n", f[1]);
       return;
     }
-    lookup(atlas, text, f[2], NULL);
+    print_answer(tarv_place_lookup(atlas, text, f[2], NULL, &place, NULL), &place);
     free(text);
   } else if (strcmp(f[0], "nearest") == 0 && n == 4) {
-    status = tarv_nearest(atlas, f[1], atof(f[2]), atof(f[3]), 0.0, &place);
-    answer_place(status, &place);
+    print_answer(tarv_nearest(atlas, f[1], atof(f[2]), atof(f[3]), 0.0, &place), &place);
   } else if (strcmp(f[0], "search") == 0 && n == 3) {
     tarv_place_list* list = NULL;
     size_t i;
-    status = tarv_search(atlas, f[1], f[2], NULL, &list);
-    if (status != TARV_OK) {
-      answer_error(status);
-      return;
+    const tarv_status status = tarv_search(atlas, f[1], f[2], NULL, &list);
+    if (status != TARV_OK || tarv_place_list_size(list) == 0) {
+      print_answer(status == TARV_OK ? TARV_NOT_FOUND : status, NULL);
+    } else {
+      printf("0 %u:", (unsigned)tarv_place_list_size(list));
+      for (i = 0; i < tarv_place_list_size(list); ++i)
+        printf(" %s", tarv_place_list_at(list, i)->name);
+      printf("\n");
     }
-    printf(tarv_place_list_size(list) == 0 ? "1 not found" : "0 %u:",
-           (unsigned)tarv_place_list_size(list));
-    for (i = 0; i < tarv_place_list_size(list); ++i)
-      printf(" %s", tarv_place_list_at(list, i)->name);
-    printf("\n");
     tarv_place_list_free(list);
   } else if (strcmp(f[0], "add") == 0 && n == 5) {
-    status = tarv_add_place(atlas, f[1], f[2], atof(f[3]), atof(f[4]), 0);
-    if (status != TARV_OK) {
-      answer_error(status);
-    } else {
-      printf("0 added\n");
-    }
+    print_answer(tarv_add_place(atlas, f[1], f[2], atof(f[3]), atof(f[4]), 0), NULL);
   } else {
     printf("2 unknown question %s\n", f[0]);
   }
@@ -128,7 +106,7 @@ int main(int argc, char** argv) {
       if (next != NULL) *next++ = '\0';
     }
     if (status != TARV_OK) {
-      answer_error(status); /* the atlas would not open: every question says why */
+      print_answer(status, NULL); /* the atlas would not open: every question says why */
     } else {
       answer(atlas, fields, n);
     }

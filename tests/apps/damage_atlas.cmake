@@ -1,7 +1,7 @@
 # Copies what the damaged-atlas tests read from the default atlas into OUT and
-# damages one file the way files get damaged: cut short in transit, a length
-# field that claims more than the data holds, an unknown compression mode.
-#   cmake -DSOURCE=atlas -DOUT=dir -DKIND=cut-places|cut-usa|lying-length|unknown-mode|whole
+# cuts one file short, as a copy broken off in transit leaves it (but for
+# KIND whole).
+#   cmake -DSOURCE=atlas -DOUT=dir -DKIND=cut-places|cut-usa|whole
 #         -P damage_atlas.cmake
 file(REMOVE_RECURSE ${OUT})
 file(MAKE_DIRECTORY ${OUT})
@@ -16,21 +16,10 @@ function(cut file fraction)
   execute_process(COMMAND truncate -s ${size} ${OUT}/${file} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# Writes the byte (octal) at `offset` of the file in place.
-function(overwrite file offset octal)
-  execute_process(COMMAND printf "\\${octal}"
-                  COMMAND dd of=${OUT}/${file} bs=1 seek=${offset} conv=notrunc status=none
-                  COMMAND_ERROR_IS_FATAL ANY)
-endfunction()
-
 if(KIND STREQUAL "cut-places")
   cut(D.dao 50)
 elseif(KIND STREQUAL "cut-usa")
   cut(TTUSA.dao 33)
-elseif(KIND STREQUAL "lying-length")
-  overwrite(D.dao 12 377)  # the length field's third byte: megabytes more than the data
-elseif(KIND STREQUAL "unknown-mode")
-  overwrite(ttx.dao 8 102)  # "B" where "A" stands
 elseif(NOT KIND STREQUAL "whole")
   message(FATAL_ERROR "unknown KIND ${KIND}")
 endif()

@@ -7,8 +7,8 @@
 #include <random>
 
 #include "atlas/place_file_writer.h"
-#include "text/lz.h"
 #include "support/atlas_fixture.h"
+#include "text/lz.h"
 
 namespace tarv {
 namespace {
@@ -29,16 +29,12 @@ class NearestPlaceTest : public testing::AtlasFixture {
   }
 };
 
-TEST_F(NearestPlaceTest, ExactCoordinatesGiveThePlaceWithItsPosition) {
+// The line of the nearest place with its position; in range mode the best
+// line within the range, without position.
+TEST_F(NearestPlaceTest, LineOfTheNearestPlace) {
   EXPECT_EQ(Nearest("D", 13.0, 52.0), "Berlin" + std::string(22, ' ') + "\t13\t52\t3\t1");
-}
-
-TEST_F(NearestPlaceTest, RangeModeGivesTheBestLineWithoutPosition) {
   EXPECT_EQ(Nearest("D", 13.9, 51.1, 0.5), "Cottbus" + std::string(21, ' ') + "\t14\t51\t1");
   EXPECT_EQ(Nearest("D", 10.0, 45.0, 0.5), "");
-}
-
-TEST_F(NearestPlaceTest, UnknownCountryFindsNothing) {
   EXPECT_EQ(Nearest("Xanadu", 13, 52), "");
 }
 

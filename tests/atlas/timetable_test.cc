@@ -50,13 +50,6 @@ class TimetableTest : public testing::AtlasFixture {
   std::int16_t met_s_ = 0;
 };
 
-TEST(TimetableConstants, SerialsOfTheirDates) {
-  EXPECT_EQ(kSerial1700, SerialOfDate(1700, 1, 1));
-  EXPECT_EQ(kSerial1999, SerialOfDate(1999, 1, 1));
-  EXPECT_EQ(kSerial2000, SerialOfDate(2000, 1, 1));
-  EXPECT_EQ(kSmallestSerial, SerialOfDate(100, 1, 1));
-}
-
 TEST_F(TimetableTest, BlockOfACountrySectionAfterThe1700Entry) {
   const auto entries = Read(58, 2);
   ASSERT_EQ(entries.size(), 2U);
@@ -65,9 +58,7 @@ TEST_F(TimetableTest, BlockOfACountrySectionAfterThe1700Entry) {
   EXPECT_EQ(Read(58, 1).size(), 10U);
   EXPECT_EQ(Read(200, 1, kSerial2000, true).size(), 2U);  // the US file
   EXPECT_EQ(Read(200, 1).size(), 1U);                     // not in ttx.dao
-}
-
-TEST_F(TimetableTest, AbsentOrEmptyBlockGivesOnlyThe1700Entry) {
+  // An empty or absent block, or a country without a section: 1700 only.
   EXPECT_EQ(Read(58, 3).size(), 1U);
   EXPECT_EQ(Read(58, 9).size(), 1U);
   EXPECT_EQ(Read(77, 1).size(), 1U);
@@ -80,113 +71,177 @@ TEST_F(TimetableTest, ReferenceDatesAroundTheEndsOfTheFiles) {
   EXPECT_EQ(Read_Cp_TimeTable("", 58, kSerial2000, 1, entries, false), 10);
   EXPECT_EQ(Read_Cp_TimeTable("", 58, kSmallestSerial - 1, 1, entries, false), 1);
   EXPECT_EQ(entries, (std::vector<TimetableRecord>{{kSerial1700, 0}}));
+  EXPECT_EQ(Read_Cp_TimeTable("", 0, kSerial2000, 1, entries, false), 0);  // no country
+  EXPECT_EQ(Read_Cp_TimeTable("", 1, kSerial2000, 1, entries, false), 1);  // none of the file
 }
 
-TEST_F(TimetableTest, CodesForTheLastThreeZones) {
-  WriteTimetables("ttx.dao", {{58, {{{1.0, 138}, {2.0, 139}, {3.0, 140}, {4.0, 137}}}}});
+TEST_F(TimetableTest, CodesForTheLastThreeZonesAndFranceAfter1975) {
+  WriteTimetables("ttx.dao", {{58, {{{1.0, 138}, {2.0, 139}, {3.0, 140}, {4.0, 137}}}},
+                              {40, {{{At(1975, 5, 10, 2), met_}, {At(1976, 5, 10, 2), met_}}}}});
   const auto entries = Read(58, 1);
   ASSERT_EQ(entries.size(), 5U);
   EXPECT_EQ(entries[1].Zone, 284);
   EXPECT_EQ(entries[2].Zone, 285);
   EXPECT_EQ(entries[3].Zone, 286);
   EXPECT_EQ(entries[4].Zone, 137);
+  // France's May entries after 1975 lie four months later.
+  const auto france = Read(40, 1);
+  EXPECT_EQ(france[1].Datum, At(1975, 5, 10, 2));
+  EXPECT_EQ(france[2].Datum, At(1976, 9, 10, 2));
 }
 
-TEST_F(TimetableTest, FranceMovesMayEntriesAfter1975FourMonthsLater) {
-  WriteTimetables("ttx.dao", {{40, {{{At(1975, 5, 10, 2), met_}, {At(1976, 5, 10, 2), met_}}}}});
-  const auto entries = Read(40, 1);
-  EXPECT_EQ(entries[1].Datum, At(1975, 5, 10, 2));
-  EXPECT_EQ(entries[2].Datum, At(1976, 9, 10, 2));
-}
-
-TEST_F(TimetableTest, ZonesOutsideTheTableAreAnError) {
-  WriteTimetables("ttx.dao", {{58, {{{1.0, 500}}}}});
-  EXPECT_NE(MalformedFileOf([&] {
-              Read(58, 1);
-            }).find("country 58, timetable 1, entry 2: zone 500 is not in the zone table"),
-            std::string::npos);
-}
-
-TEST_F(TimetableTest, HostileFilesDoNotCrash) {
-  folder_.Write("ttx.dao", CompressSzdd(std::string(103, '\x7F')));  // no markers, partial record
-  EXPECT_NE(MalformedFileOf([&] { EXPECT_EQ(Read(58, 1).size(), 1U); }), "");
-  std::string section_only;
-  AppendFloat64(section_only, -kSectionMarkerStep * 58);
-  AppendInt16(section_only, 0);
-  AppendFloat64(section_only, -kBlockMarkerStep);
-  AppendInt16(section_only, 0);
-  for (int i = 0; i < 50; ++i) {
-    AppendFloat64(section_only, i % 2 ? std::numeric_limits<double>::quiet_NaN() : 1e300);
-    AppendInt16(section_only, static_cast<std::int16_t>(met_));
-  }
-  folder_.Write("ttx.dao", CompressSzdd(section_only));  // a section that never ends, of no dates
-  EXPECT_EQ(MalformedFileOf([&] { Read(58, 1); }),
-            folder_.str() + "\\ttx.dao: country 58, timetable 1, entry 2: " +
-                std::to_string(1e300) + " is not a date");
-  EXPECT_NE(MalformedFileOf([&] { ZoneAt("D", 1, At(1950, 1, 1)); }), "");
-}
-
-TEST_F(TimetableTest, DamagedStructureIsAFaultNotLocalMeanTime) {
-  const std::string good = EncodeTimetableFile({{58, {{{At(1900, 1, 1), met_}}}}});
-  auto fault_of = [&](const std::string& bytes) {
-    folder_.Write("ttx.dao", CompressSzdd(bytes));
-    return MalformedFileOf([&] { Read(58, 1); });
-  };
-  EXPECT_NE(fault_of("").find("ttx.dao: holds no timetables"), std::string::npos);
-  EXPECT_NE(fault_of(good + "x").find("1 bytes after the last whole record"), std::string::npos);
-  std::string marker;
-  AppendFloat64(marker, -1e300);  // beyond any country number
-  AppendInt16(marker, 0);
-  EXPECT_NE(fault_of(marker + good).find("record 1: "), std::string::npos);
-  EXPECT_NE(fault_of(good.substr(10)).find("does not begin with a country's section"),
-            std::string::npos);
-  EXPECT_NE(fault_of(good + good).find("a second section of country 58"), std::string::npos);
-  // Germany has timetables: a file without its section is another file.
-  EXPECT_NE(fault_of(EncodeTimetableFile({{40, {{}}}})).find("no section of country 58"),
-            std::string::npos);
-  EXPECT_EQ(fault_of(good), "");
-  // The builder always compresses it: a plain one is not the atlas's.
-  folder_.Write("ttx.dao", good);
-  ClearAtlasFault();
-  Read(58, 1);
-  EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\ttx.dao");
-  EXPECT_EQ(LastAtlasFault().Code, LZERROR_READ);
-}
-
-TEST_F(TimetableTest, EntriesTheHostsDateTypeCannotHoldAreAnError) {
-  // Such an entry would be compared as a date and quietly decide the zone.
+// A timetable file that breaks its format is a fault naming the file and
+// the entry, never a history of local mean time: every lookup fails.
+TEST_F(TimetableTest, FormatFaultsNameTheFileAndTheEntry) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  for (const double bad : {nan, 1.7e13, kLargestSerial, kSmallestSerial - 1}) {
-    WriteTimetables("ttx.dao",
-                    {{58, {{}, {{At(1893, 4, 1), met_}, {At(1950, 1, 1), met_}, {bad, met_s_}}}}});
-    EXPECT_NE(MalformedFileOf([&] { ZoneName("D", 2, At(1997, 7, 1)); }), "") << bad;
-    EXPECT_NE(MalformedFileOf([&] { GetDaylightSavingDate("D", 2, 2005, 0); }), "") << bad;
-    EXPECT_EQ(MalformedFileOf([&] { Read(58, 2); }).substr(0, folder_.str().size() + 44),
-              folder_.str() + "\\ttx.dao: country 58, timetable 2, entry 4: ")
-        << bad;
+  const std::string good = EncodeTimetableFile({{58, {{{At(1900, 1, 1), met_}}}}});
+  std::string marker;  // beyond any country number
+  AppendFloat64(marker, -1e300);
+  AppendInt16(marker, 0);
+  // Entries the host's date type cannot hold would be compared as dates.
+  const auto ending_with = [&](double bad) {
+    return EncodeTimetableFile(
+        {{58, {{{At(1893, 4, 1), met_}, {At(1950, 1, 1), met_}, {bad, met_s_}}}}});
+  };
+  const std::string entry = "country 58, timetable 1, entry ";
+  const std::pair<std::string, std::string> cases[] = {
+      {"", "holds no timetables"},
+      {good + "x", "1 bytes after the last whole record"},
+      {marker + good, "record 1: "},
+      {good.substr(10), "does not begin with a country's section"},
+      {good + good, "record 4: a second section of country 58"},
+      // Germany has timetables: a file without its section is another file.
+      {EncodeTimetableFile({{40, {{}}}}), "holds no section of country 58"},
+      {EncodeTimetableFile({{58, {{{1.0, 500}}}}}), entry + "2: zone 500 is not in the zone table"},
+      {ending_with(nan), entry + "4: "},
+      {ending_with(1.7e13), entry + "4: " + std::to_string(1.7e13) + " is not a date"},
+      {ending_with(kLargestSerial), entry + "4: "},
+      {ending_with(kSmallestSerial - 1), entry + "4: "}};
+  for (const auto& [bytes, why] : cases) {
+    SCOPED_TRACE(why);
+    folder_.Write("ttx.dao", CompressSzdd(bytes));
+    std::int32_t error = 0;
+    EXPECT_EQ(MalformedFileOf([&] {
+                std::vector<TimetableRecord> entries;
+                Read_Cp_TimeTable("", 58, kSerial2000, 1, entries, false, "", &error);
+              }).rfind(folder_.str() + "\\ttx.dao: " + why, 0),
+              0U);
+    EXPECT_EQ(error, LZERROR_BADVALUE);
+    EXPECT_NE(MalformedFileOf([&] { Read(58, 1); }), "");
+    EXPECT_NE(MalformedFileOf([&] { EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "none"); }), "");
+    EXPECT_NE(MalformedFileOf([&] { EXPECT_EQ(GetDaylightSavingDate("D", 1, 2005, 0), 0.0); }), "");
   }
   // The ends of the range are dates; so is a date of 1700 or before.
   WriteTimetables("ttx.dao", {{58, {{{kSmallestSerial, met_}, {kLargestSerial - 0.5, met_}}}}});
   EXPECT_EQ(Read(58, 1).size(), 3U);
 }
 
-TEST_F(TimetableTest, ZoneBefore2000ComesFromTheHistory) {
-  EXPECT_EQ(ZoneName("D", 1, At(1850, 1, 1)), "LMT");
-  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");
-  EXPECT_EQ(ZoneName("D", 1, At(1997, 3, 30, 1, 59)), "MET");
-  EXPECT_EQ(ZoneName("D", 1, At(1997, 3, 30, 2)), "MET/S");
-  EXPECT_EQ(ZoneName("D", 2, At(1997, 7, 1)), "MET");
-  EXPECT_EQ(ZoneName("D", 3, At(1997, 7, 1)), "LMT");  // the block is empty
+// A timetable file that cannot be expanded, or a plain one (the builder
+// always compresses it), fails every reader naming it; the USA's file is
+// another file.
+TEST_F(TimetableTest, AnUnreadableFileFailsEveryReaderNamingIt) {
+  const std::string whole = folder_.Read("ttx.dao");
+  for (const std::string& bytes : {whole.substr(0, whole.size() - 3),
+                                   EncodeTimetableFile({{58, {{{At(1900, 1, 1), met_}}}}})}) {
+    folder_.Write("ttx.dao", bytes);
+    messages_.clear();
+    ClearAtlasFault();
+    std::vector<TimetableRecord> entries;
+    std::int32_t error = 0;
+    EXPECT_EQ(Read_Cp_TimeTable("", 58, kSerial2000, 1, entries, false, "", &error), 1);
+    EXPECT_EQ(error, LZERROR_READ);
+    EXPECT_TRUE(messages_.empty());  // the interfaces tell the fault
+    EXPECT_EQ(LastAtlasFaultReader(), "Read_Cp_TimeTable");
+    EXPECT_EQ(LastAtlasFault().Reason, "corrupt compressed file format");
+    EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\ttx.dao");
+    EXPECT_EQ(LastAtlasFault().Code, LZERROR_READ);
+    EXPECT_EQ(Read(58, 1).size(), 1U);
+    EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "none");
+    EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "none");
+    // A country without timetables reads block 1 of its section, else takes
+    // its base zone: with the file unreadable it has neither.
+    EXPECT_EQ(ZoneName("A", 0, At(1997, 7, 1)), "none");
+    EXPECT_EQ(GetRightTimeZone("D", 1), "");
+    EXPECT_EQ(GetDaylightSavingDate("D", 1, 2005, 0), 0.0);
+    EXPECT_EQ(ZoneName("USCA", 1, At(1950, 1, 1)), "PST");
+  }
 }
 
-TEST_F(TimetableTest, ZoneAfter2000UsesTheRuleOfTheLastYears) {
-  EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "MET/S");
-  EXPECT_EQ(ZoneName("D", 1, At(2005, 1, 15)), "MET");
-  EXPECT_EQ(ZoneName("D", 1, At(2005, 3, 27, 1, 59)), "MET");
-  EXPECT_EQ(ZoneName("D", 1, At(2005, 3, 27, 2)), "MET/S");
-  EXPECT_EQ(ZoneName("D", 1, At(2005, 10, 30, 2, 59)), "MET/S");
-  EXPECT_EQ(ZoneName("D", 1, At(2005, 10, 30, 3)), "MET");
-  EXPECT_EQ(ZoneName("D", 2, At(2005, 7, 1)), "MET");  // no summer time in its last years
+TEST_F(TimetableTest, FaultOfOneCallIsNotKeptForTheNext) {
+  const std::string whole = CompressSzdd(EncodeTimetableFile(
+      {{3, {{{At(1911, 3, 11), Zone("GMT")}}}}, {58, {CentralEuropeanHistory(met_, met_s_)}}}));
+  folder_.Write("ttx.dao", whole.substr(0, 20));
+  {
+    WatchedFolder user(folder_.str() + "\\USER", NativePath);
+    const StatScope one_call(user);
+    const FaultScope fault;
+    for (int i = 0; i < 3; ++i)
+      EXPECT_EQ(ZoneName("D", static_cast<std::int16_t>(i + 1), At(1997, 7, 1)), "none");
+    EXPECT_EQ(LastAtlasFault().Code, LZERROR_READ);
+  }
+  folder_.Write("ttx.dao", whole);
+  ForgetExpandedImage(folder_.str() + "\\ttx.dao");
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");
+}
+
+TEST_F(TimetableTest, UnreadableRulesFileIsAnError) {
+  folder_.Write(
+      kDstRulesFile,
+      CompressSzdd(DstRules::Format({{58, 1, 2000, 2037, DstRule::None()}})).substr(0, 20));
+  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");  // the history does not need it
+  EXPECT_NE(MalformedFileOf([&] { ZoneAt("D", 1, At(2005, 7, 1)); }).find(kDstRulesFile),
+            std::string::npos);
+}
+
+TEST_F(TimetableTest, ZoneOfATimetableAtALocalDate) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const struct {
+    const char* code;
+    std::int16_t timetable;
+    double date;
+    const char* zone;
+  } cases[] = {// Before 2000 the history decides.
+               {"D", 1, At(1850, 1, 1), "LMT"},
+               {"D", 1, At(1997, 7, 1), "MET/S"},
+               {"D", 1, At(1997, 3, 30, 1, 59), "MET"},
+               {"D", 1, At(1997, 3, 30, 2), "MET/S"},
+               {"D", 2, At(1997, 7, 1), "MET"},
+               {"D", 3, At(1997, 7, 1), "LMT"},  // the block is empty
+                                                 // After it the rule of the last years.
+               {"D", 1, At(2005, 7, 1), "MET/S"},
+               {"D", 1, At(2005, 1, 15), "MET"},
+               {"D", 1, At(2005, 3, 27, 1, 59), "MET"},
+               {"D", 1, At(2005, 3, 27, 2), "MET/S"},
+               {"D", 1, At(2005, 10, 30, 2, 59), "MET/S"},
+               {"D", 1, At(2005, 10, 30, 3), "MET"},
+               {"D", 2, At(2005, 7, 1), "MET"},  // no summer time in its last years
+               {"D", 1, 1e300, "MET"},           // far future: the rule of the last years
+               {"D", 1, -1e300, "LMT"},
+               // Countries without timetables: block 1 of their section, else the
+               // base zone (MEZ).
+               {"DZ", 0, At(1950, 1, 1), "GMT"},
+               {"DZ", 0, At(1900, 1, 1), "LMT"},
+               {"A", 0, At(1850, 1, 1), "MET"},
+               {"A", 0, At(2020, 7, 1), "MET"},
+               // Unknown countries, groups and no dates.
+               {"Xanadu", 1, At(1950, 1, 1), "none"},
+               {"ATL", 1, At(1950, 1, 1), "none"},
+               {"D", 1, nan, "none"},
+               {"D", 1, std::numeric_limits<double>::infinity(), "none"}};
+  for (const auto& c : cases)
+    EXPECT_EQ(ZoneName(c.code, c.timetable, c.date), c.zone)
+        << c.code << c.timetable << " " << c.date;
+  EXPECT_EQ(GetRightTimeZone("A", 0), "MEZ");
+  EXPECT_EQ(GetRightTimeZone("D", 1), "MET");
+}
+
+TEST_F(TimetableTest, ALaterReturnToLocalMeanTimeIsLocalMeanTime) {
+  WriteTimetables(
+      "ttx.dao",
+      {{58, {{{At(1905, 1, 1), Zone("GMT")}, {At(1908, 7, 1), 0}, {At(1914, 1, 1), met_}}}}});
+  EXPECT_EQ(ZoneName("D", 1, At(1906, 1, 1)), "GMT");
+  EXPECT_EQ(ZoneName("D", 1, At(1910, 1, 1)), "LMT");
+  EXPECT_EQ(ZoneName("D", 1, At(1915, 1, 1)), "MET");
 }
 
 TEST_F(TimetableTest, RulesFileDecidesLaterYears) {
@@ -231,24 +286,6 @@ TEST_F(TimetableTest, ChangesAfter1999DecideUntil2037ThenTheRules) {
   EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "MET/S");
 }
 
-TEST_F(TimetableTest, ALaterReturnToLocalMeanTimeIsLocalMeanTime) {
-  WriteTimetables(
-      "ttx.dao",
-      {{58, {{{At(1905, 1, 1), Zone("GMT")}, {At(1908, 7, 1), 0}, {At(1914, 1, 1), met_}}}}});
-  EXPECT_EQ(ZoneName("D", 1, At(1906, 1, 1)), "GMT");
-  EXPECT_EQ(ZoneName("D", 1, At(1910, 1, 1)), "LMT");
-  EXPECT_EQ(ZoneName("D", 1, At(1915, 1, 1)), "MET");
-}
-
-TEST_F(TimetableTest, DefaultHistoryOfACountryWithoutTimetables) {
-  EXPECT_EQ(ZoneName("DZ", 0, At(1950, 1, 1)), "GMT");  // block 1 of its section
-  EXPECT_EQ(ZoneName("DZ", 0, At(1900, 1, 1)), "LMT");
-  EXPECT_EQ(ZoneName("A", 0, At(1850, 1, 1)), "MET");  // no section: the base zone (MEZ)
-  EXPECT_EQ(ZoneName("A", 0, At(2020, 7, 1)), "MET");
-  EXPECT_EQ(GetRightTimeZone("A", 0), "MEZ");
-  EXPECT_EQ(GetRightTimeZone("D", 1), "MET");
-}
-
 TEST_F(TimetableTest, ZonesFollowATimetableFileRewrittenOnDisk) {
   // Dated back as in an installed atlas, so that its image is kept.
   const auto install = [this] {
@@ -263,90 +300,6 @@ TEST_F(TimetableTest, ZonesFollowATimetableFileRewrittenOnDisk) {
   install();
   EXPECT_EQ(GetRightTimeZone("D", 2), "GMT");
   EXPECT_EQ(ZoneName("D", 2, At(1997, 7, 1)), "GMT");
-}
-
-// ---------------------------------------------------------------------------
-// A timetable file that cannot be read is never a history of local mean time.
-
-class DamagedTimetableTest : public TimetableTest {
- protected:
-  // Expects the timetable file to fail every reader with `code`.
-  void ExpectUnreadable(std::int32_t code) {
-    std::vector<TimetableRecord> entries;
-    std::int32_t error = 0;
-    EXPECT_EQ(Read_Cp_TimeTable("", 58, kSerial2000, 1, entries, false, "", &error), 1);
-    EXPECT_EQ(error, code);
-    EXPECT_TRUE(messages_.empty());  // the interfaces tell the fault
-    EXPECT_EQ(LastAtlasFaultReader(), "Read_Cp_TimeTable");
-    EXPECT_EQ(LastAtlasFault().Reason, LZERROR_Msg(code, ""));
-    EXPECT_EQ(LastAtlasFault().File, folder_.str() + "\\ttx.dao");
-    EXPECT_EQ(LastAtlasFault().Code, code);
-    EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "none");
-    EXPECT_EQ(ZoneName("D", 1, At(2005, 7, 1)), "none");
-    // A country without timetables reads block 1 of its section, else takes
-    // its base zone: with the file unreadable it has neither.
-    EXPECT_EQ(ZoneName("A", 0, At(1997, 7, 1)), "none");
-    EXPECT_EQ(GetRightTimeZone("D", 1), "");
-    EXPECT_EQ(GetDaylightSavingDate("D", 1, 2005, 0), 0.0);
-    // The USA's file is another file.
-    EXPECT_EQ(ZoneName("USCA", 1, At(1950, 1, 1)), "PST");
-  }
-  std::string Compressed() {
-    return CompressSzdd(EncodeTimetableFile(
-        {{3, {{{At(1911, 3, 11), Zone("GMT")}}}}, {58, {CentralEuropeanHistory(met_, met_s_)}}}));
-  }
-};
-
-TEST_F(DamagedTimetableTest, TruncatedLyingOrOfAnUnknownMode) {
-  const std::string whole = Compressed();
-  std::string lying = whole;
-  lying[12] = '\x01';  // 65,536 bytes more than the data holds
-  std::string other = whole;
-  other[8] = 'B';
-  const std::pair<std::string, std::int32_t> cases[] = {
-      {whole.substr(0, whole.size() - 3), LZERROR_READ},
-      {lying, LZERROR_READ},
-      {other, LZERROR_UNKNOWNALG}};
-  for (const auto& [bytes, code] : cases) {
-    messages_.clear();
-    ClearAtlasFault();
-    folder_.Write("ttx.dao", bytes);
-    ExpectUnreadable(code);
-  }
-}
-
-TEST_F(DamagedTimetableTest, FaultOfOneCallIsNotKeptForTheNext) {
-  const std::string whole = Compressed();
-  folder_.Write("ttx.dao", whole.substr(0, 20));
-  {
-    WatchedFolder user(folder_.str() + "\\USER", NativePath);
-    const StatScope one_call(user);
-    const FaultScope fault;
-    for (int i = 0; i < 3; ++i)
-      EXPECT_EQ(ZoneName("D", static_cast<std::int16_t>(i + 1), At(1997, 7, 1)), "none");
-    EXPECT_EQ(LastAtlasFault().Code, LZERROR_READ);
-  }
-  folder_.Write("ttx.dao", whole);
-  ForgetExpandedImage(folder_.str() + "\\ttx.dao");
-  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");
-}
-
-TEST_F(DamagedTimetableTest, UnreadableRulesFileIsAnError) {
-  folder_.Write(
-      kDstRulesFile,
-      CompressSzdd(DstRules::Format({{58, 1, 2000, 2037, DstRule::None()}})).substr(0, 20));
-  EXPECT_EQ(ZoneName("D", 1, At(1997, 7, 1)), "MET/S");  // the history does not need it
-  EXPECT_NE(MalformedFileOf([&] { ZoneAt("D", 1, At(2005, 7, 1)); }).find(kDstRulesFile),
-            std::string::npos);
-}
-
-TEST_F(TimetableTest, UnknownCountriesGroupsAndOddDatesHaveNoZone) {
-  EXPECT_EQ(ZoneName("Xanadu", 1, At(1950, 1, 1)), "none");
-  EXPECT_EQ(ZoneName("ATL", 1, At(1950, 1, 1)), "none");  // a group line
-  EXPECT_EQ(ZoneName("D", 1, std::numeric_limits<double>::quiet_NaN()), "none");
-  EXPECT_EQ(ZoneName("D", 1, std::numeric_limits<double>::infinity()), "none");
-  EXPECT_EQ(ZoneName("D", 1, 1e300), "MET");  // far future: the rule of the last years
-  EXPECT_EQ(ZoneName("D", 1, -1e300), "LMT");
 }
 
 }  // namespace

@@ -42,92 +42,79 @@ class UserPlacesTest : public testing::AtlasFixture {
   std::string UserFile() { return folder_.Read("USER/D.dao"); }
 };
 
-TEST_F(UserPlacesTest, FirstPlaceCreatesTheFolderFileAndIndex) {
-  std::int32_t number = 0;
-  EXPECT_EQ(Add("Adorf", &number), -1);
-  EXPECT_EQ(number, -1);
-  EXPECT_EQ(UserFile().size(), kPlaceRecordSize);
-  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("A\x01\x00\x00\x00", 5));
-  EXPECT_EQ(SearchandStorePlaces("D", "Adorf"), 1);
-  EXPECT_EQ(FoundPlaces()[0].RecordNo, -1);
-}
-
 TEST_F(UserPlacesTest, RecordsStaySortedAndIndexedByFirstCharacter) {
   std::int32_t number = 0;
-  Add("Zell");
+  EXPECT_EQ(Add("Zell", &number), -1);  // creates the folder, the file and the index
+  EXPECT_EQ(number, -1);
+  EXPECT_EQ(UserFile().size(), kPlaceRecordSize);
+  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("Z\x01\x00\x00\x00", 5));
   Add("Bonn");
   Add("Aalen", &number);
   EXPECT_EQ(number, -1);
   Add("Bad Tölz");
   EXPECT_EQ(UserFile().substr(0, 5), "Aalen");
   EXPECT_EQ(UserFile().substr(38, 3), "Bad");
-  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("A\x01\x00\x00\x00"
-                                                    "B\x02\x00\x00\x00"
-                                                    "Z\x04\x00\x00\x00",
-                                                    15));
-}
-
-TEST_F(UserPlacesTest, ExistingNameChangesNothingAndStillSucceeds) {
-  Add("Adorf");
+  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("A\1\0\0\0B\2\0\0\0Z\4\0\0\0", 15));
+  ASSERT_EQ(SearchandStorePlaces("D", "Aalen"), 1);
+  EXPECT_EQ(FoundPlaces()[0].RecordNo, -1);
+  // An existing name, in any case, changes nothing and still succeeds.
   const std::string before = UserFile();
-  EXPECT_EQ(Add("ADORF"), -1);
+  EXPECT_EQ(Add("AALEN"), -1);
   EXPECT_EQ(UserFile(), before);
 }
 
-TEST_F(UserPlacesTest, BadNamesAreRefusedOrCleaned) {
-  EXPECT_EQ(Add(""), 0);
-  EXPECT_EQ(Add("   "), 0);
-  EXPECT_EQ(Add("@Hidden"), 0);
-  std::int32_t unused = 0;
-  EXPECT_EQ(AddCity(UserPlace{4711, Place("Nowhere", 0, 0)}, unused), 0);
+// Control characters become blanks, for deleting as for adding; a name
+// too long is cut to the field.
+TEST_F(UserPlacesTest, NamesAreCleanedAlikeForAddingAndDeleting) {
+  EXPECT_EQ(Add("Bonn"), -1);
   EXPECT_EQ(Add("Tab\tName\r\n"), -1);
   EXPECT_EQ(Add(std::string(200, 'x')), -1);
   const std::string file = UserFile();
-  ASSERT_EQ(file.size() % kPlaceRecordSize, 0U);
-  EXPECT_NE(file.find("Tab Name"), std::string::npos);
+  ASSERT_EQ(file.size(), 3 * kPlaceRecordSize);
+  EXPECT_EQ(file.substr(38, 8), "Tab Name");
   EXPECT_EQ(file.find('\t'), std::string::npos);
   EXPECT_NE(file.find(std::string(28, 'x')), std::string::npos);
-}
-
-TEST_F(UserPlacesTest, ContinentsAndGroupsTakeNoPlaces) {
-  // The six records closing the table have no file that any search reads.
-  const auto& table = CurrentAtlas().countries;
-  for (std::size_t k = table.size() - kContinentRecords; k < table.size(); ++k) {
-    std::int32_t unused = 0;
-    EXPECT_EQ(AddCity(UserPlace{table[k].CountryId, Place("Kontinentort", 10, 50)}, unused), 0)
-        << table[k].CountryShort;
-  }
-  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
-  // The group lines before them are read like countries ("ATL").
-  std::int32_t number = 0;
-  EXPECT_EQ(AddCity(UserPlace{904, Place("Inselort", -20, 40)}, number), -1);
-  EXPECT_EQ(SearchandStorePlaces("ATL", "Inselort"), 1);
-}
-
-TEST_F(UserPlacesTest, DeleteCleansTheNameAsAddDoes) {
-  Add("Bonn");
-  Add("Tab\tName");  // stored as "Tab Name"
   EXPECT_EQ(Delete_City(UserPlace{58, Place("Tab\tName\r\n", 0, 0)}), -1);
   EXPECT_EQ(UserFile().substr(38, 9), "@Tab Name");
   EXPECT_EQ(Delete_City(UserPlace{58, Place("  bonn", 0, 0)}), -1);
   EXPECT_EQ(UserFile().substr(0, 5), "@Bonn");
 }
 
-TEST_F(UserPlacesTest, NameStartingLikeACompressedFileIsRefused) {
-  // Sorted first, it would make the plain user file read as SZDD data and
-  // hide every user place of the country.
+TEST_F(UserPlacesTest, NamesAndCountriesThatCannotTakeAPlaceAreRefused) {
+  // A name sorted first that begins with the SZDD mark would make the plain
+  // user file read as compressed and hide every user place of the country;
+  // one with a character the code page could not take could never be found.
   const std::string magic("SZDD\x88\xF0\x27\x33", 8);
-  EXPECT_EQ(Add(magic + "dorf"), 0);
-  EXPECT_EQ(Add("  " + magic), 0);
-  EXPECT_EQ(Add("Zell"), -1);
-  EXPECT_EQ(SearchandStorePlaces("D", "Zell"), 1);
+  for (const std::string& name :
+       {std::string(), std::string("   "), std::string("@Hidden"), magic + "dorf", "  " + magic,
+        "Berlin" + std::string(1, kUnmappable)}) {
+    EXPECT_EQ(Add(name), 0) << name;
+  }
+  std::int32_t unused = 0;
+  EXPECT_EQ(AddCity(UserPlace{4711, Place("Nowhere", 0, 0)}, unused), 0);
+  // The six records closing the table have no file that any search reads.
+  const auto& table = CurrentAtlas().countries;
+  for (std::size_t k = table.size() - kContinentRecords; k < table.size(); ++k) {
+    EXPECT_EQ(AddCity(UserPlace{table[k].CountryId, Place("Kontinentort", 10, 50)}, unused), 0)
+        << table[k].CountryShort;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
   EXPECT_EQ(Add("SZDD"), -1);  // only the whole mark is refused
+  EXPECT_EQ(SearchandStorePlaces("D", "SZDD"), 1);
+  // The group lines before them are read like countries ("ATL").
+  EXPECT_EQ(AddCity(UserPlace{904, Place("Inselort", -20, 40)}, unused), -1);
+  EXPECT_EQ(SearchandStorePlaces("ATL", "Inselort"), 1);
 }
 
-TEST_F(UserPlacesTest, DeleteMarksTheRecordAndKeepsTheLength) {
+TEST_F(UserPlacesTest, DeleteMarksOnlyAUserRecordAndKeepsTheLength) {
+  EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);  // a database place
+  EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 1);
   Add("Adorf");
   Add("Bonn");
-  const auto length = UserFile().size();
+  const std::string before = UserFile();
+  EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);
+  EXPECT_EQ(UserFile(), before);
+  const auto length = before.size();
   EXPECT_EQ(Delete_City(UserPlace{58, Place("adorf", 0, 0)}), -1);
   EXPECT_EQ(UserFile().size(), length);
   EXPECT_EQ(UserFile().substr(0, 6), "@Adorf");
@@ -147,57 +134,37 @@ TEST_F(UserPlacesTest, DeleteMarksTheRecordAndKeepsTheLength) {
   EXPECT_EQ(UserFile().find(name), std::string::npos);
 }
 
-TEST_F(UserPlacesTest, OnlyUserPlacesCanBeDeleted) {
-  EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);
-  EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 1);
-  Add("Adorf");
-  const std::string before = UserFile();
-  EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);
-  EXPECT_EQ(UserFile(), before);
-}
-
 // The user index keeps a name's own first character as its entry letter, so
 // a place beginning with an accented capital has a run of its own ("Ö"
-// beside "O"); every run that folds to the searched letter is read.
-TEST_F(UserPlacesTest, NamesBeginningWithAnAccentedCapitalAreFoundByName) {
-  const std::vector<std::string> names = {"Ölberg", "Überlingen-Nord", "Ärmelkanal", "Éze"};
+// beside "O", where the "O" run ends with the first record of the "Ö" run)
+// and small initials sort apart from the capitals: every run that folds to
+// the searched letter is read, each record once.
+TEST_F(UserPlacesTest, EveryRunOfALetterIsReadAndEachRecordOnce) {
+  Add("Oberhausen");
+  Add(AnsiFromUtf8("Ölberg"));
+  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("O\1\0\0\0\326\2\0\0\0", 10));
+  PlaceList list;
+  Read_Cp_Indexed_City(PlaceFile("D"), "O*", list, 1);
+  EXPECT_THAT(testing::Names(list), ElementsAre("Oberhausen", AnsiFromUtf8("Ölberg")));
+  const std::vector<std::string> names = {"Überlingen-Nord", "Ärmelkanal", "Éze", "olpe"};
   for (const auto& name : names)
     ASSERT_EQ(Add(AnsiFromUtf8(name)), -1);
-  Add("Oberhausen");
   Add("Ulm");
+  Add("Zell");
   for (const auto& name : names) {
     ASSERT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(name)), 1) << name;
     EXPECT_EQ(FoundPlaces()[0].Place.TrimmedName(), AnsiFromUtf8(name));
     EXPECT_LT(FoundPlaces()[0].RecordNo, 0);
   }
-  // Typed without its accent, in small letters, or as a beginning.
-  for (const std::string text : {"Olberg", "ölberg*", "ölberg", "OLBERG", "Uberlingen Nord"}) {
-    EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(text)), 1) << text;
-  }
-  // Adding the name again in small letters is no new place.
-  EXPECT_EQ(Add(AnsiFromUtf8("ölberg")), -1);
-  EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8("Ölberg")), 1);
-}
-
-// Runs that touch (the "O" run ends with the first record of the "Ö" run)
-// give every record once, and small initials, which the byte order sorts
-// apart from the capitals, are read in their own runs.
-TEST_F(UserPlacesTest, EveryRunOfALetterIsReadAndEachRecordOnce) {
-  Add("Oberhausen");
-  Add(AnsiFromUtf8("Ölberg"));
-  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("O\x01\x00\x00\x00"
-                                                    "\xD6\x02\x00\x00\x00",
-                                                    10));
-  PlaceList list;
-  Read_Cp_Indexed_City(PlaceFile("D"), "O*", list, 1);
-  EXPECT_THAT(testing::Names(list), ElementsAre("Oberhausen", AnsiFromUtf8("Ölberg")));
-  Add("Zell");
-  Add("olpe");
-  ASSERT_EQ(SearchandStorePlaces("D", "Olpe"), 1);
-  EXPECT_EQ(FoundPlaces()[0].Place.TrimmedName(), "olpe");
   list = PlaceList{};
   Read_Cp_Indexed_City(PlaceFile("D"), "O*", list, 1);
   EXPECT_THAT(testing::Names(list), ElementsAre("Oberhausen", "olpe", AnsiFromUtf8("Ölberg")));
+  // Typed without its accent, in small letters, or as a beginning.
+  for (const std::string text : {"Olberg", "ölberg*", "ölberg", "OLBERG", "Uberlingen Nord"})
+    EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(text)), 1) << text;
+  // Adding the name again in small letters is no new place.
+  EXPECT_EQ(Add(AnsiFromUtf8("ölberg")), -1);
+  EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8("Ölberg")), 1);
 }
 
 // In another process: adds "P<i>" for i in [first, last) to the atlas in

@@ -72,6 +72,7 @@ TEST_F(WorldSearchTest, BeginningsPutOwnNamesFirstAndKeepTheLimit) {
   ASSERT_EQ(Search("Par*"), 5);
   EXPECT_THAT(Found(),
               ElementsAre("Paris (F)", "Perth (AUS)", "Paris (USCA)", "Parnac (F)", "Parisu (J)"));
+  EXPECT_EQ(Search("Par*", 1), 1);
   ASSERT_EQ(Search("Par*", 2), 2);
   EXPECT_THAT(Found(), ElementsAre("Paris (F)", "Perth (AUS)"));
   // A trailing "?" asks for the beginning too; other wildcards search each

@@ -11,32 +11,28 @@ namespace {
 
 using testing::TempFolder;
 
-TEST(AddBackslash, AddsOrRemovesOneTrailingBackslash) {
-  EXPECT_EQ(AddBackslash("C:\\", false), "C:");
-  EXPECT_EQ(AddBackslash("C:\\Atlas", true), "C:\\Atlas\\");
-  EXPECT_EQ(AddBackslash("C:\\Atlas\\", true), "C:\\Atlas\\");
-  EXPECT_EQ(AddBackslash("C:\\Atlas", false), "C:\\Atlas");
-  EXPECT_EQ(AddBackslash("", true), "\\");
-  EXPECT_EQ(AddBackslash("", false), "");
-}
-
-TEST(PathParts, FolderNameTitleAndExtension) {
-  EXPECT_EQ(GetFilePath("C:\\a\\b.txt"), "C:\\a\\");
-  EXPECT_EQ(GetFilePath("b.txt"), "b.txt");  // deliberately not an empty folder part
+TEST(PathParts, BackslashFolderNameTitleAndExtension) {
+  struct Case {
+    std::string got, want;
+  };
   std::string title, extension;
-  EXPECT_EQ(GetFileName("C:\\a\\a.b.txt", &title, &extension), "a.b.txt");
-  EXPECT_EQ(title, "a.b");
-  EXPECT_EQ(extension, "txt");
-  EXPECT_EQ(GetFileName("C:\\a\\README", &title, &extension), "README");
-  EXPECT_EQ(title, "README");
-  EXPECT_EQ(extension, "");
-  EXPECT_EQ(GetFileTitle("C:\\a\\D.dao"), "D");
-}
-
-TEST(PathParts, SetFileExtensionComposesFolderTitleAndExtension) {
-  EXPECT_EQ(SetFileExtension("C:\\Atlas\\USER\\D.dao", "IDX"), "C:\\Atlas\\USER\\D.IDX");
-  EXPECT_EQ(SetFileExtension("C:\\Atlas\\D.dao", ""), "C:\\Atlas\\D.");
-  EXPECT_EQ(SetFileExtension("D.dao", "IDX"), "D.daoD.IDX");  // kept as composed
+  const std::string name = GetFileName("C:\\a\\a.b.txt", &title, &extension);
+  const Case kCases[] = {
+      {AddBackslash("C:\\", false), "C:"},
+      {AddBackslash("C:\\Atlas", true), "C:\\Atlas\\"},
+      {AddBackslash("C:\\Atlas\\", true), "C:\\Atlas\\"},
+      {AddBackslash("", true), "\\"},
+      {GetFilePath("C:\\a\\b.txt"), "C:\\a\\"},
+      {GetFilePath("b.txt"), "b.txt"},  // deliberately not an empty folder part
+      {name + "|" + title + "|" + extension, "a.b.txt|a.b|txt"},
+      {GetFileName("C:\\a\\README", &title, &extension) + "|" + title + "|" + extension,
+       "README|README|"},
+      {GetFileTitle("C:\\a\\D.dao"), "D"},
+      {SetFileExtension("C:\\Atlas\\USER\\D.dao", "IDX"), "C:\\Atlas\\USER\\D.IDX"},
+      {SetFileExtension("C:\\Atlas\\D.dao", ""), "C:\\Atlas\\D."},
+      {SetFileExtension("D.dao", "IDX"), "D.daoD.IDX"},  // kept as composed
+  };
+  for (const Case& c : kCases) EXPECT_EQ(c.got, c.want);
 }
 
 TEST(FileExists, FilesQuotedOrPatternedButNeverFolders) {
@@ -51,7 +47,7 @@ TEST(FileExists, FilesQuotedOrPatternedButNeverFolders) {
   EXPECT_FALSE(FileExists("\"\""));
 }
 
-TEST(DeleteFile, PatternDeletesHiddenAndReadOnlyFilesToo) {
+TEST(DeleteFile, PatternDeletesHiddenAndReadOnlyFilesAMissingFileIsNoFault) {
   TempFolder dir;
   const auto hidden = dir.Write(".Cities.txt", "x");
   const auto read_only = dir.Write("Zones.txt", "x");
@@ -61,14 +57,9 @@ TEST(DeleteFile, PatternDeletesHiddenAndReadOnlyFilesToo) {
   EXPECT_FALSE(std::filesystem::exists(hidden));
   EXPECT_FALSE(std::filesystem::exists(read_only));
   EXPECT_TRUE(std::filesystem::exists(dir.path() / "keep.dat"));
-}
-
-TEST(DeleteFile, SingleFileAndMissingFile) {
-  TempFolder dir;
-  dir.Write("Cities.txt", "x");
-  EXPECT_TRUE(DeleteFile(dir.str() + "\\cities.txt", true));
-  EXPECT_TRUE(DeleteFile(dir.str() + "\\cities.txt", true));  // nothing left: true
-  EXPECT_FALSE(std::filesystem::exists(dir.path() / "Cities.txt"));
+  EXPECT_TRUE(DeleteFile(dir.str() + "\\KEEP.dat", true));
+  EXPECT_FALSE(std::filesystem::exists(dir.path() / "keep.dat"));
+  EXPECT_TRUE(DeleteFile(dir.str() + "\\keep.dat", true));  // nothing left: true
 }
 
 }  // namespace

@@ -62,11 +62,9 @@ TEST_F(TextExportTest, TwoExportsGiveTheSameFiles) {
   folder_.Write("Cities.txt", "X\tLine of an old export\r\n");
   ExportPlaces("");
   EXPECT_EQ(File("Cities.txt").find("old export"), std::string::npos);
-  const std::string first =
-      File("Cities.txt") + File("Countries.txt") + File("Zones.txt") + File("Timetable.txt");
+  const std::string first = AllFiles();
   ExportPlaces("");
-  EXPECT_EQ(File("Cities.txt") + File("Countries.txt") + File("Zones.txt") + File("Timetable.txt"),
-            first);
+  EXPECT_EQ(AllFiles(), first);
 }
 
 TEST_F(TextExportTest, CountriesZonesAndTimetablesKeepTheirLayout) {
@@ -140,48 +138,43 @@ TEST_F(TextExportTest, FullDiskFailsClearlyAndKeepsTheOldFiles) {
 #endif
 }
 
-// A place or timetable file the export cannot read stops it: leaving its
+// A file the export cannot read stops it, naming the file: leaving its
 // places or entries out would export a smaller atlas as if it were whole.
-TEST_F(TextExportTest, UnreadablePlaceFileStopsTheExportAndKeepsTheOldFiles) {
+// The old export stays as it was.
+TEST_F(TextExportTest, UnreadableFileStopsTheExportAndKeepsTheOldFiles) {
   ExportPlaces("");
   const std::string before = AllFiles();
-  const std::string whole = folder_.Read("D.dao");
-  for (const std::string& damaged :
-       {whole.substr(0, whole.size() - 1), whole.substr(0, 8) + "B" + whole.substr(9)}) {
-    folder_.Write("D.dao", damaged);
+  const std::string places = folder_.Read("D.dao");
+  const std::string user = folder_.Read("USER/D.dao");
+  const std::string timetables = folder_.Read("ttx.dao");
+  struct Case {
+    std::string file, bytes, problem;
+  };
+  const Case kCases[] = {
+      {"D.dao", places.substr(0, places.size() - 1), "corrupt compressed file format"},
+      {"D.dao", places.substr(0, 8) + "B" + places.substr(9), ""},
+      {"USER\\D.dao", CompressSzdd(user).substr(0, 20), ""},
+      {"ttx.dao", timetables.substr(0, timetables.size() - 2), "corrupt compressed file format"},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.file);
+    folder_.Write(c.file == "USER\\D.dao" ? "USER/D.dao" : c.file, c.bytes);
     try {
       ExportPlaces("");
-      ADD_FAILURE() << "exported without D.dao";
+      ADD_FAILURE() << "exported without " << c.file;
     } catch (const AtlasError& e) {
-      EXPECT_EQ(e.file(), folder_.str() + "\\D.dao");
+      EXPECT_EQ(e.file(), folder_.str() + "\\" + c.file);
+      if (!c.problem.empty()) {
+        EXPECT_EQ(e.problem(), c.problem);
+      }
     }
     EXPECT_EQ(AllFiles(), before);
     ExpectNoTemporaryFiles();
+    folder_.Write("D.dao", places);
+    folder_.Write("USER/D.dao", user);
+    folder_.Write("ttx.dao", timetables);
   }
-  folder_.Write("D.dao", whole);
-  folder_.Write("USER/D.dao", CompressSzdd(folder_.Read("USER/D.dao")).substr(0, 20));
-  EXPECT_THROW(ExportPlaces(""), AtlasError);
-  EXPECT_EQ(AllFiles(), before);
-}
-
-TEST_F(TextExportTest, UnreadableTimetableFileStopsTheExport) {
-  ExportPlaces("");
-  const std::string before = AllFiles();
-  const std::string whole = folder_.Read("ttx.dao");
-  folder_.Write("ttx.dao", whole.substr(0, whole.size() - 2));
-  try {
-    ExportPlaces("");
-    ADD_FAILURE() << "exported without the timetables";
-  } catch (const AtlasError& e) {
-    EXPECT_EQ(e.file(), folder_.str() + "\\ttx.dao");
-    EXPECT_EQ(e.problem(), "corrupt compressed file format");
-  }
-  EXPECT_EQ(AllFiles(), before);
-}
-
-TEST_F(TextExportTest, TimetableEntryThatIsNoDateStopsTheExport) {
-  ExportPlaces("");
-  const std::string before = AllFiles();
+  // An entry that is no date.
   WriteTimetables("ttx.dao", {{58,
                                {{{At(1893, 4, 1), Zone("MET")}},
                                 {{At(1900, 1, 1), Zone("MET")},
@@ -190,7 +183,6 @@ TEST_F(TextExportTest, TimetableEntryThatIsNoDateStopsTheExport) {
     ExportPlaces("");
     ADD_FAILURE() << "exported a date that is none";
   } catch (const AtlasError& e) {
-    EXPECT_EQ(e.file(), folder_.str() + "\\ttx.dao");
     EXPECT_EQ(e.problem().substr(0, 34), "country 58, timetable 2, entry 3: ");
   }
   EXPECT_EQ(AllFiles(), before);

@@ -139,7 +139,7 @@ TEST(IsReservedDeviceName, KnowsWindowsDeviceNamesInAnyComponent) {
     EXPECT_TRUE(IsReservedDeviceName(path)) << path;
   }
   for (const char* path : {"", "CONSOLE", "COM10", "NULL.dao", "LPT", "COM0x", "C:\\Atlas\\D.dao",
-                           "C:\\NULs\\x", "AUXI.dao"}) {
+                           "C:\\NULs\\x", "AUXI.dao", "COMA.dao", "LPT:"}) {
     EXPECT_FALSE(IsReservedDeviceName(path)) << path;
   }
 }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <set>
 
@@ -98,70 +99,53 @@ TEST_F(AtlasBuilderTest, EachPlaceIsOneRecordUnderItsLocalName) {
   EXPECT_GT(summary_.index_entries, 6U);
 }
 
+// Records and index entries of equal names: most populous first, and of two
+// of 52,000 the seat of a division.
 TEST_F(AtlasBuilderTest, EqualNamesComeMostPopulousFirst) {
   const auto perth = Records("AUS");
   ASSERT_EQ(perth.size(), 2U);
   EXPECT_NEAR(perth[0].Longitude, 115.86, 1e-3);  // Western Australia's capital
   const auto d = Records("D");
   ASSERT_EQ(d.size(), 3U);
-  std::vector<float> neustadt;
-  for (const auto& r : d) {
-    if (r.TrimmedName() == "Neustadt") neustadt.push_back(r.Latitude);
+  for (std::size_t i = 0; i < d.size(); ++i) {
+    EXPECT_EQ(d[i].TrimmedName(), "Neustadt");
+    EXPECT_NEAR(d[i].Latitude, (std::array{54.1, 49.35, 50.73})[i], 1e-3) << i;
   }
-  // Two of 52,000: the seat of a division comes first.
+  const auto neustadt = Index("D")->Find("neustadt", false);
   ASSERT_EQ(neustadt.size(), 3U);
-  EXPECT_NEAR(neustadt[0], 54.1, 1e-3);
-  EXPECT_NEAR(neustadt[1], 49.35, 1e-3);
-  EXPECT_NEAR(neustadt[2], 50.73, 1e-3);
+  EXPECT_EQ(neustadt[0].population, 52000U);
+  EXPECT_EQ(neustadt[2].population, 8000U);
 }
 
 TEST_F(AtlasBuilderTest, TheNameIndexFindsPlacesByTheirOtherNames) {
-  const auto records = Records("SSR");
   const auto index = Index("SSR");
-  EXPECT_EQ(index->RecordCount(), static_cast<std::int32_t>(records.size()));
+  EXPECT_EQ(index->RecordCount(), 1);
   for (const char* key : {"moscow", "mosca", "moskau", "moskva", "moskvy"}) {
     const auto found = index->Find(key, false);
     ASSERT_EQ(found.size(), 1U) << key;
     EXPECT_EQ(found[0].record, 1) << key;
     EXPECT_EQ(found[0].population, 10381222U) << key;
   }
-  EXPECT_TRUE(index->Find("mow", false).empty());
-  // Equal keys of several places: most populous first.
-  const auto neustadt = Index("D")->Find("neustadt", false);
-  ASSERT_EQ(neustadt.size(), 3U);
-  EXPECT_EQ(neustadt[0].population, 52000U);
-  EXPECT_EQ(neustadt[2].population, 8000U);
+  EXPECT_TRUE(index->Find("mow", false).empty());  // an airport code
   const auto perth = Index("AUS")->Find("boorloo", false);
   ASSERT_EQ(perth.size(), 1U);
   EXPECT_EQ(perth[0].record, 1);
 }
 
-// Every number a country's fixed count offers is a non-empty timetable, no
-// place carries one beyond it, and no history is lost without a word.
-TEST_F(AtlasBuilderTest, TimetablesMatchTheirCountsAndMergedHistoriesAreListed) {
+// Uzbekistan counts 2 timetables for three histories: one joins another and
+// is listed; every number is a history and each place has one of them.
+// (The default atlas's acceptance test checks every country so.)
+TEST_F(AtlasBuilderTest, HistoriesBeyondTheCountAreMergedAndListed) {
   ResetDefaultAtlas();
   classPlaces places;
   places.PlacePath(options_.out);
-  for (const char* code : {"D", "UZB", "USIN"}) {
-    const std::int32_t count = places.HaveTimetables(code);
-    ASSERT_GT(count, 0) << code;
-    for (std::int32_t t = 1; t <= count; ++t) {
-      EXPECT_GT(places.GetTimeTableArray(code, static_cast<std::int16_t>(t)).size(), 1U)
-          << code << " " << t;
-    }
-    EXPECT_EQ(places.GetTimeTableArray(code, static_cast<std::int16_t>(count + 1)).size(), 1U)
-        << code;
-    for (const auto& r : Records(code)) {
-      EXPECT_GE(r.Timetable, 1) << code << " " << r.TrimmedName();
-      EXPECT_LE(r.Timetable, count) << code << " " << r.TrimmedName();
-    }
-  }
-  // Indiana's 345 numbers repeat its one history.
-  EXPECT_EQ(places.GetTimeTableArray("USIN", 345).size(),
-            places.GetTimeTableArray("USIN", 1).size());
-  ASSERT_EQ(summary_.merged.size(), 1U);
+  ASSERT_EQ(places.HaveTimetables("UZB"), 2);
+  for (const std::int16_t t : {std::int16_t{1}, std::int16_t{2}})
+    EXPECT_GT(places.GetTimeTableArray("UZB", t).size(), 1U) << t;
+  EXPECT_EQ(places.GetTimeTableArray("UZB", 3).size(), 1U);
   // Samarkand's history is Tashkent's but for a few years; Berlin's (a place
   // misfiled in GeoNames) differs in every one, so it keeps a number.
+  ASSERT_EQ(summary_.merged.size(), 1U);
   EXPECT_EQ(summary_.merged[0].rfind(
                 "UZB: Asia/Samarkand, 1 places, into timetable 1 (Asia/Tashkent)", 0),
             0U)
@@ -170,6 +154,9 @@ TEST_F(AtlasBuilderTest, TimetablesMatchTheirCountsAndMergedHistoriesAreListed) 
   for (const auto& r : Records("UZB"))
     numbers.insert(r.Timetable);
   EXPECT_EQ(numbers, (std::set<std::int16_t>{1, 2}));
+  // Indiana's 345 numbers repeat its one history.
+  EXPECT_EQ(places.GetTimeTableArray("USIN", 345).size(),
+            places.GetTimeTableArray("USIN", 1).size());
 }
 
 TEST_F(AtlasBuilderTest, HistoryAfter1999AndReturnsToMeanTimeFollowTzdata) {
@@ -184,8 +171,9 @@ TEST_F(AtlasBuilderTest, HistoryAfter1999AndReturnsToMeanTimeFollowTzdata) {
   EXPECT_EQ(zone, "LMT");
   EXPECT_FLOAT_EQ(places.Get_TZData("WAN", 0, SerialOf({1916, 6, 1, 12, 0, 0})), 0.5F);
   // Indiana: no summer time until 2006, then the US rules.
-  EXPECT_FLOAT_EQ(places.Get_TZData("USIN", 1, SerialOf({2005, 7, 1, 12, 0, 0})), -5.0F);
-  EXPECT_FLOAT_EQ(places.Get_TZData("USIN", 1, SerialOf({2006, 7, 1, 12, 0, 0})), -4.0F);
+  for (const auto& [year, hours] : {std::pair{2005, -5.0F}, {2006, -4.0F}}) {
+    EXPECT_FLOAT_EQ(places.Get_TZData("USIN", 1, SerialOf({year, 7, 1, 12, 0, 0})), hours);
+  }
   EXPECT_FLOAT_EQ(places.Get_TZData("USIN", 1, SerialOf({2036, 1, 1, 12, 0, 0})), -5.0F);
   EXPECT_GT(summary_.change_lines, 0U);
 }

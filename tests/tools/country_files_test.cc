@@ -40,38 +40,34 @@ TEST(BuilderCountryFiles, PlacesGoToTheirAtlasCountryUnderItsTitles) {
   titles.german = {{"DE", "Deutschland"}, {"HR", "Kroatien"}, {"BM", "Bermuda"}};
   titles.english = {{"DE", "Germany"}};
   const auto plans = PlanCountries(places, AtlasCodes(kData), titles, ReadUsStates(kData));
-
   std::vector<std::string> codes;
   for (const auto& [code, plan] : plans)
     codes.push_back(code);
   EXPECT_EQ(codes, (std::vector<std::string>{"BM", "D", "SSR", "USCA", "YU"}));
-
-  const CountryPlan& d = plans.at("D");
-  EXPECT_EQ(d.title, "Deutschland");
-  EXPECT_EQ(d.english, "Germany");
-  EXPECT_EQ(d.iso, "DE");
-  EXPECT_EQ(d.continent, 4);  // from its zone: the table gives Germany none
-  EXPECT_FALSE(d.usa);
-
-  // The successor states of Yugoslavia share one country under its old name.
-  const CountryPlan& yu = plans.at("YU");
-  EXPECT_EQ(yu.title, "Jugoslawien");
-  EXPECT_EQ(yu.english, "Yugoslavia");
-  EXPECT_EQ(yu.iso, "HR");
-  EXPECT_EQ(yu.places.size(), 2U);
-
-  const CountryPlan& ca = plans.at("USCA");
-  EXPECT_EQ(ca.title, "Kalifornien");
-  EXPECT_EQ(ca.english, "California");
-  EXPECT_EQ(ca.iso, "US");
-  EXPECT_TRUE(ca.usa);
-  EXPECT_EQ(ca.continent, 6);
-
-  // The table's continent wins over the zone's (Bermuda's zone is Atlantic).
-  EXPECT_EQ(plans.at("BM").continent, 2);
-  // Without a name the ISO code stands in.
-  EXPECT_EQ(plans.at("SSR").title, "RU");
-  EXPECT_EQ(plans.at("BM").english, "BM");
+  // The successor states of Yugoslavia share one country under its old name;
+  // without a name the ISO code stands in; the table's continent wins over
+  // the zone's (Bermuda's zone is Atlantic); Germany's comes from its zone.
+  const struct {
+    const char* code;
+    const char* title;
+    const char* english;
+    const char* iso;
+    int continent;  // -1: not checked
+    std::size_t places;
+  } kPlans[] = {{"D", "Deutschland", "Germany", "DE", 4, 1},
+                {"YU", "Jugoslawien", "Yugoslavia", "HR", -1, 2},
+                {"USCA", "Kalifornien", "California", "US", 6, 1},
+                {"SSR", "RU", "RU", "RU", -1, 1},
+                {"BM", "Bermuda", "BM", "BM", 2, 1}};
+  for (const auto& c : kPlans) {
+    const CountryPlan& plan = plans.at(c.code);
+    EXPECT_EQ(plan.title, c.title) << c.code;
+    EXPECT_EQ(plan.english, c.english) << c.code;
+    EXPECT_EQ(plan.iso, c.iso) << c.code;
+    EXPECT_TRUE(c.continent < 0 || plan.continent == c.continent) << c.code << plan.continent;
+    EXPECT_EQ(plan.usa, std::string(c.code) == "USCA") << c.code;
+    EXPECT_EQ(plan.places.size(), c.places) << c.code;
+  }
 }
 
 TEST(BuilderCountryFiles, TheMainZoneIsTheMostPopulous) {

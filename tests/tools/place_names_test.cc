@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "text/codepage.h"
+#include "util/text.h"
 
 namespace tarv::atlas {
 namespace {
@@ -24,69 +25,23 @@ GeoPlace Place(std::string name, std::string country, std::int64_t population,
 // A few villages per country, so that each has its own letter sequences.
 std::vector<GeoPlace> Villages() {
   std::vector<GeoPlace> places;
-  for (const char* name : {"Neustadt",
-                           "Lindenberg",
-                           "Hochstätten",
-                           "Bergheim",
-                           "Fürstenfeldbruck",
-                           "Gräfelfing",
-                           "Oberschleißheim",
-                           "Unterföhring",
-                           "Garching bei München",
-                           "Feldkirchen bei München",
-                           "Höhenkirchen",
-                           "Eichenau",
-                           "Puchheim",
-                           "Ottobrunn",
-                           "Haar",
-                           "Kirchheim bei München",
-                           "Schäftlarn",
-                           "Taufkirchen",
-                           "Unterhaching",
-                           "Oberhaching",
-                           "Grünwald",
-                           "Pullach",
-                           "Sauerlach",
-                           "Aschheim",
-                           "Ismaning",
-                           "Neubiberg",
-                           "Vaterstetten",
-                           "Pöcking",
-                           "Gauting",
-                           "Germering",
-                           "Dachau",
-                           "Freising",
-                           "Erding",
-                           "Starnberg",
-                           "Wolfratshausen",
-                           "Rosenheim"}) {
-    places.push_back(Place(name, "DE", 5000));
-  }
-  for (const char* name : {"Monterotondo",
-                           "Civitavecchia",
-                           "Fiumicino",
-                           "Frascati",
-                           "Velletri",
-                           "Tivoli",
-                           "Guidonia Montecelio",
-                           "Ladispoli",
-                           "Anzio",
-                           "Nettuno",
-                           "Pomezia",
-                           "Ciampino",
-                           "Marino",
-                           "Albano Laziale",
-                           "Genzano di Roma",
-                           "Ariccia",
-                           "Colleferro",
-                           "Palestrina",
-                           "Subiaco",
-                           "Bracciano"}) {
-    places.push_back(Place(name, "IT", 5000));
-  }
-  for (const char* name : {"Springfield", "Georgetown", "Franklin", "Clinton", "Madison",
-                           "Greenville", "Fairview", "Salem", "Riverside", "Oak Grove"}) {
-    places.push_back(Place(name, "US", 5000));
+  for (const auto& [country, names] :
+       {std::pair{
+            "DE",
+            "Neustadt,Lindenberg,Hochstätten,Bergheim,Fürstenfeldbruck,Gräfelfing,Oberschleißheim,"
+            "Unterföhring,Garching bei München,Feldkirchen bei München,Höhenkirchen,Eichenau,"
+            "Puchheim,Ottobrunn,Haar,Kirchheim bei München,Schäftlarn,Taufkirchen,Unterhaching,"
+            "Oberhaching,Grünwald,Pullach,Sauerlach,Aschheim,Ismaning,Neubiberg,Vaterstetten,"
+            "Pöcking,Gauting,Germering,Dachau,Freising,Erding,Starnberg,Wolfratshausen,Rosenheim"},
+        {"IT",
+         "Monterotondo,Civitavecchia,Fiumicino,Frascati,Velletri,Tivoli,Guidonia Montecelio,"
+         "Ladispoli,Anzio,Nettuno,Pomezia,Ciampino,Marino,Albano Laziale,Genzano di Roma,Ariccia,"
+         "Colleferro,Palestrina,Subiaco,Bracciano"},
+        {"US",
+         "Springfield,Georgetown,Franklin,Clinton,Madison,Greenville,Fairview,Salem,Riverside,"
+         "Oak Grove"}}) {
+    for (auto& name : SplitCopies(names, ','))
+      places.push_back(Place(std::move(name), country, 5000));
   }
   return places;
 }
@@ -108,64 +63,51 @@ TEST(PlaceNames, ExonymsGiveWayButRegionalAndDialectNamesDoNot) {
     }
     return best ? Utf8FromAnsi(namer.LocalName(*best)) : "(none)";
   };
-  EXPECT_EQ(local("Munich", "DE"), "München");
-  EXPECT_EQ(local("Vienna", "AT"), "Wien");
-  EXPECT_EQ(local("Prague", "CZ"), "Praha");
-  EXPECT_EQ(local("Pilsen", "CZ"), "Plzen");
-  EXPECT_EQ(local("Warsaw", "PL"), "Warszawa");
-  EXPECT_EQ(local("Naples", "IT"), "Napoli");
-  EXPECT_EQ(local("Turin", "IT"), "Torino");
-  EXPECT_EQ(local("Lisbon", "PT"), "Lisboa");
-  EXPECT_EQ(local("Moscow", "RU"), "Moskva");
+  const struct {
+    const char* name;
+    const char* country;
+    const char* local;
+  } kLocal[] = {{"Munich", "DE", "München"},  {"Vienna", "AT", "Wien"},
+                {"Prague", "CZ", "Praha"},    {"Pilsen", "CZ", "Plzen"},
+                {"Warsaw", "PL", "Warszawa"}, {"Naples", "IT", "Napoli"},
+                {"Turin", "IT", "Torino"},    {"Lisbon", "PT", "Lisboa"},
+                {"Moscow", "RU", "Moskva"},   {"Budyonnovsk", "RU", "Budennovsk"}};
+  for (const auto& c : kLocal)
+    EXPECT_EQ(local(c.name, c.country), c.local);
   // A state's name, dialect names, spelling variants and former names of
-  // places already named as their country names them.
-  for (const auto& [name, country] :
-       std::vector<std::pair<std::string, std::string>>{{"Fortaleza", "BR"},
-                                                        {"Nice", "FR"},
-                                                        {"Florence", "IT"},
-                                                        {"Verona", "IT"},
-                                                        {"Zaragoza", "ES"},
-                                                        {"Puebla", "MX"},
-                                                        {"Le Havre", "FR"},
-                                                        {"Cebu City", "PH"},
-                                                        {"João Pessoa", "BR"},
-                                                        {"Caen", "FR"},
-                                                        {"Debrecen", "HU"},
-                                                        {"Toronto", "CA"}}) {
+  // places already named as their country names them; a small Russian place
+  // whose Cyrillic name is not a respelling of its name.
+  const std::pair<const char*, const char*> kKept[] = {
+      {"Fortaleza", "BR"},   {"Nice", "FR"},   {"Florence", "IT"}, {"Verona", "IT"},
+      {"Zaragoza", "ES"},    {"Puebla", "MX"}, {"Le Havre", "FR"}, {"Cebu City", "PH"},
+      {"João Pessoa", "BR"}, {"Caen", "FR"},   {"Debrecen", "HU"}, {"Toronto", "CA"},
+      {"Ursk", "RU"}};
+  for (const auto& [name, country] : kKept)
     EXPECT_EQ(local(name, country), name);
-  }
-  // A small Russian place keeps its name when its Cyrillic name is not a
-  // respelling of it.
-  EXPECT_EQ(local("Ursk", "RU"), "Ursk");
-  EXPECT_EQ(local("Budyonnovsk", "RU"), "Budennovsk");
 }
 
-TEST(PlaceNames, OrdinaryPlacesKeepTheirGeoNamesName) {
+// Among villages of their countries: a place keeps GeoNames' name when no
+// other is more local (a former name, a foreign one, an English-speaking
+// country's own); Russian and Greek places are romanised from their own
+// script, by GeoNames' current name rather than a former one of more variants.
+TEST(PlaceNames, LocalNamesComeFromTheCountrysOwnScript) {
   auto places = Villages();
-  // A former name and a foreign one, neither more local than GeoNames' name.
-  places.push_back(Place("Gröbenzell", "DE", 20000, {"Groebenzell", "Grobenzell", "Gröbenbach"}));
-  places.push_back(Place("Velletri", "IT", 50000, {"Velitrae", "Veletri"}));
-  // The English name of an English-speaking country's place stays.
-  places.push_back(Place("Perth", "AU", 2000000, {"Boorloo", "PER", "Перт"}));
+  const std::pair<GeoPlace, const char*> kCases[] = {
+      {Place("Gröbenzell", "DE", 20000, {"Groebenzell", "Grobenzell", "Gröbenbach"}), "Gröbenzell"},
+      {Place("Velletri", "IT", 50000, {"Velitrae", "Veletri"}), "Velletri"},
+      {Place("Perth", "AU", 2000000, {"Boorloo", "PER", "Перт"}), "Perth"},
+      {Place("Moscow", "RU", 10000000,
+             {"Mosca", "Moscou", "Moskau", "Москва", "Москвы", "Москве", "Мәскәү"}),
+       "Moskva"},
+      {Place("Yekaterinburg", "RU", 1300000,
+             {"Ekaterinbourg", "Екатеринбург", "Свердловск", "Свердловска", "Свердловске"}),
+       "Yekaterinburg"},
+      {Place("Athens", "GR", 660000, {"Atene", "Athen", "Athína", "Αθήνα", "Αθήναι"}), "Athína"}};
+  for (const auto& [place, local] : kCases)
+    places.push_back(place);
   const PlaceNamer namer(places);
-  for (std::size_t i = places.size() - 3; i < places.size(); ++i)
-    EXPECT_EQ(namer.LocalName(places[i]), AnsiFromUtf8(places[i].name));
-}
-
-TEST(PlaceNames, RussianAndGreekPlacesAreRomanisedFromTheirOwnScript) {
-  auto places = Villages();
-  places.push_back(Place("Moscow", "RU", 10000000,
-                         {"Mosca", "Moscou", "Moskau", "Москва", "Москвы", "Москве", "Мәскәү"}));
-  // GeoNames' name romanises the current name; the former one has more
-  // variants but does not win.
-  places.push_back(
-      Place("Yekaterinburg", "RU", 1300000,
-            {"Ekaterinbourg", "Екатеринбург", "Свердловск", "Свердловска", "Свердловске"}));
-  places.push_back(Place("Athens", "GR", 660000, {"Atene", "Athen", "Athína", "Αθήνα", "Αθήναι"}));
-  const PlaceNamer namer(places);
-  EXPECT_EQ(namer.LocalName(places[places.size() - 3]), "Moskva");
-  EXPECT_EQ(namer.LocalName(places[places.size() - 2]), "Yekaterinburg");
-  EXPECT_EQ(namer.LocalName(places[places.size() - 1]), AnsiFromUtf8("Athína"));
+  for (const auto& [place, local] : kCases)
+    EXPECT_EQ(namer.LocalName(place), AnsiFromUtf8(local)) << place.name;
 }
 
 TEST(PlaceNames, NamesOutsideTheCodePageAreTransliteratedNotReplaced) {
@@ -188,15 +130,11 @@ TEST(PlaceNames, IndexKeysCoverEveryScriptButNotCodes) {
   const GeoPlace munich =
       Place("Munich", "DE", 1260391, {"MUC", "München", "Мюнхен", "Μόναχο", "\xF0\x9F\x8F\xA0"});
   const auto keys = namer.IndexKeys(munich, AnsiFromUtf8("München"));
-  const auto has = [&keys](const std::string& key) {
-    return std::find(keys.begin(), keys.end(), key) != keys.end();
-  };
-  EXPECT_TRUE(has("munchen"));
-  EXPECT_TRUE(has("muenchen"));
-  EXPECT_TRUE(has("munich"));
-  EXPECT_TRUE(has("myunkhen"));
-  EXPECT_TRUE(has("monacho"));
-  EXPECT_FALSE(has("muc"));
+  const std::pair<const char*, bool> kKeys[] = {{"munchen", true}, {"muenchen", true},
+                                                {"munich", true},  {"myunkhen", true},
+                                                {"monacho", true}, {"muc", false}};
+  for (const auto& [key, indexed] : kKeys)
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), key), indexed ? 1 : 0) << key;
   EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
   EXPECT_EQ(std::adjacent_find(keys.begin(), keys.end()), keys.end());
   for (const auto& k : keys)
@@ -204,15 +142,18 @@ TEST(PlaceNames, IndexKeysCoverEveryScriptButNotCodes) {
 }
 
 TEST(PlaceNames, ScriptsAndFeatureRanks) {
-  EXPECT_EQ(ScriptOf("Kraków"), Script::kLatin);
-  EXPECT_EQ(ScriptOf("Москва"), Script::kCyrillic);
-  EXPECT_EQ(ScriptOf("Αθήνα"), Script::kGreek);
-  EXPECT_EQ(ScriptOf("東京"), Script::kOther);
-  EXPECT_EQ(ScriptOf("Lungsod ng Москва"), Script::kCyrillic);
-  EXPECT_EQ(ScriptOf("- 12 -"), Script::kNone);
-  EXPECT_LT(FeatureRank("PPLC"), FeatureRank("PPLA"));
-  EXPECT_LT(FeatureRank("PPLA"), FeatureRank("PPLA2"));
-  EXPECT_LT(FeatureRank("PPLA5"), FeatureRank("PPL"));
+  const std::pair<const char*, Script> kScripts[] = {{"Kraków", Script::kLatin},
+                                                     {"Москва", Script::kCyrillic},
+                                                     {"Αθήνα", Script::kGreek},
+                                                     {"東京", Script::kOther},
+                                                     {"Lungsod ng Москва", Script::kCyrillic},
+                                                     {"- 12 -", Script::kNone}};
+  for (const auto& [name, script] : kScripts)
+    EXPECT_EQ(ScriptOf(name), script) << name;
+  // In the order of the list, the last two alike.
+  const char* kRanked[] = {"PPLC", "PPLA", "PPLA2", "PPLA5", "PPL", "PPLA9"};
+  for (std::size_t i = 0; i + 2 < std::size(kRanked); ++i)
+    EXPECT_LT(FeatureRank(kRanked[i]), FeatureRank(kRanked[i + 1])) << kRanked[i];
   EXPECT_EQ(FeatureRank("PPLA9"), FeatureRank("PPL"));
 }
 

@@ -5,65 +5,53 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "support/temp_folder.h"
 #include "text/lz.h"
-#include "tools/expanded_file.h"
+#include "tools/machine_tzdata.h"
 
 namespace tarv::atlas {
 namespace {
 
-namespace fs = std::filesystem;
-
-const std::string kZoneinfo = "/usr/share/zoneinfo";
+using testing::kZoneinfo;
 
 class BuilderRulesFile : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!fs::exists(kZoneinfo + "/Europe/Berlin")) GTEST_SKIP() << "tzdata is not installed";
-  }
-
-  static AtlasZone Zone(const std::string& name, std::int32_t standard_1999) {
-    AtlasZone zone;
-    zone.tzif = ReadTzif(kZoneinfo + "/" + name);
-    zone.standard_1999 = standard_1999;
-    return zone;
+    if (!std::filesystem::exists(kZoneinfo + "/Europe/Berlin"))
+      GTEST_SKIP() << "tzdata is not installed";
   }
 };
 
-TEST_F(BuilderRulesFile, EachYearsSummerTimeBecomesItsRule) {
-  bool odd = false;
-  // Last Sunday of March at 02:00 standard time to last Sunday of October at
-  // 03:00 summer time.
-  EXPECT_EQ(RuleOfYear(Zone("Europe/Berlin", kHour), 2010, odd),
-            DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180}));
-  EXPECT_FALSE(odd);
-  // Across the turn of the year: from the first Sunday of October to the
-  // first Sunday of April.
-  EXPECT_EQ(RuleOfYear(Zone("Australia/Sydney", 10 * kHour), 2010, odd),
-            DstRule::Rule({10, 1, 0, 120}, {4, 1, 0, 180}));
-  EXPECT_FALSE(odd);
-  EXPECT_EQ(RuleOfYear(Zone("Asia/Tokyo", 9 * kHour), 2010, odd), DstRule::None());
-  EXPECT_FALSE(odd);
-  // Moscow's summer time of 2011-2014 lasted all of 2012.
-  EXPECT_EQ(RuleOfYear(Zone("Europe/Moscow", 3 * kHour), 2012, odd), DstRule::All());
-  EXPECT_FALSE(odd);
+// A year's summer time from tzdata as its rule line; `odd` tells of an
+// offset no rule line holds.
+TEST_F(BuilderRulesFile, EachYearsSummerTimeBecomesItsRuleAndOtherOffsetsAreReported) {
+  const struct {
+    const char* zone;
+    std::int32_t standard_1999;
+    int year;
+    DstRule rule;
+    bool odd;
+  } kCases[] = {
+      // Last Sunday of March at 02:00 standard time to last Sunday of
+      // October at 03:00 summer time; across the turn of the year from the
+      // first Sunday of October to the first Sunday of April.
+      {"Europe/Berlin", kHour, 2010, DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180}), false},
+      {"Australia/Sydney", 10 * kHour, 2010, DstRule::Rule({10, 1, 0, 120}, {4, 1, 0, 180}), false},
+      {"Asia/Tokyo", 9 * kHour, 2010, DstRule::None(), false},
+      // Moscow's summer time of 2011-2014 lasted all of 2012.
+      {"Europe/Moscow", 3 * kHour, 2012, DstRule::All(), false},
+      // Caracas moved from -4:00 to -4:30 in December 2007.
+      {"America/Caracas", -4 * kHour, 2007, DstRule::None(), true},
+      {"America/Caracas", -4 * kHour, 2005, DstRule::None(), false}};
+  for (const auto& c : kCases) {
+    AtlasZone zone;
+    zone.tzif = ReadTzif(kZoneinfo + "/" + c.zone);
+    zone.standard_1999 = c.standard_1999;
+    bool odd = false;
+    EXPECT_EQ(RuleOfYear(zone, c.year, odd), c.rule) << c.zone << " " << c.year;
+    EXPECT_EQ(odd, c.odd) << c.zone << " " << c.year;
+  }
 }
-
-TEST_F(BuilderRulesFile, AnotherOffsetIsNoRuleButIsReported) {
-  bool odd = false;
-  // Caracas moved from -4:00 to -4:30 in December 2007: no summer time, and
-  // an offset no rule line holds.
-  EXPECT_EQ(RuleOfYear(Zone("America/Caracas", -4 * kHour), 2007, odd), DstRule::None());
-  EXPECT_TRUE(odd);
-  odd = false;
-  RuleOfYear(Zone("America/Caracas", -4 * kHour), 2005, odd);
-  EXPECT_FALSE(odd);
-}
-
-using testing::ExpandedFile;
 
 TEST_F(BuilderRulesFile, TimetablesOfOneZoneShareTheirChanges) {
   std::vector<GeoPlace> places(2);
@@ -94,8 +82,10 @@ TEST_F(BuilderRulesFile, TimetablesOfOneZoneShareTheirChanges) {
 
   testing::TempFolder folder;
   file.Write(folder.path());
-  const DstRules rules =
-      *DstRules::Parse(ExpandedFile(folder.path() / kDstRulesFile), kDstRulesFile);
+  std::int32_t error = 0;
+  const auto image = ExpandedImage((folder.path() / kDstRulesFile).string(), error, Packing::kSzdd);
+  ASSERT_TRUE(image) << error;
+  const DstRules rules = *DstRules::Parse(*image, kDstRulesFile);
   // Berlin keeps one rule from 2000 through 2037.
   for (const int year : {2000, 2020, 2037})
     EXPECT_EQ(rules.RuleFor(1, 1, year), DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180})) << year;

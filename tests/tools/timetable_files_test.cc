@@ -4,18 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
-#include "tools/expanded_file.h"
 #include "support/temp_folder.h"
 #include "text/lz.h"
 #include "util/serial_date.h"
 
 namespace tarv::atlas {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Entries 1 and 3 share their offset under different names.
 std::vector<ZoneRecord> Table() {
@@ -48,8 +42,6 @@ TEST(BuilderTimetableFiles, DaysApartCountsTheDaysOffsetsDiffer) {
   EXPECT_DOUBLE_EQ(DaysApart(cet, from_mid_2037, table), 184.0);
 }
 
-using testing::ExpandedFile;
-
 TEST(BuilderTimetableFiles, TheLastThreeZonesAreWrittenAsTheirCodesAndStatesApart) {
   constexpr std::size_t kTableSize = 287;
   CountryTimetables germany;
@@ -75,8 +67,12 @@ TEST(BuilderTimetableFiles, TheLastThreeZonesAreWrittenAsTheirCodesAndStatesApar
       {5,
        {{{kSerial1700, 0}, {-2000.0, 140}, {-1000.0, 139}}, {{kSerial1700, 138}, {-500.0, 283}}}}};
   const std::vector<TimetableSection> ttusa = {{9, {{{kSerial1700, 0}, {-3000.0, 12}}}}};
-  EXPECT_EQ(ExpandedFile(folder.path() / "ttx.dao"), EncodeTimetableFile(ttx));
-  EXPECT_EQ(ExpandedFile(folder.path() / "TTUSA.dao"), EncodeTimetableFile(ttusa));
+  for (const auto& [file, sections] : {std::pair{"ttx.dao", ttx}, {"TTUSA.dao", ttusa}}) {
+    std::int32_t error = 0;
+    const auto image = ExpandedImage((folder.path() / file).string(), error, Packing::kSzdd);
+    ASSERT_TRUE(image) << file << " " << error;
+    EXPECT_EQ(*image, EncodeTimetableFile(sections)) << file;
+  }
 }
 
 }  // namespace

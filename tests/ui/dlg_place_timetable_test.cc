@@ -13,10 +13,12 @@ using ::testing::ElementsAre;
 
 class TimetableChooser : public testing::DialogAtlasFixture {
  protected:
-  DlgPlaceTimetable& Open(const std::string& country, std::int16_t timetable) {
+  DlgPlaceTimetable& Open(const std::string& country, std::int16_t timetable,
+                          std::int16_t record = 0) {
     dialog_ = std::make_unique<DlgPlaceTimetable>(CurrentAtlas().Language());
     dialog_->Country(country);
     dialog_->Timetable(timetable);
+    dialog_->Record(record);
     dialog_->OnClose([this] { ++closed_; });
     dialog_->Form_Load();
     return *dialog_;
@@ -38,62 +40,58 @@ TEST_F(TimetableChooser, ListsTheTimetablesAndHighlightsTheCurrent) {
   EXPECT_EQ(Ctl("lb_Zeittabelle").text, "Keine Auswahl");
 }
 
-TEST_F(TimetableChooser, EnglishTexts) {
-  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
-  auto& d = Open("D", 1);
-  EXPECT_EQ(d.Caption(), "Select a timetable");
-  EXPECT_EQ(Ctl("li_TT_Nr").items[0], "1. Timetable");
-  EXPECT_EQ(Ctl("li_Zeittabelle").items[0], "before is LMT");
-  d.li_Zeittabelle_Click(1);
-  EXPECT_EQ(Ctl("lb_Zeittabelle").text, "Local time: Middle European Time  (MET)");
-  d.li_Zeittabelle_Click(0);
-  EXPECT_EQ(Ctl("lb_Zeittabelle").text, "Local time: Local Mean Time  (LMT)");
-  d.li_Zeittabelle_Click(-1);
-  EXPECT_EQ(Ctl("lb_Zeittabelle").text, "No choice");
-}
-
-TEST_F(TimetableChooser, SaysWhereThePlaceFollowsItsOwnZoneHistory) {
-  WriteBerlinsOwnHistory();
-  dialog_ = std::make_unique<DlgPlaceTimetable>(CurrentAtlas().Language());
-  dialog_->Country("D");
-  dialog_->Timetable(1);
-  dialog_->Record(2);
-  dialog_->Form_Load();
-  EXPECT_EQ(Ctl("lb_EigeneZonen").text,
-            "Eigene Zonengeschichte Test/Plain in 1996-2100 (weicht von Zeittabelle 1 ab)");
-  dialog_->li_TT_Nr_Click(1);
-  EXPECT_EQ(Ctl("lb_EigeneZonen").text, "");
-  // A user place, or a place without its own zone, has nothing to say.
-  for (const int record : {-1, 1}) {
-    dialog_->Record(static_cast<std::int16_t>(record));
-    dialog_->li_TT_Nr_Click(0);
-    EXPECT_EQ(Ctl("lb_EigeneZonen").text, "") << record;
-  }
-}
-
+// OK gives the highlighted timetable: the current one, the first for a
+// number outside the list, none where the country has no timetables.
 TEST_F(TimetableChooser, OkGivesTheHighlightedNumberAndCancelZero) {
+  const struct {
+    const char* country;
+    std::int16_t current;
+    std::size_t entries;  // a timetable without entries shows the LMT line alone
+    const char* ok;
+  } cases[] = {{"D", 3, 1, "3"}, {"D", 9, 10, "1"}, {"A", 1, 0, "0"}};
+  for (const auto& c : cases) {
+    Open(c.country, c.current).bt_OK_Click();
+    EXPECT_EQ(Ctl("li_Zeittabelle").items.size(), c.entries) << c.current;
+    EXPECT_EQ(SelectedTimetable(), c.ok) << c.current;
+  }
+  EXPECT_EQ(closed_, 3);
   auto& d = Open("D", 3);
   d.li_TT_Nr_Click(0);
   d.bt_OK_Click();
   EXPECT_EQ(SelectedTimetable(), "1");
-  EXPECT_EQ(closed_, 1);
-  auto& c = Open("D", 3);
-  c.bt_CANCEL_Click();
+  Open("D", 3).bt_CANCEL_Click();
   EXPECT_EQ(SelectedTimetable(), "0");
 }
 
-TEST_F(TimetableChooser, EmptyTimetableShowsOnlyTheLmtLine) {
-  Open("D", 3);
-  EXPECT_THAT(Ctl("li_Zeittabelle").items, ElementsAre("davor gilt LMT"));
+TEST_F(TimetableChooser, EnglishTextsAndTheDescriptionOfTheEntryClicked) {
+  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
+  auto& d = Open("D", 2);
+  EXPECT_EQ(d.Caption(), "Select a timetable");
+  EXPECT_EQ(Ctl("li_TT_Nr").items[0], "1. Timetable");
+  EXPECT_EQ(Ctl("li_Zeittabelle").items[0], "before is LMT");
+  const std::pair<std::int32_t, const char*> clicks[] = {
+      {1, "Local time: Middle European Time  (MET)"},
+      {0, "Local time: Local Mean Time  (LMT)"},
+      {-1, "No choice"}};
+  for (const auto& [row, text] : clicks) {
+    d.li_Zeittabelle_Click(row);
+    EXPECT_EQ(Ctl("lb_Zeittabelle").text, text) << row;
+  }
 }
 
-TEST_F(TimetableChooser, OutOfRangeCurrentHighlightsTheFirst) {
-  Open("D", 9);
-  EXPECT_EQ(Ctl("li_TT_Nr").list_index, 0);
-  auto& none = Open("A", 1);
-  EXPECT_TRUE(Ctl("li_TT_Nr").items.empty());
-  none.bt_OK_Click();
-  EXPECT_EQ(SelectedTimetable(), "0");
+TEST_F(TimetableChooser, SaysWhereThePlaceFollowsItsOwnZoneHistory) {
+  WriteBerlinsOwnHistory();
+  auto& d = Open("D", 1, 2);
+  EXPECT_EQ(Ctl("lb_EigeneZonen").text,
+            "Eigene Zonengeschichte Test/Plain in 1996-2100 (weicht von Zeittabelle 1 ab)");
+  d.li_TT_Nr_Click(1);
+  EXPECT_EQ(Ctl("lb_EigeneZonen").text, "");
+  // A user place, or a place without its own zone, has nothing to say.
+  for (const int record : {-1, 1}) {
+    d.Record(static_cast<std::int16_t>(record));
+    d.li_TT_Nr_Click(0);
+    EXPECT_EQ(Ctl("lb_EigeneZonen").text, "") << record;
+  }
 }
 
 // The generic US zones are written with the state's letters.

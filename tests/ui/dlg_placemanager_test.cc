@@ -3,12 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <functional>
 #include <memory>
 
 #include "atlas/name_index.h"
-#include "text/lz.h"
 #include "ui/placemanager_fixture.h"
 
 namespace tarv::ui {
@@ -47,62 +45,66 @@ class PlacemanagerModel : public testing::DialogAtlasFixture {
   }
   const ControlState& Ctl(const std::string& name) const { return dialog_->Control(name); }
   const std::string& Text(const std::string& name) const { return Ctl(name).text; }
-  std::vector<std::string> ListedNames() const {
+  // Control names, each followed by the text it shows.
+  void ExpectTexts(std::initializer_list<const char*> names_and_texts) const {
+    for (auto it = names_and_texts.begin(); it != names_and_texts.end(); it += 2)
+      EXPECT_EQ(Text(it[0]), it[1]) << it[0];
+  }
+  std::vector<std::string> Listed() const {
     std::vector<std::string> names;
     for (const auto& item : Ctl("li_SuchOrte").items)
       names.push_back(item.substr(0, item.find('\t')));
     return names;
   }
-  // Runs the new-place entry to step 3 from the place shown.
+  // The entry of a new place run to step 3 from the place shown.
   void ToStep3(DlgPlacemanager& d) {
     d.bt_Action_Click(1);
     d.bt_OK_Click(1);
     if (d.Step() == 2) d.bt_OK_Click(1);
+  }
+  // A place file that keeps the order places were added in (the builder's
+  // files sort them).
+  void WriteUnsorted(const std::vector<PlaceRecord>& records) {
+    folder_.Write("D.dao", CompressSzdd(EncodePlaceFile(records)));
+    folder_.Write("D.IDX", EncodePlaceIndex(records));
   }
 
   FakeView view_;
   std::unique_ptr<DlgPlacemanager> dialog_;
 };
 
-// ---- Loading ----
+// ---- Loading and lists ----
 
-TEST_F(PlacemanagerModel, LoadsCaptionsCountryAndPlaceInGerman) {
+TEST_F(PlacemanagerModel, LoadsCountryAndPlaceWithTheListOfItsLetter) {
   auto& d = Open("München", "d");
   EXPECT_EQ(d.Caption(), "Orteverwaltung");
-  EXPECT_EQ(Ctl("cb_ABC").items.front(), "Alle");
-  EXPECT_EQ(Ctl("cb_ABC").items.size(), 27U);
   EXPECT_TRUE(Ctl("rb_Eingabe_0").checked);
-  EXPECT_EQ(Text("cb_Eingabe_13"), "Deutschland");
-  EXPECT_EQ(Text("tb_Eingabe_14"), "D");
-  EXPECT_EQ(Text("tb_Eingabe_16"), "MEZ");
-  EXPECT_EQ(Text("tb_Eingabe_30"), "EUROPA");
-  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
-  EXPECT_EQ(Text("tb_Eingabe_5"), "011E34' 30\"");
-  EXPECT_EQ(Text("tb_Eingabe_6"), "48N08' 13\"");
-  EXPECT_EQ(Text("tb_Eingabe_7"), "1");
-  // The letter of the place filters the list, with the place selected.
-  EXPECT_EQ(Ctl("cb_ABC").list_index, 'M' - 'A' + 1);
-  EXPECT_THAT(ListedNames(), ElementsAre("München", "Münster"));
+  ExpectTexts({"tb_Eingabe_13", "Deutschland", "tb_Eingabe_14", "D",
+               "tb_Eingabe_16", "MEZ",         "tb_Eingabe_30", "EUROPA",
+               "tb_Eingabe_3",  "München",     "tb_Eingabe_5",  "011E34' 30\"",
+               "tb_Eingabe_6",  "48N08' 13\"", "tb_Eingabe_7",  "1",
+               "cb_ABC",        "M",           "lb_AnzOrte",    "2 Orte"});
+  EXPECT_THAT(Listed(), ElementsAre("München", "Münster"));
   EXPECT_EQ(Ctl("li_SuchOrte").list_index, 0);
-  EXPECT_EQ(Text("lb_AnzOrte"), "2 Orte");
   EXPECT_FALSE(Ctl("lb_Definiert").visible);
   EXPECT_EQ(d.Index(), 4);
+  // A letter without places switches to all; the place stays selected.
+  d.cb_ABC_Click('X' - 'A' + 1);
+  ExpectTexts({"cb_ABC", "Alle", "lb_AnzOrte", "6 Orte", "tb_Eingabe_3", "München"});
+  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 3);
 }
 
 TEST_F(PlacemanagerModel, LoadsInEnglishAndPicksTheUsStatesForAUsCode) {
   CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   auto& d = Open("Los Angeles", "usca");
   EXPECT_EQ(d.Caption(), "Place manager");
-  EXPECT_EQ(Text("bt_Action_1"), "&New Place");
-  EXPECT_EQ(Ctl("cb_ABC").items.front(), "All");
   EXPECT_TRUE(Ctl("rb_Eingabe_1").checked);
   EXPECT_FALSE(Ctl("rb_Eingabe_0").checked);
   EXPECT_THAT(Ctl("cb_Eingabe_14").items, ElementsAre("USCA", "USNY"));
-  EXPECT_EQ(Text("lb_AnzOrte"), "1 Place");
-  EXPECT_EQ(Text("tb_Eingabe_5"), "118W14' 24\"");
+  ExpectTexts({"lb_AnzOrte", "1 Place", "tb_Eingabe_5", "118W14' 24\""});
 }
 
-TEST_F(PlacemanagerModel, HostsPlaceOutsideTheAtlasShowsAsGiven) {
+TEST_F(PlacemanagerModel, HostsPlaceOutsideTheAtlasShowsAndReturnsAsGiven) {
   dialog_ = std::make_unique<DlgPlacemanager>(view_);
   dialog_->City("Atlantis");
   dialog_->CountryShort("D");
@@ -110,12 +112,9 @@ TEST_F(PlacemanagerModel, HostsPlaceOutsideTheAtlasShowsAsGiven) {
   dialog_->Latitude(35.25F);
   dialog_->Index(9);
   dialog_->Form_Load();
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Atlantis");
-  EXPECT_EQ(Text("tb_Eingabe_5"), "030W30' 00\"");
+  ExpectTexts({"tb_Eingabe_3", "Atlantis", "tb_Eingabe_5", "030W30' 00\"", "cb_ABC", "A"});
   EXPECT_EQ(Ctl("li_SuchOrte").list_index, -1);
-  EXPECT_EQ(Ctl("cb_ABC").list_index, 1);  // "A", which has Augsburg
   EXPECT_EQ(dialog_->Index(), 0);
-  // Closing with OK hands back what the host gave.
   dialog_->bt_OK_Click(0);
   EXPECT_EQ(dialog_->City(), "Atlantis");
   EXPECT_FLOAT_EQ(dialog_->Longitude(), -30.5F);
@@ -130,38 +129,27 @@ TEST_F(PlacemanagerModel, SuccessorCodeOfTheHostIsKept) {
   EXPECT_EQ(d.CountryShort(), "SRB");
 }
 
-// ---- Lists ----
-
-TEST_F(PlacemanagerModel, LetterWithoutPlacesSwitchesToAll) {
-  auto& d = Open("München", "D");
-  d.cb_ABC_Click('B' - 'A' + 1);
-  EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
-  d.cb_ABC_Click('X' - 'A' + 1);
-  EXPECT_EQ(Ctl("cb_ABC").list_index, 0);
-  EXPECT_EQ(Text("cb_ABC"), "Alle");
-  EXPECT_EQ(ListedNames().size(), 6U);
-  EXPECT_EQ(Text("lb_AnzOrte"), "6 Orte");
-  // The place shown stays and stays selected.
-  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
-  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 3);
-}
-
-TEST_F(PlacemanagerModel, SearchWithReturnListsMatchesAndLoadsTheFirst) {
+TEST_F(PlacemanagerModel, SearchWithReturnListsMatchesLoadsTheFirstAndKeepsAHistory) {
   auto& d = Open("München", "D");
   d.cb_Eingabe_KeyReturn(3, " b ");
-  EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Berlin");
-  EXPECT_EQ(Text("cb_Eingabe_3"), "b");
+  EXPECT_THAT(Listed(), ElementsAre("Berlin", "Bonn"));
+  ExpectTexts({"tb_Eingabe_3", "Berlin", "cb_Eingabe_3", "b"});
   d.cb_Eingabe_KeyReturn(3, "M?nster");
-  EXPECT_THAT(ListedNames(), ElementsAre("Münster"));
+  EXPECT_THAT(Listed(), ElementsAre("Münster"));
   EXPECT_THAT(Ctl("cb_Eingabe_3").items, ElementsAre("M?nster", "b"));
   d.cb_Eingabe_KeyReturn(3, "Xanten");
-  EXPECT_TRUE(ListedNames().empty());
-  EXPECT_EQ(Text("lb_AnzOrte"), "0 Orte");
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Münster");  // nothing found: the place stays
-  d.cb_Eingabe_Click(3, 2);                    // "b" again, after "Xanten" and "M?nster"
-  EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
+  EXPECT_TRUE(Listed().empty());
+  ExpectTexts({"lb_AnzOrte", "0 Orte", "tb_Eingabe_3", "Münster"});  // the place stays
+  d.cb_Eingabe_Click(3, 2);  // "b" again, after "Xanten" and "M?nster"
+  EXPECT_THAT(Listed(), ElementsAre("Berlin", "Bonn"));
 }
+
+struct SearchCase {
+  const char* typed;
+  std::vector<std::string> listed;
+  const char* shown;  // nothing found: the place shown before stays
+  std::int16_t timetable;
+};
 
 // The search field takes the wildcards its help line names: "*" inside a
 // text and "[...]" sets, accents folded outside the sets as in the tool.
@@ -172,86 +160,44 @@ TEST_F(PlacemanagerModel, SearchTakesStarsInsideTheTextAndSets) {
             testing::Place(AnsiFromUtf8("Münster"), 7.63F, 51.96F),
             testing::Place("Munster", 10.09F, 52.99F), testing::Place("Berlin", 13.405F, 52.52F)});
   auto& d = Open("Berlin", "D");
-  d.cb_Eingabe_KeyReturn(3, "M*chen");
-  EXPECT_THAT(ListedNames(), ElementsAre("Markneukirchen", "München"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Markneukirchen");
-  d.cb_Eingabe_KeyReturn(3, "M[uü]nchen");
-  EXPECT_THAT(ListedNames(), ElementsAre("München"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
-  d.cb_Eingabe_KeyReturn(3, "M[ü]nster");
-  EXPECT_THAT(ListedNames(), ElementsAre("Münster"));
-  d.cb_Eingabe_KeyReturn(3, "M[!ü]nster");
-  EXPECT_THAT(ListedNames(), ElementsAre("Munster"));
-  // Outside the set, before any "*", letters fold their accents.
-  d.cb_Eingabe_KeyReturn(3, "m[ua]nst?r");
-  EXPECT_THAT(ListedNames(), ElementsAre("Munster"));
-  d.cb_Eingabe_KeyReturn(3, "Mu[n]ster");
-  EXPECT_THAT(ListedNames(), ElementsAre("Munster", "Münster"));
-  d.cb_Eingabe_KeyReturn(3, "M[xy]*");
-  EXPECT_TRUE(ListedNames().empty());
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Munster");  // nothing found: the place stays
+  const SearchCase cases[] = {{"M*chen", {"Markneukirchen", "München"}, "Markneukirchen", 1},
+                              {"M[uü]nchen", {"München"}, "München", 1},
+                              {"M[ü]nster", {"Münster"}, "Münster", 1},
+                              {"M[!ü]nster", {"Munster"}, "Munster", 1},
+                              {"m[ua]nst?r", {"Munster"}, "Munster", 1},
+                              {"Mu[n]ster", {"Munster", "Münster"}, "Munster", 1},
+                              {"M[xy]*", {}, "Munster", 1}};
+  for (const auto& c : cases) {
+    d.cb_Eingabe_KeyReturn(3, c.typed);
+    EXPECT_EQ(Listed(), c.listed) << c.typed;
+    EXPECT_EQ(Text("tb_Eingabe_3"), c.shown) << c.typed;
+  }
 }
 
-// Return on a whole name loads that place even where a longer name that
-// begins with it comes first in the list; a beginning loads the first.
+// Return on a whole name, in any case or in its letters only ("St*Gallen*"
+// for "St. Gallen"), loads that place even where a longer name that begins
+// with it comes first in the list; a beginning loads the first.
 TEST_F(PlacemanagerModel, ReturnOnAWholeNameLoadsThatPlace) {
-  // A longer name before the whole one, as in a file that keeps the order
-  // places were added in (the builder's files sort them).
-  const std::vector<PlaceRecord> records = {
-      testing::Place(AnsiFromUtf8("Münchenbernsdorf"), 11.93F, 50.82F, 2),
-      testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F, 1),
-      testing::Place("Berlin", 13.405F, 52.52F)};
-  std::ofstream(folder_.path() / "D.dao", std::ios::binary)
-      << CompressSzdd(EncodePlaceFile(records));
-  std::ofstream(folder_.path() / "D.IDX", std::ios::binary) << EncodePlaceIndex(records);
+  WriteUnsorted({testing::Place(AnsiFromUtf8("Münchenbernsdorf"), 11.93F, 50.82F, 2),
+                 testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F, 1),
+                 testing::Place("St. Gallenkirch", 9.98F, 47.02F, 2),
+                 testing::Place("St. Gallen", 9.37F, 47.42F, 1),
+                 testing::Place("Berlin", 13.405F, 52.52F)});
   auto& d = Open("Berlin", "D");
-  d.cb_Eingabe_KeyReturn(3, "München");
-  EXPECT_THAT(ListedNames(), ElementsAre("Münchenbernsdorf", "München"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
-  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 1);
-  EXPECT_EQ(d.City(), "München");
-  EXPECT_EQ(d.Timetable(), 1);
-  d.cb_Eingabe_KeyReturn(3, " münchen ");  // any case, blanks around
-  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
-  d.cb_Eingabe_KeyReturn(3, "Münch");
-  EXPECT_THAT(ListedNames(), ElementsAre("Münchenbernsdorf", "München"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Münchenbernsdorf");
-  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 0);
-  d.cb_Eingabe_KeyReturn(3, "Münchenbernsdorf");
-  EXPECT_THAT(ListedNames(), ElementsAre("Münchenbernsdorf"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Münchenbernsdorf");
-}
-
-// A pattern that gives a whole name in its letters ("St*Gallen*" for "St.
-// Gallen") loads that place, not the longer name listed first; one that
-// gives no whole name loads the first.
-TEST_F(PlacemanagerModel, ReturnOnAWholeNameInItsLettersLoadsThatPlace) {
-  const std::vector<PlaceRecord> records = {testing::Place("St. Gallenkirch", 9.98F, 47.02F, 2),
-                                            testing::Place("St. Gallen", 9.37F, 47.42F, 1),
-                                            testing::Place("Berlin", 13.405F, 52.52F)};
-  std::ofstream(folder_.path() / "D.dao", std::ios::binary)
-      << CompressSzdd(EncodePlaceFile(records));
-  std::ofstream(folder_.path() / "D.IDX", std::ios::binary) << EncodePlaceIndex(records);
-  auto& d = Open("Berlin", "D");
-  d.cb_Eingabe_KeyReturn(3, "St*Gallen*");
-  EXPECT_THAT(ListedNames(), ElementsAre("St. Gallenkirch", "St. Gallen"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "St. Gallen");
-  EXPECT_EQ(d.Timetable(), 1);
-  d.cb_Eingabe_KeyReturn(3, "St*Gall*");
-  EXPECT_THAT(ListedNames(), ElementsAre("St. Gallenkirch", "St. Gallen"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "St. Gallenkirch");
-}
-
-TEST_F(PlacemanagerModel, ClickInTheListLoadsThePlaceAndItsTimetable) {
-  auto& d = Open("Bonn", "D");
-  d.cb_ABC_Click(0);
-  d.li_SuchOrte_Click(0);
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Augsburg");
-  EXPECT_EQ(Text("tb_Eingabe_7"), "2");
-  EXPECT_THAT(Ctl("li_Zeittabelle").items, ElementsAre("davor gilt LMT", "01.04.1893 00.00  MET"));
-  EXPECT_FALSE(Ctl("ig_Sommerzeit").visible);
-  EXPECT_EQ(d.City(), "Augsburg");
-  EXPECT_EQ(d.Timetable(), 2);
+  const SearchCase cases[] = {
+      {"München", {"Münchenbernsdorf", "München"}, "München", 1},
+      {" münchen ", {"Münchenbernsdorf", "München"}, "München", 1},
+      {"Münch", {"Münchenbernsdorf", "München"}, "Münchenbernsdorf", 2},
+      {"Münchenbernsdorf", {"Münchenbernsdorf"}, "Münchenbernsdorf", 2},
+      {"St*Gallen*", {"St. Gallenkirch", "St. Gallen"}, "St. Gallen", 1},
+      {"St*Gall*", {"St. Gallenkirch", "St. Gallen"}, "St. Gallenkirch", 2}};
+  for (const auto& c : cases) {
+    d.cb_Eingabe_KeyReturn(3, c.typed);
+    EXPECT_EQ(Listed(), c.listed) << c.typed;
+    EXPECT_EQ(d.City(), c.shown) << c.typed;
+    EXPECT_EQ(d.Timetable(), c.timetable) << c.typed;
+    EXPECT_EQ(Listed().at(static_cast<std::size_t>(Ctl("li_SuchOrte").list_index)), c.shown);
+  }
 }
 
 // A typed search also lists the places known by the text as another of
@@ -266,14 +212,13 @@ TEST_F(PlacemanagerModel, SearchListsPlacesFoundByAnotherNameAndSaysSo) {
                                                       6)));
   auto& d = Open("Berlin", "D");
   d.cb_Eingabe_KeyReturn(3, "Munich");
-  EXPECT_THAT(ListedNames(), ElementsAre("München"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "München");
-  EXPECT_EQ(Text("lb_InfoLine"),
-            "München: unter einem anderen seiner Namen gefunden, \u201EMunich\u201C; "
-            "aufgeführt unter seinem eigenen.");
+  EXPECT_THAT(Listed(), ElementsAre("München"));
+  ExpectTexts({"tb_Eingabe_3", "München", "lb_InfoLine",
+               "München: unter einem anderen seiner Namen gefunden, \u201EMunich\u201C; "
+               "aufgeführt unter seinem eigenen."});
   // "Bonna" begins other names of Augsburg and Bonn, and Bonn's own.
   d.cb_Eingabe_KeyReturn(3, "Bonn");
-  EXPECT_THAT(ListedNames(), ElementsAre("Augsburg", "Bonn"));
+  EXPECT_THAT(Listed(), ElementsAre("Augsburg", "Bonn"));
   EXPECT_EQ(Text("tb_Eingabe_3"), "Bonn");
   d.li_SuchOrte_Click(0);
   CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
@@ -283,10 +228,46 @@ TEST_F(PlacemanagerModel, SearchListsPlacesFoundByAnotherNameAndSaysSo) {
             "Bonn\u201D; listed under its own.");
   // A place by its own name, spelled without its accent, needs no note.
   d.cb_Eingabe_KeyReturn(3, "Munchen");
-  EXPECT_THAT(ListedNames(), ElementsAre("München"));
+  EXPECT_THAT(Listed(), ElementsAre("München"));
   EXPECT_NE(Text("lb_InfoLine").substr(0, 8), "München:");
   d.cb_ABC_Click(2);  // the letter B lists own names only
-  EXPECT_THAT(ListedNames(), ElementsAre("Berlin", "Bonn"));
+  EXPECT_THAT(Listed(), ElementsAre("Berlin", "Bonn"));
+}
+
+// ---- Timetables ----
+
+TEST_F(PlacemanagerModel, ClickInTheListLoadsThePlaceAndItsTimetableWithOrWithoutZones) {
+  auto& d = Open("München", "D");
+  ASSERT_EQ(Ctl("li_Zeittabelle").items.size(), 10U);
+  EXPECT_EQ(Ctl("li_Zeittabelle").items[2], "31.03.1996 02.00  MET/S");
+  EXPECT_TRUE(Ctl("ig_Sommerzeit").visible);
+  d.li_Zeittabelle_Click(2);
+  EXPECT_EQ(Text("lb_Zeittabelle_1"), "Ortszeit: Middle European Time, summer time  (MET/S)");
+  d.ch_DatumZonen_Click(false);
+  EXPECT_EQ(Ctl("li_Zeittabelle").items[2], "31.03.1996 02.00");
+  EXPECT_EQ(Ctl("li_Zeittabelle").list_index, 2);
+  d.cb_ABC_Click(0);
+  d.li_SuchOrte_Click(0);
+  ExpectTexts({"tb_Eingabe_3", "Augsburg", "tb_Eingabe_7", "2"});
+  EXPECT_THAT(Ctl("li_Zeittabelle").items, ElementsAre("davor gilt LMT", "01.04.1893 00.00"));
+  EXPECT_FALSE(Ctl("ig_Sommerzeit").visible);
+  EXPECT_EQ(d.City(), "Augsburg");
+  EXPECT_EQ(d.Timetable(), 2);
+}
+
+// Beside the timetable's number, the standard zone it ends on before 2000;
+// the country's base zone for a timetable without entries; nothing where
+// the country has no timetables.
+TEST_F(PlacemanagerModel, TimetableFieldsShowNumberAndStandardZone) {
+  WriteGermanTimetables();  // 1 Central European, 2 empty, 3 Eastern European
+  auto& d = Open("Zwickau", "D");
+  ExpectTexts({"tb_Eingabe_7", "3", "tb_Eingabe_4", "EET"});
+  d.cb_Eingabe_KeyReturn(3, "München");
+  ExpectTexts({"tb_Eingabe_7", "1", "tb_Eingabe_4", "MET"});
+  d.cb_Eingabe_KeyReturn(3, "Augsburg");
+  ExpectTexts({"tb_Eingabe_7", "2", "tb_Eingabe_4", "MEZ"});
+  d.cb_Eingabe_KeyReturn(13, "Österreich");
+  ExpectTexts({"tb_Eingabe_3", "Graz", "tb_Eingabe_7", "", "tb_Eingabe_4", ""});
 }
 
 TEST_F(PlacemanagerModel, InfoSaysWhereAPlaceFollowsItsOwnZoneHistory) {
@@ -298,45 +279,13 @@ TEST_F(PlacemanagerModel, InfoSaysWhereAPlaceFollowsItsOwnZoneHistory) {
   EXPECT_EQ(Text("lb_Zeittabelle_1"), "");
 }
 
-TEST_F(PlacemanagerModel, TimetableListShowsDatesWithOrWithoutZones) {
-  auto& d = Open("München", "D");
-  const auto& items = Ctl("li_Zeittabelle").items;
-  ASSERT_EQ(items.size(), 10U);
-  EXPECT_EQ(items[2], "31.03.1996 02.00  MET/S");
-  EXPECT_TRUE(Ctl("ig_Sommerzeit").visible);
-  d.li_Zeittabelle_Click(2);
-  EXPECT_EQ(Text("lb_Zeittabelle_1"), "Ortszeit: Middle European Time, summer time  (MET/S)");
-  d.ch_DatumZonen_Click(false);
-  EXPECT_EQ(Ctl("li_Zeittabelle").items[2], "31.03.1996 02.00");
-  EXPECT_EQ(Ctl("li_Zeittabelle").list_index, 2);
-}
+// ---- Countries ----
 
-// Beside the timetable's number, the standard zone it ends on before 2000;
-// the country's base zone for a timetable without entries; nothing where
-// the country has no timetables.
-TEST_F(PlacemanagerModel, TimetableFieldsShowNumberAndStandardZone) {
-  WriteGermanTimetables();  // 1 Central European, 2 empty, 3 Eastern European
-  auto& d = Open("Zwickau", "D");
-  EXPECT_EQ(Text("tb_Eingabe_7"), "3");
-  EXPECT_EQ(Text("tb_Eingabe_4"), "EET");
-  d.cb_Eingabe_KeyReturn(3, "München");
-  EXPECT_EQ(Text("tb_Eingabe_7"), "1");
-  EXPECT_EQ(Text("tb_Eingabe_4"), "MET");
-  d.cb_Eingabe_KeyReturn(3, "Augsburg");
-  EXPECT_EQ(Text("tb_Eingabe_7"), "2");
-  EXPECT_EQ(Text("tb_Eingabe_4"), "MEZ");
-  d.cb_Eingabe_KeyReturn(13, "Österreich");
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Graz");
-  EXPECT_EQ(Text("tb_Eingabe_7"), "");
-  EXPECT_EQ(Text("tb_Eingabe_4"), "");
-}
-
-TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturn) {
+TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturnOrByTheOptionButtons) {
   auto& d = Open("München", "D");
   d.cb_Eingabe_KeyReturn(13, "öst");
-  EXPECT_EQ(Text("tb_Eingabe_13"), "Österreich");
-  EXPECT_THAT(ListedNames(), ElementsAre("Graz", "Wien"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Graz");
+  ExpectTexts({"tb_Eingabe_13", "Österreich", "tb_Eingabe_3", "Graz"});
+  EXPECT_THAT(Listed(), ElementsAre("Graz", "Wien"));
   EXPECT_EQ(d.CountryShort(), "A");
   // A US code switches the option buttons to the US states.
   d.cb_Eingabe_KeyReturn(14, "usc");
@@ -344,44 +293,39 @@ TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturn) {
   EXPECT_EQ(Text("cb_Eingabe_13"), "Kalifornien");
   // An exact code beats a longer code it begins.
   d.rb_Eingabe_Click(0);
+  EXPECT_THAT(Ctl("cb_Eingabe_14").items, ::testing::Not(::testing::Contains("USCA")));
   d.cb_Eingabe_KeyReturn(14, "d");
   EXPECT_EQ(Text("tb_Eingabe_13"), "Deutschland");
   // Nothing found: the combo boxes show the country again.
   d.cb_Eingabe_KeyReturn(13, "Xanadu");
   EXPECT_EQ(Text("cb_Eingabe_13"), "Deutschland");
-}
-
-TEST_F(PlacemanagerModel, OptionButtonsSwitchTheCountryList) {
-  auto& d = Open("München", "D");
   d.rb_Eingabe_Click(1);
   EXPECT_THAT(Ctl("cb_Eingabe_13").items, ElementsAre("Kalifornien", "New York"));
   EXPECT_EQ(Text("tb_Eingabe_3"), "Los Angeles");
   EXPECT_TRUE(Ctl("ig_Land_1").visible);
-  d.rb_Eingabe_Click(0);
-  EXPECT_EQ(
-      std::count(Ctl("cb_Eingabe_14").items.begin(), Ctl("cb_Eingabe_14").items.end(), "USCA"), 0);
 }
 
 // ---- Keys and closing ----
 
-TEST_F(PlacemanagerModel, EscapeCancelsCtrlShiftReturnClosesWithOkReturnAloneDoesNothing) {
-  for (const std::int16_t key : {DlgPlacemanager::kKeyEscape, DlgPlacemanager::kKeyCancel}) {
+TEST_F(PlacemanagerModel, EscapeAndCancelKeyCancelCtrlShiftReturnClosesWithOk) {
+  using D = DlgPlacemanager;
+  const struct {
+    std::int16_t key, shift;
+    bool used, canceled;
+  } cases[] = {{D::kKeyEscape, 0, true, true},
+               {D::kKeyCancel, 0, true, true},
+               {D::kKeyReturn, 0, false, false},
+               {D::kKeyReturn, D::kCtrlMask, false, false},
+               {D::kKeyReturn, D::kCtrlMask | D::kShiftMask, true, false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::Message() << c.key << " " << c.shift);
     auto& d = Open("München", "D");
     view_.closed = 0;
-    EXPECT_TRUE(d.Form_KeyDown(key, 0));
-    EXPECT_TRUE(d.Canceled());
-    EXPECT_EQ(view_.closed, 1);
+    EXPECT_EQ(d.Form_KeyDown(c.key, c.shift), c.used);
+    EXPECT_EQ(view_.closed, c.used ? 1 : 0);
+    EXPECT_EQ(d.Canceled(), c.canceled);
+    EXPECT_EQ(d.City(), "München");
   }
-  view_.closed = 0;
-  auto& d = Open("München", "D");
-  EXPECT_FALSE(d.Form_KeyDown(DlgPlacemanager::kKeyReturn, 0));
-  EXPECT_FALSE(d.Form_KeyDown(DlgPlacemanager::kKeyReturn, DlgPlacemanager::kCtrlMask));
-  EXPECT_EQ(view_.closed, 0);
-  EXPECT_TRUE(d.Form_KeyDown(DlgPlacemanager::kKeyReturn,
-                             DlgPlacemanager::kCtrlMask | DlgPlacemanager::kShiftMask));
-  EXPECT_EQ(view_.closed, 1);
-  EXPECT_FALSE(d.Canceled());
-  EXPECT_EQ(d.City(), "München");
 }
 
 TEST_F(PlacemanagerModel, EscapeWhileEditingKeepsTheDialogAndTheEditOpen) {
@@ -399,47 +343,48 @@ TEST_F(PlacemanagerModel, EscapeWhileEditingKeepsTheDialogAndTheEditOpen) {
   EXPECT_THAT(UserPlaces("D"), ElementsAre("München-Ost"));
 }
 
-TEST_F(PlacemanagerModel, ClosingWithPendingChangesAsks) {
-  auto& d = Open("München", "D");
-  d.tb_Eingabe_Change(5, "11.6");
-  ASSERT_TRUE(d.ChangesPending());
-  EXPECT_FALSE(d.Editing());
-  EXPECT_EQ(d.Group(), PanelGroup::kPending);
-
-  answer_ = MsgAnswer::kCancel;
-  EXPECT_FALSE(d.Form_Unload());
-  ASSERT_EQ(messages_.size(), 1U);
-  EXPECT_EQ(messages_[0].text, "Änderungen Ortedatenbank übernehmen?");
-  EXPECT_EQ(messages_[0].title, "");
-  EXPECT_EQ(messages_[0].style, kMsgYesNoCancel + kMsgQuestion);
-  EXPECT_TRUE(d.ChangesPending());
-  EXPECT_FALSE(d.Closed());
-
-  answer_ = MsgAnswer::kNo;
-  EXPECT_TRUE(d.Form_Unload());
-  EXPECT_TRUE(UserPlaces("D").empty());
-  EXPECT_FALSE(d.ChangesPending());
-
-  // Yes writes the change as a user place.
-  CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
-  auto& e = Open("München", "D");
-  e.tb_Eingabe_Change(6, "48.5");
-  answer_ = MsgAnswer::kYes;
-  EXPECT_TRUE(e.Form_Unload());
-  EXPECT_EQ(messages_.back().text, "Save changes of places?");
+TEST_F(PlacemanagerModel, ClosingAsksAboutPendingChangesCancellingDropsThem) {
+  const struct {
+    MsgAnswer answer;
+    bool closes, written;
+  } cases[] = {{MsgAnswer::kCancel, false, false},
+               {MsgAnswer::kNo, true, false},
+               {MsgAnswer::kYes, true, true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(static_cast<int>(c.answer));
+    auto& d = Open("München", "D");
+    d.tb_Eingabe_Change(6, "48.5");
+    ASSERT_TRUE(d.ChangesPending());
+    EXPECT_FALSE(d.Editing());
+    EXPECT_EQ(d.Group(), PanelGroup::kPending);
+    messages_.clear();
+    answer_ = c.answer;
+    EXPECT_EQ(d.Form_Unload(), c.closes);
+    ASSERT_EQ(messages_.size(), 1U);
+    EXPECT_EQ(messages_[0].text, "Änderungen Ortedatenbank übernehmen?");
+    EXPECT_EQ(messages_[0].title, "");
+    EXPECT_EQ(messages_[0].style, kMsgYesNoCancel + kMsgQuestion);
+    EXPECT_EQ(d.ChangesPending(), !c.closes);
+    EXPECT_EQ(d.Closed(), c.closes);
+    EXPECT_EQ(UserPlaces("D").size(), c.written ? 1U : 0U);
+  }
+  // Yes wrote the change as a user place, which shows now.
   EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
-  classPlaces places;
-  double latitude = 0;
-  places.GetPlaceData("München", "D", nullptr, &latitude);
-  EXPECT_NEAR(latitude, 48.5, 1e-4);  // the user place wins
-}
-
-TEST_F(PlacemanagerModel, UnloadResetsNewModeAndRestoresTheOwner) {
-  auto& d = Open("München", "D");
-  d.SetOwner(77);
-  d.NewMode(true);
-  EXPECT_TRUE(d.Form_Unload());
-  EXPECT_FALSE(d.NewMode());
+  EXPECT_EQ(Text("tb_Eingabe_6"), "48N30' 00\"");
+  EXPECT_TRUE(Ctl("lb_Definiert").visible);
+  // Cancelling the dialog drops a change without asking.
+  auto& e = Open("Bonn", "D");
+  e.tb_Eingabe_Change(3, "Bonn-Beuel");
+  e.bt_CANCEL_Click(0);
+  EXPECT_TRUE(e.Canceled());
+  EXPECT_EQ(messages_.size(), 1U);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
+  // A close resets the new-place mode and gives the owner back its window.
+  auto& f = Open("München", "D");
+  f.SetOwner(77);
+  f.NewMode(true);
+  EXPECT_TRUE(f.Form_Unload());
+  EXPECT_FALSE(f.NewMode());
   EXPECT_THAT(view_.owners, ElementsAre(77, 77));
 }
 
@@ -459,9 +404,10 @@ TEST_F(PlacemanagerModel, OkWritesPendingChangesBeforeClosing) {
 TEST_F(PlacemanagerModel, NewPlaceRunsThreeStepsAndWritesTheUserFile) {
   auto& d = Open("Augsburg", "D");
   d.bt_Action_Click(1);
-  EXPECT_EQ(d.Step(), 1);
-  EXPECT_TRUE(d.Editing());
   EXPECT_EQ(d.Caption(), "Orteverwaltung");
+  EXPECT_EQ(d.Step(), 1);
+  EXPECT_EQ(d.Group(), PanelGroup::kStep1);
+  EXPECT_TRUE(d.Editing());
   EXPECT_EQ(Text("bt_OK_1"), "&Weiter");
   EXPECT_TRUE(Ctl("tb_Eingabe_3").read_only);
   EXPECT_FALSE(Ctl("bt_OK_0").visible);
@@ -473,10 +419,8 @@ TEST_F(PlacemanagerModel, NewPlaceRunsThreeStepsAndWritesTheUserFile) {
   EXPECT_TRUE(Ctl("bt_Action_5").visible);
   d.bt_OK_Click(1);
   EXPECT_EQ(d.Step(), 3);
-  EXPECT_EQ(Text("bt_OK_1"), "&Fertig");
-  EXPECT_EQ(Text("tb_Eingabe_3"), "");
+  ExpectTexts({"bt_OK_1", "&Fertig", "tb_Eingabe_3", ""});
   EXPECT_EQ(view_.focus.back(), "tb_Eingabe_3");
-
   // No name: the entry goes on.
   d.bt_OK_Click(1);
   ASSERT_EQ(messages_.size(), 1U);
@@ -504,7 +448,6 @@ TEST_F(PlacemanagerModel, NewPlaceRunsThreeStepsAndWritesTheUserFile) {
 TEST_F(PlacemanagerModel, NewModeReturnsTheEnteredPlaceAndCloses) {
   auto& d = Open("München", "D", true);
   EXPECT_EQ(d.Step(), 1);
-  EXPECT_EQ(d.Caption(), "Orteverwaltung");
   ToStep3(d);
   d.tb_Eingabe_Change(3, "Garching");
   d.tb_Eingabe_Change(5, "11.65");
@@ -536,12 +479,10 @@ TEST_F(PlacemanagerModel, BackFromStep3SkipsStep2WithoutTimetables) {
 
   auto& g = Open("München", "D");
   ToStep3(g);
-  g.bt_CANCEL_Click(1);
-  EXPECT_EQ(g.Step(), 2);
-  g.bt_CANCEL_Click(1);
-  EXPECT_EQ(g.Step(), 1);
-  g.bt_CANCEL_Click(1);
-  EXPECT_EQ(g.Step(), 0);
+  for (const int step : {2, 1, 0}) {
+    g.bt_CANCEL_Click(1);
+    EXPECT_EQ(g.Step(), step);
+  }
   EXPECT_FALSE(g.Editing());
   EXPECT_EQ(view_.closed, 0);
   EXPECT_EQ(g.Group(), PanelGroup::kBrowse);
@@ -558,43 +499,36 @@ TEST_F(PlacemanagerModel, StepTwoChoosesAnotherTimetable) {
   d.bt_OK_Click(1);
   d.tb_Eingabe_Change(3, "Freising");
   d.bt_OK_Click(1);
-  EXPECT_EQ(Text("tb_Eingabe_7"), "3");
-  std::int16_t timetable = 0;
-  classPlaces().HaveTimetables("D", "Freising", &timetable);
-  EXPECT_EQ(timetable, 3);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Freising"));
+  EXPECT_EQ(d.Timetable(), 3);  // as read back from the user file
 }
 
 // ---- Change, delete, timetable ----
 
-TEST_F(PlacemanagerModel, ChangingAUserPlaceReplacesIt) {
+TEST_F(PlacemanagerModel, ChangingAUserPlaceReplacesItCancellingRestoresIt) {
   auto& d = Open("München", "D");
-  d.bt_Action_Click(3);
-  EXPECT_EQ(d.Group(), PanelGroup::kEdit);
-  EXPECT_EQ(Text("bt_OK_1"), "&Eingabe OK");
-  EXPECT_EQ(Text("bt_CANCEL_1"), "&Abbrechen");
-  d.tb_Eingabe_Change(5, "11.6");
-  d.bt_OK_Click(1);
-  EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
-  EXPECT_TRUE(Ctl("lb_Definiert").visible);
-  d.bt_Action_Click(3);
-  d.tb_Eingabe_Change(5, "11.7");
-  d.bt_OK_Click(1);
-  EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
+  for (const char* longitude : {"11.6", "11.7"}) {
+    d.bt_Action_Click(3);
+    EXPECT_EQ(d.Group(), PanelGroup::kEdit);
+    d.tb_Eingabe_Change(5, longitude);
+    d.bt_OK_Click(1);
+    EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
+    EXPECT_TRUE(Ctl("lb_Definiert").visible);
+  }
   EXPECT_EQ(Text("tb_Eingabe_5"), "011E42' 00\"");
-}
-
-TEST_F(PlacemanagerModel, CancellingAnEditRestoresThePlaceFromDisk) {
-  auto& d = Open("Berlin", "D");
   d.bt_Action_Click(3);
-  d.tb_Eingabe_Change(3, "Berlin-Mitte");
+  d.tb_Eingabe_Change(3, "München-Mitte");
   d.bt_CANCEL_Click(1);
   EXPECT_FALSE(d.Editing());
   EXPECT_FALSE(d.ChangesPending());
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Berlin");
-  EXPECT_TRUE(UserPlaces("D").empty());
+  ExpectTexts({"tb_Eingabe_3", "München", "tb_Eingabe_5", "011E42' 00\""});
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
 }
 
-TEST_F(PlacemanagerModel, RenamingToAnExistingUserPlaceAsksFirst) {
+// Renaming to the name of another user place asks first; a name the user
+// file cannot hold is refused before the place being changed is taken out:
+// the place stays as it was.
+TEST_F(PlacemanagerModel, RenamingAsksBeforeReplacingAndKeepsThePlaceOnARefusedName) {
   classPlaces().AddUserPlace("D", "Pasing", 11.46, 48.14, 1);
   auto& d = Open("München", "D");
   d.tb_Eingabe_Change(3, "Pasing");
@@ -608,17 +542,11 @@ TEST_F(PlacemanagerModel, RenamingToAnExistingUserPlaceAsksFirst) {
   d.bt_OK_Click(1);
   EXPECT_THAT(UserPlaces("D"), ElementsAre("Pasing"));
   EXPECT_EQ(Text("tb_Eingabe_5"), "011E34' 30\"");
-}
-
-// A name the user file cannot hold is refused before the place being
-// changed is taken out: the place stays as it was.
-TEST_F(PlacemanagerModel, RenamingToANameThatCannotBeStoredKeepsThePlace) {
-  classPlaces().AddUserPlace("D", "Pasing", 11.46, 48.14, 1);
-  auto& d = Open("Pasing", "D");
+  auto& p = Open("Pasing", "D");
   for (const std::string& name : {std::string(29, 'P'), std::string("Pasing \xF0\x9F\x98\x80")}) {
     messages_.clear();
-    d.tb_Eingabe_Change(3, name);
-    d.bt_OK_Click(1);
+    p.tb_Eingabe_Change(3, name);
+    p.bt_OK_Click(1);
     ASSERT_EQ(messages_.size(), 1U) << name;
     EXPECT_EQ(messages_[0].text.rfind("Der Ort konnte nicht gespeichert werden: ", 0), 0U);
     EXPECT_THAT(UserPlaces("D"), ElementsAre("Pasing"));
@@ -654,8 +582,7 @@ TEST_F(PlacemanagerModel, ChosenTimetableWaitsForConfirmation) {
   EXPECT_THAT(view_.chooser_calls, ElementsAre("D 1"));
   EXPECT_TRUE(d.ChangesPending());
   EXPECT_FALSE(d.Editing());
-  EXPECT_EQ(Text("bt_OK_1"), "Eingabe OK");
-  EXPECT_EQ(Text("bt_CANCEL_1"), "Eingabe abbrechen");
+  EXPECT_EQ(d.Group(), PanelGroup::kPending);
   EXPECT_EQ(Text("tb_Eingabe_7"), "2");
   d.bt_OK_Click(1);
   EXPECT_THAT(UserPlaces("D"), ElementsAre("Bonn"));
@@ -668,6 +595,12 @@ TEST_F(PlacemanagerModel, ChosenTimetableWaitsForConfirmation) {
 
 TEST_F(PlacemanagerModel, MovingToAnotherPlaceWithPendingChangesAsks) {
   auto& d = Open("Bonn", "D");
+  // Typing back the old text leaves nothing pending.
+  d.tb_Eingabe_Change(3, "Bon");
+  EXPECT_TRUE(d.ChangesPending());
+  d.tb_Eingabe_Change(3, "Bonn");
+  EXPECT_FALSE(d.ChangesPending());
+  EXPECT_EQ(d.Group(), PanelGroup::kBrowse);
   d.tb_Eingabe_Change(3, "Bonn-Nord");
   answer_ = MsgAnswer::kCancel;
   d.li_SuchOrte_Click(0);
@@ -680,47 +613,37 @@ TEST_F(PlacemanagerModel, MovingToAnotherPlaceWithPendingChangesAsks) {
   EXPECT_TRUE(UserPlaces("D").empty());
 }
 
-TEST_F(PlacemanagerModel, TypingBackTheOldTextLeavesNothingPending) {
-  auto& d = Open("Bonn", "D");
-  d.tb_Eingabe_Change(3, "Bon");
-  EXPECT_TRUE(d.ChangesPending());
-  d.tb_Eingabe_Change(3, "Bonn");
-  EXPECT_FALSE(d.ChangesPending());
-  EXPECT_EQ(d.Group(), PanelGroup::kBrowse);
-}
-
-// ---- Coordinates ----
-
-TEST_F(PlacemanagerModel, CoordinatesAreReadAsDegreesOrDecimalsAndRangeChecked) {
-  auto& d = Open("Bonn", "D");
-  d.tb_Eingabe_Change(5, "-7.5");
-  d.ChangeBreiteLaenge(5);
-  EXPECT_EQ(Text("tb_Eingabe_5"), "007W30' 00\"");
-  d.tb_Eingabe_Change(5, "200");
-  d.tb_Eingabe_LostFocus(5);
-  EXPECT_EQ(Text("tb_Eingabe_5"), "007W30' 00\"");
-  d.tb_Eingabe_Change(6, "north");
-  d.tb_Eingabe_KeyReturn(6);
-  EXPECT_EQ(Text("tb_Eingabe_6"), "50N43' 48\"");
-  d.tb_Eingabe_Change(6, "50 43 48");
-  d.ChangeBreiteLaenge(6);
-  EXPECT_EQ(Text("tb_Eingabe_6"), "50N43' 48\"");
-}
-
-TEST_F(PlacemanagerModel, SpinMovesByArcMinutesWithinRange) {
+// Typed as degrees or decimals, rewritten in degree notation; an unreadable
+// or out-of-range text gets the last good value back. The spin moves by arc
+// minutes, stops at the pole and gives a good value too.
+TEST_F(PlacemanagerModel, CoordinatesAreReadRangeCheckedAndSpun) {
   auto& d = Open("Bonn", "D");
   d.SpinLaengeBreite(6, 1);
   EXPECT_EQ(Text("tb_Eingabe_6"), "50N44' 48\"");
   EXPECT_TRUE(d.ChangesPending());
-  d.tb_Eingabe_Change(6, "89.99");
-  d.SpinLaengeBreite(6, 10);
-  EXPECT_EQ(Text("tb_Eingabe_6"), "90N00' 00\"");
+  const struct {
+    std::int16_t field;
+    const char* typed;
+    std::function<void()> done;
+    const char* shown;
+  } cases[] = {{5, "-7.5", [&] { d.ChangeBreiteLaenge(5); }, "007W30' 00\""},
+               {5, "200", [&] { d.tb_Eingabe_LostFocus(5); }, "007W30' 00\""},
+               {6, "north", [&] { d.tb_Eingabe_KeyReturn(6); }, "50N44' 48\""},
+               {6, "50 43 48", [&] { d.ChangeBreiteLaenge(6); }, "50N43' 48\""},
+               {6, "89.99", [&] { d.SpinLaengeBreite(6, 10); }, "90N00' 00\""}};
+  for (const auto& c : cases) {
+    d.tb_Eingabe_Change(c.field, c.typed);
+    c.done();
+    EXPECT_EQ(Text(FormModel::Member("tb_Eingabe", c.field)), c.shown) << c.typed;
+  }
 }
 
 // ---- Help line ----
 
-// The help line takes each text in its component's language rule: the
-// dialog's own texts read language 0 as German, Choose's as English.
+// The help line shows the text of the control with the focus or the mouse,
+// in that text's language rule: the dialog's own texts are English for the
+// languages 1 and 3, Choose's texts German for 2 only. During a step the
+// OK and cancel buttons keep the step's line.
 TEST_F(PlacemanagerModel, HelpLineFollowsFocusAndMouseInEachTextsLanguage) {
   auto& d = Open("München", "D");
   const struct {
@@ -728,43 +651,55 @@ TEST_F(PlacemanagerModel, HelpLineFollowsFocusAndMouseInEachTextsLanguage) {
     std::function<void()> act;
     std::string text;  // what the line begins with; "" for an empty line
   } cases[] = {
-      {0, [&] { d.tb_Eingabe_GotFocus(3); }, "Hier können Sie den aktuellen Ort verändern."},
-      {2, [&] { d.tb_Eingabe_GotFocus(3); }, "Hier können Sie den aktuellen Ort verändern."},
-      {3, [&] { d.tb_Eingabe_GotFocus(14); },
-       "This is the shortcut of the actual country. (Can not be changed)."},
-      {3, [&] { d.tb_Eingabe_GotFocus(7); }, ""},
+      {3, [&] { d.tb_Eingabe_GotFocus(14); }, "This is the shortcut of the actual country. (Can"},
+      {1, [&] { d.cb_Eingabe_GotFocus(13); }, "To search a country, type the beginning"},
+      {4, [&] { d.cb_Eingabe_GotFocus(14); },
+       "Zum Auswählen eines Landes, geben Sie den Anfang der"},
+      {-1, [&] { d.pn_Eingabe_MouseMove(3); }, "Zum Suchen eines Ortes im aktuellen L"},
+      {2, [&] { d.li_Zeittabelle_MouseMove(); }, "Klicken Sie auf einen Eintrag und"},
       {0, [&] { d.bt_CANCEL_GotFocus(0); }, "Closes the Place Manager."},
-      {0, [&] { d.rb_Eingabe_MouseMove(1); }, "Shows all the states of the USA"},
-      {0, [&] { d.bt_Action_MouseMove(2); }, "Hier können Sie den aktuellen Ort löschen. - Nur"},
-      {0, [&] { d.cb_ABC_GotFocus(); }, "Klicken Sie auf einen Buchstaben. "},
-      {2, [&] { d.pn_Eingabe_MouseMove(3); }, "Zum Suchen eines Ortes im aktuellen L"},
-      {2, [&] { d.li_Zeittabelle_GotFocus(); }, "Klicken Sie auf einen Eintrag und"},
+      {2, [&] { d.bt_CANCEL_MouseMove(1); }, "Hier können Sie die Bearbeitung"},
       {2, [&] { d.bt_OK_GotFocus(0); }, "Hier wird der Ortemanager geschlossen."},
-      {2, [&] { d.SetHilfeIndex(std::string("frei")); }, "frei"}};
+      {0, [&] { d.bt_OK_MouseMove(1); }, "Confirm the changes"},
+      {0, [&] { d.rb_Eingabe_MouseMove(1); }, "Shows all the states of the USA"},
+      {2, [&] { d.rb_Eingabe_GotFocus(0); }, "Zeigt in der Länderliste alle Länder außer"},
+      {0, [&] { d.bt_Action_MouseMove(2); }, "Hier können Sie den aktuellen Ort löschen. - Nur"},
+      {1, [&] { d.bt_Action_GotFocus(1); }, "Here you can create a new place"},
+      {3, [&] { d.bt_Action_GotFocus(5); }, "Here you can select a matching timezone table"},
+      {1, [&] { d.bt_Action_GotFocus(3); }, ""},
+      {0, [&] { d.cb_ABC_GotFocus(); }, "Klicken Sie auf einen Buchstaben. "},
+      {2,
+       [&] {
+         d.bt_Action_Click(1);
+         d.cb_Eingabe_GotFocus(3);
+         d.bt_OK_MouseMove(1);
+         d.bt_CANCEL_GotFocus(1);
+       },
+       "Zum Suchen eines Ortes im aktuellen L"}};
   for (const auto& c : cases) {
     CurrentAtlas().Language().SetLanguage(c.language);
     c.act();
     const std::string& line = Text("lb_InfoLine");
-    if (c.text.empty()) {
-      EXPECT_EQ(line, "");
-    } else {
-      EXPECT_EQ(line.rfind(c.text, 0), 0U) << line;
-    }
+    EXPECT_TRUE(c.text.empty() ? line.empty() : line.rfind(c.text, 0) == 0) << line;
   }
-  EXPECT_THAT(view_.selected, ::testing::Contains("tb_Eingabe_14"));  // focus selects the text
-  d.cb_Eingabe_GotFocus(14);
-  EXPECT_NE(Text("lb_InfoLine").find("Länderkennung"), std::string::npos);
 }
 
-TEST_F(PlacemanagerModel, DuringAStepOkAndCancelKeepTheLine) {
+// Every text box says in its help whether it can be changed, in both
+// rules; the focus selects its text.
+TEST_F(PlacemanagerModel, HelpOfEveryReadOnlyFieldSaysSo) {
   auto& d = Open("München", "D");
-  d.bt_Action_Click(1);
-  d.cb_Eingabe_GotFocus(3);
-  const std::string before = Text("lb_InfoLine");
-  ASSERT_FALSE(before.empty());
-  d.bt_OK_MouseMove(1);
-  d.bt_CANCEL_GotFocus(1);
-  EXPECT_EQ(Text("lb_InfoLine"), before);
+  for (const std::int32_t language : {kLanguageGerman, kLanguageEnglish}) {
+    CurrentAtlas().Language().SetLanguage(language);
+    for (const auto& [name, state] : d.Controls()) {
+      if (name.rfind("tb_Eingabe_", 0) != 0) continue;
+      d.tb_Eingabe_GotFocus(static_cast<std::int16_t>(std::stoi(name.substr(11))));
+      EXPECT_EQ(view_.selected.back(), name);
+      const std::string& line = Text("lb_InfoLine");
+      const bool says = line.find(" (Kann nicht bearbeitet werden).") != std::string::npos ||
+                        line.find(" (Can not be changed).") != std::string::npos;
+      EXPECT_EQ(says, state.read_only && !line.empty()) << name << ": " << line;
+    }
+  }
 }
 
 }  // namespace

@@ -199,11 +199,6 @@ std::vector<std::string_view> Split(std::string_view text, char separator) {
   }
 }
 
-std::vector<std::string> SplitCopies(std::string_view text, char separator) {
-  const auto parts = Split(text, separator);
-  return {parts.begin(), parts.end()};
-}
-
 std::string TrimRight(std::string_view s) {
   return std::string(s.substr(0, s.find_last_not_of(' ') + 1));
 }

@@ -54,8 +54,6 @@ std::vector<std::string_view> Split(std::string_view text, char separator);
 // The lines of a text ended by CR LF (LF or CR alone too); a final line
 // break starts no further line. SplitLines("a\r\nb\n") is {"a", "b"}.
 std::vector<std::string_view> SplitLines(std::string_view text);
-// The same pieces as strings of their own, for callers that keep them.
-std::vector<std::string> SplitCopies(std::string_view text, char separator);
 
 // `s` without the blanks at its end (leading blanks stay).
 std::string TrimRight(std::string_view s);

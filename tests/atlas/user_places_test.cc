@@ -167,11 +167,17 @@ TEST_F(UserPlacesTest, EveryRunOfALetterIsReadAndEachRecordOnce) {
   EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8("Ölberg")), 1);
 }
 
+// The parts of a child's argument, "a|b|c".
+std::vector<std::string> ArgumentParts(std::string_view argument) {
+  const auto parts = Split(argument, '|');
+  return {parts.begin(), parts.end()};
+}
+
 // In another process: adds "P<i>" for i in [first, last) to the atlas in
 // `folder`, writing each number whose addition returned to `log`. The
 // argument is "folder|first|last|log".
 int AddMany(const std::string& argument) {
-  const auto parts = SplitCopies(argument, '|');
+  const auto parts = ArgumentParts(argument);
   if (parts.size() != 4) return 2;
   CurrentAtlas().places_path = parts[0];
   std::ofstream out(parts[3], std::ios::app);
@@ -291,7 +297,7 @@ TEST_F(UserPlacesTest, DeviceNamesAsCodesNeverWriteIntoADevice) {
 // addition fails after a few seconds with a message naming the file, which
 // keeps its places.
 int HoldFile(const std::string& argument) {
-  const auto parts = SplitCopies(argument, '|');
+  const auto parts = ArgumentParts(argument);
   if (parts.size() != 3) return 2;
 #ifdef _WIN32
   const DWORD share = FILE_SHARE_READ | (parts[2] == "share-delete" ? FILE_SHARE_DELETE : 0);

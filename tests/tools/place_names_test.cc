@@ -40,8 +40,8 @@ std::vector<GeoPlace> Villages() {
         {"US",
          "Springfield,Georgetown,Franklin,Clinton,Madison,Greenville,Fairview,Salem,Riverside,"
          "Oak Grove"}}) {
-    for (auto& name : SplitCopies(names, ','))
-      places.push_back(Place(std::move(name), country, 5000));
+    for (const auto name : Split(names, ','))
+      places.push_back(Place(std::string(name), country, 5000));
   }
   return places;
 }

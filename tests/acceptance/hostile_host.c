@@ -1,14 +1,10 @@
-/* A C host for the hostile-atlas suite: opens the atlas named on the command
- * line and answers questions read from stdin, one per line, fields separated
- * by TABs:
- *
+/* A C host for the hostile-atlas suite: answers questions on stdin about the
+ * atlas named on the command line, one per line, fields separated by TABs:
  *   place NAME COUNTRY [YYYY-MM-DDTHH:MM]   nearest COUNTRY LON LAT
  *   search TEXT COUNTRY                     add COUNTRY NAME LON LAT
  *   placefile FILE COUNTRY                  (the name is FILE's bytes)
- *
- * Each answer is one line: "0 <answer>", "1 not found", or "2 <error>" with
- * tarv_last_error(), which names the file at fault. Lines are flushed, so
- * the suite sees every answer given before a crash. */
+ * Each answer is one flushed line (the suite sees every answer given before a
+ * crash): "0 <answer>", "1 not found", or "2 <error>" naming the file at fault. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -55,11 +51,10 @@ static void answer(tarv_atlas* atlas, char** f, int n) {
     print_answer(tarv_place_lookup(atlas, f[1], f[2], n == 4 ? &when : NULL, &place, NULL), &place);
   } else if (strcmp(f[0], "placefile") == 0 && n == 3) {
     const char* text = read_file(f[1]);
-    if (text == NULL) {
+    if (text == NULL)
       printf("2 cannot read %s\n", f[1]);
-      return;
-    }
-    print_answer(tarv_place_lookup(atlas, text, f[2], NULL, &place, NULL), &place);
+    else
+      print_answer(tarv_place_lookup(atlas, text, f[2], NULL, &place, NULL), &place);
   } else if (strcmp(f[0], "nearest") == 0 && n == 4) {
     print_answer(tarv_nearest(atlas, f[1], atof(f[2]), atof(f[3]), 0.0, &place), &place);
   } else if (strcmp(f[0], "search") == 0 && n == 3) {
@@ -101,11 +96,10 @@ int main(int argc, char** argv) {
       next = strchr(next, '\t');
       if (next != NULL) *next++ = '\0';
     }
-    if (status != TARV_OK) {
+    if (status != TARV_OK)
       print_answer(status, NULL); /* the atlas would not open: every question says why */
-    } else {
+    else
       answer(atlas, fields, n);
-    }
     fflush(stdout);
   }
   if (atlas != NULL) tarv_close(atlas);

@@ -18,17 +18,13 @@ class CountryNamesTest : public testing::AtlasFixture {
  protected:
   void SetUp() override {
     AtlasFixture::SetUp();
-    folder_.Write(std::string(kCountryNamesFile),
-                  CountryNamesText({{"D", true, "DE"},
-                                    {"D", true, "DEU"},
-                                    {"USCA", true, "US-CA"},
-                                    {"AUS", true, "AU-NSW"},
-                                    {"A", true, "D"},
-                                    {"USA", true, "US"},
-                                    {"D", false, "germany"},
-                                    {"D", false, "allemagne"},
-                                    {"USA", false, "unitedstates"},
-                                    {"J", false, TypedNameKey("日本")}}));
+    std::vector<CountryNameEntry> names = {
+        {"D", true, "DE"},       {"D", true, "DEU"},        {"USCA", true, "US-CA"},
+        {"AUS", true, "AU-NSW"}, {"A", true, "D"},          {"USA", true, "US"},
+        {"D", false, "germany"}, {"D", false, "allemagne"}, {"USA", false, "unitedstates"},
+    };
+    names.push_back({"J", false, TypedNameKey("日本")});
+    folder_.Write(std::string(kCountryNamesFile), CountryNamesText(names));
   }
   std::string Code(const std::string& text, CountryCodes codes = CountryCodes::kIso) {
     const auto match = FindCountry(text, codes);
@@ -36,71 +32,57 @@ class CountryNamesTest : public testing::AtlasFixture {
   }
 };
 
+// A state the atlas does not file apart goes to its country; a code that is
+// both is ISO first, unless the atlas's own codes are asked; whole codes and
+// names come before beginnings ("Au" begins Australien).
 TEST_F(CountryNamesTest, IsoCodesNamesAndTheAtlasOwnCodesInTheirOrder) {
-  EXPECT_EQ(Code("de"), "D");
-  EXPECT_EQ(Code(" DEU "), "D");
-  EXPECT_EQ(Code("US-CA"), "USCA");
-  EXPECT_EQ(Code("AU-NSW"), "AUS");  // a state the atlas does not file apart
-  EXPECT_EQ(Code("Allemagne"), "D");
-  EXPECT_EQ(Code("GERMANY"), "D");
-  EXPECT_EQ(Code("日本"), "J");
-  EXPECT_EQ(Code("Deutschland"), "D");  // the table's title
-  EXPECT_EQ(Code("usca"), "USCA");
-  EXPECT_EQ(Code("RUS"), "SSR");  // a successor code
-  // A code that is both: ISO first, unless the atlas's own codes are asked.
-  EXPECT_EQ(Code("D"), "A");
+  const std::pair<const char*, const char*> kCases[] = {
+      {"de", "D"},        {" DEU ", "D"},   {"US-CA", "USCA"}, {"AU-NSW", "AUS"},
+      {"Allemagne", "D"}, {"GERMANY", "D"}, {"usca", "USCA"},  {"Deutschland", "D"},
+      {"RUS", "SSR"},     {"D", "A"},       {"Austr", "AUS"},  {"Deutsch", "D"},
+      {"", "-"},          {"*", "-"},       {"Xanadu", "-"},
+  };
+  for (const auto& [text, code] : kCases)
+    EXPECT_EQ(Code(text), code) << text;
+  EXPECT_EQ(std::tuple(Code("日本"), Code("Berlin\xF0\x9F\x98\x80")), std::tuple("J", "-"));
   EXPECT_EQ(Code("D", CountryCodes::kAtlas), "D");
   EXPECT_EQ(Code("DE", CountryCodes::kAtlas), "D");  // no atlas code "DE": ISO then
-  // Whole codes and names before beginnings: "Au" begins Australien.
-  EXPECT_EQ(Code("Austr"), "AUS");
-  EXPECT_EQ(Code("Deutsch"), "D");
-  EXPECT_EQ(Code(""), "-");
-  EXPECT_EQ(Code("*"), "-");
-  EXPECT_EQ(Code("Xanadu"), "-");
-  EXPECT_EQ(Code("Berlin\xF0\x9F\x98\x80"), "-");
 }
 
 TEST_F(CountryNamesTest, GroupsByTheirNamesInEitherLanguageAndTheUsaByItsCodes) {
   const auto us = FindCountry("US", CountryCodes::kIso);
   ASSERT_TRUE(us);
-  EXPECT_TRUE(us->group);
-  EXPECT_EQ(us->code, "USA");
+  EXPECT_EQ(std::tuple(us->group, us->code), std::tuple(true, "USA"));
   EXPECT_EQ(Code("United States"), "USA");
   // The table is English here: groups go by their English names, which the
   // searches read, also when asked by their German ones.
   CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   InitializeCountries("", "Country.dat", false, true);
-  EXPECT_EQ(Code("EUROPA"), "EUROPE");
-  EXPECT_EQ(Code("europe"), "EUROPE");
-  EXPECT_EQ(Code("asia"), "ASIA");
+  EXPECT_EQ(std::tuple(Code("EUROPA"), Code("europe"), Code("asia")),
+            std::tuple("EUROPE", "EUROPE", "ASIA"));
   EXPECT_TRUE(FindCountry("asien", CountryCodes::kIso)->group);
 }
 
 TEST_F(CountryNamesTest, TheIsoCodeOfACountryIsItsFirst) {
-  EXPECT_EQ(IsoCodeOf("D"), "DE");
-  EXPECT_EQ(IsoCodeOf("usca"), "US-CA");
-  EXPECT_EQ(IsoCodeOf("F"), "");
+  EXPECT_EQ(std::tuple(IsoCodeOf("D"), IsoCodeOf("usca"), IsoCodeOf("F")),
+            std::tuple("DE", "US-CA", ""));
 }
 
-// The public member keeps the table's own rules and adds the names.
 TEST_F(CountryNamesTest, GetCountryIdTakesIsoCodesAndNamesOnlyWhereItsRulesFindNothing) {
   classPlaces places;
-  EXPECT_EQ(places.GetCountryID("Allemagne"), 58);
-  EXPECT_EQ(places.GetCountryID("DEU"), 58);
-  EXPECT_EQ(places.GetCountryID("D"), 58);  // the atlas code, not the ISO code of "A"
-  EXPECT_EQ(places.GetCountryID("US-CA"), 200);
+  // "D" is the atlas code, not the ISO code of "A".
+  EXPECT_EQ(std::tuple(places.GetCountryID("Allemagne"), places.GetCountryID("DEU"),
+                       places.GetCountryID("D"), places.GetCountryID("US-CA")),
+            std::tuple(58, 58, 58, 200));
   const auto info = places.FindCountry("Allemagne");
   ASSERT_TRUE(info);
-  EXPECT_EQ(info->Code, "D");
-  EXPECT_EQ(info->Iso, "DE");
-  EXPECT_EQ(info->Title, "Deutschland");
+  EXPECT_EQ(std::tuple(info->Code, info->Iso, info->Title), std::tuple("D", "DE", "Deutschland"));
 }
 
 TEST_F(CountryNamesTest, AMissingFileLeavesTheAtlasCodesAndTitles) {
   std::filesystem::remove(folder_.path() / std::string(kCountryNamesFile));
-  EXPECT_EQ(Code("Deutschland"), "D");
-  EXPECT_EQ(Code("US-CA"), "-");
-  EXPECT_EQ(IsoCodeOf("D"), "");
+  EXPECT_EQ(std::tuple(Code("Deutschland"), Code("US-CA"), IsoCodeOf("D")),
+            std::tuple("D", "-", ""));
 }
 
 TEST_F(CountryNamesTest, DamageIsAFaultNamingTheFile) {

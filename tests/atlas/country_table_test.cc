@@ -23,7 +23,6 @@ class CountryTableTest : public testing::AtlasTest {
     folder_.Write("Country.dat", JoinCrLf(SampleCountryLines()));
     CurrentAtlas().places_path = folder_.str();
   }
-  // Loads the table so that lookups answer at once.
   void Load(bool sort = false) { InitializeCountries("", "Country.dat", sort, true); }
   const std::vector<CountryRecord>& Table() const { return CurrentAtlas().countries; }
 };
@@ -39,17 +38,15 @@ TEST_F(CountryTableTest, FirstLookupLoadsAndDeliberatelyReturnsZero) {
 
 TEST_F(CountryTableTest, LayoutIsFallbackThenLinesThenSixContinents) {
   Load();
-  ASSERT_EQ(Table().size(), 1 + 17 + 6U);
-  EXPECT_EQ(Table()[0].CountryTitle, "unbekannt");
-  EXPECT_EQ(Table()[0].CountryShort, "*");
-  EXPECT_EQ(Table()[0].Info, "unbekannt");
-  EXPECT_EQ(Table()[1].CountryShort, "D");
-  EXPECT_EQ(Table()[18].CountryTitle, "AFRIKA");  // language 2 by default
-  EXPECT_EQ(Table()[18].CountryId, 18);
-  EXPECT_EQ(Table()[18].ContinentID, 1);
-  EXPECT_EQ(Table()[23].Continent, "USA");
-  EXPECT_EQ(Table()[23].ContinentID, 6);
-  EXPECT_EQ(Table()[23].TimezoneShort, "");
+  const auto& t = Table();
+  ASSERT_EQ(t.size(), 1 + 17 + 6U);
+  EXPECT_EQ(std::tuple(t[0].CountryTitle, t[0].CountryShort, t[0].Info, t[1].CountryShort),
+            std::tuple("unbekannt", "*", "unbekannt", "D"));
+  // Language 2 by default.
+  EXPECT_EQ(std::tuple(t[18].CountryTitle, t[18].CountryId, t[18].ContinentID),
+            std::tuple("AFRIKA", 18, 1));
+  EXPECT_EQ(std::tuple(t[23].Continent, t[23].ContinentID, t[23].TimezoneShort),
+            std::tuple("USA", 6, ""));
 }
 
 TEST_F(CountryTableTest, SortingKeepsTheLastFiveLinesInFileOrder) {
@@ -59,20 +56,14 @@ TEST_F(CountryTableTest, SortingKeepsTheLastFiveLinesInFileOrder) {
     EXPECT_LT(t[i - 1].CountryTitle, t[i].CountryTitle) << i;
   EXPECT_EQ(t[1].CountryTitle, "Algerien");
   EXPECT_EQ(t[12].CountryTitle, "\xD6sterreich");  // byte order puts Ö after R
-  EXPECT_EQ(t[13].CountryShort, "ZAM");
-  EXPECT_EQ(t[14].CountryShort, "ANT");
-  EXPECT_EQ(t[15].CountryShort, "ARK");
-  EXPECT_EQ(t[16].CountryShort, "KAR");
-  EXPECT_EQ(t[17].CountryShort, "ATL");
+  EXPECT_EQ(std::tuple(t[13].CountryShort, t[14].CountryShort, t[15].CountryShort,
+                       t[16].CountryShort, t[17].CountryShort),
+            std::tuple("ZAM", "ANT", "ARK", "KAR", "ATL"));
 }
 
-// Codes in any case and mapped to their predecessors, then four scans in
-// order: code, title, title prefix, code prefix.
 TEST_F(CountryTableTest, CodesThenTitlesThenTitlePrefixesThenCodePrefixes) {
   Load();
-  // rus is SSR, UK GBE, hr YU; no title begins with GB: code prefix GBE; the
-  // title prefix of the continent USA wins; Kalifornien before Karibik;
-  // continent records are scanned too.
+  // No title begins with GB: code prefix GBE; Kalifornien before Karibik.
   const std::pair<std::string, std::int16_t> cases[] = {
       {"usca", 200}, {"rus", 120},  {"UK", 61},  {"hr", 170},
       {" A ", 11},   {"Japan", 80}, {"Deu", 58}, {"\xF6sterr", 11},
@@ -85,8 +76,7 @@ TEST_F(CountryTableTest, CodesThenTitlesThenTitlePrefixesThenCodePrefixes) {
 
 TEST_F(CountryTableTest, LookupsFollowAReloadedTable) {
   Load();
-  EXPECT_EQ(GetCountryID("D"), 58);
-  EXPECT_EQ(GetCountryID("Deu"), 58);
+  EXPECT_EQ(std::tuple(GetCountryID("D"), GetCountryID("Deu")), std::tuple(58, 58));
   folder_.Write("Country.dat",
                 JoinCrLf({CountryDatLine(7, "Dschibuti", "DJI", "EAT", "AFRIKA", 1),
                           CountryDatLine(8, "Deutschland", "D", "MEZ", "EUROPA", 4)}));
@@ -94,25 +84,20 @@ TEST_F(CountryTableTest, LookupsFollowAReloadedTable) {
   EXPECT_EQ(GetContinentID("AFRICA"), 0);  // German continent names
   CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   Load();
-  EXPECT_EQ(GetCountryID("D"), 8);
-  EXPECT_EQ(GetCountryID("Deu"), 8);
-  EXPECT_EQ(GetCountryID("DJ"), 7);
-  EXPECT_EQ(GetCountryIndexOfID(58), 0);
-  EXPECT_EQ(GetCountryIndexOfID(8), 2);
-  EXPECT_EQ(GetContinentID("AFRICA"), 1);
+  EXPECT_EQ(std::tuple(GetCountryID("D"), GetCountryID("Deu"), GetCountryID("DJ")),
+            std::tuple(8, 8, 7));
+  EXPECT_EQ(std::tuple(GetCountryIndexOfID(58), GetCountryIndexOfID(8), GetContinentID("AFRICA")),
+            std::tuple(0, 2, 1));
 }
 
 TEST_F(CountryTableTest, IndexOfIdFindsPositionsWithoutLoading) {
   EXPECT_EQ(GetCountryIndexOfID(58), 0);  // never loaded: nothing to find
   EXPECT_FALSE(CurrentAtlas().countries_loaded);
   Load();
-  EXPECT_EQ(GetCountryIndexOfID(58), 1);
-  EXPECT_EQ(GetCountryIndexOfID(0), 0);
-  EXPECT_EQ(GetCountryIndexOfID(4711), 0);
+  EXPECT_EQ(std::tuple(GetCountryIndexOfID(58), GetCountryIndexOfID(0), GetCountryIndexOfID(4711)),
+            std::tuple(1, 0, 0));
 }
 
-// By name or its first five letters; a country is not resolved to its
-// continent, and texts with control characters are no continent.
 TEST_F(CountryTableTest, ContinentsByNameOrFirstFiveLettersOnly) {
   EXPECT_EQ(GetContinentID("europa"), 0);  // loading call
   const std::pair<std::string, std::int16_t> cases[] = {
@@ -123,30 +108,25 @@ TEST_F(CountryTableTest, ContinentsByNameOrFirstFiveLettersOnly) {
     EXPECT_EQ(GetContinentID(text), id) << text;
 }
 
-// Successor states map to the code that holds their places (compared
-// before trimming).
 TEST(CountryCodes, SuccessorStatesUsaSeveralZonesAndTimetableCounts) {
-  for (const auto& [code, internal] :
-       {std::pair("Rus", "SSR"), std::pair("uk", "GBE"), std::pair("MNE", "YU"),
-        std::pair("srb", "YU"), std::pair("HR", "YU"), std::pair("SLO", "YU"),
-        std::pair("bih", "YU"), std::pair("MK", "YU"), std::pair("  d ", "d"),
-        std::pair(" RUS", "RUS")}) {
+  const std::pair<const char*, const char*> kSuccessors[] = {
+      {"Rus", "SSR"}, {"uk", "GBE"}, {"MNE", "YU"}, {"srb", "YU"}, {"HR", "YU"},
+      {"SLO", "YU"},  {"bih", "YU"}, {"MK", "YU"},  {"  d ", "d"}, {" RUS", "RUS"},
+  };
+  for (const auto& [code, internal] : kSuccessors)
     EXPECT_EQ(GetInternalCountryAbbreviation(code), internal) << code;
-  }
-  for (const auto& [code, usa] : {std::pair("usca", true), std::pair("US", true),
-                                  std::pair("U", false), std::pair("", false)}) {
-    EXPECT_EQ(IsUSA(code), usa) << code;
-  }
-  for (const auto& [code, several] :
-       {std::pair("RUS", true), std::pair("ustx", true), std::pair("cdn", true),
-        std::pair("D", false), std::pair("USCA", false)}) {
-    EXPECT_EQ(HaveSeveralTimeZones(code), several) << code;
-  }
-  for (const auto& [code, count] :
-       {std::pair("D", 3), std::pair(" f ", 153), std::pair("usin", 345), std::pair("RUS", 47),
-        std::pair("USCA", 1), std::pair("CDN", 301), std::pair("A", 0), std::pair("", 0)}) {
+  EXPECT_EQ(std::tuple(IsUSA("usca"), IsUSA("US"), IsUSA("U"), IsUSA("")),
+            std::tuple(true, true, false, false));
+  EXPECT_EQ(std::tuple(HaveSeveralTimeZones("RUS"), HaveSeveralTimeZones("ustx"),
+                       HaveSeveralTimeZones("cdn"), HaveSeveralTimeZones("D"),
+                       HaveSeveralTimeZones("USCA")),
+            std::tuple(true, true, true, false, false));
+  const std::pair<const char*, int> kTimetables[] = {
+      {"D", 3},    {" f ", 153}, {"usin", 345}, {"RUS", 47},
+      {"USCA", 1}, {"CDN", 301}, {"A", 0},      {"", 0},
+  };
+  for (const auto& [code, count] : kTimetables)
     EXPECT_EQ(HaveTimetables(code), count) << code;
-  }
 }
 
 class CountryFileErrorTest : public testing::AtlasTest {
@@ -164,14 +144,11 @@ class CountryFileErrorTest : public testing::AtlasTest {
 };
 
 TEST_F(CountryFileErrorTest, MissingFileIsSilentAndLoadsNothing) {
-  EXPECT_EQ(GetCountryID("D"), 0);
-  EXPECT_EQ(GetCountryID("D"), 0);
+  EXPECT_EQ(std::tuple(GetCountryID("D"), GetCountryID("D")), std::tuple(0, 0));
   EXPECT_FALSE(CurrentAtlas().countries_loaded);
 }
 
-// Each would send lookups to no country or to another country's files; a
-// code with a control character would name another file once its path
-// reached the system.
+// A code with a control character would name another file.
 TEST_F(CountryFileErrorTest, MalformedTablesNameTheLineAndLoadNothing) {
   const std::string a = CountryDatLine(1, "A", "A", "MEZ", "EUROPA", 4) + "\r\n";
   std::vector<std::string> lines;
@@ -209,10 +186,10 @@ TEST_F(CountryFileErrorTest, ExtraFieldsLineEndingsAndTextNumbersAreAccepted) {
   EXPECT_EQ(LoadError("7.6\tA\tA\tMEZ\tEUROPA\t\t\t\t\tx4\t\textra\nx\tB\tB\t\t\t\t\t\t\t\t\r"
                       "9\tC\tC\t\t\t\t\t\t\t\t\r"),
             "");
-  EXPECT_EQ(CurrentAtlas().countries[1].CountryId, 8);    // nearest integer
-  EXPECT_EQ(CurrentAtlas().countries[1].ContinentID, 0);  // no leading number
-  EXPECT_EQ(CurrentAtlas().countries[2].CountryShort, "B");
-  EXPECT_EQ(CurrentAtlas().countries[3].CountryShort, "C");
+  // The id to the nearest integer; no leading number is continent 0.
+  const auto& t = CurrentAtlas().countries;
+  EXPECT_EQ(std::tuple(t[1].CountryId, t[1].ContinentID, t[2].CountryShort, t[3].CountryShort),
+            std::tuple(8, 0, "B", "C"));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 #include "support/atlas_fixture.h"
 #include "support/fault_text.h"
@@ -14,22 +15,21 @@ namespace {
 using testing::At;
 using ::testing::HasSubstr;
 
-// Why `text` does not parse, "" when it parses.
 std::string ParseError(const std::string& text) {
   return FaultText(DstRules::Parse(text, "DstRules.dat"));
 }
 
+// Last, second and first Sunday; a 31st; the last Saturday of a leap February.
 TEST(DayRule, WeekdayRulesLandOnTheirDays) {
-  EXPECT_EQ((DayRule{3, 5, 0, 120}.SerialIn(2005)), At(2005, 3, 27, 2));    // last Sunday of March
-  EXPECT_EQ((DayRule{3, 2, 0, 120}.SerialIn(2007)), At(2007, 3, 11, 2));    // second Sunday
-  EXPECT_EQ((DayRule{4, 1, 0, 120}.SerialIn(2006)), At(2006, 4, 2, 2));     // first Sunday
-  EXPECT_EQ((DayRule{10, 5, 0, 180}.SerialIn(1999)), At(1999, 10, 31, 3));  // a 31st
-  EXPECT_EQ((DayRule{2, 5, 6, 0}.SerialIn(2024)), At(2024, 2, 24));  // last Saturday, leap year
+  EXPECT_EQ(std::tuple(DayRule{3, 5, 0, 120}.SerialIn(2005), DayRule{3, 2, 0, 120}.SerialIn(2007),
+                       DayRule{4, 1, 0, 120}.SerialIn(2006), DayRule{10, 5, 0, 180}.SerialIn(1999),
+                       DayRule{2, 5, 6, 0}.SerialIn(2024)),
+            std::tuple(At(2005, 3, 27, 2), At(2007, 3, 11, 2), At(2006, 4, 2, 2),
+                       At(1999, 10, 31, 3), At(2024, 2, 24)));
 }
 
-// Each kind of rule comes back as written; years outside the ranges take
-// the nearest rule, and dates of another year become that year's weekday
-// rules.
+// Years outside the ranges take the nearest rule; dates of another year
+// become that year's weekday rules.
 TEST(DstRules, FormatAndParseRoundTripAndTheNearestYearsRule) {
   const std::vector<DstRuleRange> ranges = {
       {58, 1, 2000, 2037, DstRule::Rule({3, 5, 0, 120}, {10, 5, 0, 180})},
@@ -38,16 +38,15 @@ TEST(DstRules, FormatAndParseRoundTripAndTheNearestYearsRule) {
       {16, 3, 2020, 2037, DstRule::None()},
   };
   const DstRules rules = *DstRules::Parse(DstRules::Format(ranges), "DstRules.dat");
-  EXPECT_EQ(rules.RuleFor(58, 1, 2010), ranges[0].rule);
-  EXPECT_EQ(rules.RuleFor(212, 1, 2020), ranges[1].rule);
-  EXPECT_EQ(rules.RuleFor(212, 1, 2000), ranges[2].rule);
+  EXPECT_EQ(std::tuple(rules.RuleFor(58, 1, 2010), rules.RuleFor(212, 1, 2020),
+                       rules.RuleFor(212, 1, 2000)),
+            std::tuple(ranges[0].rule, ranges[1].rule, ranges[2].rule));
   EXPECT_EQ(rules.RuleFor(16, 3, 2021)->kind, DstRule::Kind::kNone);
   EXPECT_FALSE(rules.RuleFor(16, 1, 2021));
   EXPECT_EQ(rules.RuleFor(212, 1, 2100)->kind, DstRule::Kind::kAll);
   const auto early = rules.RuleFor(212, 1, 1990);
-  ASSERT_EQ(early->kind, DstRule::Kind::kRule);
-  EXPECT_EQ(early->start, (DayRule{3, 5, 0, 120}));
-  EXPECT_EQ(early->end, (DayRule{10, 5, 0, 180}));
+  EXPECT_EQ(std::tuple(early->kind, early->start, early->end),
+            std::tuple(DstRule::Kind::kRule, DayRule{3, 5, 0, 120}, DayRule{10, 5, 0, 180}));
 }
 
 TEST(DstRules, ChangesAfter1999RoundTrip) {
@@ -102,8 +101,7 @@ std::vector<std::pair<double, bool>> Summers(
   return entries;
 }
 
-// Dates the calendar cannot hold come from damaged timetables: they are
-// left out and the others still give the rule.
+// Dates the calendar cannot hold (damaged timetables) are left out.
 TEST(InferDstRule, EuropeanLastYearsGiveWeekdayRules) {
   for (const double bad : {0.0, 1.7e13, -1e300, std::numeric_limits<double>::infinity(),
                            std::numeric_limits<double>::quiet_NaN()}) {
@@ -112,28 +110,27 @@ TEST(InferDstRule, EuropeanLastYearsGiveWeekdayRules) {
     if (bad != 0.0) entries.emplace_back(bad, true);
     DstRule rule;
     ASSERT_NO_THROW(rule = InferDstRule(entries)) << bad;
-    ASSERT_EQ(rule.kind, DstRule::Kind::kRule) << bad;
-    EXPECT_EQ(rule.start, (DayRule{3, 5, 0, 120}));
-    EXPECT_EQ(rule.end, (DayRule{10, 5, 0, 180}));
+    EXPECT_EQ(std::tuple(rule.kind, rule.start, rule.end),
+              std::tuple(DstRule::Kind::kRule, DayRule{3, 5, 0, 120}, DayRule{10, 5, 0, 180}))
+        << bad;
   }
 }
 
 TEST(InferDstRule, SouthernHemisphereStartsLateAndEndsEarly) {
   const auto rule =
       InferDstRule(Summers({{At(1998, 10, 25, 2), At(1999, 3, 28, 3)}, {At(1999, 10, 31, 2), 0}}));
-  ASSERT_EQ(rule.kind, DstRule::Kind::kRule);
-  EXPECT_EQ(rule.start.month, 10);
-  EXPECT_EQ(rule.end.month, 3);
+  EXPECT_EQ(std::tuple(rule.kind, rule.start.month, rule.end.month),
+            std::tuple(DstRule::Kind::kRule, 10, 3));
   const auto [start, end] = rule.PeriodIn(2005);
   EXPECT_GT(start, end);
 }
 
 TEST(InferDstRule, NoSummerTimeInTheLastYearsIsNoneOneThatNeverEndedAll) {
-  EXPECT_EQ(InferDstRule(Summers({{At(1980, 4, 6, 2), At(1980, 9, 28, 3)}})).kind,
-            DstRule::Kind::kNone);
-  EXPECT_EQ(InferDstRule({}).kind, DstRule::Kind::kNone);
-  EXPECT_EQ(InferDstRule(Summers({})).kind, DstRule::Kind::kNone);
-  EXPECT_EQ(InferDstRule(Summers({{At(1996, 3, 31, 2), 0}})).kind, DstRule::Kind::kAll);
+  using enum DstRule::Kind;
+  EXPECT_EQ(std::tuple(InferDstRule(Summers({{At(1980, 4, 6, 2), At(1980, 9, 28, 3)}})).kind,
+                       InferDstRule({}).kind, InferDstRule(Summers({})).kind,
+                       InferDstRule(Summers({{At(1996, 3, 31, 2), 0}})).kind),
+            std::tuple(kNone, kNone, kNone, kAll));
 }
 
 }  // namespace

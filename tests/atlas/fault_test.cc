@@ -1,6 +1,4 @@
-// Faults around the atlas files: a full disk while writing, a folder that
-// disappears, a file replaced under the cache. Nothing may crash and no
-// stored place may be lost.
+// Nothing may crash and no stored place may be lost.
 #include <gtest/gtest.h>
 #ifndef _WIN32
 #include <sys/resource.h>
@@ -74,8 +72,8 @@ TEST_F(FaultTest, VanishedFolderFindsNothingInsteadOfCachedPlaces) {
 
 TEST_F(FaultTest, FileReplacedByGarbageWhileCachedIsReadAgain) {
   EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 1);
-  std::string garbage(2 * kPlaceRecordSize, '\x9F');
-  folder_.Write("D.dao", CompressSzdd(garbage));  // same kind of file, other content
+  // The same kind of file, other content.
+  folder_.Write("D.dao", CompressSzdd(std::string(2 * kPlaceRecordSize, '\x9F')));
   EXPECT_NE(MalformedFileOf([] { EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 0); }), "");
 }
 

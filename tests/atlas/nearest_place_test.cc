@@ -29,13 +29,16 @@ class NearestPlaceTest : public testing::AtlasFixture {
   }
 };
 
-// The line of the nearest place with its position; in range mode the best
-// line within the range, without position.
+// In range mode the best line within the range, without position; without a
+// country table the line stays untouched.
 TEST_F(NearestPlaceTest, LineOfTheNearestPlace) {
   EXPECT_EQ(Nearest("D", 13.0, 52.0), "Berlin" + std::string(22, ' ') + "\t13\t52\t3\t1");
   EXPECT_EQ(Nearest("D", 13.9, 51.1, 0.5), "Cottbus" + std::string(21, ' ') + "\t14\t51\t1");
   EXPECT_EQ(Nearest("D", 10.0, 45.0, 0.5), "");
   EXPECT_EQ(Nearest("Xanadu", 13, 52), "");
+  ResetDefaultAtlas();
+  CurrentAtlas().places_path = folder_.str() + "/nowhere";
+  EXPECT_EQ(Nearest("D", 13, 52), "untouched");
 }
 
 TEST_F(NearestPlaceTest, LongitudesDoNotWrapAroundTheDateLine) {
@@ -65,9 +68,8 @@ std::optional<NearestPlace> ByEveryPlace(const PlaceList& list, double lon, doub
   return best;
 }
 
-// Many places, dense and sparse, on a lattice (so that ties are exact),
-// stacked on one spot, deleted, without coordinates and far off any map; user
-// places on some of the same spots. Every answer must be the rule's.
+// Places dense and sparse, on a lattice (ties are exact), stacked, deleted,
+// without coordinates and far off any map; user places on the same spots.
 TEST_F(NearestPlaceTest, AgreesWithMeasuringEveryPlace) {
   std::mt19937 rng(5);
   std::uniform_real_distribution<float> lon(5.0F, 15.0F);
@@ -102,7 +104,7 @@ TEST_F(NearestPlaceTest, AgreesWithMeasuringEveryPlace) {
   PlaceList list;
   ASSERT_EQ(Read_Cp_ORTE(PlaceFile("D"), list), 3000 - 2 + 2);
 
-  // The last point is the spot of "Auch", a user place tied with a database place.
+  // The last point is "Auch", a user place tied with a database place.
   std::vector<std::pair<double, double>> points = {
       {11.5, 48.0},    {13.0, 51.0},   {5000.0, 50.0},
       {-170.0, -80.0}, {1e300, 1e300}, {places[40].Longitude, places[40].Latitude}};
@@ -126,12 +128,6 @@ TEST_F(NearestPlaceTest, AgreesWithMeasuringEveryPlace) {
       EXPECT_EQ(found->distance, expected->distance);
     }
   }
-}
-
-TEST_F(NearestPlaceTest, WithoutCountryTableTheResultStaysUntouched) {
-  ResetDefaultAtlas();
-  CurrentAtlas().places_path = folder_.str() + "/nowhere";
-  EXPECT_EQ(Nearest("D", 13, 52), "untouched");
 }
 
 }  // namespace

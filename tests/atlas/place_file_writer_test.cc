@@ -31,12 +31,11 @@ TEST(SortForPlaceFile, EqualNamesComeMostProminentFirst) {
   const auto order = SortForPlaceFile(places, prominence);
   EXPECT_EQ(NamesOf(places),
             (std::vector<std::string>{"Paris", "Penrith", "PERTH", "Per-th", "Perth", "Perth"}));
-  EXPECT_EQ(places[2].Longitude, 115.9F);
-  EXPECT_EQ(places[4].Longitude, -3.4F);  // 47,000 before 3,000
+  // Of the Perths, 2,000,000 people first, and 47,000 before 3,000.
+  EXPECT_EQ(std::pair(places[2].Longitude, places[4].Longitude), std::pair(115.9F, -3.4F));
   ASSERT_EQ(order.size(), places.size());
-  for (std::size_t i = 0; i < places.size(); ++i) {
+  for (std::size_t i = 0; i < places.size(); ++i)
     EXPECT_EQ(places[i].Longitude, before[order[i]].Longitude) << i;
-  }
 }
 
 TEST(SortForPlaceFile, RunsStayWholeWhateverThePopulations) {
@@ -71,16 +70,13 @@ TEST(WritePlaceFiles, TheNameIndexPointsAtTheSortedRecords) {
   const auto image = ExpandedImage(file, error);
   ASSERT_TRUE(image);
   const auto index = *NameIndex::Read(image, file);
-  EXPECT_EQ(index->RecordCount(), 3);
   const auto vienna = index->Find("vienna", false);
-  ASSERT_EQ(vienna.size(), 1U);
-  EXPECT_EQ(vienna[0].record, 3);  // Graz, Linz, Wien
-  EXPECT_EQ(vienna[0].population, 1900000U);
-  EXPECT_EQ(index->Rank(3), kCapitalRank);
   const auto graz = index->Find("graz", false);
-  ASSERT_EQ(graz.size(), 1U);
-  EXPECT_EQ(graz[0].record, 1);
-  EXPECT_EQ(graz[0].population, 0xFFFFFFFFU);  // clamped
+  ASSERT_EQ(std::tuple(vienna.size(), graz.size()), std::tuple(1U, 1U));
+  // Sorted Graz, Linz, Wien; a population too large is clamped.
+  EXPECT_EQ(std::tuple(index->RecordCount(), vienna[0].record, vienna[0].population, index->Rank(3),
+                       graz[0].record, graz[0].population),
+            std::tuple(3, 3, 1900000U, kCapitalRank, 1, 0xFFFFFFFFU));
   EXPECT_EQ(index->Find("vie", true).size(), 1U);
   // Without keys no name index is written.
   WritePlaceFiles(folder.path(), "CH", places);

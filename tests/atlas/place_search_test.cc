@@ -15,43 +15,39 @@ namespace {
 
 using testing::Place;
 
-TEST(SearchPattern, FormOneFoldsEveryClassLetterUntilTheFirstWildcard) {
-  EXPECT_EQ(GetSearchString("]u"), "[u\xFC\xFB\xF9\xFAu]");
-  EXPECT_EQ(GetSearchString("]\xFC"), "[u\xFC\xFB\xF9\xFA\xFC]");  // ü keeps itself
-  EXPECT_EQ(GetSearchString("]Ba"),
-            "B[a\xE2\xE4\xE0\xE5\xE6\xE5\341a]");  // å twice, as kept
-  EXPECT_EQ(GetSearchString("]o*u"), "[o\xF2\xF4\xF6\xF3\xF5\xD8o]*u");
-  EXPECT_EQ(GetSearchString("]S?s"), "[s\x8As]?s");
-}
-
-TEST(SearchPattern, FormTwoReplacesOnlyAccentedLetters) {
-  EXPECT_EQ(GetSearchString("Gen\xE8ve"), "Gen[E\xE8]ve");
-  EXPECT_EQ(GetSearchString("\xD8rsta"), "[O\xD8]rsta");
-  EXPECT_EQ(GetSearchString("abc*"), "abc*");
+// Form one ("]" first) folds every class letter until the first wildcard
+// (ü keeps itself, å comes twice as kept); form two only accented letters.
+TEST(SearchPattern, FormOneFoldsEveryClassLetterFormTwoOnlyAccentedOnes) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"]u", "[u\xFC\xFB\xF9\xFAu]"},
+      {"]\xFC", "[u\xFC\xFB\xF9\xFA\xFC]"},
+      {"]Ba", "B[a\xE2\xE4\xE0\xE5\xE6\xE5\341a]"},
+      {"]o*u", "[o\xF2\xF4\xF6\xF3\xF5\xD8o]*u"},
+      {"]S?s", "[s\x8As]?s"},
+      {"Gen\xE8ve", "Gen[E\xE8]ve"},
+      {"\xD8rsta", "[O\xD8]rsta"},
+      {"abc*", "abc*"}};
+  for (const auto& [typed, pattern] : kCases)
+    EXPECT_EQ(GetSearchString(typed), pattern) << typed;
 }
 
 TEST(IndexLetter, FirstLetterFoldedWithItsSpecialCases) {
-  EXPECT_EQ(GetLetter("m\xFCnchen"), "M");
-  EXPECT_EQ(GetLetter("\xC4gypten"), "A");
-  EXPECT_EQ(GetLetter("\xDF"), "Z");  // ß has no class
-  EXPECT_EQ(GetLetter("'s-Hertogenbosch"), "S");
-  EXPECT_EQ(GetLetter("'[a]"), "A");
-  EXPECT_EQ(GetLetter("'"), "Z");
-  EXPECT_EQ(GetLetter("_x"), "A");
-  EXPECT_EQ(GetLetter("1000 Hills"), "Z");
-  EXPECT_EQ(GetLetter("*hausen"), "Z");
-  EXPECT_EQ(GetLetter(""), "z");
+  const std::pair<const char*, const char*> kCases[] = {
+      {"m\xFCnchen", "M"},       {"\xC4gypten", "A"}, {"\xDF", "Z"},  // ß has no class
+      {"'s-Hertogenbosch", "S"}, {"'[a]", "A"},       {"'", "Z"},    {"_x", "A"},
+      {"1000 Hills", "Z"},       {"*hausen", "Z"},    {"", "z"}};
+  for (const auto& [name, letter] : kCases)
+    EXPECT_EQ(GetLetter(name), letter) << name;
 }
 
 TEST(NameComparison, LettersOnlyFormMakesSpellingsMeet) {
-  EXPECT_EQ(GetCleanString("St. Gallen (SG) 2"), "StGallenSG");
-  EXPECT_EQ(GetCleanString("L'\xCEle-d'Yeu"), "L\xCEledYeu");
+  EXPECT_EQ(std::tuple(GetCleanString("St. Gallen (SG) 2"), GetCleanString("L'\xCEle-d'Yeu")),
+            std::tuple("StGallenSG", "L\xCEledYeu"));
   for (const auto& [a, b, same] :
        {std::tuple("St. Gallen", "St Gallen", true),
         std::tuple("SANKT-GALLEN", "sankt gallen", true), std::tuple("\xC9vian", "\xE9VIAN", true),
-        std::tuple("Evian", "\xC9vian", false), std::tuple("Gallen", "St Gallen", false)}) {
+        std::tuple("Evian", "\xC9vian", false), std::tuple("Gallen", "St Gallen", false)})
     EXPECT_EQ(CitiesAreMatching(a, b), same) << a << " " << b;
-  }
 }
 
 class SearchAndStoreTest : public testing::AtlasFixture {
@@ -70,17 +66,18 @@ class SearchAndStoreTest : public testing::AtlasFixture {
 };
 
 TEST_F(SearchAndStoreTest, ExactThenAccentFoldingSearch) {
+  // The zone is the country's base zone; no name index tells the population.
   EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 1);
-  EXPECT_EQ(FoundPlaces()[0].ZoneId, GetTimezoneId("MEZ"));  // the country's base zone
-  EXPECT_EQ(FoundPlaces()[0].Population, 0U);                // no name index tells it
-  EXPECT_EQ(SearchandStorePlaces("D", "Munchen"), 1);        // second, folded search
+  EXPECT_EQ(std::tuple(FoundPlaces()[0].ZoneId, FoundPlaces()[0].Population),
+            std::tuple(GetTimezoneId("MEZ"), 0U));
+  EXPECT_EQ(SearchandStorePlaces("D", "Munchen"), 1);  // second, folded search
   EXPECT_EQ(FoundNames(), std::vector<std::string>{"M\xFCnchen"});
-  EXPECT_EQ(FoundPlaces()[0].Country, "D");
-  EXPECT_EQ(FoundPlaces()[0].Longitude, 11.57549F);
-  EXPECT_EQ(SearchandStorePlaces("D", "Bern*"), 1);
-  EXPECT_EQ(SearchandStorePlaces("D", "Ber?"), 2);    // a trailing "?" asks for the beginning
-  EXPECT_EQ(SearchandStorePlaces("D", "B?rnau"), 1);  // inner wildcards: pattern search
-  EXPECT_EQ(SearchandStorePlaces("D", "Hamburg"), 0);
+  EXPECT_EQ(std::tuple(FoundPlaces()[0].Country, FoundPlaces()[0].Longitude),
+            std::tuple("D", 11.57549F));
+  // A trailing "?" asks for the beginning; inner wildcards: pattern search.
+  for (const auto& [text, count] : {std::pair("Bern*", 1), std::pair("Ber?", 2),
+                                    std::pair("B?rnau", 1), std::pair("Hamburg", 0)})
+    EXPECT_EQ(SearchandStorePlaces("D", text), count) << text;
   EXPECT_TRUE(FoundPlaces().empty());
   // A star alone lists the whole file pair, the user's places first.
   WriteUserFile("D", {Place("Adorf", 12.26F, 50.32F)});
@@ -89,23 +86,25 @@ TEST_F(SearchAndStoreTest, ExactThenAccentFoldingSearch) {
 }
 
 TEST_F(SearchAndStoreTest, TheUserPlaceSpelledAsTypedComesFirst) {
-  // Letters-only the two names agree: digits do not count there.
+  // Letters-only the names agree: digits do not count there.
   WriteUserFile("D", {Place("Testort 1", 10, 50), Place("Testort 2", 11, 51)});
-  for (const auto& [typed, first] : std::vector<std::pair<std::string, std::string>>{
-           {"Testort 2", "Testort 2"}, {"testort 2.", "Testort 2"}, {"Testort 1", "Testort 1"}}) {
+  for (const auto& [typed, first] :
+       {std::pair("Testort 2", "Testort 2"), std::pair("testort 2.", "Testort 2"),
+        std::pair("Testort 1", "Testort 1")}) {
     ASSERT_EQ(SearchandStorePlaces("D", typed), 2) << typed;
     EXPECT_EQ(FoundNames().front(), first) << typed;
   }
 }
 
 TEST_F(SearchAndStoreTest, CoordinatesFindTheNearestPlace) {
-  EXPECT_EQ(SearchandStorePlaces("D", "48N08 11E34"), 1);
-  EXPECT_EQ(FoundNames(), std::vector<std::string>{"M\xFCnchen"});
-  EXPECT_EQ(SearchandStorePlaces("D", "52.6; 13.5"), 1);
-  EXPECT_EQ(FoundNames(), std::vector<std::string>{"Bernau"});
-  EXPECT_EQ(SearchandStorePlaces("D", "13E25 52N31"), 1);  // letters decide the order
-  EXPECT_EQ(FoundNames(), std::vector<std::string>{"Berlin"});
-  EXPECT_EQ(SearchandStorePlaces("D", "95 200"), 0);  // not on the earth
+  // Letters decide the order; "95 200" is not on the earth.
+  for (const auto& [text, name] :
+       {std::pair("48N08 11E34", "M\xFCnchen"), std::pair("52.6; 13.5", "Bernau"),
+        std::pair("13E25 52N31", "Berlin")}) {
+    EXPECT_EQ(SearchandStorePlaces("D", text), 1) << text;
+    EXPECT_EQ(FoundNames(), std::vector<std::string>{name}) << text;
+  }
+  EXPECT_EQ(SearchandStorePlaces("D", "95 200"), 0);
 }
 
 struct RecordingList : PlaceListControl {
@@ -128,10 +127,9 @@ TEST_F(SearchAndStoreTest, SearchFormListsNamesWithTheirElementNumbers) {
   std::int32_t found = -1;
   std::int32_t added = -1;
   EXPECT_EQ(SearchPlacesInForm(list, "Ber*", "D", found, added), 2);
-  EXPECT_EQ(found, 2);
-  EXPECT_EQ(added, 2);
-  EXPECT_EQ(list.items, (std::vector<std::string>{"Berlin", "Bernau"}));
-  EXPECT_EQ(list.data, (std::vector<std::int32_t>{0, 1}));
+  EXPECT_EQ(std::tuple(found, added, list.items, list.data),
+            std::tuple(2, 2, std::vector<std::string>{"Berlin", "Bernau"},
+                       std::vector<std::int32_t>{0, 1}));
   SearchPlacesInForm(list, "Ber*", "EUROPA", found, added);
   EXPECT_EQ(list.items, (std::vector<std::string>{"Berlin (D)", "Bernau (D)"}));
 }
@@ -141,9 +139,9 @@ TEST_F(SearchAndStoreTest, PlaceManagerListShowsDegreesAndRecordNumbers) {
   RecordingList list;
   std::string text = "  ber ";
   EXPECT_EQ(Fill_SuchOrtListe("D", text, list, true), 3);
-  EXPECT_EQ(text, "ber");
-  EXPECT_EQ(list.items[0], "Bergen\t013E00' 00\"\t52N00' 00\"");
-  EXPECT_EQ(list.data, (std::vector<std::int32_t>{-1, 1, 2}));
+  EXPECT_EQ(
+      std::tuple(text, list.items.at(0), list.data),
+      std::tuple("ber", "Bergen\t013E00' 00\"\t52N00' 00\"", std::vector<std::int32_t>{-1, 1, 2}));
   text = "M?nchen";
   EXPECT_EQ(Fill_SuchOrtListe("D", text, list, true), 1);
   EXPECT_EQ(list.items[0].substr(0, 8), "M\xFCnchen\t");
@@ -173,14 +171,12 @@ TEST_F(SearchAndStoreTest, SearchesInADamagedFileFindNothingAndSayWhy) {
   EXPECT_EQ(SearchandStorePlaces("A", "Wien"), 1);  // another country's file is whole
 }
 
-// A pattern search without wildcards looks names up by their class-folded
-// letters instead of matching every name of the run; both must find the
-// same records in the same order.
+// Looking names up by their class-folded letters must find what matching
+// every name of the run finds, in the same order.
 class PatternLookup : public testing::AtlasFixture {};
 
 TEST_F(PatternLookup, FindsExactlyWhatThePatternMatches) {
-  // Names of one run (all under "M"), with the letters of every accent class
-  // in both cases, signs and blanks.
+  // Names of one run (all under "M"): every accent class, signs and blanks.
   const std::string alphabet =
       "aAe\xE9\xC9u\xFC\xDCo\xF8\xD8\xF6s\x9A\x8An\xF1yc\xE7i\xEF\x8C\x9C\x8E\x9E\x9F\x81-. ";
   std::mt19937 rng(12);
@@ -201,10 +197,9 @@ TEST_F(PatternLookup, FindsExactlyWhatThePatternMatches) {
   for (const auto& typed : names) {
     const NameTest test(typed, true);
     PlaceList expected;
-    for (std::size_t i = 0; i < all.size(); ++i) {
+    for (std::size_t i = 0; i < all.size(); ++i)
       if (test.MatchesLetters(GetCleanString(all.places[i].TrimmedName())))
         expected.Add(all.places[i], all.refs[i]);
-    }
     PlaceList found;
     Read_Cp_Indexed_City(PlaceFile("D"), typed, found, 1);
     ASSERT_EQ(testing::Names(found), testing::Names(expected)) << typed;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace tarv {
 namespace {
 
@@ -15,20 +17,17 @@ std::vector<std::pair<std::int64_t, bool>> Changes(const std::string& text, int 
   return out;
 }
 
-TEST(PosixTzRule, CentralEuropeChangesAtOneUtcOnTheLastSundays) {
+TEST(PosixTzRule, NorthernAndSouthernRulesChangeOnTheirSundays) {
   const auto rule = PosixTzRule::Parse("CET-1CEST,M3.5.0,M10.5.0/3");
   ASSERT_TRUE(rule);
-  EXPECT_EQ(rule->standard_offset(), 3600);
-  EXPECT_EQ(rule->daylight_offset(), 7200);
-  EXPECT_EQ(rule->standard_name(), "CET");
-  EXPECT_EQ(rule->daylight_name(), "CEST");
+  EXPECT_EQ(std::tuple(rule->standard_offset(), rule->daylight_offset(), rule->standard_name(),
+                       rule->daylight_name()),
+            std::tuple(3600, 7200, "CET", "CEST"));
   // 2026-03-29T01:00Z and 2026-10-25T01:00Z.
   EXPECT_EQ(Changes("CET-1CEST,M3.5.0,M10.5.0/3", 2026),
             (std::vector<std::pair<std::int64_t, bool>>{{1774746000, true}, {1792890000, false}}));
-}
-
-TEST(PosixTzRule, SouthernRulesEndSummerFirstInTheYear) {
-  // Sydney 2026: summer ends 2026-04-04T16:00Z, starts again 2026-10-03T16:00Z.
+  // Southern rules end summer first in the year: Sydney 2026 ends it
+  // 2026-04-04T16:00Z and starts it again 2026-10-03T16:00Z.
   EXPECT_EQ(Changes("AEST-10AEDT,M10.1.0,M4.1.0/3", 2026),
             (std::vector<std::pair<std::int64_t, bool>>{{1775318400, false}, {1791043200, true}}));
 }
@@ -40,14 +39,14 @@ TEST(PosixTzRule, NegativeAndQuotedTimesAndJulianDays) {
             (std::vector<std::pair<std::int64_t, bool>>{{1774746000, true}, {1792890000, false}}));
   const auto quoted = PosixTzRule::Parse("<+0330>-3:30");
   ASSERT_TRUE(quoted);
-  EXPECT_EQ(quoted->standard_name(), "+0330");
-  EXPECT_EQ(quoted->standard_offset(), 12600);
-  EXPECT_FALSE(quoted->has_daylight());
+  EXPECT_EQ(std::tuple(quoted->standard_name(), quoted->standard_offset(), quoted->has_daylight()),
+            std::tuple("+0330", 12600, false));
   EXPECT_TRUE(quoted->ChangesIn(2026).empty());
   // J60 is 1 March in every year; 59 is 29 February in a leap year.
-  EXPECT_EQ(Changes("AAA3BBB,J60/2,J300", 2024).front().first, 1709269200);
-  EXPECT_EQ(Changes("AAA3BBB,J60/2,J300", 2023).front().first, 1677646800);
-  EXPECT_EQ(Changes("AAA3BBB,59/2,300", 2024).front().first, 1709182800);
+  EXPECT_EQ(std::tuple(Changes("AAA3BBB,J60/2,J300", 2024).front().first,
+                       Changes("AAA3BBB,J60/2,J300", 2023).front().first,
+                       Changes("AAA3BBB,59/2,300", 2024).front().first),
+            std::tuple(1709269200, 1677646800, 1709182800));
   // Week 5 is the last week: March 1900 had four Sundays from the 4th.
   EXPECT_EQ(Changes("CET-1CEST,M3.5.0,M10.5.0/3", 1900).front().first, -2201814000);
 }
@@ -55,8 +54,7 @@ TEST(PosixTzRule, NegativeAndQuotedTimesAndJulianDays) {
 TEST(PosixTzRule, DaylightAllYearHasNoChanges) {
   const auto rule = PosixTzRule::Parse("EST5EDT,0/0,J365/25");
   ASSERT_TRUE(rule);
-  EXPECT_TRUE(rule->AlwaysDaylight());
-  EXPECT_TRUE(rule->ChangesIn(2030).empty());
+  EXPECT_EQ(std::tuple(rule->AlwaysDaylight(), rule->ChangesIn(2030).size()), std::tuple(true, 0U));
   EXPECT_FALSE(PosixTzRule::Parse("EST5EDT,M3.2.0,M11.1.0")->AlwaysDaylight());
 }
 
@@ -65,19 +63,17 @@ TEST(PosixTzRule, MalformedTextsAreRefused) {
        {"", "CET", "C-1", "CET-1CEST", "CET-1CEST,M3.5.0", "CET-1CEST,M13.5.0,M10.5.0",
         "CET-1CEST,M3.6.0,M10.5.0", "CET-1CEST,M3.5.7,M10.5.0", "CET-1CEST,M3.5.0,M10.5.0/168",
         "CET-1CEST,M3.5.0,M10.5.0x", "CET-25", "<+03-3", "<+0 3>-3", "CET-1:60", "X,J0,J1",
-        "AAA3BBB,J0,J300", "AAA3BBB,366,1"}) {
+        "AAA3BBB,J0,J300", "AAA3BBB,366,1"})
     EXPECT_FALSE(PosixTzRule::Parse(bad)) << bad;
-  }
 }
 
 TEST(CivilDays, AroundTheEpochAndLeapCenturies) {
-  EXPECT_EQ(DaysOfCivil(1970, 1, 1), 0);
-  EXPECT_EQ(DaysOfCivil(2000, 3, 1), 11017);
-  EXPECT_EQ(DaysOfCivil(1900, 3, 1), -25508);
-  EXPECT_EQ(YearOfSeconds(-1), 1969);
-  EXPECT_EQ(YearOfSeconds(0), 1970);
-  EXPECT_EQ(YearOfSeconds(951782400), 2000);   // 2000-02-29
-  EXPECT_EQ(YearOfSeconds(4102444799), 2099);  // 2099-12-31T23:59:59Z
+  EXPECT_EQ(std::tuple(DaysOfCivil(1970, 1, 1), DaysOfCivil(2000, 3, 1), DaysOfCivil(1900, 3, 1)),
+            std::tuple(0, 11017, -25508));
+  // 2000-02-29 and 2099-12-31T23:59:59Z.
+  EXPECT_EQ(std::tuple(YearOfSeconds(-1), YearOfSeconds(0), YearOfSeconds(951782400),
+                       YearOfSeconds(4102444799)),
+            std::tuple(1969, 1970, 2000, 2099));
 }
 
 }  // namespace

@@ -10,7 +10,9 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <string>
 #include <thread>
+#include <tuple>
 
 #include "atlas/atlas_state.h"
 #include "atlas/place_search.h"
@@ -39,7 +41,12 @@ class UserPlacesTest : public testing::AtlasFixture {
     if (number != nullptr) *number = record;
     return result;
   }
+  static std::int16_t Delete(const std::string& name) {
+    return Delete_City(UserPlace{58, Place(name, 0, 0)});
+  }
+  static std::int32_t Found(const std::string& text) { return SearchandStorePlaces("D", text); }
   std::string UserFile() { return folder_.Read("USER/D.dao"); }
+  std::string Index() { return folder_.Read("USER/D.IDX"); }
 };
 
 TEST_F(UserPlacesTest, RecordsStaySortedAndIndexedByFirstCharacter) {
@@ -47,15 +54,15 @@ TEST_F(UserPlacesTest, RecordsStaySortedAndIndexedByFirstCharacter) {
   EXPECT_EQ(Add("Zell", &number), -1);  // creates the folder, the file and the index
   EXPECT_EQ(number, -1);
   EXPECT_EQ(UserFile().size(), kPlaceRecordSize);
-  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("Z\x01\x00\x00\x00", 5));
+  EXPECT_EQ(Index(), std::string("Z\x01\x00\x00\x00", 5));
   Add("Bonn");
   Add("Aalen", &number);
   EXPECT_EQ(number, -1);
   Add("Bad Tölz");
-  EXPECT_EQ(UserFile().substr(0, 5), "Aalen");
-  EXPECT_EQ(UserFile().substr(38, 3), "Bad");
-  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("A\1\0\0\0B\2\0\0\0Z\4\0\0\0", 15));
-  ASSERT_EQ(SearchandStorePlaces("D", "Aalen"), 1);
+  EXPECT_EQ(std::tuple(UserFile().substr(0, 5), UserFile().substr(38, 3)),
+            std::tuple("Aalen", "Bad"));
+  EXPECT_EQ(Index(), std::string("A\1\0\0\0B\2\0\0\0Z\4\0\0\0", 15));
+  ASSERT_EQ(Found("Aalen"), 1);
   EXPECT_EQ(FoundPlaces()[0].RecordNo, -1);
   // An existing name, in any case, changes nothing and still succeeds.
   const std::string before = UserFile();
@@ -63,33 +70,30 @@ TEST_F(UserPlacesTest, RecordsStaySortedAndIndexedByFirstCharacter) {
   EXPECT_EQ(UserFile(), before);
 }
 
-// Control characters become blanks, for deleting as for adding; a name
-// too long is cut to the field.
+// Control characters become blanks, for deleting as for adding; long names are cut.
 TEST_F(UserPlacesTest, NamesAreCleanedAlikeForAddingAndDeleting) {
-  EXPECT_EQ(Add("Bonn"), -1);
-  EXPECT_EQ(Add("Tab\tName\r\n"), -1);
-  EXPECT_EQ(Add(std::string(200, 'x')), -1);
+  for (const auto& name :
+       {std::string("Bonn"), std::string("Tab\tName\r\n"), std::string(200, 'x')})
+    EXPECT_EQ(Add(name), -1) << name;
   const std::string file = UserFile();
   ASSERT_EQ(file.size(), 3 * kPlaceRecordSize);
   EXPECT_EQ(file.substr(38, 8), "Tab Name");
   EXPECT_EQ(file.find('\t'), std::string::npos);
   EXPECT_NE(file.find(std::string(28, 'x')), std::string::npos);
-  EXPECT_EQ(Delete_City(UserPlace{58, Place("Tab\tName\r\n", 0, 0)}), -1);
+  EXPECT_EQ(Delete("Tab\tName\r\n"), -1);
   EXPECT_EQ(UserFile().substr(38, 9), "@Tab Name");
-  EXPECT_EQ(Delete_City(UserPlace{58, Place("  bonn", 0, 0)}), -1);
+  EXPECT_EQ(Delete("  bonn"), -1);
   EXPECT_EQ(UserFile().substr(0, 5), "@Bonn");
 }
 
 TEST_F(UserPlacesTest, NamesAndCountriesThatCannotTakeAPlaceAreRefused) {
-  // A name sorted first that begins with the SZDD mark would make the plain
-  // user file read as compressed and hide every user place of the country;
-  // one with a character the code page could not take could never be found.
+  // A first name beginning with the SZDD mark would make the file read as
+  // compressed; one the code page cannot take could never be found.
   const std::string magic("SZDD\x88\xF0\x27\x33", 8);
   for (const std::string& name :
        {std::string(), std::string("   "), std::string("@Hidden"), magic + "dorf", "  " + magic,
-        "Berlin" + std::string(1, kUnmappable)}) {
+        "Berlin" + std::string(1, kUnmappable)})
     EXPECT_EQ(Add(name), 0) << name;
-  }
   std::int32_t unused = 0;
   EXPECT_EQ(AddCity(UserPlace{4711, Place("Nowhere", 0, 0)}, unused), 0);
   // The six records closing the table have no file that any search reads.
@@ -100,71 +104,66 @@ TEST_F(UserPlacesTest, NamesAndCountriesThatCannotTakeAPlaceAreRefused) {
   }
   EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
   EXPECT_EQ(Add("SZDD"), -1);  // only the whole mark is refused
-  EXPECT_EQ(SearchandStorePlaces("D", "SZDD"), 1);
+  EXPECT_EQ(Found("SZDD"), 1);
   // The group lines before them are read like countries ("ATL").
   EXPECT_EQ(AddCity(UserPlace{904, Place("Inselort", -20, 40)}, unused), -1);
   EXPECT_EQ(SearchandStorePlaces("ATL", "Inselort"), 1);
 }
 
 TEST_F(UserPlacesTest, DeleteMarksOnlyAUserRecordAndKeepsTheLength) {
-  EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);  // a database place
-  EXPECT_EQ(SearchandStorePlaces("D", "Berlin"), 1);
+  EXPECT_EQ(Delete("Berlin"), -1);  // a database place
+  EXPECT_EQ(Found("Berlin"), 1);
   Add("Adorf");
   Add("Bonn");
   const std::string before = UserFile();
-  EXPECT_EQ(Delete_City(UserPlace{58, Place("Berlin", 0, 0)}), -1);
+  EXPECT_EQ(Delete("Berlin"), -1);
   EXPECT_EQ(UserFile(), before);
-  const auto length = before.size();
-  EXPECT_EQ(Delete_City(UserPlace{58, Place("adorf", 0, 0)}), -1);
-  EXPECT_EQ(UserFile().size(), length);
-  EXPECT_EQ(UserFile().substr(0, 6), "@Adorf");
-  EXPECT_EQ(SearchandStorePlaces("D", "Adorf"), 0);
-  EXPECT_EQ(SearchandStorePlaces("D", "Bonn"), 1);
-  // The next addition drops it: long use does not fill the file with
-  // deleted records.
+  EXPECT_EQ(Delete("adorf"), -1);
+  EXPECT_EQ(std::tuple(UserFile().size(), UserFile().substr(0, 6)),
+            std::tuple(before.size(), "@Adorf"));
+  EXPECT_EQ(std::tuple(Found("Adorf"), Found("Bonn")), std::tuple(0, 1));
+  // The next addition drops it: deleted records do not pile up.
   Add("Aue");
-  EXPECT_EQ(UserFile().size(), length);
+  EXPECT_EQ(UserFile().size(), before.size());
   EXPECT_EQ(UserFile().find("@Adorf"), std::string::npos);
-  EXPECT_EQ(SearchandStorePlaces("D", "Aue"), 1);
+  EXPECT_EQ(Found("Aue"), 1);
   // A full-length name loses its last character to the mark.
   const std::string name(28, 'k');
   Add(name);
-  Delete_City(UserPlace{58, Place(name, 0, 0)});
+  Delete(name);
   EXPECT_NE(UserFile().find("@" + std::string(27, 'k')), std::string::npos);
   EXPECT_EQ(UserFile().find(name), std::string::npos);
 }
 
-// The user index keeps a name's own first character as its entry letter, so
-// a place beginning with an accented capital has a run of its own ("Ö"
-// beside "O", where the "O" run ends with the first record of the "Ö" run)
-// and small initials sort apart from the capitals: every run that folds to
-// the searched letter is read, each record once.
+// Index letters are names' own first characters, so "Ö" and "o" have runs
+// apart from "O": every run folding to the searched letter is read, each record once.
 TEST_F(UserPlacesTest, EveryRunOfALetterIsReadAndEachRecordOnce) {
   Add("Oberhausen");
   Add(AnsiFromUtf8("Ölberg"));
-  EXPECT_EQ(folder_.Read("USER/D.IDX"), std::string("O\1\0\0\0\326\2\0\0\0", 10));
-  PlaceList list;
-  Read_Cp_Indexed_City(PlaceFile("D"), "O*", list, 1);
-  EXPECT_THAT(testing::Names(list), ElementsAre("Oberhausen", AnsiFromUtf8("Ölberg")));
+  EXPECT_EQ(Index(), std::string("O\1\0\0\0\326\2\0\0\0", 10));
+  const auto names_of_o = [this] {
+    PlaceList list;
+    Read_Cp_Indexed_City(PlaceFile("D"), "O*", list, 1);
+    return testing::Names(list);
+  };
+  EXPECT_THAT(names_of_o(), ElementsAre("Oberhausen", AnsiFromUtf8("Ölberg")));
   const std::vector<std::string> names = {"Überlingen-Nord", "Ärmelkanal", "Éze", "olpe"};
   for (const auto& name : names)
     ASSERT_EQ(Add(AnsiFromUtf8(name)), -1);
   Add("Ulm");
   Add("Zell");
   for (const auto& name : names) {
-    ASSERT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(name)), 1) << name;
+    ASSERT_EQ(Found(AnsiFromUtf8(name)), 1) << name;
     EXPECT_EQ(FoundPlaces()[0].Place.TrimmedName(), AnsiFromUtf8(name));
     EXPECT_LT(FoundPlaces()[0].RecordNo, 0);
   }
-  list = PlaceList{};
-  Read_Cp_Indexed_City(PlaceFile("D"), "O*", list, 1);
-  EXPECT_THAT(testing::Names(list), ElementsAre("Oberhausen", "olpe", AnsiFromUtf8("Ölberg")));
+  EXPECT_THAT(names_of_o(), ElementsAre("Oberhausen", "olpe", AnsiFromUtf8("Ölberg")));
   // Typed without its accent, in small letters, or as a beginning.
   for (const std::string text : {"Olberg", "ölberg*", "ölberg", "OLBERG", "Uberlingen Nord"})
-    EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8(text)), 1) << text;
+    EXPECT_EQ(Found(AnsiFromUtf8(text)), 1) << text;
   // Adding the name again in small letters is no new place.
   EXPECT_EQ(Add(AnsiFromUtf8("ölberg")), -1);
-  EXPECT_EQ(SearchandStorePlaces("D", AnsiFromUtf8("Ölberg")), 1);
+  EXPECT_EQ(Found(AnsiFromUtf8("Ölberg")), 1);
 }
 
 // The parts of a child's argument, "a|b|c".
@@ -173,9 +172,8 @@ std::vector<std::string> ArgumentParts(std::string_view argument) {
   return {parts.begin(), parts.end()};
 }
 
-// In another process: adds "P<i>" for i in [first, last) to the atlas in
-// `folder`, writing each number whose addition returned to `log`. The
-// argument is "folder|first|last|log".
+// In another process, "folder|first|last|log": adds "P<i>" for i in
+// [first, last), logging each number whose addition returned.
 int AddMany(const std::string& argument) {
   const auto parts = ArgumentParts(argument);
   if (parts.size() != 4) return 2;
@@ -183,9 +181,8 @@ int AddMany(const std::string& argument) {
   std::ofstream out(parts[3], std::ios::app);
   for (int i = std::stoi(parts[1]); i < std::stoi(parts[2]); ++i) {
     std::int32_t number = 0;
-    if (AddCity(UserPlace{58, Place("P" + std::to_string(i), 1, 1)}, number) == -1) {
+    if (AddCity(UserPlace{58, Place("P" + std::to_string(i), 1, 1)}, number) == -1)
       out << i << std::endl;
-    }
   }
   return 0;
 }
@@ -201,17 +198,10 @@ constexpr int kFirstKillUs = 7'000;
 constexpr int kKillStepUs = 23'000;
 #endif
 
-std::string AddManyArgument(const std::string& folder, int first, int last,
-                            const std::string& log) {
-  return folder + "|" + std::to_string(first) + "|" + std::to_string(last) + "|" + log;
-}
-
 std::set<std::string> NamesIn(const std::string& file) {
   std::set<std::string> names;
-  for (std::size_t at = 0; at + kPlaceRecordSize <= file.size(); at += kPlaceRecordSize) {
-    names.insert(
-        DecodePlaceRecord(std::string_view(file).substr(at, kPlaceRecordSize)).TrimmedName());
-  }
+  for (std::size_t at = 0; at + kPlaceRecordSize <= file.size(); at += kPlaceRecordSize)
+    names.insert(DecodePlaceRecord(file.substr(at, kPlaceRecordSize)).TrimmedName());
   return names;
 }
 
@@ -219,20 +209,18 @@ TEST_F(UserPlacesTest, KilledWriterLeavesAValidFileWithEveryReturnedPlace) {
   const std::string log = (folder_.path() / "returned.log").string();
   for (int round = 0; round < 5; ++round) {
     // A loop of 500 additions, killed at different points.
-    testing::ChildProcess child(
-        "add-many", AddManyArgument(folder_.str(), round * 1000, round * 1000 + 500, log));
+    const auto range = std::to_string(round * 1000) + "|" + std::to_string(round * 1000 + 500);
+    testing::ChildProcess child("add-many", folder_.str() + "|" + range + "|" + log);
     std::this_thread::sleep_for(std::chrono::microseconds(kFirstKillUs + kKillStepUs * round));
     child.Kill();
     const std::string file = UserFile();
     ASSERT_EQ(file.size() % kPlaceRecordSize, 0U);
     const auto names = NamesIn(file);
     std::ifstream in(log);
-    for (std::string line; std::getline(in, line);) {
+    for (std::string line; std::getline(in, line);)
       EXPECT_TRUE(names.count("P" + line)) << "P" << line << " was reported added but is missing";
-    }
   }
-  // The writers killed left at most their one temporary file, which the
-  // next writer takes over and puts in place.
+  // Killed writers left at most one temporary file, which the next takes over.
   auto listing = [this] {
     std::set<std::string> files;
     for (const auto& entry : std::filesystem::directory_iterator(folder_.path() / "USER"))
@@ -246,12 +234,11 @@ TEST_F(UserPlacesTest, KilledWriterLeavesAValidFileWithEveryReturnedPlace) {
 
 TEST_F(UserPlacesTest, ConcurrentWritersLoseNoPlace) {
   const std::string log = (folder_.path() / "returned.log").string();
-  testing::ChildProcess first("add-many", AddManyArgument(folder_.str(), 0, 60, log));
-  testing::ChildProcess second("add-many", AddManyArgument(folder_.str(), 100, 160, log));
+  testing::ChildProcess first("add-many", folder_.str() + "|0|60|" + log);
+  testing::ChildProcess second("add-many", folder_.str() + "|100|160|" + log);
   EXPECT_EQ(first.Wait(), 0);
   EXPECT_EQ(second.Wait(), 0);
-  const auto names = NamesIn(UserFile());
-  EXPECT_EQ(names.size(), 120U);
+  EXPECT_EQ(NamesIn(UserFile()).size(), 120U);
 }
 
 // Country codes that Windows reads as devices ("NUL.dao" is the null device
@@ -263,10 +250,9 @@ TEST_F(UserPlacesTest, DeviceNamesAsCodesNeverWriteIntoADevice) {
   const std::vector<std::pair<int, std::string>> devices = {
       {301, "CON"}, {302, "NUL"}, {303, "COM1"}, {304, "LPT1"}};
   // Among the countries, before the group lines that end the table.
-  for (const auto& [id, code] : devices) {
+  for (const auto& [id, code] : devices)
     lines.insert(lines.begin() + 12,
                  testing::CountryDatLine(id, "Ger\xE4t " + code, code, "MEZ", "EUROPA", 4));
-  }
   folder_.Write("Country.dat", testing::JoinCrLf(lines));
   InitializeCountries("", "Country.dat", false, /*force_reload=*/true);
   for (const auto& [id, code] : devices) {
@@ -340,7 +326,7 @@ TEST_F(UserPlacesTest, UserFileHeldOpenByAnotherProgramIsReplacedOrFailsClearly)
 #else
     EXPECT_EQ(Add(name), -1);
     holder.Kill();
-    EXPECT_EQ(SearchandStorePlaces("D", name), 1);
+    EXPECT_EQ(Found(name), 1);
 #endif
   }
 }

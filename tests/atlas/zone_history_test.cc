@@ -5,7 +5,6 @@
 
 #include <filesystem>
 
-#include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/place_zone.h"
 #include "platform/file_status.h"
@@ -13,7 +12,6 @@
 #include "tarvplaces/atlas_error.h"
 #include "tarvplaces/places.h"
 #include "text/bytes.h"
-#include "util/text.h"
 
 namespace tarv {
 namespace {
@@ -24,11 +22,9 @@ using ::testing::HasSubstr;
 using testing::JulianAt;
 using testing::Place;
 
-constexpr std::int64_t kHour = 3600;
-
 std::int64_t Utc(int year, int month, int day, int hour = 0) {
   return DaysOfCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) * 86400 +
-         hour * kHour;
+         hour * std::int64_t{3600};
 }
 
 // Germany (58) with three database places: Berlin keeps a Central European
@@ -46,17 +42,13 @@ class ZoneHistoryTest : public testing::AtlasFixture {
     met_s_ = Zone("MET/S");
     WriteGermanTimetables();
     folder_.Write(kZoneHistoryFile, CompressSzdd(EncodeZoneHistories(Histories())));
-    WritePlaceFiles(folder_.path(), "D",
-                    {Place("Berlin", 13.4F, 52.5F), Place("Lagos Town", 3.4F, 6.5F),
-                     Place("Ohne", 10.0F, 50.0F)},
-                    true, ZoneExtras());
-  }
-
-  static PlaceFileExtras ZoneExtras() {
     PlaceFileExtras extras;
     extras.place_zones = {0, 1, kNoPlaceZone};
     extras.timetable_zones = {0};
-    return extras;
+    WritePlaceFiles(folder_.path(), "D",
+                    {Place("Berlin", 13.4F, 52.5F), Place("Lagos Town", 3.4F, 6.5F),
+                     Place("Ohne", 10.0F, 50.0F)},
+                    true, extras);
   }
 
   std::vector<ZoneHistory> Histories() const {
@@ -82,12 +74,8 @@ class ZoneHistoryTest : public testing::AtlasFixture {
     return {berlin, lagos};
   }
 
-  // The zone GetTimezoneOfCity names, and the kind of local time, at a local time.
   std::string ZoneOf(const std::string& name, int year, int month, int day, double hour = 12) {
     return places_.GetTimezoneOfCity(name, "D", JulianAt(year, month, day, hour));
-  }
-  int KindAt(const std::string& name, int year, int month, int day, double hour) {
-    return places_.GetLocalTimeKind(name, "D", JulianAt(year, month, day, hour));
   }
 
   // What a lookup in a fresh state throws, "" when it throws nothing.
@@ -107,23 +95,23 @@ class ZoneHistoryTest : public testing::AtlasFixture {
   std::int16_t met_s_ = 0;
 };
 
+// Ohne has no zone of its own; after the listed periods the rule decides.
 TEST_F(ZoneHistoryTest, OwnHistoryDecidesWhereTheTimetableDiffers) {
-  EXPECT_EQ(ZoneOf("Berlin", 1980, 7, 1), "MET/S");  // the timetable has no summer time in 1980
-  EXPECT_EQ(ZoneOf("Berlin", 1980, 1, 15), "MET");
-  EXPECT_EQ(ZoneOf("Berlin", 1850, 1, 1), "LMT");
-  EXPECT_EQ(ZoneOf("Lagos Town", 1906, 1, 1), "GMT");
-  EXPECT_EQ(ZoneOf("Lagos Town", 1950, 7, 1), "WAT");
-  EXPECT_EQ(ZoneOf("Lagos Town", 2005, 7, 1), "WAT");  // the timetable's rule gives MET/S
-  // Without an own zone the timetable answers.
-  EXPECT_EQ(ZoneOf("Ohne", 1980, 7, 1), "MET");
-  EXPECT_EQ(ZoneOf("Ohne", 1997, 7, 1), "MET/S");
+  const std::tuple<const char*, int, int, int, const char*> kCases[] = {
+      {"Berlin", 1980, 7, 1, "MET/S"},   {"Berlin", 1980, 1, 15, "MET"},
+      {"Berlin", 1850, 1, 1, "LMT"},     {"Lagos Town", 1906, 1, 1, "GMT"},
+      {"Lagos Town", 1950, 7, 1, "WAT"}, {"Lagos Town", 2005, 7, 1, "WAT"},
+      {"Ohne", 1980, 7, 1, "MET"},       {"Ohne", 1997, 7, 1, "MET/S"},
+      {"Lagos Town", 1910, 1, 1, "LMT"}, {"Lagos Town", 1915, 1, 1, "Z+0030"},
+      {"Berlin", 2050, 7, 1, "MET/S"},   {"Berlin", 2050, 1, 15, "MET"},
+      {"Berlin", 2099, 10, 31, "MET"},   {"Berlin", 2099, 10, 24, "MET/S"},
+      {"Lagos Town", 2090, 7, 1, "WAT"}};
+  for (const auto& [place, year, month, day, zone] : kCases)
+    EXPECT_EQ(ZoneOf(place, year, month, day), zone) << place << " " << year << "-" << month;
 }
 
 TEST_F(ZoneHistoryTest, AReturnToLocalMeanTimeIsTheOwnMeanTime) {
-  EXPECT_EQ(ZoneOf("Lagos Town", 1910, 1, 1), "LMT");
-  EXPECT_EQ(ZoneOf("Lagos Town", 1915, 1, 1), "Z+0030");
-  const auto found = places_.GetPlaceDataX("Lagos Town", "D");
-  ASSERT_EQ(found, 1);
+  ASSERT_EQ(places_.GetPlaceDataX("Lagos Town", "D"), 1);
   bool lmt = false;
   double hours = 0;
   places_.GetPlaceDataOfId(0, JulianAt(1910, 1, 1, 12), &lmt, &hours);
@@ -131,31 +119,19 @@ TEST_F(ZoneHistoryTest, AReturnToLocalMeanTimeIsTheOwnMeanTime) {
   EXPECT_FALSE(places_.GetLocalTimeKind("Lagos Town", "D", JulianAt(1914, 1, 1, 0.1)));
 }
 
-TEST_F(ZoneHistoryTest, DatesAfterTheListedPeriodsFollowTheRule) {
-  EXPECT_EQ(ZoneOf("Berlin", 2050, 7, 1), "MET/S");
-  EXPECT_EQ(ZoneOf("Berlin", 2050, 1, 15), "MET");
-  EXPECT_EQ(ZoneOf("Berlin", 2099, 10, 31), "MET");  // the last Sunday of October 2099 was the 25th
-  EXPECT_EQ(ZoneOf("Berlin", 2099, 10, 24), "MET/S");
-  EXPECT_EQ(ZoneOf("Lagos Town", 2090, 7, 1), "WAT");
-}
-
+// 6 April 1980: 02:00 became 03:00 (a skipped time takes the new offset);
+// 28 September: 03:00 became 02:00 (a repeated one the earlier); by the rule
+// 27 March and 30 October 2050. Changes out of local mean time are not judged.
 TEST_F(ZoneHistoryTest, SkippedAndRepeatedHoursAreFlaggedAtTheExactChange) {
-  // 6 April 1980: 02:00 became 03:00; 28 September: 03:00 became 02:00.
-  EXPECT_EQ(KindAt("Berlin", 1980, 4, 6, 1.99), 0);
-  EXPECT_EQ(KindAt("Berlin", 1980, 4, 6, 2.0), 1);
-  EXPECT_EQ(KindAt("Berlin", 1980, 4, 6, 2.99), 1);
-  EXPECT_EQ(KindAt("Berlin", 1980, 4, 6, 3.0), 0);
-  EXPECT_EQ(ZoneOf("Berlin", 1980, 4, 6, 2.5), "MET/S");  // a skipped time takes the new offset
-  EXPECT_EQ(KindAt("Berlin", 1980, 9, 28, 1.99), 0);
-  EXPECT_EQ(KindAt("Berlin", 1980, 9, 28, 2.0), 2);
-  EXPECT_EQ(ZoneOf("Berlin", 1980, 9, 28, 2.5), "MET/S");  // a repeated one the earlier
-  EXPECT_EQ(KindAt("Berlin", 1980, 9, 28, 3.0), 0);
-  // By the rule: 27 March and 30 October 2050.
-  EXPECT_EQ(KindAt("Berlin", 2050, 3, 27, 2.5), 1);
-  EXPECT_EQ(KindAt("Berlin", 2050, 10, 30, 2.5), 2);
-  EXPECT_EQ(KindAt("Berlin", 2050, 10, 30, 3.5), 0);
-  // Changes out of local mean time are not judged.
-  EXPECT_EQ(KindAt("Berlin", 1893, 4, 1, 0.5), 0);
+  const std::tuple<int, int, int, double, int> kCases[] = {
+      {1980, 4, 6, 1.99, 0},  {1980, 4, 6, 2.0, 1},   {1980, 4, 6, 2.99, 1}, {1980, 4, 6, 3.0, 0},
+      {1980, 9, 28, 1.99, 0}, {1980, 9, 28, 2.0, 2},  {1980, 9, 28, 3.0, 0}, {2050, 3, 27, 2.5, 1},
+      {2050, 10, 30, 2.5, 2}, {2050, 10, 30, 3.5, 0}, {1893, 4, 1, 0.5, 0}};
+  for (const auto& [year, month, day, hour, kind] : kCases)
+    EXPECT_EQ(places_.GetLocalTimeKind("Berlin", "D", JulianAt(year, month, day, hour)), kind)
+        << year << "-" << month << " " << hour;
+  EXPECT_EQ(ZoneOf("Berlin", 1980, 4, 6, 2.5), "MET/S");
+  EXPECT_EQ(ZoneOf("Berlin", 1980, 9, 28, 2.5), "MET/S");
 }
 
 TEST_F(ZoneHistoryTest, UserPlacesAndAtlasesWithoutTheFilesKeepTheTimetable) {
@@ -167,16 +143,15 @@ TEST_F(ZoneHistoryTest, UserPlacesAndAtlasesWithoutTheFilesKeepTheTimetable) {
   ASSERT_LT(user.RecordNo, 0);
   const auto at = ZoneOfPlaceAt(user, At(1980, 7, 1, 12));
   ASSERT_TRUE(at);
-  EXPECT_FALSE(at->own_history);
-  EXPECT_EQ(at->iana, "Test/Berlin");
-  EXPECT_EQ(at->abbreviation, "CEST");
+  EXPECT_EQ(std::tuple(at->own_history, at->iana, at->abbreviation),
+            std::tuple(false, "Test/Berlin", "CEST"));
 
   std::filesystem::remove(folder_.path() / "USER" / "D.dao");
   std::filesystem::remove(folder_.path() / kZoneHistoryFile);
   ForgetFileStatuses();
   ClearExpandedImages();
-  EXPECT_EQ(ZoneOf("Berlin", 1980, 7, 1), "MET");
-  EXPECT_EQ(ZoneOf("Lagos Town", 1950, 7, 1), "MET");
+  EXPECT_EQ(std::tuple(ZoneOf("Berlin", 1980, 7, 1), ZoneOf("Lagos Town", 1950, 7, 1)),
+            std::tuple("MET", "MET"));
 }
 
 TEST_F(ZoneHistoryTest, DamagedFilesAreErrorsNamingThem) {
@@ -198,8 +173,7 @@ TEST_F(ZoneHistoryTest, DamagedFilesAreErrorsNamingThem) {
     folder_.Write(kZoneHistoryFile, CompressSzdd(bytes));
     EXPECT_THAT(ErrorOfLookup(), AllOf(HasSubstr("Zones.hst"), HasSubstr(why))) << why;
   }
-  // A zone file written for a place file of other records, or naming a
-  // zone beyond the histories.
+  // A zone file for a place file of other records, or naming a zone beyond.
   folder_.Write(kZoneHistoryFile, CompressSzdd(good));
   folder_.Write("D.TZP", CompressSzdd(EncodePlaceZones({0, 1})));
   EXPECT_THAT(ErrorOfLookup(), AllOf(HasSubstr("D.TZP"), HasSubstr("has 3")));
@@ -215,22 +189,21 @@ TEST(ZoneHistoryCodec, RoundTripsAndRefusesWhatItCannotHold) {
                    1};
   const ZoneHistories decoded(EncodeZoneHistories({zone}), "Zones.hst", 287);
   ASSERT_EQ(decoded.size(), 1U);
-  EXPECT_EQ(decoded[0].name, "Area/City");
-  EXPECT_EQ(decoded[0].periods[1], zone.periods[1]);
-  EXPECT_EQ(decoded.At(0, -3701).abbreviation, "LMT");           // local -3700 is UTC -100
-  EXPECT_EQ(decoded.At(0, -3600).abbreviation, "GMT");           // clocks moved forward an hour
-  EXPECT_EQ(decoded.At(0, -3600).kind, LocalTimeKind::kNormal);  // out of LMT: not judged
+  EXPECT_EQ(std::tuple(decoded[0].name, decoded[0].periods[1]),
+            std::tuple("Area/City", zone.periods[1]));
+  // Local -3700 is UTC -100; the clocks moved forward an hour, out of LMT: not judged.
+  EXPECT_EQ(std::tuple(decoded.At(0, -3701).abbreviation, decoded.At(0, -3600).abbreviation,
+                       decoded.At(0, -3600).kind),
+            std::tuple("LMT", "GMT", LocalTimeKind::kNormal));
 
-  auto bad = zone;
-  bad.rule = "not a rule";
-  EXPECT_THROW(EncodeZoneHistories({bad}), std::invalid_argument);
-  bad = zone;
-  bad.periods.push_back({-200, 0, false, false, 1, "GMT"});
-  EXPECT_THROW(EncodeZoneHistories({bad}), std::invalid_argument);
-  bad = zone;
-  bad.name = std::string(65, 'x');
-  EXPECT_THROW(EncodeZoneHistories({bad}), std::invalid_argument);
-  EXPECT_THROW(EncodeZoneHistories({}), std::invalid_argument);
+  // A bad rule, periods out of order, too long a name, no zone at all.
+  std::vector<std::vector<ZoneHistory>> bad(3, {zone});
+  bad[0][0].rule = "not a rule";
+  bad[1][0].periods.push_back({-200, 0, false, false, 1, "GMT"});
+  bad[2][0].name = std::string(65, 'x');
+  bad.emplace_back();
+  for (const auto& zones : bad)
+    EXPECT_THROW(EncodeZoneHistories(zones), std::invalid_argument);
   EXPECT_NO_THROW(EncodePlaceZones({0}, std::vector<std::uint16_t>(999, 0)));  // the most
   EXPECT_THROW(EncodePlaceZones({0}, std::vector<std::uint16_t>(1000, 0)), std::invalid_argument);
   EXPECT_THROW(ZoneHistories(EncodeZoneHistories({zone}), "Zones.hst", 1), FormatViolation);

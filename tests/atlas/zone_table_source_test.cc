@@ -64,9 +64,8 @@ TEST(ZoneTableSource, OffsetTexts) {
     EXPECT_EQ(s, seconds);
   }
   for (const char* bad :
-       {"", "1:00", "+1", "+1:0", "+1:60", "+16:00", "+1:00:5", "+a:00", "+1:00:00:00"}) {
+       {"", "1:00", "+1", "+1:0", "+1:60", "+16:00", "+1:00:5", "+a:00", "+1:00:00:00"})
     EXPECT_FALSE(ParseUtcOffset(bad, s)) << bad;
-  }
 }
 
 TEST(ZoneTableSource, RefusesMalformedLinesWithTheirNumber) {
@@ -81,10 +80,9 @@ TEST(ZoneTableSource, RefusesMalformedLinesWithTheirNumber) {
       {"0\tTHIRTEENCHARS\tLocal\t+0:00\tL\t0\t-1\t1\n", "too long"},
       {lmt + "1\tLMT\tB\t+0:00\tN\t1\t-1\t1\n", "repeated"},
       {lmt, "1 entries where 287"}};
-  for (const auto& [lines, why] : cases) {
+  for (const auto& [lines, why] : cases)
     EXPECT_THAT(FaultText(ParseZoneTableSource(header + lines, "zones.tsv")), HasSubstr(why))
         << lines;
-  }
 }
 
 }  // namespace

@@ -32,19 +32,18 @@ TEST(PathParts, BackslashFolderNameTitleAndExtension) {
       {SetFileExtension("C:\\Atlas\\D.dao", ""), "C:\\Atlas\\D."},
       {SetFileExtension("D.dao", "IDX"), "D.daoD.IDX"},  // kept as composed
   };
-  for (const Case& c : kCases) EXPECT_EQ(c.got, c.want);
+  for (const Case& c : kCases)
+    EXPECT_EQ(c.got, c.want);
 }
 
 TEST(FileExists, FilesQuotedOrPatternedButNeverFolders) {
   TempFolder dir;
   dir.Write("Country.dat", "x");
-  EXPECT_TRUE(FileExists(dir.str() + "\\Country.dat"));
-  EXPECT_TRUE(FileExists("\"" + dir.str() + "\\country.DAT\""));
-  EXPECT_TRUE(FileExists(dir.str() + "\\C*.dat"));
-  EXPECT_FALSE(FileExists(dir.str()));
-  EXPECT_FALSE(FileExists(dir.str() + "\\"));
-  EXPECT_FALSE(FileExists(""));
-  EXPECT_FALSE(FileExists("\"\""));
+  for (const std::string& file :
+       {dir.str() + "\\Country.dat", "\"" + dir.str() + "\\country.DAT\"", dir.str() + "\\C*.dat"})
+    EXPECT_TRUE(FileExists(file)) << file;
+  for (const std::string& none : {dir.str(), dir.str() + "\\", std::string(), std::string("\"\"")})
+    EXPECT_FALSE(FileExists(none)) << none;
 }
 
 TEST(DeleteFile, PatternDeletesHiddenAndReadOnlyFilesAMissingFileIsNoFault) {
@@ -54,9 +53,9 @@ TEST(DeleteFile, PatternDeletesHiddenAndReadOnlyFilesAMissingFileIsNoFault) {
   dir.Write("keep.dat", "x");
   std::filesystem::permissions(read_only, std::filesystem::perms::owner_read);
   EXPECT_TRUE(DeleteFile(dir.str() + "\\*.txt", true));
-  EXPECT_FALSE(std::filesystem::exists(hidden));
-  EXPECT_FALSE(std::filesystem::exists(read_only));
-  EXPECT_TRUE(std::filesystem::exists(dir.path() / "keep.dat"));
+  EXPECT_EQ(std::tuple(std::filesystem::exists(hidden), std::filesystem::exists(read_only),
+                       std::filesystem::exists(dir.path() / "keep.dat")),
+            std::tuple(false, false, true));
   EXPECT_TRUE(DeleteFile(dir.str() + "\\KEEP.dat", true));
   EXPECT_FALSE(std::filesystem::exists(dir.path() / "keep.dat"));
   EXPECT_TRUE(DeleteFile(dir.str() + "\\keep.dat", true));  // nothing left: true

@@ -1,6 +1,5 @@
-// What other processes change is seen: user places at the next call, atlas
-// files replaced behind the component's back within a second, and neither
-// depends on the change counter being usable.
+// What other processes change is seen: user places at the next call, replaced
+// atlas files within a second, whether or not the change counter is usable.
 #include <gtest/gtest.h>
 #ifndef _WIN32
 #include <sys/stat.h>
@@ -45,17 +44,13 @@ class FreshnessTest : public testing::AtlasFixture {
 
   std::int16_t Found(const std::string& name) { return places_.GetPlaceData(name, "D"); }
 
-  // What a lookup finds once the folders' watch has told of a change nobody
-  // counted (it wakes within microseconds), or after half a second, well
-  // before the once-a-second check would have found it.
+  // What a lookup finds once the folders' watch has told of an uncounted change,
+  // or after half a second, well before the once-a-second check.
   std::int16_t FoundSoon(const std::string& name, std::int16_t expected) {
-    const auto start = std::chrono::steady_clock::now();
-    std::int16_t found = Found(name);
-    while (found != expected &&
-           std::chrono::steady_clock::now() - start < std::chrono::milliseconds(500)) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+    std::int16_t found = 0;
+    while ((found = Found(name)) != expected && std::chrono::steady_clock::now() < end)
       std::this_thread::sleep_for(std::chrono::microseconds(100));
-      found = Found(name);
-    }
     return found;
   }
 
@@ -76,10 +71,8 @@ TEST_F(FreshnessTest, UserPlacesOfAnotherProcessAreSeenByTheNextCall) {
 }
 
 #ifndef _WIN32
-// Linux readers also watch the folders: whatever another program does to
-// the counter (cut it while this process reads it, put a FIFO, a folder or
-// garbage in its place, make it unwritable), nothing crashes or waits, and a
-// change is seen at once, with or without a bump.
+// Linux readers also watch the folders: whatever another program does to the
+// counter, nothing crashes or waits, and a change is seen at once, bumped or not.
 TEST_F(FreshnessTest, WhateverHappensToTheCounterChangesAreSeenAtOnce) {
   const std::vector<std::function<void()>> damages = {
       [&] { fs::resize_file(Counter(), 0); },
@@ -113,24 +106,19 @@ TEST_F(FreshnessTest, WhateverHappensToTheCounterChangesAreSeenAtOnce) {
     EXPECT_NE(message.text.find(kChangeCounterFile), std::string::npos);
 }
 
-TEST_F(FreshnessTest, AtlasReplacedBehindTheBackIsSeenAtOnce) {
-  EXPECT_EQ(Found("Berlin"), 1);
-  testing::TempFolder build;
-  WritePlaceFiles(build.path(), "D", {Place("Hamburg", 9.99F, 53.55F)});
-  for (const char* file : {"D.dao", "D.IDX"})
-    fs::rename(build.path() / file, folder_.path() / file);
-  EXPECT_EQ(FoundSoon("Hamburg", 1), 1);
-  EXPECT_EQ(Found("Berlin"), 0);
-}
 #endif
 
-TEST_F(FreshnessTest, AtlasReplacedBehindTheBackIsSeenWithinASecond) {
+// Seen at once where the folders are watched, else within a second.
+TEST_F(FreshnessTest, AtlasReplacedBehindTheBackIsSeenAtOnceOrWithinASecond) {
   EXPECT_EQ(Found("Berlin"), 1);
   // A new build renamed into place, without a word to the counter.
   testing::TempFolder build;
   WritePlaceFiles(build.path(), "D", {Place("Hamburg", 9.99F, 53.55F)});
   for (const char* file : {"D.dao", "D.IDX"})
     fs::rename(build.path() / file, folder_.path() / file);
+#ifndef _WIN32
+  EXPECT_EQ(FoundSoon("Hamburg", 1), 1);
+#endif
   std::this_thread::sleep_for(std::chrono::milliseconds(1100));
   EXPECT_EQ(Found("Hamburg"), 1);
   EXPECT_EQ(Found("Berlin"), 0);
@@ -141,8 +129,7 @@ TEST_F(FreshnessTest, AtlasReplacedBehindTheBackIsSeenWithinASecond) {
 // and look at the files on every call, so a change nobody announced is seen
 // at once.
 TEST_F(FreshnessTest, UnusableCounterFallsBackToLookingEveryCall) {
-  const std::vector<std::string> damages = {"TPCH", "garbage, not a counter"};
-  for (const auto& damage : damages) {
+  for (const std::string damage : {"TPCH", "garbage, not a counter"}) {
     SCOPED_TRACE(damage);
     ResetDefaultAtlas();
     CurrentAtlas().places_path = folder_.str();
@@ -171,9 +158,8 @@ TEST_F(FreshnessTest, WithoutAUserFolderNothingIsCreatedAndNothingSaid) {
 }
 
 TEST_F(FreshnessTest, ReadOnlyAtlasIsReadAndChecked) {
-  if (const auto why = testing::WhyReadOnlyIsNotEnforced(/*folder=*/true); !why.empty()) {
+  if (const auto why = testing::WhyReadOnlyIsNotEnforced(/*folder=*/true); !why.empty())
     GTEST_SKIP() << why;
-  }
   fs::permissions(folder_.path() / "USER", fs::perms::owner_read | fs::perms::owner_exec);
   EXPECT_EQ(Found("München"), 1);
   EXPECT_FALSE(fs::exists(Counter()));

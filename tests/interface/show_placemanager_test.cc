@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/temp_folder.h"
@@ -10,48 +11,48 @@
 namespace tarv {
 namespace {
 
-// What a fake dialog saw and what it does when shown.
+struct Place {
+  std::string city, country;
+  float longitude = 0, latitude = 0;
+  std::int16_t timetable = 0, index = 0;
+  bool new_mode = false;
+};
+
+// What the fake dialogs saw when shown; each hands back Wien unless told
+// to cancel.
 struct Script {
   std::vector<std::string> calls;
-  std::string city_seen, country_seen;
-  bool new_mode_seen = false;
+  Place seen;
   bool cancel = false;
-  std::string city_after = "Wien";
+  int made = 0;
 };
 
 class FakeDialog final : public PlaceManagerDialog {
  public:
-  explicit FakeDialog(Script& script) : script_(script) {}
+  explicit FakeDialog(Script& script) : script_(script) { ++script.made; }
   bool Canceled() const override { return canceled_; }
-  std::string City() const override { return city_; }
-  void City(const std::string& v) override { city_ = v; }
-  std::string CountryShort() const override { return country_; }
-  void CountryShort(const std::string& v) override { country_ = v; }
-  float Longitude() const override { return longitude_; }
-  void Longitude(float v) override { longitude_ = v; }
-  float Latitude() const override { return latitude_; }
-  void Latitude(float v) override { latitude_ = v; }
-  std::int16_t Timetable() const override { return timetable_; }
-  void Timetable(std::int16_t v) override { timetable_ = v; }
-  std::int16_t Index() const override { return index_; }
-  void Index(std::int16_t v) override { index_ = v; }
-  bool NewMode() const override { return new_mode_; }
-  void NewMode(bool v) override { new_mode_ = v; }
+  std::string City() const override { return p_.city; }
+  void City(const std::string& v) override { p_.city = v; }
+  std::string CountryShort() const override { return p_.country; }
+  void CountryShort(const std::string& v) override { p_.country = v; }
+  float Longitude() const override { return p_.longitude; }
+  void Longitude(float v) override { p_.longitude = v; }
+  float Latitude() const override { return p_.latitude; }
+  void Latitude(float v) override { p_.latitude = v; }
+  std::int16_t Timetable() const override { return p_.timetable; }
+  void Timetable(std::int16_t v) override { p_.timetable = v; }
+  std::int16_t Index() const override { return p_.index; }
+  void Index(std::int16_t v) override { p_.index = v; }
+  bool NewMode() const override { return p_.new_mode; }
+  void NewMode(bool v) override { p_.new_mode = v; }
   void SetOwner(OwnerWindow owner) override {
     script_.calls.push_back("SetOwner " + std::to_string(owner));
   }
   void Show(std::int32_t modal) override {
     script_.calls.push_back("Show " + std::to_string(modal));
-    script_.city_seen = city_;
-    script_.country_seen = country_;
-    script_.new_mode_seen = new_mode_;
+    script_.seen = p_;
     canceled_ = script_.cancel;
-    city_ = script_.city_after;
-    country_ = "A";
-    longitude_ = 16.37F;
-    latitude_ = 48.21F;
-    timetable_ = 2;
-    index_ = -1;
+    p_ = {"Wien", "A", 16.37F, 48.21F, 2, -1, p_.new_mode};
   }
   void FocusOwner(OwnerWindow owner) override {
     script_.calls.push_back("FocusOwner " + std::to_string(owner));
@@ -60,10 +61,7 @@ class FakeDialog final : public PlaceManagerDialog {
  private:
   Script& script_;
   bool canceled_ = false;
-  std::string city_, country_;
-  float longitude_ = 0, latitude_ = 0;
-  std::int16_t timetable_ = 0, index_ = 0;
-  bool new_mode_ = false;
+  Place p_;
 };
 
 class ShowPlacemanagerTest : public testing::AtlasTest {
@@ -76,48 +74,45 @@ class ShowPlacemanagerTest : public testing::AtlasTest {
     SetPlaceManagerFactory(nullptr);
     AtlasTest::TearDown();
   }
+  auto Arguments() {
+    return std::tuple(city_, country_, longitude_, latitude_, timetable_, index_);
+  }
+  bool Show(bool new_mode = false) {
+    return places_.ShowPlacemanager(&city_, &country_, &longitude_, &latitude_, &timetable_,
+                                    &index_, new_mode);
+  }
+
   Script script_;
   classPlaces places_;
-  std::string city_ = "München";
+  std::string city_ = "München.";
   std::string country_ = " D ";
   float longitude_ = 11.5F, latitude_ = 48.1F;
   std::int16_t timetable_ = 1, index_ = 7;
 };
 
 TEST_F(ShowPlacemanagerTest, TrailingFullStopIsDroppedAndNamesTrimmed) {
-  std::string city = "  St. Gallen.";
-  places_.ShowPlacemanager(&city, &country_);
-  EXPECT_EQ(script_.city_seen, "St. Gallen");
-  EXPECT_EQ(script_.country_seen, "D");
-
-  std::string plain = " Bern ";
-  places_.ShowPlacemanager(&plain);
-  EXPECT_EQ(script_.city_seen, "Bern");  // only blanks go
-}
-
-TEST_F(ShowPlacemanagerTest, AcceptedDialogWritesThePlaceBack) {
-  EXPECT_TRUE(places_.ShowPlacemanager(&city_, &country_, &longitude_, &latitude_, &timetable_,
-                                       &index_, true));
-  EXPECT_TRUE(script_.new_mode_seen);
-  EXPECT_EQ(city_, "Wien");
-  EXPECT_EQ(country_, "A");
-  EXPECT_FLOAT_EQ(longitude_, 16.37F);
-  EXPECT_FLOAT_EQ(latitude_, 48.21F);
-  EXPECT_EQ(timetable_, 2);
-  EXPECT_EQ(index_, -1);
-}
-
-TEST_F(ShowPlacemanagerTest, CancelledDialogLeavesEveryArgumentUnchanged) {
   script_.cancel = true;
-  std::string city = "München.";
-  EXPECT_FALSE(
-      places_.ShowPlacemanager(&city, &country_, &longitude_, &latitude_, &timetable_, &index_));
-  EXPECT_EQ(city, "München.");
-  EXPECT_EQ(country_, " D ");
-  EXPECT_FLOAT_EQ(longitude_, 11.5F);
-  EXPECT_FLOAT_EQ(latitude_, 48.1F);
-  EXPECT_EQ(timetable_, 1);
-  EXPECT_EQ(index_, 7);
+  for (const auto& [typed, seen] :
+       {std::pair{"  St. Gallen.", "St. Gallen"}, std::pair{" Bern ", "Bern"}}) {
+    std::string city = typed;
+    places_.ShowPlacemanager(&city, &country_);
+    EXPECT_EQ(std::tuple(script_.seen.city, script_.seen.country), std::tuple(seen, "D"));
+  }
+}
+
+// Every call gets a fresh dialog; only an accepted one writes the place back.
+TEST_F(ShowPlacemanagerTest, OnlyAnAcceptedDialogWritesThePlaceBack) {
+  script_.cancel = true;
+  EXPECT_FALSE(Show());
+  EXPECT_EQ(Arguments(), std::tuple("München.", " D ", 11.5F, 48.1F, 1, 7));
+  const Place& seen = script_.seen;
+  EXPECT_EQ(std::tuple(seen.longitude, seen.latitude, seen.timetable, seen.index, seen.new_mode),
+            std::tuple(11.5F, 48.1F, 1, 7, false));
+  script_.cancel = false;
+  EXPECT_TRUE(Show(true));
+  EXPECT_TRUE(script_.seen.new_mode);
+  EXPECT_EQ(Arguments(), std::tuple("Wien", "A", 16.37F, 48.21F, 2, -1));
+  EXPECT_EQ(script_.made, 2);
 }
 
 TEST_F(ShowPlacemanagerTest, OwnerIsSetBeforeShowAndFocusedAfter) {
@@ -130,27 +125,13 @@ TEST_F(ShowPlacemanagerTest, OwnerIsSetBeforeShowAndFocusedAfter) {
   EXPECT_EQ(script_.calls, std::vector<std::string>{"Show 0"});
 }
 
-TEST_F(ShowPlacemanagerTest, EveryCallGetsAFreshDialog) {
-  int made = 0;
-  SetPlaceManagerFactory([&] {
-    ++made;
-    return std::make_unique<FakeDialog>(script_);
-  });
-  script_.cancel = true;
-  EXPECT_FALSE(places_.ShowPlacemanager(&city_));
-  script_.cancel = false;
-  EXPECT_TRUE(places_.ShowPlacemanager(&city_));
-  EXPECT_EQ(made, 2);
-}
-
 TEST_F(ShowPlacemanagerTest, WithoutDialogsTheHostIsToldAndGetsFalse) {
   SetPlaceManagerFactory(nullptr);
   places_.Language(kLanguageEnglish);
   EXPECT_FALSE(places_.ShowPlacemanager(&city_, &country_));
   ASSERT_EQ(messages_.size(), 1U);
-  EXPECT_EQ(messages_[0].text, "The place manager is not available in this program.");
-  EXPECT_EQ(city_, "München");
-
+  EXPECT_EQ(std::tuple(messages_[0].text, city_),
+            std::tuple("The place manager is not available in this program.", "München."));
   places_.Language(kLanguageGerman);
   EXPECT_FALSE(places_.ShowPlacemanager());
   EXPECT_EQ(messages_.back().text, "Die Orteverwaltung ist in diesem Programm nicht verfügbar.");

@@ -26,13 +26,11 @@ std::set<std::string> Listing(const fs::path& folder) {
   return names;
 }
 
-TEST(AtomicFile, TemporaryNameReplacesTheExtension) {
+TEST(AtomicFile, TemporaryNameReplacesTheExtensionAndALeftoverIsTakenOverAndGoes) {
   EXPECT_EQ(TemporaryPathOf("/atlas/USER/D.dao"), fs::path("/atlas/USER/D.~~~"));
   EXPECT_EQ(TemporaryPathOf("/out/Cities.txt"), fs::path("/out/Cities.~~~"));
   EXPECT_EQ(TemporaryPathOf("/out/README"), fs::path("/out/README.~~~"));
-}
-
-TEST(AtomicFile, LeftoverOfAnInterruptedWriteIsTakenOverAndGoes) {
+  // The leftover of an interrupted write.
   const TempFolder dir;
   dir.Write("Cities.~~~", std::string(5000, 'x'));  // longer than what comes
   WriteFileAtomically(dir.path() / "Cities.txt", "new");
@@ -91,10 +89,8 @@ TEST(AtomicFile, FilesTakeTheFolderPermissionsAndNoLinkIsFollowed) {
 #endif
 
 TEST(AtomicFile, ConcurrentWritersOfOneTargetNeverMixTheirBytes) {
-  // One fixed temporary name per target: without its lock, two writers would
-  // write into the same file. The reads are the C++ library's, which do not
-  // share deletion on Windows: no writer may hold the target with the right
-  // to delete it.
+  // One temporary name per target: without its lock writers would share it.
+  // The reads do not share deletion on Windows: no writer may hold the target so.
   const TempFolder dir;
   const fs::path target = dir.path() / "D.dao";
   std::atomic<int> torn{0};

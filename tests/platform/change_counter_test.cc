@@ -15,9 +15,8 @@ using testing::TempFolder;
 TEST(ChangeCounter, MappingsOfOneFileSeeEachOthersBumps) {
   TempFolder dir;
   auto first = ChangeCounter::Map(dir.path(), /*create=*/true);
-  ASSERT_NE(first, nullptr);
   auto second = ChangeCounter::Map(dir.path(), /*create=*/true);
-  ASSERT_NE(second, nullptr);
+  ASSERT_TRUE(first && second);
   EXPECT_EQ(first->Value(), 0U);
   EXPECT_TRUE(first->Bump());
   EXPECT_TRUE(BumpChangeCounter(dir.path()));
@@ -51,11 +50,9 @@ TEST(ChangeCounter, MappingsOfOneFileSeeEachOthersBumps) {
   const std::uint64_t before = third->Value();
   std::filesystem::resize_file(file, 0);
   EXPECT_FALSE(third->StillValid());
-  // ...and reading it anyway (a reader between its checks) does not fault:
-  // it reads as a change.
+  // Read anyway (between a reader's checks), it does not fault: a change.
   EXPECT_NE(third->Value(), before);
-  // Any other SIGBUS still ends the process, by the handler that was there
-  // before (a sanitizer's aborts) or by the default action.
+  // Any other SIGBUS still ends the process, by the earlier or default handler.
   EXPECT_DEATH(::raise(SIGBUS), "");
 #endif
   // An empty file is a new one: it is given its magic again.

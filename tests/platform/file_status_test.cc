@@ -44,9 +44,8 @@ TEST(StatScope, WithoutACounterEachPathIsLookedAtOncePerCall) {
 #ifndef _WIN32
 using Sizes = std::pair<std::uintmax_t, std::uintmax_t>;
 
-// Linux also watches the atlas folder and its USER folder: a change there
-// that no writer told the counter of is seen at once, long before the
-// second is up; a file elsewhere waits for the second.
+// Linux also watches the atlas folder and its USER folder: an uncounted change
+// there is seen at once; a file elsewhere waits for the second.
 TEST(StatScope, WithAWatchChangesNobodyCountedAreSeenAtOnce) {
   ForgetFileStatuses();
   TempFolder dir;
@@ -62,9 +61,8 @@ TEST(StatScope, WithAWatchChangesNobodyCountedAreSeenAtOnce) {
   const auto time_to_see = [&](std::uintmax_t size) {
     const auto start = std::chrono::steady_clock::now();
     while (sizes_in_a_call().first != size &&
-           std::chrono::steady_clock::now() - start < std::chrono::seconds(2)) {
+           std::chrono::steady_clock::now() - start < std::chrono::seconds(2))
       std::this_thread::sleep_for(std::chrono::microseconds(100));
-    }
     return std::chrono::steady_clock::now() - start;
   };
   EXPECT_EQ(sizes_in_a_call(), Sizes(1, 1));
@@ -104,9 +102,8 @@ TEST(StatScope, WithACounterStatusesLastUntilItMovesOrASecondPasses) {
 }
 #endif
 
-// Within a call, files are looked at through a handle on their folder once
-// the call has looked at the folder itself; the handle must never outlive the
-// folder the path names.
+// Within a call files are looked at through a handle on their folder, which
+// must never outlive the folder the path names.
 TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
   if (const auto why = testing::WhySymlinksCannotBeMade(); !why.empty()) GTEST_SKIP() << why;
   TempFolder dir;
@@ -133,29 +130,23 @@ TEST(StatScope, FolderRenamedOrLinkRepointedIsNotLookedIntoThroughTheOldOne) {
   EXPECT_FALSE(StatFile(dir.path() / "link" / "x.dat").exists);
 }
 
-TEST(StatFile, KindsAndLinksFollowedOnlyWhenAsked) {
+TEST(StatFile, KindsVersionsAndLinksFollowedOnlyWhenAsked) {
   TempFolder dir;
   const auto file = dir.Write("sub/a.dat", "abc");
-  const FileStatus regular = StatFile(file);
-  EXPECT_TRUE(regular.exists && regular.regular && !regular.directory);
+  const FileStatus first = StatFile(file);
+  EXPECT_TRUE(first.exists && first.regular && !first.directory);
   EXPECT_TRUE(StatFile(dir.path() / "sub").directory);
   EXPECT_FALSE(StatFile(dir.path() / "none").exists);
+  // The same version needs the same size, time and inode.
+  EXPECT_TRUE(first.SameVersion(StatFile(file)));
+  const auto other = dir.Write("sub/b.dat", "xyz");
+  std::filesystem::last_write_time(other, std::filesystem::last_write_time(file));
+  std::filesystem::rename(other, file);  // same size and time, another inode
+  EXPECT_FALSE(first.SameVersion(StatFile(file)));
   if (const auto why = testing::WhySymlinksCannotBeMade(); !why.empty()) GTEST_SKIP() << why;
   std::filesystem::create_symlink(dir.path() / "gone", dir.path() / "link");
   EXPECT_FALSE(StatFile(dir.path() / "link").exists);
   EXPECT_TRUE(StatFile(dir.path() / "link", /*follow=*/false).exists);
-}
-
-TEST(FileStatus, SameVersionNeedsSizeTimeAndInode) {
-  TempFolder dir;
-  const auto file = dir.Write("a.dat", "abc");
-  const FileStatus first = StatFile(file);
-  EXPECT_TRUE(first.SameVersion(StatFile(file)));
-  const auto time = std::filesystem::last_write_time(file);
-  const auto other = dir.Write("b.dat", "xyz");
-  std::filesystem::last_write_time(other, time);
-  std::filesystem::rename(other, file);  // same size and time, another inode
-  EXPECT_FALSE(first.SameVersion(StatFile(file)));
 }
 
 }  // namespace

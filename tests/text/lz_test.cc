@@ -28,6 +28,8 @@ namespace tarv {
 namespace {
 
 using testing::TempFolder;
+// The results of a sequence of calls, evaluated in order.
+using Results = std::vector<std::int32_t>;
 
 const std::string kSamples = TARV_SHARED_TESTDATA "/szdd/";
 
@@ -66,20 +68,33 @@ std::string Expand(std::string_view bytes, std::int32_t expected_error = 0) {
   return out;
 }
 
-std::string ReadAll(std::int32_t handle) {
+// Reads to the end or the first failure; `last` takes the last LZRead result.
+std::string ReadAll(std::int32_t handle, std::int32_t* last = nullptr) {
   std::string out;
   char buffer[333];
-  for (std::int32_t n; (n = LZRead(handle, buffer, sizeof buffer)) > 0;)
+  std::int32_t n = 0;
+  while ((n = LZRead(handle, buffer, sizeof buffer)) > 0)
     out.append(buffer, static_cast<std::size_t>(n));
+  if (last) *last = n;
   return out;
 }
 
 std::string ReadThroughHandle(const std::string& path) {
-  const std::int32_t h = LZOpenFile(path);
-  EXPECT_GE(h, 0) << path;
-  std::string out = ReadAll(h);
-  LZClose(h);
-  return out;
+  const LzFile file(path);
+  EXPECT_GE(file.get(), 0) << path;
+  return ReadAll(file.get());
+}
+
+std::shared_ptr<const std::string> Image(const std::string& path) {
+  std::int32_t error = 1;
+  auto image = ExpandedImage(path, error);
+  EXPECT_EQ(error, 0) << path;
+  return image ? image : std::make_shared<const std::string>();
+}
+
+// Files dated an hour back count as settled.
+fs::file_time_type LongAgo() {
+  return fs::file_time_type::clock::now() - std::chrono::hours(1);
 }
 
 class Lz : public ::testing::Test {
@@ -95,17 +110,14 @@ class Lz : public ::testing::Test {
   TempFolder dir_;
 };
 
-// ---------------------------------------------------------------------------
 // The decoder expands exactly what libmspack expands, whole or damaged; on
 // Windows, files are expanded by Windows' own LZ service, held to the
 // decoder on the same inputs.
-
 std::vector<std::string> WholeCutAndNoisyInputs() {
   std::vector<std::string> files = {ReadFile(kSamples + "mscompress_test.tx_"),
                                     ReadFile(kSamples + "wine_testfile.tx_")};
-  for (const auto& plain : {Text(30'000), Noise(9'000, 5), std::string(5'000, ' ')}) {
+  for (const auto& plain : {Text(30'000), Noise(9'000, 5), std::string(5'000, ' ')})
     files.push_back(CompressSzdd(plain));
-  }
   std::vector<std::string> inputs;
   for (const auto& file : files) {
     inputs.push_back(file);
@@ -114,9 +126,8 @@ std::vector<std::string> WholeCutAndNoisyInputs() {
     inputs.push_back(WithLengthField(file, 7));
     inputs.push_back(WithLengthField(file, 1'000'000));
   }
-  for (unsigned seed = 1; seed <= 20; ++seed) {
+  for (unsigned seed = 1; seed <= 20; ++seed)
     inputs.push_back(WithLengthField(CompressSzdd("") + Noise(50 * seed, seed), 200 * seed));
-  }
   return inputs;
 }
 
@@ -124,38 +135,32 @@ std::vector<std::string> WholeCutAndNoisyInputs() {
 TEST_F(Lz, WindowsExpansionAgreesWithTheDecoderOnWholeCutAndNoisyData) {
   int n = 0;
   for (const auto& input : WholeCutAndNoisyInputs()) {
-    const std::string path = Put("in" + std::to_string(n++) + ".da_", input);
-    std::int32_t error = 0;
-    const auto image = ExpandedImage(path, error);
-    std::int32_t decoder_error = 0;
+    SCOPED_TRACE(std::to_string(input.size()) + " bytes");
+    std::int32_t error = 0, decoder_error = 0;
+    const auto image = ExpandedImage(Put("in" + std::to_string(n++) + ".da_", input), error);
     const std::string decoded = ExpandSzdd(input, decoder_error);
-    EXPECT_EQ(error, decoder_error) << input.size() << " bytes";
+    EXPECT_EQ(error, decoder_error);
     if (image) {
-      EXPECT_EQ(*image, decoded) << input.size() << " bytes";
+      EXPECT_EQ(*image, decoded);
     }
   }
 }
 #else
 TEST(ExpandSzdd, AgreesWithLibmspackOnWholeCutAndNoisyData) {
   for (const auto& input : WholeCutAndNoisyInputs()) {
+    SCOPED_TRACE(std::to_string(input.size()) + " bytes");
     const auto length = static_cast<std::uint32_t>(DecodeInt32(input, 10));
     const auto reference = testing::ExpandWithLibmspack(input, length);
     ASSERT_TRUE(reference.has_value());
     std::int32_t error = 0;
     const std::string ours = ExpandSzdd(input, error);
-    if (reference->size() == length) {
-      EXPECT_EQ(error, 0) << input.size() << " bytes";
-      EXPECT_EQ(ours, *reference) << input.size() << " bytes";
-    } else {
-      // Data that ends before its length is damaged, for both.
-      EXPECT_EQ(error, LZERROR_READ) << input.size() << " bytes";
-    }
+    if (reference->size() == length)
+      EXPECT_EQ(std::pair(error, ours), std::pair(0, *reference));
+    else  // data that ends before its length is damaged, for both
+      EXPECT_EQ(error, LZERROR_READ);
   }
 }
 #endif
-
-// ---------------------------------------------------------------------------
-// The encoder, checked against libmspack and the reference compressors.
 
 TEST(CompressSzdd, RoundTripsThroughTheExpander) {
   const std::string block = Noise(4097, 7);
@@ -171,15 +176,13 @@ TEST(CompressSzdd, RoundTripsThroughTheExpander) {
     inputs.push_back(Text(n));
     inputs.push_back(std::string(n / 2, ' ') + Noise(n - n / 2, 3));
   }
-  for (const auto& input : inputs) {
+  for (const auto& input : inputs)
     EXPECT_EQ(Expand(CompressSzdd(input)), input) << input.size() << " bytes";
-  }
 }
 
 TEST(CompressSzdd, FindsMatchesInTheBlankWindowInOverlapsAndAtFullDistance) {
-  EXPECT_EQ(CompressSzdd("", 'o'), std::string("SZDD\x88\xF0\x27\x33"
-                                               "Ao\0\0\0\0",
-                                               14));
+  // The magic, mode 'A' (\x41), the name's missing 'o' and a length of 0.
+  EXPECT_EQ(CompressSzdd("", 'o'), std::string("SZDD\x88\xF0\x27\x33\x41o\0\0\0\0", 14));
   EXPECT_EQ(CompressSzdd(std::string(18, ' ')).size(), 14U + 1 + 2);
   // One literal, then sixteen copies of 18 that overlap their source.
   EXPECT_EQ(CompressSzdd(std::string(1 + 18 * 16, 'z')).size(), 14U + 3 + 1 + 16 * 2);
@@ -199,37 +202,29 @@ TEST(CompressSzdd, ProducesTheSameItemsAsTheReferenceCompressors) {
   EXPECT_EQ(ours.substr(14), theirs.substr(14));
 }
 
-// ---------------------------------------------------------------------------
-// Files from other compressors.
-
 TEST(LzSamples, LyingLengthFieldIsReadAsWindowsReadsIt) {
   // That COMPRESS file's field says 5237; its data holds the 20 bytes of text.
   const std::string path = kSamples + "wine_testfile.tx_";
   const std::string text = ReadFile(kSamples + "wine_testfile.txt");
   ASSERT_EQ(text.size(), 20U);
-  const std::int32_t h = LZOpenFile(path);
+  const LzFile file(path);
+  const std::int32_t h = file.get();
   ASSERT_GE(h, 0);
-  EXPECT_EQ(LZSeek(h, 0, kLzSeekEnd), 5237);
-  ASSERT_EQ(LZSeek(h, 0, kLzSeekSet), 0);
-  char buffer[64] = {};
-  EXPECT_EQ(LZRead(h, buffer, 21), LZERROR_READ);
-  EXPECT_EQ(LZRead(h, buffer, 20), 20);
-  EXPECT_EQ(std::string(buffer, 20), text);
-  EXPECT_EQ(LZRead(h, buffer, 1), LZERROR_READ);
-  EXPECT_EQ(LZRead(h, buffer, 0), 0);
-  EXPECT_EQ(LZSeek(h, 100, kLzSeekSet), 100);  // seeking is free, reading there is not
-  EXPECT_EQ(LZRead(h, buffer, 1), LZERROR_READ);
-  EXPECT_EQ(LZRead(h, buffer, 0), 0);
-  EXPECT_EQ(LZSeek(h, 0, kLzSeekEnd), 5237);
-  EXPECT_EQ(LZRead(h, buffer, 1), 0);  // the end it announces is an end
-  LZClose(h);
+  char b[64] = {};
+  EXPECT_EQ((Results{LZSeek(h, 0, kLzSeekEnd), LZSeek(h, 0, kLzSeekSet), LZRead(h, b, 21),
+                     LZRead(h, b, 20)}),
+            (Results{5237, 0, LZERROR_READ, 20}));
+  EXPECT_EQ(std::string(b, 20), text);
+  // Seeking is free, reading there is not; the end it announces is an end.
+  EXPECT_EQ((Results{LZRead(h, b, 1), LZRead(h, b, 0), LZSeek(h, 100, kLzSeekSet), LZRead(h, b, 1),
+                     LZRead(h, b, 0), LZSeek(h, 0, kLzSeekEnd), LZRead(h, b, 1)}),
+            (Results{LZERROR_READ, 0, 100, LZERROR_READ, 0, 5237, 0}));
   // Whole-image readers never see a shorter file.
   Expand(ReadFile(path), LZERROR_READ);
-  std::int32_t error = 0;
-  EXPECT_EQ(ExpandedImage(path, error), nullptr);
-  EXPECT_EQ(error, LZERROR_READ);
-  EXPECT_EQ(ExistingImage(path, error), nullptr);
-  EXPECT_EQ(error, LZERROR_READ);
+  std::int32_t expanded = 0, existing = 0;
+  EXPECT_EQ(ExpandedImage(path, expanded), nullptr);
+  EXPECT_EQ(ExistingImage(path, existing), nullptr);
+  EXPECT_EQ(std::pair(expanded, existing), std::pair(LZERROR_READ, LZERROR_READ));
 }
 
 TEST_F(Lz, FilesCompressedByMscompressExpand) {
@@ -250,79 +245,57 @@ TEST_F(Lz, FilesCompressedByMscompressExpand) {
   }
 }
 
-// ---------------------------------------------------------------------------
-// The length field against the data, and damaged input.
-
 TEST(LzLengthField, CutsLongerDataAndLongerFieldsAreDamage) {
   const std::string text = Text(1000);
   const std::string szdd = CompressSzdd(text);
   EXPECT_EQ(Expand(WithLengthField(szdd, 5)), text.substr(0, 5));
   Expand(WithLengthField(szdd, 1001), LZERROR_READ);
-  const auto limit = static_cast<std::uint32_t>(100 * szdd.size() + 64 * 1024);
-  Expand(WithLengthField(szdd, limit), LZERROR_READ);
+  Expand(WithLengthField(szdd, static_cast<std::uint32_t>(100 * szdd.size() + 64 * 1024)),
+         LZERROR_READ);
   const std::string noise = Noise(700'000, 3);  // big enough for the ratio
   EXPECT_EQ(Expand(CompressSzdd(noise)), noise);
 }
 
-TEST(LzHostile, TruncatedFilesAreDamaged) {
+TEST_F(Lz, TruncatedFilesAreDamageThatHandlesReadUpTo) {
   const std::string text = Text(3000);
   const std::string szdd = CompressSzdd(text);
   for (std::size_t cut = 0; cut < szdd.size(); ++cut) {
     std::int32_t error = 1;
     const std::string out = ExpandSzdd(std::string_view(szdd).substr(0, cut), error);
-    if (cut < 8) {  // no complete magic: plain bytes
-      EXPECT_EQ(out, szdd.substr(0, cut));
-    } else {
-      EXPECT_EQ(error, LZERROR_READ) << cut;
-      EXPECT_EQ(out, "") << cut;
-    }
+    // Without the whole magic the bytes are plain.
+    const auto want = cut < 8 ? std::pair(0, szdd.substr(0, cut)) : std::pair(LZERROR_READ, "");
+    EXPECT_EQ(std::pair(error, out), want) << cut;
   }
-}
-
-TEST_F(Lz, TruncatedFileReadsUpToItsDataThenFails) {
-  const std::string text = Text(3000);
-  const std::string szdd = CompressSzdd(text);
-  const std::int32_t h = LZOpenFile(Put("cut.tx_", szdd.substr(0, szdd.size() / 2)));
-  ASSERT_GE(h, 0);
-  EXPECT_EQ(LZSeek(h, 0, kLzSeekEnd), 3000);
-  ASSERT_EQ(LZSeek(h, 0, kLzSeekSet), 0);
-  std::string read;
-  char buffer[100];
-  std::int32_t n = 0;
-  while ((n = LZRead(h, buffer, sizeof buffer)) > 0)
-    read.append(buffer, static_cast<std::size_t>(n));
-  EXPECT_EQ(n, LZERROR_READ);
+  const LzFile file(Put("cut.tx_", szdd.substr(0, szdd.size() / 2)));
+  ASSERT_EQ((Results{LZSeek(file.get(), 0, kLzSeekEnd), LZSeek(file.get(), 0, kLzSeekSet)}),
+            (Results{3000, 0}));
+  std::int32_t last = 0;
+  const std::string read = ReadAll(file.get(), &last);
+  EXPECT_EQ(last, LZERROR_READ);
   EXPECT_GT(read.size(), 0U);
   EXPECT_LT(read.size(), text.size());
   EXPECT_EQ(read, text.substr(0, read.size()));
-  LZClose(h);
 }
 
-TEST(LzHostile, ForeignMagicIsPlainAndOtherModesAreRefused) {
+TEST_F(Lz, ForeignMagicIsPlainAndOtherModesAreRefused) {
   const std::string qbasic("SZ \x88\xF0\x27\x33\xD1\x05\0\0\0", 12);
   EXPECT_EQ(Expand(qbasic), qbasic);
   std::string szdd = CompressSzdd("text");
   szdd[8] = 'B';
   Expand(szdd, LZERROR_UNKNOWNALG);
-  TempFolder dir;
-  dir.Write("b.tx_", szdd);
-  EXPECT_EQ(LZOpenFile(dir.str() + "\\b.tx_"), LZERROR_UNKNOWNALG);
+  EXPECT_EQ(LZOpenFile(Put("b.tx_", szdd)), LZERROR_UNKNOWNALG);
 }
-
-// ---------------------------------------------------------------------------
-// Handles.
 
 TEST_F(Lz, PlainFilesAreReadAsTheyStand) {
   const std::string bytes("Name;Land\r\n\0\xFF\x88", 14);
   Put("User.dao", bytes);
   EXPECT_EQ(ReadThroughHandle(dir_.str() + "\\USER.DAO"), bytes);
   EXPECT_EQ(ReadThroughHandle(Put("empty.dao", "")), "");
-  EXPECT_EQ(LZOpenFile(dir_.str() + "\\none.dat"), LZERROR_BADINHANDLE);
-  // A NUL would cut the path short on its way to the system.
-  EXPECT_EQ(LZOpenFile(dir_.str() + "\\User.dao" + std::string(1, '\0') + "X"),
-            LZERROR_BADINHANDLE);
   fs::create_directory(dir_.path() / "sub");
-  EXPECT_EQ(LZOpenFile(dir_.str() + "\\sub"), LZERROR_BADINHANDLE);
+  // A NUL would cut the path short on its way to the system.
+  for (const std::string& bad :
+       {std::string("none.dat"), std::string("User.dao\0X", 10), std::string("sub")})
+    EXPECT_EQ(LZOpenFile(dir_.str() + "\\" + bad), LZERROR_BADINHANDLE) << bad;
 }
 
 // The atlas's own files are always compressed, by the component: a plain
@@ -330,12 +303,11 @@ TEST_F(Lz, PlainFilesAreReadAsTheyStand) {
 // damaged, though the classic service reads both. A FIFO is never opened.
 TEST_F(Lz, AtlasFilesAreCompressedWholeOrDamage) {
   const std::string text = Text(1000);
-  const std::string whole = Put("whole.dao", CompressSzdd(text));
-  const std::string plain = Put("plain.dao", text);
-  const std::string smaller = Put("smaller.dao", WithLengthField(CompressSzdd(text), 500));
   std::int32_t error = 0;
   for (const auto& [file, packed_error] :
-       {std::pair(whole, 0), std::pair(plain, LZERROR_READ), std::pair(smaller, LZERROR_READ)}) {
+       {std::pair(Put("whole.dao", CompressSzdd(text)), 0),
+        std::pair(Put("plain.dao", text), LZERROR_READ),
+        std::pair(Put("smaller.dao", WithLengthField(CompressSzdd(text), 500)), LZERROR_READ)}) {
     EXPECT_NE(ExistingImage(file, error), nullptr) << file;  // as the classic service reads it
     EXPECT_EQ(error, 0);
     EXPECT_EQ(ExistingImage(file, error, Packing::kSzdd) == nullptr, packed_error != 0) << file;
@@ -349,40 +321,31 @@ TEST_F(Lz, AtlasFilesAreCompressedWholeOrDamage) {
 }
 
 TEST_F(Lz, SeekMovesWithinTheImageOrFailsInPlace) {
-  const std::int32_t h = LZOpenFile(Put("t.tx_", CompressSzdd("0123456789")));
-  ASSERT_GE(h, 0);
+  const LzFile file(Put("t.tx_", CompressSzdd("0123456789")));
+  const std::int32_t h = file.get();
   char c = 0;
-  EXPECT_EQ(LZSeek(h, 4, kLzSeekSet), 4);
-  EXPECT_EQ(LZRead(h, &c, 1), 1);
-  EXPECT_EQ(c, '4');
-  EXPECT_EQ(LZSeek(h, 2, kLzSeekCurrent), 7);
-  EXPECT_EQ(LZSeek(h, -1, kLzSeekEnd), 9);
-  EXPECT_EQ(LZSeek(h, 0, kLzSeekEnd), 10);
-  ASSERT_EQ(LZSeek(h, 3, kLzSeekSet), 3);
-  EXPECT_EQ(LZSeek(h, -1, kLzSeekSet), LZERROR_BADVALUE);
-  EXPECT_EQ(LZSeek(h, 8, kLzSeekCurrent), LZERROR_BADVALUE);
-  EXPECT_EQ(LZSeek(h, 2147483647, kLzSeekCurrent), LZERROR_BADVALUE);
-  EXPECT_EQ(LZSeek(h, 1, kLzSeekEnd), LZERROR_BADVALUE);
-  EXPECT_EQ(LZSeek(h, 0, 3), LZERROR_BADVALUE);
-  EXPECT_EQ(LZSeek(h, 0, kLzSeekCurrent), 3);
-  LZClose(h);
+  EXPECT_EQ((Results{LZSeek(h, 4, kLzSeekSet), LZRead(h, &c, 1), c}), (Results{4, 1, '4'}));
+  const std::int32_t bad = LZERROR_BADVALUE;
+  EXPECT_EQ((Results{LZSeek(h, 2, kLzSeekCurrent), LZSeek(h, -1, kLzSeekEnd),
+                     LZSeek(h, 0, kLzSeekEnd), LZSeek(h, 3, kLzSeekSet), LZSeek(h, -1, kLzSeekSet),
+                     LZSeek(h, 8, kLzSeekCurrent), LZSeek(h, 2147483647, kLzSeekCurrent),
+                     LZSeek(h, 1, kLzSeekEnd), LZSeek(h, 0, 3), LZSeek(h, 0, kLzSeekCurrent)}),
+            (Results{7, 9, 10, 3, bad, bad, bad, bad, bad, 3}));
 }
 
 TEST_F(Lz, ReadCopiesUpToTheEndAndChecksItsArguments) {
   const std::int32_t h = LZOpenFile(Put("t.txt", "0123456789"));
-  ASSERT_GE(h, 0);
-  char buffer[32] = {};
-  EXPECT_EQ(LZRead(h, buffer, 4), 4);
-  EXPECT_EQ(LZRead(h, buffer, 0), 0);
-  EXPECT_EQ(LZRead(h, buffer, -1), LZERROR_BADVALUE);
-  EXPECT_EQ(LZRead(h, nullptr, 1), LZERROR_BADVALUE);
-  EXPECT_EQ(LZRead(h, buffer, 32), 6);
-  EXPECT_EQ(std::string(buffer, 6), "456789");
-  EXPECT_EQ(LZRead(h, buffer, 32), 0);
+  char b[32] = {};
+  EXPECT_EQ((Results{LZRead(h, b, 4), LZRead(h, b, 0), LZRead(h, b, -1), LZRead(h, nullptr, 1),
+                     LZRead(h, b, 32)}),
+            (Results{4, 0, LZERROR_BADVALUE, LZERROR_BADVALUE, 6}));
+  EXPECT_EQ(std::string(b, 6), "456789");
+  EXPECT_EQ(LZRead(h, b, 32), 0);
   LZClose(h);
   for (const std::int32_t bad : {h, -1, 5000}) {
-    EXPECT_EQ(LZRead(bad, buffer, -1), LZERROR_BADINHANDLE) << bad;
-    EXPECT_EQ(LZSeek(bad, 0, kLzSeekSet), LZERROR_BADINHANDLE) << bad;
+    EXPECT_EQ((Results{LZRead(bad, b, -1), LZSeek(bad, 0, kLzSeekSet)}),
+              (Results{LZERROR_BADINHANDLE, LZERROR_BADINHANDLE}))
+        << bad;
     LZClose(bad);
   }
 }
@@ -390,18 +353,16 @@ TEST_F(Lz, ReadCopiesUpToTheEndAndChecksItsArguments) {
 TEST_F(Lz, HandlesHaveOwnPositionsAndKeepTheBytesTheyOpened) {
   const std::string path = Put("t.txt", "old contents");
   const std::int32_t a = LZOpenFile(path);
-  const std::int32_t b = LZOpenFile(path);
+  const LzFile b(path);
   ASSERT_GE(a, 0);
-  ASSERT_NE(a, b);
+  ASSERT_NE(a, b.get());
   EXPECT_EQ(LZSeek(a, 4, kLzSeekSet), 4);
   Put("t.txt", "new");
-  EXPECT_EQ(ReadAll(b), "old contents");
+  EXPECT_EQ(ReadAll(b.get()), "old contents");
   LZClose(a);
-  const std::int32_t c = LZOpenFile(path);
-  EXPECT_EQ(c, a);  // the freed number again
-  EXPECT_EQ(ReadAll(c), "new");
-  LZClose(b);
-  LZClose(c);
+  const LzFile c(path);
+  EXPECT_EQ(c.get(), a);  // the freed number again
+  EXPECT_EQ(ReadAll(c.get()), "new");
 }
 
 TEST_F(Lz, ThreadsUseTheirOwnHandles) {
@@ -411,9 +372,7 @@ TEST_F(Lz, ThreadsUseTheirOwnHandles) {
     const std::string path = Put("f" + std::to_string(t) + ".tx_", CompressSzdd(Text(500 * t)));
     threads.emplace_back([&failures, path, t] {
       for (int round = 0; round < 100; ++round) {
-        const std::int32_t h = LZOpenFile(path);
-        if (ReadAll(h) != Text(500 * t)) ++failures;
-        LZClose(h);
+        if (ReadThroughHandle(path) != Text(500 * t)) ++failures;
         if (round % 10 == 0) ClearExpandedImages();
       }
     });
@@ -421,20 +380,6 @@ TEST_F(Lz, ThreadsUseTheirOwnHandles) {
   for (auto& thread : threads)
     thread.join();
   EXPECT_EQ(failures.load(), 0);
-}
-
-// ---------------------------------------------------------------------------
-// The image cache. Files dated an hour back count as settled.
-
-std::shared_ptr<const std::string> Image(const std::string& path) {
-  std::int32_t error = 1;
-  auto image = ExpandedImage(path, error);
-  EXPECT_EQ(error, 0) << path;
-  return image ? image : std::make_shared<const std::string>();
-}
-
-fs::file_time_type LongAgo() {
-  return fs::file_time_type::clock::now() - std::chrono::hours(1);
 }
 
 TEST_F(Lz, SettledImagesAreKeptUntilForgottenOrCleared) {
@@ -459,12 +404,11 @@ TEST_F(Lz, SettledImagesAreKeptUntilForgottenOrCleared) {
 TEST_F(Lz, RewriteInTheSameTimeTickWithTheSameSizeIsSeen) {
   // As on a file system with whole-second times.
   const auto tick = std::chrono::floor<std::chrono::seconds>(fs::file_time_type::clock::now());
-  const fs::path file = dir_.path() / "d.da_";
   const std::string path = Put("d.da_", CompressSzdd("first version"));
-  fs::last_write_time(file, tick);
+  fs::last_write_time(dir_.path() / "d.da_", tick);
   EXPECT_EQ(*Image(path), "first version");
   Put("d.da_", CompressSzdd("other version"));
-  fs::last_write_time(file, tick);
+  fs::last_write_time(dir_.path() / "d.da_", tick);
   EXPECT_EQ(*Image(path), "other version");
   EXPECT_EQ(ReadThroughHandle(path), "other version");
 }
@@ -474,14 +418,12 @@ TEST_F(Lz, FileReplacedByRenameIsSeen) {
     GTEST_SKIP() << "Wine gives no creation time, by which Windows tells a file renamed over "
                     "another with the same size and time";
   }
-  const fs::path file = dir_.path() / "d.dao";
   const std::string path = Put("d.dao", "first version");
-  const auto old = LongAgo();
-  fs::last_write_time(file, old);
+  fs::last_write_time(dir_.path() / "d.dao", LongAgo());
   EXPECT_EQ(*Image(path), "first version");
   const fs::path replacement = dir_.Write("d.tmp", "other version");
-  fs::last_write_time(replacement, old);
-  fs::rename(replacement, file);
+  fs::last_write_time(replacement, fs::last_write_time(dir_.path() / "d.dao"));
+  fs::rename(replacement, dir_.path() / "d.dao");
   EXPECT_EQ(*Image(path), "other version");
 }
 

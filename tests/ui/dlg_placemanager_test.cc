@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <tuple>
 
 #include "atlas/name_index.h"
 #include "ui/placemanager_fixture.h"
@@ -32,6 +33,14 @@ class FakeView final : public PlacemanagerView {
   std::int16_t chooser_answer = 0;
 };
 
+// What a search typed with Return lists and which place it loads.
+struct SearchCase {
+  const char* typed;
+  std::vector<std::string> listed;
+  const char* shown;  // nothing found: the place shown before stays
+  std::int16_t timetable;
+};
+
 class PlacemanagerModel : public testing::DialogAtlasFixture {
  protected:
   DlgPlacemanager& Open(const std::string& city, const std::string& country,
@@ -56,6 +65,20 @@ class PlacemanagerModel : public testing::DialogAtlasFixture {
       names.push_back(item.substr(0, item.find('\t')));
     return names;
   }
+  std::tuple<std::int16_t, PanelGroup, bool, bool> State() const {
+    return {dialog_->Step(), dialog_->Group(), dialog_->Editing(), dialog_->ChangesPending()};
+  }
+  void ExpectSearches(const std::vector<SearchCase>& cases) {
+    for (const auto& c : cases) {
+      SCOPED_TRACE(c.typed);
+      dialog_->cb_Eingabe_KeyReturn(3, c.typed);
+      const auto index = Ctl("li_SuchOrte").list_index;
+      const std::string selected = index < 0 ? "" : Listed().at(static_cast<std::size_t>(index));
+      EXPECT_EQ(std::tuple(Listed(), Text("tb_Eingabe_3"), dialog_->City(), dialog_->Timetable()),
+                std::tuple(c.listed, c.shown, c.shown, c.timetable));
+      EXPECT_EQ(selected, c.listed.empty() ? "" : c.shown);
+    }
+  }
   // The entry of a new place run to step 3 from the place shown.
   void ToStep3(DlgPlacemanager& d) {
     d.bt_Action_Click(1);
@@ -73,21 +96,17 @@ class PlacemanagerModel : public testing::DialogAtlasFixture {
   std::unique_ptr<DlgPlacemanager> dialog_;
 };
 
-// ---- Loading and lists ----
-
 TEST_F(PlacemanagerModel, LoadsCountryAndPlaceWithTheListOfItsLetter) {
   auto& d = Open("München", "d");
-  EXPECT_EQ(d.Caption(), "Orteverwaltung");
-  EXPECT_TRUE(Ctl("rb_Eingabe_0").checked);
+  EXPECT_EQ(std::tuple(d.Caption(), d.Index(), Ctl("rb_Eingabe_0").checked,
+                       Ctl("lb_Definiert").visible, Ctl("li_SuchOrte").list_index),
+            std::tuple("Orteverwaltung", 4, true, false, 0));
   ExpectTexts({"tb_Eingabe_13", "Deutschland", "tb_Eingabe_14", "D",
                "tb_Eingabe_16", "MEZ",         "tb_Eingabe_30", "EUROPA",
                "tb_Eingabe_3",  "München",     "tb_Eingabe_5",  "011E34' 30\"",
                "tb_Eingabe_6",  "48N08' 13\"", "tb_Eingabe_7",  "1",
                "cb_ABC",        "M",           "lb_AnzOrte",    "2 Orte"});
   EXPECT_THAT(Listed(), ElementsAre("München", "Münster"));
-  EXPECT_EQ(Ctl("li_SuchOrte").list_index, 0);
-  EXPECT_FALSE(Ctl("lb_Definiert").visible);
-  EXPECT_EQ(d.Index(), 4);
   // A letter without places switches to all; the place stays selected.
   d.cb_ABC_Click('X' - 'A' + 1);
   ExpectTexts({"cb_ABC", "Alle", "lb_AnzOrte", "6 Orte", "tb_Eingabe_3", "München"});
@@ -97,9 +116,8 @@ TEST_F(PlacemanagerModel, LoadsCountryAndPlaceWithTheListOfItsLetter) {
 TEST_F(PlacemanagerModel, LoadsInEnglishAndPicksTheUsStatesForAUsCode) {
   CurrentAtlas().Language().SetLanguage(kLanguageEnglish);
   auto& d = Open("Los Angeles", "usca");
-  EXPECT_EQ(d.Caption(), "Place manager");
-  EXPECT_TRUE(Ctl("rb_Eingabe_1").checked);
-  EXPECT_FALSE(Ctl("rb_Eingabe_0").checked);
+  EXPECT_EQ(std::tuple(d.Caption(), Ctl("rb_Eingabe_1").checked, Ctl("rb_Eingabe_0").checked),
+            std::tuple("Place manager", true, false));
   EXPECT_THAT(Ctl("cb_Eingabe_14").items, ElementsAre("USCA", "USNY"));
   ExpectTexts({"lb_AnzOrte", "1 Place", "tb_Eingabe_5", "118W14' 24\""});
 }
@@ -113,12 +131,10 @@ TEST_F(PlacemanagerModel, HostsPlaceOutsideTheAtlasShowsAndReturnsAsGiven) {
   dialog_->Index(9);
   dialog_->Form_Load();
   ExpectTexts({"tb_Eingabe_3", "Atlantis", "tb_Eingabe_5", "030W30' 00\"", "cb_ABC", "A"});
-  EXPECT_EQ(Ctl("li_SuchOrte").list_index, -1);
-  EXPECT_EQ(dialog_->Index(), 0);
+  EXPECT_EQ(std::tuple(Ctl("li_SuchOrte").list_index, dialog_->Index()), std::tuple(-1, 0));
   dialog_->bt_OK_Click(0);
-  EXPECT_EQ(dialog_->City(), "Atlantis");
-  EXPECT_FLOAT_EQ(dialog_->Longitude(), -30.5F);
-  EXPECT_FALSE(dialog_->Canceled());
+  EXPECT_EQ(std::tuple(dialog_->City(), dialog_->Longitude(), dialog_->Canceled()),
+            std::tuple("Atlantis", -30.5F, false));
 }
 
 TEST_F(PlacemanagerModel, SuccessorCodeOfTheHostIsKept) {
@@ -144,13 +160,6 @@ TEST_F(PlacemanagerModel, SearchWithReturnListsMatchesLoadsTheFirstAndKeepsAHist
   EXPECT_THAT(Listed(), ElementsAre("Berlin", "Bonn"));
 }
 
-struct SearchCase {
-  const char* typed;
-  std::vector<std::string> listed;
-  const char* shown;  // nothing found: the place shown before stays
-  std::int16_t timetable;
-};
-
 // The search field takes the wildcards its help line names: "*" inside a
 // text and "[...]" sets, accents folded outside the sets as in the tool.
 TEST_F(PlacemanagerModel, SearchTakesStarsInsideTheTextAndSets) {
@@ -159,19 +168,14 @@ TEST_F(PlacemanagerModel, SearchTakesStarsInsideTheTextAndSets) {
             testing::Place(AnsiFromUtf8("München"), 11.575F, 48.137F),
             testing::Place(AnsiFromUtf8("Münster"), 7.63F, 51.96F),
             testing::Place("Munster", 10.09F, 52.99F), testing::Place("Berlin", 13.405F, 52.52F)});
-  auto& d = Open("Berlin", "D");
-  const SearchCase cases[] = {{"M*chen", {"Markneukirchen", "München"}, "Markneukirchen", 1},
-                              {"M[uü]nchen", {"München"}, "München", 1},
-                              {"M[ü]nster", {"Münster"}, "Münster", 1},
-                              {"M[!ü]nster", {"Munster"}, "Munster", 1},
-                              {"m[ua]nst?r", {"Munster"}, "Munster", 1},
-                              {"Mu[n]ster", {"Munster", "Münster"}, "Munster", 1},
-                              {"M[xy]*", {}, "Munster", 1}};
-  for (const auto& c : cases) {
-    d.cb_Eingabe_KeyReturn(3, c.typed);
-    EXPECT_EQ(Listed(), c.listed) << c.typed;
-    EXPECT_EQ(Text("tb_Eingabe_3"), c.shown) << c.typed;
-  }
+  Open("Berlin", "D");
+  ExpectSearches({{"M*chen", {"Markneukirchen", "München"}, "Markneukirchen", 1},
+                  {"M[uü]nchen", {"München"}, "München", 1},
+                  {"M[ü]nster", {"Münster"}, "Münster", 1},
+                  {"M[!ü]nster", {"Munster"}, "Munster", 1},
+                  {"m[ua]nst?r", {"Munster"}, "Munster", 1},
+                  {"Mu[n]ster", {"Munster", "Münster"}, "Munster", 1},
+                  {"M[xy]*", {}, "Munster", 1}});
 }
 
 // Return on a whole name, in any case or in its letters only ("St*Gallen*"
@@ -183,21 +187,13 @@ TEST_F(PlacemanagerModel, ReturnOnAWholeNameLoadsThatPlace) {
                  testing::Place("St. Gallenkirch", 9.98F, 47.02F, 2),
                  testing::Place("St. Gallen", 9.37F, 47.42F, 1),
                  testing::Place("Berlin", 13.405F, 52.52F)});
-  auto& d = Open("Berlin", "D");
-  const SearchCase cases[] = {
-      {"München", {"Münchenbernsdorf", "München"}, "München", 1},
-      {" münchen ", {"Münchenbernsdorf", "München"}, "München", 1},
-      {"Münch", {"Münchenbernsdorf", "München"}, "Münchenbernsdorf", 2},
-      {"Münchenbernsdorf", {"Münchenbernsdorf"}, "Münchenbernsdorf", 2},
-      {"St*Gallen*", {"St. Gallenkirch", "St. Gallen"}, "St. Gallen", 1},
-      {"St*Gall*", {"St. Gallenkirch", "St. Gallen"}, "St. Gallenkirch", 2}};
-  for (const auto& c : cases) {
-    d.cb_Eingabe_KeyReturn(3, c.typed);
-    EXPECT_EQ(Listed(), c.listed) << c.typed;
-    EXPECT_EQ(d.City(), c.shown) << c.typed;
-    EXPECT_EQ(d.Timetable(), c.timetable) << c.typed;
-    EXPECT_EQ(Listed().at(static_cast<std::size_t>(Ctl("li_SuchOrte").list_index)), c.shown);
-  }
+  Open("Berlin", "D");
+  ExpectSearches({{"München", {"Münchenbernsdorf", "München"}, "München", 1},
+                  {" münchen ", {"Münchenbernsdorf", "München"}, "München", 1},
+                  {"Münch", {"Münchenbernsdorf", "München"}, "Münchenbernsdorf", 2},
+                  {"Münchenbernsdorf", {"Münchenbernsdorf"}, "Münchenbernsdorf", 2},
+                  {"St*Gallen*", {"St. Gallenkirch", "St. Gallen"}, "St. Gallen", 1},
+                  {"St*Gall*", {"St. Gallenkirch", "St. Gallen"}, "St. Gallenkirch", 2}});
 }
 
 // A typed search also lists the places known by the text as another of
@@ -234,25 +230,22 @@ TEST_F(PlacemanagerModel, SearchListsPlacesFoundByAnotherNameAndSaysSo) {
   EXPECT_THAT(Listed(), ElementsAre("Berlin", "Bonn"));
 }
 
-// ---- Timetables ----
-
 TEST_F(PlacemanagerModel, ClickInTheListLoadsThePlaceAndItsTimetableWithOrWithoutZones) {
   auto& d = Open("München", "D");
   ASSERT_EQ(Ctl("li_Zeittabelle").items.size(), 10U);
-  EXPECT_EQ(Ctl("li_Zeittabelle").items[2], "31.03.1996 02.00  MET/S");
-  EXPECT_TRUE(Ctl("ig_Sommerzeit").visible);
+  EXPECT_EQ(std::tuple(Ctl("li_Zeittabelle").items[2], Ctl("ig_Sommerzeit").visible),
+            std::tuple("31.03.1996 02.00  MET/S", true));
   d.li_Zeittabelle_Click(2);
   EXPECT_EQ(Text("lb_Zeittabelle_1"), "Ortszeit: Middle European Time, summer time  (MET/S)");
   d.ch_DatumZonen_Click(false);
-  EXPECT_EQ(Ctl("li_Zeittabelle").items[2], "31.03.1996 02.00");
-  EXPECT_EQ(Ctl("li_Zeittabelle").list_index, 2);
+  EXPECT_EQ(std::tuple(Ctl("li_Zeittabelle").items[2], Ctl("li_Zeittabelle").list_index),
+            std::tuple("31.03.1996 02.00", 2));
   d.cb_ABC_Click(0);
   d.li_SuchOrte_Click(0);
   ExpectTexts({"tb_Eingabe_3", "Augsburg", "tb_Eingabe_7", "2"});
   EXPECT_THAT(Ctl("li_Zeittabelle").items, ElementsAre("davor gilt LMT", "01.04.1893 00.00"));
-  EXPECT_FALSE(Ctl("ig_Sommerzeit").visible);
-  EXPECT_EQ(d.City(), "Augsburg");
-  EXPECT_EQ(d.Timetable(), 2);
+  EXPECT_EQ(std::tuple(Ctl("ig_Sommerzeit").visible, d.City(), d.Timetable()),
+            std::tuple(false, "Augsburg", 2));
 }
 
 // Beside the timetable's number, the standard zone it ends on before 2000;
@@ -279,8 +272,6 @@ TEST_F(PlacemanagerModel, InfoSaysWhereAPlaceFollowsItsOwnZoneHistory) {
   EXPECT_EQ(Text("lb_Zeittabelle_1"), "");
 }
 
-// ---- Countries ----
-
 TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturnOrByTheOptionButtons) {
   auto& d = Open("München", "D");
   d.cb_Eingabe_KeyReturn(13, "öst");
@@ -289,8 +280,8 @@ TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturnOrByTheOptionButtons) {
   EXPECT_EQ(d.CountryShort(), "A");
   // A US code switches the option buttons to the US states.
   d.cb_Eingabe_KeyReturn(14, "usc");
-  EXPECT_TRUE(Ctl("rb_Eingabe_1").checked);
-  EXPECT_EQ(Text("cb_Eingabe_13"), "Kalifornien");
+  EXPECT_EQ(std::tuple(Ctl("rb_Eingabe_1").checked, Text("cb_Eingabe_13")),
+            std::tuple(true, "Kalifornien"));
   // An exact code beats a longer code it begins.
   d.rb_Eingabe_Click(0);
   EXPECT_THAT(Ctl("cb_Eingabe_14").items, ::testing::Not(::testing::Contains("USCA")));
@@ -301,11 +292,9 @@ TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturnOrByTheOptionButtons) {
   EXPECT_EQ(Text("cb_Eingabe_13"), "Deutschland");
   d.rb_Eingabe_Click(1);
   EXPECT_THAT(Ctl("cb_Eingabe_13").items, ElementsAre("Kalifornien", "New York"));
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Los Angeles");
-  EXPECT_TRUE(Ctl("ig_Land_1").visible);
+  EXPECT_EQ(std::tuple(Text("tb_Eingabe_3"), Ctl("ig_Land_1").visible),
+            std::tuple("Los Angeles", true));
 }
-
-// ---- Keys and closing ----
 
 TEST_F(PlacemanagerModel, EscapeAndCancelKeyCancelCtrlShiftReturnClosesWithOk) {
   using D = DlgPlacemanager;
@@ -321,10 +310,9 @@ TEST_F(PlacemanagerModel, EscapeAndCancelKeyCancelCtrlShiftReturnClosesWithOk) {
     SCOPED_TRACE(::testing::Message() << c.key << " " << c.shift);
     auto& d = Open("München", "D");
     view_.closed = 0;
-    EXPECT_EQ(d.Form_KeyDown(c.key, c.shift), c.used);
-    EXPECT_EQ(view_.closed, c.used ? 1 : 0);
-    EXPECT_EQ(d.Canceled(), c.canceled);
-    EXPECT_EQ(d.City(), "München");
+    const bool used = d.Form_KeyDown(c.key, c.shift);
+    EXPECT_EQ(std::tuple(used, view_.closed, d.Canceled(), d.City()),
+              std::tuple(c.used, c.used ? 1 : 0, c.canceled, "München"));
   }
 }
 
@@ -334,10 +322,8 @@ TEST_F(PlacemanagerModel, EscapeWhileEditingKeepsTheDialogAndTheEditOpen) {
   ASSERT_TRUE(d.Editing());
   d.tb_Eingabe_Change(3, "München-Ost");
   d.Form_KeyDown(DlgPlacemanager::kKeyEscape, 0);
-  EXPECT_EQ(view_.closed, 0);
-  EXPECT_TRUE(d.Editing());
-  EXPECT_FALSE(d.Canceled());
-  EXPECT_EQ(Text("tb_Eingabe_3"), "München-Ost");
+  EXPECT_EQ(std::tuple(view_.closed, d.Editing(), d.Canceled(), Text("tb_Eingabe_3")),
+            std::tuple(0, true, false, "München-Ost"));
   // The edit can still be confirmed and is written.
   d.bt_OK_Click(1);
   EXPECT_THAT(UserPlaces("D"), ElementsAre("München-Ost"));
@@ -354,30 +340,26 @@ TEST_F(PlacemanagerModel, ClosingAsksAboutPendingChangesCancellingDropsThem) {
     SCOPED_TRACE(static_cast<int>(c.answer));
     auto& d = Open("München", "D");
     d.tb_Eingabe_Change(6, "48.5");
-    ASSERT_TRUE(d.ChangesPending());
-    EXPECT_FALSE(d.Editing());
-    EXPECT_EQ(d.Group(), PanelGroup::kPending);
+    EXPECT_EQ(State(), std::tuple(0, PanelGroup::kPending, false, true));
     messages_.clear();
     answer_ = c.answer;
     EXPECT_EQ(d.Form_Unload(), c.closes);
     ASSERT_EQ(messages_.size(), 1U);
-    EXPECT_EQ(messages_[0].text, "Änderungen Ortedatenbank übernehmen?");
-    EXPECT_EQ(messages_[0].title, "");
-    EXPECT_EQ(messages_[0].style, kMsgYesNoCancel + kMsgQuestion);
-    EXPECT_EQ(d.ChangesPending(), !c.closes);
-    EXPECT_EQ(d.Closed(), c.closes);
-    EXPECT_EQ(UserPlaces("D").size(), c.written ? 1U : 0U);
+    EXPECT_EQ(
+        std::tuple(messages_[0].text, messages_[0].title, messages_[0].style),
+        std::tuple("Änderungen Ortedatenbank übernehmen?", "", kMsgYesNoCancel + kMsgQuestion));
+    EXPECT_EQ(std::tuple(d.ChangesPending(), d.Closed(), UserPlaces("D").size()),
+              std::tuple(!c.closes, c.closes, c.written ? 1U : 0U));
   }
   // Yes wrote the change as a user place, which shows now.
   EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
-  EXPECT_EQ(Text("tb_Eingabe_6"), "48N30' 00\"");
-  EXPECT_TRUE(Ctl("lb_Definiert").visible);
+  EXPECT_EQ(std::tuple(Text("tb_Eingabe_6"), Ctl("lb_Definiert").visible),
+            std::tuple("48N30' 00\"", true));
   // Cancelling the dialog drops a change without asking.
   auto& e = Open("Bonn", "D");
   e.tb_Eingabe_Change(3, "Bonn-Beuel");
   e.bt_CANCEL_Click(0);
-  EXPECT_TRUE(e.Canceled());
-  EXPECT_EQ(messages_.size(), 1U);
+  EXPECT_EQ(std::tuple(e.Canceled(), messages_.size()), std::tuple(true, 1U));
   EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
   // A close resets the new-place mode and gives the owner back its window.
   auto& f = Open("München", "D");
@@ -392,31 +374,23 @@ TEST_F(PlacemanagerModel, OkWritesPendingChangesBeforeClosing) {
   auto& d = Open("Bonn", "D");
   d.tb_Eingabe_Change(3, "Bonn-Beuel");
   d.bt_OK_Click(0);
-  EXPECT_EQ(view_.closed, 1);
-  EXPECT_TRUE(messages_.empty());
+  EXPECT_EQ(std::tuple(view_.closed, messages_.size(), d.City()), std::tuple(1, 0U, "Bonn-Beuel"));
   EXPECT_THAT(UserPlaces("D"), ElementsAre("Bonn-Beuel"));
-  EXPECT_EQ(d.City(), "Bonn-Beuel");
   EXPECT_LT(d.Index(), 0);
 }
-
-// ---- New place ----
 
 TEST_F(PlacemanagerModel, NewPlaceRunsThreeStepsAndWritesTheUserFile) {
   auto& d = Open("Augsburg", "D");
   d.bt_Action_Click(1);
-  EXPECT_EQ(d.Caption(), "Orteverwaltung");
-  EXPECT_EQ(d.Step(), 1);
-  EXPECT_EQ(d.Group(), PanelGroup::kStep1);
-  EXPECT_TRUE(d.Editing());
-  EXPECT_EQ(Text("bt_OK_1"), "&Weiter");
-  EXPECT_TRUE(Ctl("tb_Eingabe_3").read_only);
-  EXPECT_FALSE(Ctl("bt_OK_0").visible);
+  EXPECT_EQ(State(), std::tuple(1, PanelGroup::kStep1, true, false));
+  EXPECT_EQ(std::tuple(d.Caption(), Text("bt_OK_1"), Ctl("tb_Eingabe_3").read_only,
+                       Ctl("bt_OK_0").visible),
+            std::tuple("Orteverwaltung", "&Weiter", true, false));
   d.li_SuchOrte_Click(0);  // the reference: Augsburg, timetable 2
   d.bt_OK_Click(1);
-  EXPECT_EQ(d.Step(), 2);
-  EXPECT_TRUE(d.Step2InUse());
-  EXPECT_FALSE(Ctl("pn_Eingabe_3").visible);
-  EXPECT_TRUE(Ctl("bt_Action_5").visible);
+  EXPECT_EQ(
+      std::tuple(d.Step(), d.Step2InUse(), Ctl("pn_Eingabe_3").visible, Ctl("bt_Action_5").visible),
+      std::tuple(2, true, false, true));
   d.bt_OK_Click(1);
   EXPECT_EQ(d.Step(), 3);
   ExpectTexts({"bt_OK_1", "&Fertig", "tb_Eingabe_3", ""});
@@ -424,11 +398,8 @@ TEST_F(PlacemanagerModel, NewPlaceRunsThreeStepsAndWritesTheUserFile) {
   // No name: the entry goes on.
   d.bt_OK_Click(1);
   ASSERT_EQ(messages_.size(), 1U);
-  EXPECT_EQ(messages_[0].text, "Es muß ein Ort eingegeben werden!");
-  EXPECT_EQ(messages_[0].style, kMsgOkOnly);
-  EXPECT_EQ(d.Step(), 3);
-  EXPECT_TRUE(d.Editing());
-
+  EXPECT_EQ(std::tuple(messages_[0].text, messages_[0].style, d.Step(), d.Editing()),
+            std::tuple("Es muß ein Ort eingegeben werden!", kMsgOkOnly, 3, true));
   d.tb_Eingabe_Change(3, "Gersthofen");
   d.tb_Eingabe_Change(5, "10E53");
   d.ChangeBreiteLaenge(5);
@@ -436,13 +407,11 @@ TEST_F(PlacemanagerModel, NewPlaceRunsThreeStepsAndWritesTheUserFile) {
   d.ChangeBreiteLaenge(6);
   EXPECT_EQ(Text("tb_Eingabe_6"), "48N25' 30\"");
   d.bt_OK_Click(1);
-  EXPECT_EQ(d.Step(), 0);
-  EXPECT_FALSE(d.Editing());
+  EXPECT_EQ(State(), std::tuple(0, PanelGroup::kBrowse, false, false));
   EXPECT_THAT(UserPlaces("D"), ElementsAre("Gersthofen"));
-  EXPECT_TRUE(Ctl("lb_Definiert").visible);
-  EXPECT_EQ(Text("tb_Eingabe_7"), "2");  // the reference's timetable
-  EXPECT_EQ(view_.closed, 0);            // not opened for a new place: stays open
-  EXPECT_EQ(d.Group(), PanelGroup::kBrowse);
+  // The reference's timetable; not opened for a new place, it stays open.
+  EXPECT_EQ(std::tuple(Ctl("lb_Definiert").visible, Text("tb_Eingabe_7"), view_.closed),
+            std::tuple(true, "2", 0));
 }
 
 TEST_F(PlacemanagerModel, NewModeReturnsTheEnteredPlaceAndCloses) {
@@ -452,20 +421,15 @@ TEST_F(PlacemanagerModel, NewModeReturnsTheEnteredPlaceAndCloses) {
   d.tb_Eingabe_Change(3, "Garching");
   d.tb_Eingabe_Change(5, "11.65");
   d.bt_OK_Click(1);
-  EXPECT_EQ(view_.closed, 1);
-  EXPECT_FALSE(d.Canceled());
-  EXPECT_EQ(d.City(), "Garching");
-  EXPECT_EQ(d.CountryShort(), "D");
+  EXPECT_EQ(std::tuple(view_.closed, d.Canceled(), d.City(), d.CountryShort(), d.Timetable(),
+                       d.NewMode()),
+            std::tuple(1, false, "Garching", "D", 1, false));
   EXPECT_NEAR(d.Longitude(), 11.65, 1e-4);
   EXPECT_NEAR(d.Latitude(), 48.137, 1e-3);
-  EXPECT_EQ(d.Timetable(), 1);
-  EXPECT_FALSE(d.NewMode());
   // Cancelled in the first step, it closes cancelled.
   auto& c = Open("München", "D", true);
   c.bt_CANCEL_Click(1);
-  EXPECT_EQ(view_.closed, 2);
-  EXPECT_TRUE(c.Canceled());
-  EXPECT_FALSE(c.Editing());
+  EXPECT_EQ(std::tuple(view_.closed, c.Canceled(), c.Editing()), std::tuple(2, true, false));
 }
 
 TEST_F(PlacemanagerModel, BackFromStep3SkipsStep2WithoutTimetables) {
@@ -473,19 +437,16 @@ TEST_F(PlacemanagerModel, BackFromStep3SkipsStep2WithoutTimetables) {
   ToStep3(d);
   EXPECT_FALSE(d.Step2InUse());
   d.bt_CANCEL_Click(1);
-  EXPECT_EQ(d.Step(), 1);
-  EXPECT_TRUE(d.Editing());
-  EXPECT_EQ(Text("tb_Eingabe_3"), "Wien");  // the reference again
-
+  EXPECT_EQ(std::tuple(d.Step(), d.Editing(), Text("tb_Eingabe_3")),
+            std::tuple(1, true, "Wien"));  // the reference again
   auto& g = Open("München", "D");
   ToStep3(g);
   for (const int step : {2, 1, 0}) {
     g.bt_CANCEL_Click(1);
     EXPECT_EQ(g.Step(), step);
   }
-  EXPECT_FALSE(g.Editing());
-  EXPECT_EQ(view_.closed, 0);
-  EXPECT_EQ(g.Group(), PanelGroup::kBrowse);
+  EXPECT_EQ(std::tuple(g.Editing(), view_.closed, g.Group()),
+            std::tuple(false, 0, PanelGroup::kBrowse));
 }
 
 TEST_F(PlacemanagerModel, StepTwoChoosesAnotherTimetable) {
@@ -503,8 +464,6 @@ TEST_F(PlacemanagerModel, StepTwoChoosesAnotherTimetable) {
   EXPECT_EQ(d.Timetable(), 3);  // as read back from the user file
 }
 
-// ---- Change, delete, timetable ----
-
 TEST_F(PlacemanagerModel, ChangingAUserPlaceReplacesItCancellingRestoresIt) {
   auto& d = Open("München", "D");
   for (const char* longitude : {"11.6", "11.7"}) {
@@ -519,8 +478,7 @@ TEST_F(PlacemanagerModel, ChangingAUserPlaceReplacesItCancellingRestoresIt) {
   d.bt_Action_Click(3);
   d.tb_Eingabe_Change(3, "München-Mitte");
   d.bt_CANCEL_Click(1);
-  EXPECT_FALSE(d.Editing());
-  EXPECT_FALSE(d.ChangesPending());
+  EXPECT_EQ(std::tuple(d.Editing(), d.ChangesPending()), std::tuple(false, false));
   ExpectTexts({"tb_Eingabe_3", "München", "tb_Eingabe_5", "011E42' 00\""});
   EXPECT_THAT(UserPlaces("D"), ElementsAre("München"));
 }
@@ -536,8 +494,7 @@ TEST_F(PlacemanagerModel, RenamingAsksBeforeReplacingAndKeepsThePlaceOnARefusedN
   d.bt_OK_Click(1);
   EXPECT_EQ(messages_.at(0).text,
             "Es gibt schon einen selbst definierten Ort \"Pasing\". Ersetzen?");
-  EXPECT_EQ(d.Group(), PanelGroup::kPending);
-  EXPECT_TRUE(d.ChangesPending());
+  EXPECT_EQ(std::tuple(d.Group(), d.ChangesPending()), std::tuple(PanelGroup::kPending, true));
   answer_ = MsgAnswer::kYes;
   d.bt_OK_Click(1);
   EXPECT_THAT(UserPlaces("D"), ElementsAre("Pasing"));
@@ -558,11 +515,10 @@ TEST_F(PlacemanagerModel, DeleteOnlyUserPlacesAfterConfirmation) {
   EXPECT_FALSE(Ctl("bt_Action_2").enabled);
   d.bt_Action_Click(2);
   EXPECT_TRUE(messages_.empty());
-
   classPlaces().AddUserPlace("D", "Berlin", 13.5, 52.5, 1);
   auto& u = Open("Berlin", "D");
-  EXPECT_TRUE(Ctl("lb_Definiert").visible);
-  EXPECT_TRUE(Ctl("bt_Action_2").enabled);
+  EXPECT_EQ(std::tuple(Ctl("lb_Definiert").visible, Ctl("bt_Action_2").enabled),
+            std::tuple(true, true));
   answer_ = MsgAnswer::kNo;
   u.bt_Action_Click(2);
   EXPECT_EQ(messages_.at(0).text, "Den selbst definierten Ort \"Berlin\" löschen?");
@@ -571,8 +527,8 @@ TEST_F(PlacemanagerModel, DeleteOnlyUserPlacesAfterConfirmation) {
   u.bt_Action_Click(2);
   EXPECT_TRUE(UserPlaces("D").empty());
   // The atlas's Berlin shows again.
-  EXPECT_FALSE(Ctl("lb_Definiert").visible);
-  EXPECT_EQ(Text("tb_Eingabe_5"), "013E24' 18\"");
+  EXPECT_EQ(std::tuple(Ctl("lb_Definiert").visible, Text("tb_Eingabe_5")),
+            std::tuple(false, "013E24' 18\""));
 }
 
 TEST_F(PlacemanagerModel, ChosenTimetableWaitsForConfirmation) {
@@ -580,9 +536,7 @@ TEST_F(PlacemanagerModel, ChosenTimetableWaitsForConfirmation) {
   view_.chooser_answer = 2;
   d.bt_Action_Click(5);
   EXPECT_THAT(view_.chooser_calls, ElementsAre("D 1"));
-  EXPECT_TRUE(d.ChangesPending());
-  EXPECT_FALSE(d.Editing());
-  EXPECT_EQ(d.Group(), PanelGroup::kPending);
+  EXPECT_EQ(State(), std::tuple(0, PanelGroup::kPending, false, true));
   EXPECT_EQ(Text("tb_Eingabe_7"), "2");
   d.bt_OK_Click(1);
   EXPECT_THAT(UserPlaces("D"), ElementsAre("Bonn"));
@@ -599,8 +553,7 @@ TEST_F(PlacemanagerModel, MovingToAnotherPlaceWithPendingChangesAsks) {
   d.tb_Eingabe_Change(3, "Bon");
   EXPECT_TRUE(d.ChangesPending());
   d.tb_Eingabe_Change(3, "Bonn");
-  EXPECT_FALSE(d.ChangesPending());
-  EXPECT_EQ(d.Group(), PanelGroup::kBrowse);
+  EXPECT_EQ(State(), std::tuple(0, PanelGroup::kBrowse, false, false));
   d.tb_Eingabe_Change(3, "Bonn-Nord");
   answer_ = MsgAnswer::kCancel;
   d.li_SuchOrte_Click(0);
@@ -608,8 +561,7 @@ TEST_F(PlacemanagerModel, MovingToAnotherPlaceWithPendingChangesAsks) {
   answer_ = MsgAnswer::kNo;
   d.li_SuchOrte_Click(0);
   EXPECT_EQ(Text("tb_Eingabe_3"), "Berlin");
-  EXPECT_FALSE(d.ChangesPending());
-  EXPECT_EQ(d.Group(), PanelGroup::kBrowse);
+  EXPECT_EQ(State(), std::tuple(0, PanelGroup::kBrowse, false, false));
   EXPECT_TRUE(UserPlaces("D").empty());
 }
 
@@ -619,8 +571,7 @@ TEST_F(PlacemanagerModel, MovingToAnotherPlaceWithPendingChangesAsks) {
 TEST_F(PlacemanagerModel, CoordinatesAreReadRangeCheckedAndSpun) {
   auto& d = Open("Bonn", "D");
   d.SpinLaengeBreite(6, 1);
-  EXPECT_EQ(Text("tb_Eingabe_6"), "50N44' 48\"");
-  EXPECT_TRUE(d.ChangesPending());
+  EXPECT_EQ(std::tuple(Text("tb_Eingabe_6"), d.ChangesPending()), std::tuple("50N44' 48\"", true));
   const struct {
     std::int16_t field;
     const char* typed;
@@ -637,8 +588,6 @@ TEST_F(PlacemanagerModel, CoordinatesAreReadRangeCheckedAndSpun) {
     EXPECT_EQ(Text(FormModel::Member("tb_Eingabe", c.field)), c.shown) << c.typed;
   }
 }
-
-// ---- Help line ----
 
 // The help line shows the text of the control with the focus or the mouse,
 // in that text's language rule: the dialog's own texts are English for the

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "support/temp_folder.h"
 
@@ -11,26 +12,20 @@ namespace {
 
 using testing::TempFolder;
 
-TEST(Exist, FilesButNotFolders) {
+// Names are trimmed and of any case; "B\\" holds only a folder.
+TEST(Exist, FilesButNotFoldersAlsoByWildcardsAndTrailingSeparator) {
   TempFolder dir;
   dir.Write("D.dao", "x");
   dir.Write("USER/keep", "x");
-  EXPECT_TRUE(Exist(dir.str() + "\\D.dao"));
-  EXPECT_TRUE(Exist("  " + dir.str() + "\\d.DAO  "));  // trimmed, any case
-  EXPECT_FALSE(Exist(dir.str() + "\\USER"));
-  EXPECT_FALSE(Exist(dir.str() + "\\E.dao"));
-  EXPECT_FALSE(Exist(""));
-  EXPECT_FALSE(Exist("   "));
-}
-
-TEST(Exist, WildcardsAndTrailingSeparatorListTheFolder) {
-  TempFolder dir;
   dir.Write("A/D.dao", "x");
   dir.Write("B/sub/x", "x");
-  EXPECT_TRUE(Exist(dir.str() + "\\A\\*.DAO"));
-  EXPECT_FALSE(Exist(dir.str() + "\\A\\*.idx"));
-  EXPECT_TRUE(Exist(dir.str() + "\\A\\"));
-  EXPECT_FALSE(Exist(dir.str() + "\\B\\"));  // only a folder inside
+  const std::string d = dir.str() + "\\";
+  EXPECT_EQ(std::tuple(Exist(d + "D.dao"), Exist("  " + d + "d.DAO  "), Exist(d + "USER"),
+                       Exist(d + "E.dao"), Exist(""), Exist("   ")),
+            std::tuple(true, true, false, false, false, false));
+  EXPECT_EQ(
+      std::tuple(Exist(d + "A\\*.DAO"), Exist(d + "A\\*.idx"), Exist(d + "A\\"), Exist(d + "B\\")),
+      std::tuple(true, false, true, false));
 }
 
 TEST(Deleting, RemovesReadOnlyFilesAndIgnoresMissingOnes) {
@@ -52,9 +47,10 @@ TEST(MatchingFiles, MatchesPatternsWithoutRegardToCaseAndSkipsFolders) {
   const auto dao = MatchingFiles(dir.str() + "\\*.dao");
   ASSERT_EQ(dao.size(), 2U);
   EXPECT_EQ(dao[0].filename(), "a.DAO");
-  EXPECT_EQ(MatchingFiles(dir.str() + "\\?.*").size(), 3U);
-  EXPECT_EQ(MatchingFiles(dir.str() + "\\").size(), 3U);
-  EXPECT_TRUE(MatchingFiles(dir.str() + "\\*.txt").empty());
+  EXPECT_EQ(
+      std::tuple(MatchingFiles(dir.str() + "\\?.*").size(), MatchingFiles(dir.str() + "\\").size(),
+                 MatchingFiles(dir.str() + "\\*.txt").size()),
+      std::tuple(3U, 3U, 0U));
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <ostream>
 #include <stdexcept>
+#include <tuple>
 
 #include "util/serial_date.h"
 
@@ -17,21 +17,13 @@ namespace {
 // Julian day of 30 December 1899, 00:00: serial day 0.
 constexpr double kJulianDayOfSerialEpoch = 2415018.5;
 
-struct Fields {
-  std::int16_t month = 0;
-  std::int16_t day = 0;
-  std::int16_t year = 0;
-  double hours = -1;
-  bool operator==(const Fields&) const = default;
-};
-
-void PrintTo(const Fields& f, std::ostream* os) {
-  *os << f.month << "/" << f.day << "/" << f.year << " " << f.hours << "h";
-}
+// Month, day, year and hours as ReverseJulian writes them.
+using Fields = std::tuple<std::int16_t, std::int16_t, std::int16_t, double>;
 
 Fields Reverse(double jd, std::int16_t gregflag) {
-  Fields f;
-  ReverseJulian(jd, gregflag, f.month, f.day, f.year, f.hours);
+  Fields f{0, 0, 0, -1};
+  auto& [month, day, year, hours] = f;
+  ReverseJulian(jd, gregflag, month, day, year, hours);
   return f;
 }
 
@@ -43,63 +35,62 @@ int DaysInMonth(int year, int month, bool gregorian) {
 }
 
 Fields NextDay(Fields f, bool gregorian) {
-  if (f.day < DaysInMonth(f.year, f.month, gregorian)) {
-    ++f.day;
-  } else if (f.month < 12) {
-    f.day = 1;
-    ++f.month;
+  auto& [month, day, year, hours] = f;
+  if (day < DaysInMonth(year, month, gregorian)) {
+    ++day;
   } else {
-    f = {1, 1, static_cast<std::int16_t>(f.year + 1), f.hours};
+    day = 1;
+    month = static_cast<std::int16_t>(month < 12 ? month + 1 : 1);
+    if (month == 1) ++year;
   }
   return f;
 }
 
 TEST(GetJulday, KnownDays) {
-  EXPECT_EQ(GetJulday(1, 1, 2000, 12), 2451545.0);
+  // The third is Julian 1 January 2000.
+  EXPECT_EQ(std::tuple(GetJulday(1, 1, 2000, 12), GetJulday(1, 1, -4712, 12),
+                       GetJulday(1, 1, 2000, 12, 0),
+                       GetJulday(3, 1, 1000, 0, 1) - GetJulday(3, 1, 1000, 0)),
+            std::tuple(2451545.0, 0.0, 2451558.0, -6.0));
   EXPECT_EQ(Reverse(2451545.0, 1), (Fields{1, 1, 2000, 12}));
-  EXPECT_EQ(GetJulday(1, 1, -4712, 12), 0.0);
-  EXPECT_EQ(GetJulday(1, 1, 2000, 12, 0), 2451558.0);  // Julian 1 January 2000
-  EXPECT_EQ(GetJulday(3, 1, 1000, 0, 1) - GetJulday(3, 1, 1000, 0), -6);
 }
 
 TEST(GetJulday, CalendarSwitchOf1582WithItsDeliberateGaps) {
-  EXPECT_EQ(GetJulday(10, 4, 1582, 0), 2299159.5);   // last Julian day
-  EXPECT_EQ(GetJulday(10, 16, 1582, 0), 2299161.5);  // Gregorian
-  // 15 October and the years 1552 to 1581 have no flag and count as Julian.
-  EXPECT_EQ(GetJulday(10, 15, 1582, 0), 2299170.5);
-  EXPECT_EQ(GetJulday(6, 1, 1560, 0, 1) - GetJulday(6, 1, 1560, 0), -10);
-
-  const std::optional<std::int16_t> julian = 0;
-  const std::optional<std::int16_t> gregorian = 1;
-  EXPECT_EQ(MakeGregflag(14, 10, 1582), julian);
-  EXPECT_EQ(MakeGregflag(15, 10, 1582), std::nullopt);
-  EXPECT_EQ(MakeGregflag(16, 10, 1582), gregorian);
-  EXPECT_EQ(MakeGregflag(30, 9, 1582), julian);
-  EXPECT_EQ(MakeGregflag(1, 11, 1582), gregorian);
-  EXPECT_EQ(MakeGregflag(31, 12, 1581), std::nullopt);
-  EXPECT_EQ(MakeGregflag(1, 1, 1552), std::nullopt);
-  EXPECT_EQ(MakeGregflag(31, 12, 1551), julian);
-  EXPECT_EQ(MakeGregflagOfJulian(2299160.5), 1);
-  EXPECT_EQ(MakeGregflagOfJulian(std::nextafter(2299160.5, 0.0)), 0);
+  // 4 October is the last Julian day, 16 October Gregorian; 15 October and
+  // the years 1552 to 1581 have no flag and count as Julian.
+  EXPECT_EQ(
+      std::tuple(GetJulday(10, 4, 1582, 0), GetJulday(10, 16, 1582, 0), GetJulday(10, 15, 1582, 0),
+                 GetJulday(6, 1, 1560, 0, 1) - GetJulday(6, 1, 1560, 0)),
+      std::tuple(2299159.5, 2299161.5, 2299170.5, -10.0));
+  using Flag = std::optional<std::int16_t>;
+  const std::tuple<std::int16_t, std::int16_t, std::int16_t, Flag> kFlags[] = {
+      {14, 10, 1582, 0},          {15, 10, 1582, std::nullopt},
+      {16, 10, 1582, 1},          {30, 9, 1582, 0},
+      {1, 11, 1582, 1},           {31, 12, 1581, std::nullopt},
+      {1, 1, 1552, std::nullopt}, {31, 12, 1551, 0},
+  };
+  for (const auto& [day, month, year, flag] : kFlags)
+    EXPECT_EQ(MakeGregflag(day, month, year), flag) << day << "." << month << "." << year;
+  EXPECT_EQ(std::tuple(MakeGregflagOfJulian(2299160.5),
+                       MakeGregflagOfJulian(std::nextafter(2299160.5, 0.0))),
+            std::tuple(1, 0));
 }
 
 TEST(ReverseJulian, DayZeroIsWrittenBackAsOneFemtoday) {
   double jd = 0;
   Fields f;
-  ReverseJulian(jd, 0, f.month, f.day, f.year, f.hours);
-  EXPECT_EQ(jd, 1E-15);
-  EXPECT_EQ(f.year, -4712);
-  EXPECT_NEAR(f.hours, 12, 1e-12);
+  auto& [month, day, year, hours] = f;
+  ReverseJulian(jd, 0, month, day, year, hours);
+  EXPECT_EQ(std::tuple(jd, year), std::tuple(1E-15, -4712));
+  EXPECT_NEAR(hours, 12, 1e-12);
   double jd_for_serial = 0;
   JulianInSerial(jd_for_serial);
-  EXPECT_EQ(jd_for_serial, 1E-15);
-  EXPECT_EQ(JulianYear(0), -4712);
+  EXPECT_EQ(std::tuple(jd_for_serial, JulianYear(0)), std::tuple(1E-15, -4712));
 }
 
 // Every day of three thousand years in both calendars is a valid date, the
-// day after the previous one, and GetJulday gives it back. Gregorian dates
-// also agree with the independent serial date arithmetic. Plain checks, not
-// gtest macros, inside the million-day loop to keep it fast.
+// day after the previous one, and GetJulday gives it back; Gregorian dates
+// agree with the serial date arithmetic. Plain checks keep the loop fast.
 TEST(ReverseJulian, DenseSweepGivesConsecutiveValidDatesInBothCalendars) {
   for (const std::int16_t flag : {std::int16_t{0}, std::int16_t{1}}) {
     for (const double hours : {0.0, 12.0}) {
@@ -109,9 +100,10 @@ TEST(ReverseJulian, DenseSweepGivesConsecutiveValidDatesInBothCalendars) {
       ASSERT_EQ(previous, (Fields{12, 31, -501, hours}));
       for (double jd = first; jd <= last; jd += 1) {
         const Fields f = Reverse(jd, flag);
+        const auto& [month, day, year, h] = f;
         const bool ok = f == NextDay(previous, flag != 0) &&
-                        GetJulday(f.month, f.day, f.year, hours, flag) == jd &&
-                        (flag == 0 || jd == SerialOfDate(f.year, f.month, f.day) +
+                        GetJulday(month, day, year, hours, flag) == jd &&
+                        (flag == 0 || jd == SerialOfDate(year, month, day) +
                                                 kJulianDayOfSerialEpoch + hours / 24);
         if (!ok)
           FAIL() << "jd " << jd << " flag " << flag << " after "
@@ -129,11 +121,10 @@ TEST(JulianInSerial, YearsBefore1900SubtractTheTimeEvenOnTheLastDaysOf1899) {
                           static_cast<std::int16_t>(year), hours);
     return JulianInSerial(jd);
   };
-  EXPECT_EQ(serial_of(1, 1, 2000, 12), 36526.5);
-  EXPECT_EQ(serial_of(1, 1, 1900, 6), 2.25);
-  EXPECT_EQ(serial_of(12, 31, 1899, 6), 0.75);
-  EXPECT_EQ(serial_of(12, 30, 1899, 6), -0.25);
-  EXPECT_EQ(serial_of(12, 29, 1899, 6), -1.25);
+  EXPECT_EQ(
+      std::tuple(serial_of(1, 1, 2000, 12), serial_of(1, 1, 1900, 6), serial_of(12, 31, 1899, 6),
+                 serial_of(12, 30, 1899, 6), serial_of(12, 29, 1899, 6)),
+      std::tuple(36526.5, 2.25, 0.75, -0.25, -1.25));
   EXPECT_EQ(serial_of(7, 14, 1789, 0), SerialOfDate(1789, 7, 14));
   EXPECT_EQ(JulianYear(GetJulday(12, 31, 1581, 23)), 1581);  // Julian 31 December
 }
@@ -149,8 +140,7 @@ TEST(JulianInSerial, SecondsJustBelowAMinuteCarryUp) {
 }
 
 TEST(JulianInSerial, HalfSecondsRoundToEvenInSinglePrecision) {
-  // Near Julian day 0 the double keeps the half second to about 1e-11 s;
-  // single precision makes it an exact half, which rounds to the even second.
+  // Near Julian day 0 single precision makes the half second exact.
   for (const int second : {30, 31, 32}) {
     double jd = 0.5 + (10 * 3600 + second + 0.5) / 86400;
     const CalendarTime t = CalendarOfSerial(JulianInSerial(jd));
@@ -158,9 +148,8 @@ TEST(JulianInSerial, HalfSecondsRoundToEvenInSinglePrecision) {
   }
 }
 
-// Serial -> Julian day -> serial gives the serial back bit for bit, for dates
-// and times and exactly at midnight and noon; 30 and 31 December 1899 with a
-// time are the known exception.
+// Bit for bit, at midnight, noon and any time; 30 and 31 December 1899 with
+// a time are the known exception.
 TEST(SerialInJulian, RoundTripThroughJulianDaysFrom1700To2100) {
   EXPECT_EQ(SerialInJulian(SerialOfDate(1560, 6, 1)), GetJulday(6, 1, 1560, 0, 0));
   const int first = static_cast<int>(SerialOfDate(1700, 1, 1));
@@ -187,15 +176,15 @@ TEST(JulianOverflow, ValuesThatDoNotFitSixteenBitsThrow) {
   const double infinity = std::numeric_limits<double>::infinity();
   for (const double jd : {std::nan(""), infinity, -infinity, 1e300, -1e300, 1e8}) {
     Fields f{3, 4, 5, 6};
+    auto& [month, day, year, hours] = f;
     double value = jd;
-    EXPECT_THROW(ReverseJulian(value, 1, f.month, f.day, f.year, f.hours), std::overflow_error)
-        << jd;
+    EXPECT_THROW(ReverseJulian(value, 1, month, day, year, hours), std::overflow_error) << jd;
     EXPECT_EQ(f, (Fields{3, 4, 5, 6}));  // fields stay as they were
     EXPECT_THROW(JulianInSerial(value), std::overflow_error) << jd;
     EXPECT_THROW(JulianYear(jd), std::overflow_error) << jd;
   }
-  EXPECT_THROW(SerialInJulian(std::nan("")), std::overflow_error);
-  EXPECT_THROW(SerialInJulian(1e9), std::overflow_error);
+  for (const double serial : {std::nan(""), 1e9})
+    EXPECT_THROW(SerialInJulian(serial), std::overflow_error) << serial;
   EXPECT_THROW(GetJulday(32767, 1, 2000, 0), std::overflow_error);
 
   const double last = GetJulday(12, 31, 32767, 12, 1);

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 namespace tarv {
 namespace {
@@ -20,31 +21,21 @@ TEST(Mod360, SmallValuesLandInTheCircleLargeNegativesDeliberatelyStayNegative) {
 }
 
 TEST(CheckMod, NonPositiveModulusAndNonFiniteValuesDoNotHang) {
-  EXPECT_EQ(CheckMOD(0, 5), 5);
-  EXPECT_EQ(CheckMOD(-3, 5), 5);
+  EXPECT_EQ(std::tuple(CheckMOD(0, 5), CheckMOD(-3, 5)), std::tuple(5, 5));
   EXPECT_TRUE(std::isnan(CheckMOD(360, std::numeric_limits<double>::infinity())));
   EXPECT_TRUE(std::isnan(CheckMOD(360, std::nan(""))));
 }
 
-TEST(Fraction, KeepsTheSignOfTheValue) {
-  EXPECT_DOUBLE_EQ(fraction(-2.75), -0.75);
-  EXPECT_DOUBLE_EQ(fraction(2.75), 0.75);
-  EXPECT_DOUBLE_EQ(fraction(3), 0);
-}
-
-TEST(Range, ClampsToTheBounds) {
-  EXPECT_EQ(Range(1, 12, 13), 12);
-  EXPECT_EQ(Range(1, 12, 0), 1);
-  EXPECT_EQ(Range(1, 12, 7), 7);
+TEST(FractionAndRange, FractionKeepsTheSignRangeClampsToTheBounds) {
+  EXPECT_EQ(std::tuple(fraction(-2.75), fraction(2.75), fraction(3)), std::tuple(-0.75, 0.75, 0.0));
+  EXPECT_EQ(std::tuple(Range(1, 12, 13), Range(1, 12, 0), Range(1, 12, 7)), std::tuple(12, 1, 7));
   EXPECT_EQ(Range<std::string>("b", "d", "a"), "b");  // texts compare by bytes
 }
 
 TEST(ToInt16, RoundsHalvesToEvenAndRefusesOverflow) {
-  EXPECT_EQ(ToInt16(2.5), 2);
-  EXPECT_EQ(ToInt16(3.5), 4);
-  EXPECT_EQ(ToInt16(-2.5), -2);
-  EXPECT_EQ(ToInt16(32767.4), 32767);
-  EXPECT_EQ(ToInt16(-32768), -32768);
+  EXPECT_EQ(
+      std::tuple(ToInt16(2.5), ToInt16(3.5), ToInt16(-2.5), ToInt16(32767.4), ToInt16(-32768)),
+      std::tuple(2, 4, -2, 32767, -32768));
   EXPECT_FALSE(ToInt16(32767.5));
   EXPECT_FALSE(ToInt16(-40000));
   EXPECT_FALSE(ToInt16(std::nan("")));
@@ -52,12 +43,10 @@ TEST(ToInt16, RoundsHalvesToEvenAndRefusesOverflow) {
 
 // Negative codes are negated characters: backspace, blank and letters edit.
 TEST(IsEditCode, KeysAndNegatedCharactersThatChangeTheText) {
-  for (int code : {5, 6, 7, 8, 28, 32, 46, 48, 65, 111, 128, 255, -8, -32, -252}) {
+  for (int code : {5, 6, 7, 8, 28, 32, 46, 48, 65, 111, 128, 255, -8, -32, -252})
     EXPECT_TRUE(IsEditCode(static_cast<std::int16_t>(code))) << code;
-  }
-  for (int code : {1, 4, 9, 13, 27, 33, 37, 44, 45, 47, 112, 127, 0, -13, -31}) {
+  for (int code : {1, 4, 9, 13, 27, 33, 37, 44, 45, 47, 112, 127, 0, -13, -31})
     EXPECT_FALSE(IsEditCode(static_cast<std::int16_t>(code))) << code;
-  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <limits>
 #include <ostream>
 #include <stdexcept>
+#include <tuple>
 
 namespace tarv {
 
@@ -17,11 +18,11 @@ void PrintTo(const CalendarTime& t, std::ostream* os) {
 namespace {
 
 TEST(SerialOfDate, KnownDaysInTheProlepticGregorianCalendar) {
-  EXPECT_EQ(SerialOfDate(1899, 12, 30), 0);
-  EXPECT_EQ(SerialOfDate(1900, 1, 1), 2);
-  EXPECT_EQ(SerialOfDate(2000, 1, 1), 36526);
-  EXPECT_EQ(SerialOfDate(100, 1, 1), -657434);  // first day the host's date type accepts
-  EXPECT_EQ(SerialOfDate(9999, 12, 31), 2958465);
+  // 100-01-01 is the first day the host's date type accepts.
+  EXPECT_EQ(
+      std::tuple(SerialOfDate(1899, 12, 30), SerialOfDate(1900, 1, 1), SerialOfDate(2000, 1, 1),
+                 SerialOfDate(100, 1, 1), SerialOfDate(9999, 12, 31)),
+      std::tuple(0, 2, 36526, -657434, 2958465));
   EXPECT_EQ(SerialOfDate(1500, 3, 1) - SerialOfDate(1500, 2, 28), 1);  // no Julian leap day
   EXPECT_EQ(SerialOfDate(0, 3, 1) - SerialOfDate(0, 2, 28), 2);
   // Two-digit years stay in the first century: 2000 years are five 400-year cycles.
@@ -43,25 +44,21 @@ TEST(SerialOfDate, MonthAndDayRollOver) {
 }
 
 TEST(SerialOf, TimeCountsAwayFromZeroBeforeTheEpoch) {
-  EXPECT_EQ(SerialOfTime(11, 59, 60), 0.5);
-  EXPECT_EQ(SerialOfTime(24, 0, 0), 1.0);
-  EXPECT_EQ(SerialOf({1899, 12, 29, 6, 0, 0}), -1.25);
-  EXPECT_EQ(SerialOf({1899, 12, 30, 6, 0, 0}), 0.25);
+  EXPECT_EQ(std::tuple(SerialOfTime(11, 59, 60), SerialOfTime(24, 0, 0)), std::tuple(0.5, 1.0));
+  EXPECT_EQ(std::tuple(SerialOf({1899, 12, 29, 6, 0, 0}), SerialOf({1899, 12, 30, 6, 0, 0})),
+            std::tuple(-1.25, 0.25));
   // Whole days of time carry into the date first.
-  EXPECT_EQ(SerialOf({1899, 12, 29, 24, 0, 0}), 0);
-  EXPECT_EQ(SerialOf({1899, 12, 28, 30, 0, 0}), -1.25);
-  EXPECT_EQ(SerialOf({2000, 1, 1, -6, 0, 0}), 36525.75);
+  EXPECT_EQ(std::tuple(SerialOf({1899, 12, 29, 24, 0, 0}), SerialOf({1899, 12, 28, 30, 0, 0}),
+                       SerialOf({2000, 1, 1, -6, 0, 0})),
+            std::tuple(0.0, -1.25, 36525.75));
 }
 
-TEST(CalendarOfSerial, KnownSerials) {
+TEST(CalendarOfSerial, KnownSerialsRoundedToTheNearestSecond) {
   EXPECT_EQ(CalendarOfSerial(-1.25), (CalendarTime{1899, 12, 29, 6, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(0), (CalendarTime{1899, 12, 30, 0, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(-0.5), (CalendarTime{1899, 12, 30, 12, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(36526), (CalendarTime{2000, 1, 1, 0, 0, 0}));
   EXPECT_EQ(CalendarOfSerial(-657434), (CalendarTime{100, 1, 1, 0, 0, 0}));
-}
-
-TEST(CalendarOfSerial, TimeRoundsToTheNearestSecondAndCarriesIntoTheNextDay) {
   EXPECT_EQ(CalendarOfSerial(36526 + 29.4 / 86400).second, 29);
   EXPECT_EQ(CalendarOfSerial(36526 + 59.6 / 86400), (CalendarTime{2000, 1, 1, 0, 1, 0}));
   EXPECT_EQ(CalendarOfSerial(-1 - 29.6 / 86400), (CalendarTime{1899, 12, 29, 0, 0, 30}));
@@ -72,8 +69,6 @@ TEST(CalendarOfSerial, TimeRoundsToTheNearestSecondAndCarriesIntoTheNextDay) {
 }
 
 TEST(CalendarOfSerial, InvertsSerialOfOverFourCenturies) {
-  // Every day with a time that wanders through the whole day, on both sides
-  // of the epoch.
   const int first = static_cast<int>(SerialOfDate(1700, 1, 1));
   const int last = static_cast<int>(SerialOfDate(2100, 12, 31));
   ASSERT_EQ(last - first + 1, 401 * 365 + 97);
@@ -90,16 +85,16 @@ TEST(CalendarOfSerial, InvertsSerialOfOverFourCenturies) {
 }
 
 TEST(CalendarOfSerial, NonFiniteAndHugeSerialsThrowOverflow) {
-  EXPECT_THROW(CalendarOfSerial(std::nan("")), std::overflow_error);
-  EXPECT_THROW(CalendarOfSerial(-std::numeric_limits<double>::infinity()), std::overflow_error);
-  EXPECT_THROW(CalendarOfSerial(1e300), std::overflow_error);
-  EXPECT_THROW(CalendarOfSerial(-1e13), std::overflow_error);  // year below the int range
+  // -1e13 has a year below the int range.
+  for (const double serial : {std::nan(""), -std::numeric_limits<double>::infinity(), 1e300, -1e13})
+    EXPECT_THROW(CalendarOfSerial(serial), std::overflow_error) << serial;
 }
 
 TEST(DateTimeText, DayMonthYearHourMinuteWithZerosAndBeyondFourDigits) {
-  EXPECT_EQ(DateTimeText(SerialOf({1996, 3, 31, 2, 0, 0})), "31.03.1996 02:00");
-  EXPECT_EQ(DateTimeText(SerialOf({2037, 12, 5, 23, 59, 0})), "05.12.2037 23:59");
-  EXPECT_EQ(DateTimeText(SerialOf({12000, 1, 1, 0, 0, 0})), "01.01.12000 00:00");
+  EXPECT_EQ(std::tuple(DateTimeText(SerialOf({1996, 3, 31, 2, 0, 0})),
+                       DateTimeText(SerialOf({2037, 12, 5, 23, 59, 0})),
+                       DateTimeText(SerialOf({12000, 1, 1, 0, 0, 0}))),
+            std::tuple("31.03.1996 02:00", "05.12.2037 23:59", "01.01.12000 00:00"));
 }
 
 }  // namespace

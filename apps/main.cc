@@ -56,6 +56,8 @@ struct Exit {
 
 struct Options {
   std::string atlas;
+  // Where the user's places go when the atlas is an installed one.
+  std::string user_folder;
   std::string lang = "en";
   bool json = false;
   // COUNTRY is read as the atlas's own code before an ISO code ("ES" El
@@ -211,7 +213,7 @@ class AtlasOfCommand {
           "no atlas: build one with \"tarvplaces build-atlas --out DIR\" and pass --atlas DIR"};
     }
     try {
-      return tarv::Atlas(options.atlas,
+      return tarv::Atlas(options.atlas, options.user_folder,
                          options.lang == "de" ? tarv::kLanguageGerman : tarv::kLanguageEnglish);
     } catch (const tarv::AtlasError& e) {
       if (e.problem().rfind("no such file", 0) != 0) throw;
@@ -558,7 +560,9 @@ int RunExport(const Options& o, const std::string& to) {
 // The dialog is classPlaces', on the default atlas.
 int RunPlacemanager(const Options& o, const std::string& name, const std::string& country,
                     const std::string& screenshot) {
-  std::string code = country.empty() ? std::string() : AtlasOfCommand(o).Country(country);
+  // Opening the atlas also tells the dialog where the user's places are kept.
+  const auto atlas = AtlasOfCommand(o);
+  std::string code = country.empty() ? std::string() : atlas.Country(country);
   tarv::classPlaces places;
   places.PlacePath(o.atlas);
   places.Language(o.lang == "de" ? tarv::kLanguageGerman : tarv::kLanguageEnglish);
@@ -673,10 +677,16 @@ int main(int argc, char** argv) {
       "zone database."};
   app.require_subcommand(1);
   Options o;
-  const char* env = std::getenv("TARV_ATLAS");
-  o.atlas = env != nullptr && *env != '\0' ? env : TARV_DEFAULT_ATLAS;
+  // The atlas the build made stands in for an installed one in a build tree.
+  const tarv::AtlasLocation location = tarv::DefaultAtlasLocation();
+  o.atlas = location.folder.empty() ? TARV_DEFAULT_ATLAS : location.folder;
+  o.user_folder = location.user_folder;
   app.add_option("--atlas", o.atlas,
-                 "atlas folder (default: $TARV_ATLAS or the atlas setup built)");
+                 "atlas folder (default: $TARV_ATLAS, else the installed atlas, else the atlas "
+                 "setup built)")
+      ->each([&](const std::string& folder) {
+        if (folder != location.folder) o.user_folder.clear();
+      });
   app.add_option("--lang", o.lang, "language of texts: en or de")
       ->check(CLI::IsMember({"en", "de"}));
   app.add_flag("--json", o.json, "print JSON");

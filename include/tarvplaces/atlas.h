@@ -42,6 +42,13 @@ class Atlas {
   // the places' country and zone names follow it. Throws AtlasError when the
   // folder holds no "Country.dat" or "Zones13.bin", or a table is malformed.
   explicit Atlas(const std::string& folder, std::int32_t language = kLanguageGerman);
+  // The same with the user's places kept in `user_folder` (created when the
+  // first place is added) instead of the atlas's own USER folder: for an
+  // atlas installed where the user cannot write. Within one process an atlas
+  // folder keeps the user folder it was first opened with; opening it with
+  // another throws std::invalid_argument.
+  Atlas(const std::string& folder, const std::string& user_folder,
+        std::int32_t language = kLanguageGerman);
   ~Atlas();
   Atlas(Atlas&&) noexcept;
   Atlas& operator=(Atlas&&) noexcept;
@@ -135,6 +142,20 @@ class Atlas {
  private:
   std::shared_ptr<AtlasState> state_;
 };
+
+// The atlas a host gets when it names none. `folder` is the one $TARV_ATLAS
+// names, its places kept in its own USER folder (`user_folder` empty); else
+// the atlas installed with the library (share/tarvplaces/atlas above the
+// folder of libtarvplaces.so, tarvplaces.dll or the program that linked the
+// library, or "atlas" in that folder, as the Python package has it), its
+// user places kept in the user's data folder
+// ($XDG_DATA_HOME/tarvplaces/USER, ~/.local/share/tarvplaces/USER, or
+// %APPDATA%\tarvplaces\USER); else both are empty.
+struct AtlasLocation {
+  std::string folder;
+  std::string user_folder;
+};
+AtlasLocation DefaultAtlasLocation();
 
 // Why a typed name or code cannot be looked up: its first character that is
 // part of no name in any script, "character 2 (U+1F600) of the name

@@ -100,6 +100,23 @@ TARV_API const char* tarv_last_error(void);
  * handle. */
 TARV_API tarv_status tarv_open(const char* folder, tarv_atlas** atlas);
 
+/* The same, keeping the user's places in `user_folder` (UTF-8; created with
+ * the folders above it when the first place is added) rather than in the
+ * atlas's own USER folder: for an atlas installed where the user cannot
+ * write. Within one process an atlas folder keeps the user folder it was
+ * first opened with; another is TARV_E_ARGUMENT. A NULL or empty
+ * `user_folder` is the same as tarv_open. */
+TARV_API tarv_status tarv_open_with_user_folder(const char* folder, const char* user_folder,
+                                                tarv_atlas** atlas);
+
+/* Opens the atlas a host gets when it names none: the folder $TARV_ATLAS
+ * names, else the atlas installed with the library (share/tarvplaces/atlas
+ * above the library's folder, or "atlas" in it), whose user places are
+ * kept in the user's data folder ($XDG_DATA_HOME/tarvplaces/USER,
+ * ~/.local/share/tarvplaces/USER, %APPDATA%\tarvplaces\USER).
+ * TARV_E_ATLAS when there is neither. */
+TARV_API tarv_status tarv_open_default(tarv_atlas** atlas);
+
 /* Closes and frees the handle; NULL is allowed and does nothing. A closed
  * handle must not be used again: like any freed pointer that is undefined in
  * C, but this library recognizes the addresses of handles it has closed and

@@ -270,14 +270,32 @@ def _zone(s):
 
 
 class Atlas:
-    """An atlas folder ("build/atlas"). Raises AtlasError when the folder
-    holds no usable atlas. Close it (or use it in a with statement) before
-    opening an atlas in another folder."""
+    """An atlas folder ("build/atlas"); without one the default atlas: the
+    folder $TARV_ATLAS names, else the atlas installed with the library
+    (the one this package carries), whose user places are kept in the
+    user's data folder ($XDG_DATA_HOME/tarvplaces/USER,
+    ~/.local/share/tarvplaces/USER, %APPDATA%\\tarvplaces\\USER), never
+    beside the package. `user_folder` keeps the user places of `folder`
+    elsewhere than in its USER folder; within one process a folder keeps
+    the user folder it was first opened with (another raises ValueError).
+    Raises AtlasError when there is no usable atlas. Close it (or use it
+    in a with statement) when done."""
 
-    def __init__(self, folder):
+    def __init__(self, folder=None, *, user_folder=None):
         self._handle = None
         handle = ctypes.c_void_p()
-        _check(lib.tarv_open(_text(os.fspath(folder), "folder"), ctypes.byref(handle)))
+        if folder is None:
+            if user_folder is not None:
+                raise ValueError("a user folder needs an atlas folder")
+            _check(lib.tarv_open_default(ctypes.byref(handle)))
+        else:
+            _check(
+                lib.tarv_open_with_user_folder(
+                    _text(os.fspath(folder), "folder"),
+                    None if user_folder is None else _text(os.fspath(user_folder), "user_folder"),
+                    ctypes.byref(handle),
+                )
+            )
         self._handle = handle
 
     def close(self):

@@ -122,6 +122,8 @@ _PROTOTYPES = {
     "tarv_version": (_text, []),
     "tarv_last_error": (_text, []),
     "tarv_open": (_status, [_text, ctypes.POINTER(_handle)]),
+    "tarv_open_with_user_folder": (_status, [_text, _text, ctypes.POINTER(_handle)]),
+    "tarv_open_default": (_status, [ctypes.POINTER(_handle)]),
     "tarv_close": (_status, [_handle]),
     "tarv_atlas_folder": (_status, [_handle, ctypes.c_char_p, ctypes.c_size_t, ctypes.POINTER(ctypes.c_size_t)]),
     "tarv_place_lookup": (

@@ -125,3 +125,21 @@ def test_folder_language_and_closing(atlas_folder):
     atlas.close()
     with pytest.raises(ValueError, match="closed"):
         atlas.place("München", "D")
+
+
+def test_the_default_atlas_and_a_user_folder(atlas_folder, atlas_copy, tmp_path, monkeypatch):
+    monkeypatch.setenv("TARV_ATLAS", str(atlas_folder))
+    with tarvplaces.Atlas() as default:
+        assert default.folder == str(atlas_folder)
+    monkeypatch.delenv("TARV_ATLAS")
+    with pytest.raises(tarvplaces.AtlasError, match="TARV_ATLAS is not set"):
+        tarvplaces.Atlas()  # a build tree has no atlas installed beside the library
+    with pytest.raises(ValueError, match="needs an atlas folder"):
+        tarvplaces.Atlas(user_folder=tmp_path)
+    mine = tmp_path / "data" / "tarvplaces" / "USER"
+    with tarvplaces.Atlas(atlas_copy, user_folder=mine) as own:
+        own.add_place("D", "Pyweiler", 10.25, 50.5)
+        assert own.place("Pyweiler", "D").user_place
+    assert (mine / "D.dao").is_file() and not (atlas_copy / "USER" / "D.dao").exists()
+    with pytest.raises(ValueError, match="already keeps"):
+        tarvplaces.Atlas(atlas_copy, user_folder=tmp_path)

@@ -18,14 +18,15 @@ Registry& Handles() {
   return *registry;
 }
 
-std::shared_ptr<Atlas> Open(const std::string& folder, std::int32_t language) {
-  return std::make_shared<Atlas>(folder, language);
-}
-
 }  // namespace
 
-Handle::Handle(const std::string& folder) {
+Handle::Handle(const std::string& folder, const std::string& user_folder)
+    : folder_(folder), user_folder_(user_folder) {
   if (!folder.empty()) atlas_ = Open(folder, language_);
+}
+
+std::shared_ptr<Atlas> Handle::Open(const std::string& folder, std::int32_t language) const {
+  return std::make_shared<Atlas>(folder, folder == folder_ ? user_folder_ : "", language);
 }
 
 void Handle::AskCallback() {
@@ -80,8 +81,8 @@ void Handle::SetPlacePathCallback(tarv_place_path_fn fn, void* user_data) {
   place_path_user_ = user_data;
 }
 
-tarv_atlas* OpenHandle(const std::string& folder) {
-  auto handle = std::make_shared<Handle>(folder);
+tarv_atlas* OpenHandle(const std::string& folder, const std::string& user_folder) {
+  auto handle = std::make_shared<Handle>(folder, user_folder);
   auto atlas = std::make_unique<tarv_atlas>();
   Registry& registry = Handles();
   const std::unique_lock lock(registry.mutex);

@@ -24,7 +24,9 @@ namespace tarv::capi {
 // place path callback gives when it needs one), its language and callback.
 class Handle {
  public:
-  explicit Handle(const std::string& folder);
+  // `user_folder` ("" for the atlas's own USER) holds the user's places of
+  // `folder`, and of `folder` only.
+  Handle(const std::string& folder, const std::string& user_folder);
 
   // The atlas of a call; asks the callback for a folder while there is none.
   // TARV_E_ATLAS when no folder can be had.
@@ -47,9 +49,13 @@ class Handle {
   // Asks the callback with `lock` held; opens the atlas on the folder it
   // gives when that differs from the current one.
   void AskCallback();
+  // An atlas on `folder`, with the user folder the handle was opened with
+  // when it is the handle's own folder.
+  std::shared_ptr<Atlas> Open(const std::string& folder, std::int32_t language) const;
 
   std::mutex mutex_;  // guards what follows
   std::shared_ptr<Atlas> atlas_;
+  std::string folder_, user_folder_;  // as opened
   std::int32_t language_ = kLanguageGerman;
   tarv_place_path_fn place_path_fn_ = nullptr;
   void* place_path_user_ = nullptr;
@@ -57,7 +63,7 @@ class Handle {
 
 // A new handle on `folder` ("" for one that asks its callback), its tables
 // loaded. TARV_E_ATLAS when the folder holds no atlas.
-tarv_atlas* OpenHandle(const std::string& folder);
+tarv_atlas* OpenHandle(const std::string& folder, const std::string& user_folder = "");
 
 // Frees an open handle; TARV_E_HANDLE for any other pointer. Calls running
 // on it finish on their own copy.

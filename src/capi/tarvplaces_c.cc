@@ -206,6 +206,32 @@ tarv_status tarv_open(const char* folder, tarv_atlas** atlas) {
   });
 }
 
+tarv_status tarv_open_with_user_folder(const char* folder, const char* user_folder,
+                                       tarv_atlas** atlas) {
+  return Call([&] {
+    Require(atlas, "the handle's address");
+    const std::string path = folder == nullptr ? std::string() : Utf8Argument(folder, "the folder");
+    const std::string user =
+        user_folder == nullptr ? std::string() : Utf8Argument(user_folder, "the user folder");
+    if (path.empty() && !user.empty()) Fail(TARV_E_ARGUMENT, "a user folder needs an atlas folder");
+    *atlas = tarv::capi::OpenHandle(path, user);
+    return TARV_OK;
+  });
+}
+
+tarv_status tarv_open_default(tarv_atlas** atlas) {
+  return Call([&] {
+    Require(atlas, "the handle's address");
+    const tarv::AtlasLocation location = tarv::DefaultAtlasLocation();
+    if (location.folder.empty()) {
+      Fail(TARV_E_ATLAS,
+           "no default atlas: TARV_ATLAS is not set and no atlas is installed with the library");
+    }
+    *atlas = tarv::capi::OpenHandle(location.folder, location.user_folder);
+    return TARV_OK;
+  });
+}
+
 tarv_status tarv_close(tarv_atlas* atlas) {
   if (atlas == nullptr) return Call([] { return TARV_OK; });
   return Call([&] {

@@ -136,7 +136,9 @@ bool HasUserPlace(const std::string& code, const std::string& name) {
 
 }  // namespace
 
-Atlas::Atlas(const std::string& folder, std::int32_t language)
+Atlas::Atlas(const std::string& folder, std::int32_t language) : Atlas(folder, "", language) {}
+
+Atlas::Atlas(const std::string& folder, const std::string& user_folder, std::int32_t language)
     : state_(std::make_shared<AtlasState>(folder)) {
   state_->images = MakeImageCache();
   state_->Language().SetLanguage(language);
@@ -154,6 +156,7 @@ Atlas::Atlas(const std::string& folder, std::int32_t language)
                                              "build-atlas --out DIR\")");
     }
   }
+  if (!user_folder.empty()) MountFolder(AtlasFolder(folder) + "USER", user_folder);
   const Call call(*state_);
   InitializeCountries("", "Country.dat", false, false);
   InitializeTimeZones("", "Zones13.bin");

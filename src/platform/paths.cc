@@ -4,9 +4,12 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <shared_mutex>
+#include <stdexcept>
 #include <system_error>
 #include <unordered_map>
 
@@ -54,12 +57,70 @@ class ListingCache {
   std::map<std::string, CachedListing> cache_;
 };
 
+// Folders kept elsewhere, for the life of the process. Most processes have
+// none, and then a path costs one atomic read.
+class FolderMounts {
+ public:
+  void Add(std::string folder, std::string place) {
+    const std::unique_lock lock(mutex_);
+    for (const auto& [known, known_place] : mounts_) {
+      if (known != folder) continue;
+      if (known_place == place) return;
+      throw std::invalid_argument("\"" + folder + "\" already keeps its files in \"" + known_place +
+                                  "\", not \"" + place + "\"");
+    }
+    mounts_.emplace_back(std::move(folder), std::move(place));
+    any_.store(true, std::memory_order_release);
+  }
+
+  std::string Map(std::string_view path) const {
+    if (any_.load(std::memory_order_acquire)) {
+      const std::shared_lock lock(mutex_);
+      for (const auto& [folder, place] : mounts_) {
+        if (!path.starts_with(folder)) continue;
+        if (path.size() == folder.size()) return place;
+        if (path[folder.size()] == '\\' || path[folder.size()] == '/')
+          return place + std::string(path.substr(folder.size()));
+      }
+    }
+    return std::string(path);
+  }
+
+ private:
+  std::atomic<bool> any_{false};
+  mutable std::shared_mutex mutex_;
+  std::vector<std::pair<std::string, std::string>> mounts_;
+};
+
+FolderMounts& Mounts() {
+  static auto* const mounts = new FolderMounts;
+  return *mounts;
+}
+
+std::string WithoutTrailingSeparators(std::string path) {
+  while (path.size() > 1 && (path.back() == '\\' || path.back() == '/'))
+    path.pop_back();
+  return path;
+}
+
 ListingCache& Listings() {
   static ListingCache cache;
   return cache;
 }
 
 }  // namespace
+
+void MountFolder(std::string windows_folder, std::string native_folder) {
+  windows_folder = WithoutTrailingSeparators(std::move(windows_folder));
+  native_folder = WithoutTrailingSeparators(std::move(native_folder));
+  if (windows_folder.empty() || native_folder.empty())
+    throw std::invalid_argument("a folder kept elsewhere needs both paths");
+  Mounts().Add(std::move(windows_folder), std::move(native_folder));
+}
+
+std::string MountedPath(std::string_view windows_path) {
+  return Mounts().Map(windows_path);
+}
 
 bool SameFileName(std::string_view a, std::string_view b) {
   // Case folding of the names as they are: transliterating them would make

@@ -49,6 +49,18 @@ std::filesystem::path SlashedPath(std::string_view windows_path);
 // The same as a plain string, for callers that only need its text.
 std::string SlashedString(std::string_view windows_path);
 
+// Keeps the files under `windows_folder` (a folder as the component composes
+// its paths, "C:\Atlas\USER") in `native_folder` (UTF-8) instead: an atlas
+// installed read-only keeps its user places in the user's own data folder.
+// NativePath, SlashedPath, SlashedString and KnownMissing map every path
+// under it. A folder keeps the place it was first given for the life of the
+// process, so that every atlas object on it reads and writes the same files;
+// another place for it throws std::invalid_argument.
+void MountFolder(std::string windows_folder, std::string native_folder);
+
+// `windows_path` with a mounted folder at its start replaced by its place.
+std::string MountedPath(std::string_view windows_path);
+
 // Names (UTF-8) of the entries of a folder as the system lists them, not
 // sorted and not cached; empty when the folder cannot be read.
 std::vector<std::string> ReadFolderNames(const std::filesystem::path& folder);

@@ -45,7 +45,7 @@ std::string FileKey(std::string native_path) {
 }
 
 std::string SlashedString(std::string_view windows_path) {
-  std::string slashed(windows_path);
+  std::string slashed = MountedPath(windows_path);
   std::replace(slashed.begin(), slashed.end(), '\\', '/');
   return slashed;
 }

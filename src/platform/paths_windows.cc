@@ -14,11 +14,11 @@ namespace fs = std::filesystem;
 namespace tarv {
 
 std::string SlashedString(std::string_view windows_path) {
-  return std::string(windows_path);
+  return MountedPath(windows_path);
 }
 
 fs::path SlashedPath(std::string_view windows_path) {
-  return PathFromUtf8(windows_path);
+  return PathFromUtf8(MountedPath(windows_path));
 }
 
 // Past MAX_PATH (260 characters) the file functions of Windows before 10,
@@ -26,7 +26,7 @@ fs::path SlashedPath(std::string_view windows_path) {
 // the "\\?\" form, which they take literally: absolute, backslashes only,
 // no "." or "..".
 fs::path NativePath(std::string_view windows_path) {
-  fs::path path = PathFromUtf8(windows_path);
+  fs::path path = SlashedPath(windows_path);
   if (path.native().size() < MAX_PATH || path.native().starts_with(LR"(\\?\)")) return path;
   std::error_code ec;
   std::wstring full = fs::absolute(path, ec).lexically_normal().native();

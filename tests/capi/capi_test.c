@@ -272,6 +272,46 @@ static void changes_go_to_the_handles_own_folder(void) {
   tarv_close(other);
 }
 
+static void set_variable(const char* name, const char* value) {
+#ifdef _WIN32
+  _putenv_s(name, value != NULL ? value : "");
+#else
+  if (value != NULL)
+    setenv(name, value, 1);
+  else
+    unsetenv(name);
+#endif
+}
+
+/* The default atlas is $TARV_ATLAS's (none is installed beside a library in
+ * a build tree); user places go where the host says. Last: the user folder
+ * stays the atlas's for the life of the process. */
+static void the_default_atlas_and_a_user_folder_of_the_hosts(void) {
+  tarv_atlas* atlas = NULL;
+  char text[4200];
+  FILE* file;
+  set_variable("TARV_ATLAS", g_writable);
+  CHECK_STATUS(tarv_open_default(&atlas), TARV_OK, NULL);
+  CHECK_STATUS(tarv_atlas_folder(atlas, text, sizeof text, NULL), TARV_OK, NULL);
+  CHECK(strcmp(text, g_writable) == 0);
+  tarv_close(atlas);
+  set_variable("TARV_ATLAS", NULL);
+  CHECK_STATUS(tarv_open_default(&atlas), TARV_E_ATLAS, "TARV_ATLAS is not set");
+  CHECK_STATUS(tarv_open_with_user_folder(NULL, "mine", &atlas), TARV_E_ARGUMENT, "atlas folder");
+  CHECK_STATUS(tarv_open_with_user_folder(g_atlas, "\xFF", &atlas), TARV_E_UTF8, "user folder");
+
+  snprintf(text, sizeof text, "%s/mine/USER", g_writable);
+  CHECK_STATUS(tarv_open_with_user_folder(g_atlas, text, &atlas), TARV_OK, NULL);
+  CHECK_STATUS(tarv_add_place(atlas, "D", "Capi Weiler", 10.25, 50.5, 1), TARV_OK, NULL);
+  CHECK_STATUS(find(atlas, "Capi Weiler", "D"), TARV_OK, NULL);
+  tarv_close(atlas);
+  snprintf(text, sizeof text, "%s/mine/USER/D.dao", g_writable);
+  CHECK((file = fopen(text, "rb")) != NULL);
+  if (file != NULL) fclose(file);
+  CHECK_STATUS(tarv_open_with_user_folder(g_atlas, g_writable, &atlas), TARV_E_ARGUMENT,
+               "already keeps");
+}
+
 /* ---- Callbacks ---- */
 
 static int g_callback_calls;
@@ -390,6 +430,7 @@ int main(int argc, char** argv) {
   RUN(the_place_path_callback_supplies_the_folder);
   RUN(a_callback_that_calls_the_library_is_refused);
   RUN(one_handle_used_from_two_threads_answers_each_right);
+  RUN(the_default_atlas_and_a_user_folder_of_the_hosts);
 
   printf("%d passed, %d failed\n", g_passed, g_failed);
   return g_failed == 0 ? 0 : 1;

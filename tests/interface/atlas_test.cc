@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <tuple>
 
+#include "interface/install_paths.h"
 #include "support/atlas_fixture.h"
 #include "support/german_numbers.h"
 #include "tarvplaces/places.h"
@@ -25,6 +29,72 @@ class AtlasTest : public testing::AtlasFixture {
     WriteGermanTimetables();
   }
 };
+
+// An atlas the user cannot write keeps the user's places in a folder of the
+// user's: added there (with the folders above it), found by every atlas
+// object on the folder, never in the atlas's own USER folder.
+TEST_F(AtlasTest, UserPlacesOfAnAtlasMayLiveInAFolderOfTheirOwn) {
+  testing::TempFolder home;
+  const std::string user_folder = Utf8OfPath(home.path() / "data" / "tarvplaces" / "USER");
+  Atlas atlas(folder_.str(), user_folder);
+  EXPECT_EQ(atlas.AddPlace("D", "Hinterdorf", 11.0, 48.0), "");
+  EXPECT_TRUE(std::filesystem::is_regular_file(home.path() / "data/tarvplaces/USER/D.dao"));
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
+  const Atlas again(folder_.str(), user_folder);
+  const auto p = again.Lookup("Hinterdorf", "D");
+  ASSERT_TRUE(p);
+  EXPECT_TRUE(p->UserPlace);
+  EXPECT_THROW(Atlas(folder_.str(), Utf8OfPath(home.path() / "other")), std::invalid_argument);
+  EXPECT_TRUE(atlas.DeletePlace("D", "Hinterdorf"));
+  EXPECT_FALSE(again.Lookup("Hinterdorf", "D"));
+}
+
+// The environment variable `name` set (or unset) for one scope.
+class ScopedVariable {
+ public:
+  ScopedVariable(const char* name, const char* value) : name_(name) {
+    if (const char* old = std::getenv(name)) saved_ = old;
+    Set(value);
+  }
+  ~ScopedVariable() { Set(saved_ ? saved_->c_str() : nullptr); }
+
+ private:
+  void Set(const char* value) {
+#ifdef _WIN32
+    _putenv_s(name_, value != nullptr ? value : "");
+#else
+    value != nullptr ? setenv(name_, value, 1) : unsetenv(name_);
+#endif
+  }
+  const char* name_;
+  std::optional<std::string> saved_;
+};
+
+// $TARV_ATLAS first, as it is; else an atlas installed beside the binary,
+// whose user places go to the user's data folder.
+TEST(DefaultAtlasLocation, NamedFolderElseTheInstalledOneWithTheUsersDataFolder) {
+  testing::TempFolder root;
+  const ScopedVariable data("XDG_DATA_HOME", root.str().c_str());
+  {
+    const ScopedVariable named("TARV_ATLAS", "/srv/atlas");
+    EXPECT_EQ(DefaultAtlasLocation().folder, "/srv/atlas");
+    EXPECT_EQ(DefaultAtlasLocation().user_folder, "");
+  }
+  const ScopedVariable named("TARV_ATLAS", nullptr);
+  const auto binary = root.path() / "lib" / "x86_64-linux-gnu";
+  std::filesystem::create_directories(binary);
+  EXPECT_EQ(InstalledAtlasBeside(binary).folder, "");
+  const auto beside = (binary / kAtlasFromLibraryFolder).lexically_normal();
+  root.Write(Utf8OfPath(std::filesystem::relative(beside, root.path()) / "Country.dat"), "");
+  const auto found = InstalledAtlasBeside(binary);
+  EXPECT_EQ(found.folder, Utf8OfPath(beside));
+#ifndef _WIN32
+  EXPECT_EQ(found.user_folder, Utf8OfPath(root.path() / "tarvplaces" / "USER"));
+#endif
+  root.Write("package/atlas/Country.dat", "");
+  EXPECT_EQ(InstalledAtlasBeside(root.path() / "package").folder,
+            Utf8OfPath(root.path() / "package" / "atlas"));
+}
 
 // The file named by the AtlasError `action` throws, or "" when it throws none.
 template <typename Action>

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,23 @@ TEST(NativePath, BackslashesBecomeSlashes) {
   TempFolder dir;
   dir.Write("USER/D.dao", "x");
   EXPECT_EQ(NativePath(dir.str() + "\\USER\\D.dao"), dir.path() / "USER" / "D.dao");
+}
+
+TEST(MountFolder, MapsPathsUnderTheFolderOnlyAndKeepsItsFirstPlace) {
+  TempFolder dir;
+  dir.Write("data/USER/D.dao", "x");
+  const std::string user = dir.str() + "\\atlas\\USER";
+  const std::string place = Utf8OfPath(dir.path() / "data" / "USER");
+  MountFolder(user + "\\", place + "/");  // trailing separators do not count
+  MountFolder(user, place);               // the same place again is no change
+  EXPECT_EQ(NativePath(user + "\\D.dao"), dir.path() / "data" / "USER" / "D.dao");
+  EXPECT_EQ(MountedPath(user), place);
+  for (const std::string& other : std::vector<std::string>{
+           dir.str() + "\\atlas\\USERS\\D.dao", dir.str() + "\\atlas\\D.dao", "USER\\D.dao"}) {
+    EXPECT_EQ(MountedPath(other), other);
+  }
+  EXPECT_THROW(MountFolder(user, dir.str() + "/elsewhere"), std::invalid_argument);
+  EXPECT_EQ(MountedPath(user), place);
 }
 
 #ifdef _WIN32

@@ -676,6 +676,7 @@ int main(int argc, char** argv) {
       "The default atlas is built from GeoNames data (geonames.org, CC BY 4.0) and the IANA time "
       "zone database."};
   app.require_subcommand(1);
+  app.set_version_flag("--version", "tarvplaces " TARV_VERSION);
   Options o;
   // The atlas the build made stands in for an installed one in a build tree.
   const tarv::AtlasLocation location = tarv::DefaultAtlasLocation();

@@ -3,7 +3,7 @@
 # already present are not fetched again. Run as root (or with sudo available).
 # With --fuzz, also clang and its libFuzzer runtime (scripts/run-fuzz.sh);
 # with --windows, what the Windows cross build needs; with --coverage, gcovr
-# (scripts/coverage.sh).
+# (scripts/coverage.sh); with --package, the packaging tools.
 set -euo pipefail
 
 PACKAGES=(
@@ -17,6 +17,8 @@ PACKAGES=(
 )
 if [ "${1:-}" = "--fuzz" ]; then PACKAGES+=(clang libclang-rt-14-dev); fi
 if [ "${1:-}" = "--coverage" ]; then PACKAGES+=(gcovr); fi
+# With --package, what makes and checks the Debian packages and the wheel.
+if [ "${1:-}" = "--package" ]; then PACKAGES+=(help2man lintian dpkg-dev python3-pip zip unzip); fi
 # With --windows, the cross compiler, Wine, and what builds ICU from Debian's
 # sources (scripts/build-icu-mingw.sh).
 if [ "${1:-}" = "--windows" ]; then

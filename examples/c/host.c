@@ -3,10 +3,12 @@
  *
  *   cc host.c $(pkg-config --cflags --libs tarvplaces) -o host
  *   ./host build/atlas München D 1980-07-01T12:00
+ *   ./host - München D 1980-07-01T12:00      (the default atlas)
  *
  * Exit status: 0 found, 1 not found, 2 bad usage or an unusable atlas. */
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include "tarvplaces/tarvplaces.h"
 
@@ -24,10 +26,11 @@ int main(int argc, char** argv) {
 
   if (argc != 5 || sscanf(argv[4], "%d-%d-%dT%d:%d", &when.year, &when.month, &when.day, &when.hour,
                           &when.minute) != 5) {
-    fprintf(stderr, "usage: host ATLAS NAME COUNTRY YYYY-MM-DDTHH:MM\n");
+    fprintf(stderr, "usage: host ATLAS|- NAME COUNTRY YYYY-MM-DDTHH:MM\n");
     return 2;
   }
-  status = tarv_open(argv[1], &atlas);
+  /* "-": $TARV_ATLAS, else the atlas installed with the library. */
+  status = strcmp(argv[1], "-") == 0 ? tarv_open_default(&atlas) : tarv_open(argv[1], &atlas);
   if (status != TARV_OK) return fail("cannot open the atlas", status);
 
   status = tarv_place_lookup(atlas, argv[2], argv[3], &when, &place, NULL);

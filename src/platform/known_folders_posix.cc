@@ -1,4 +1,5 @@
 #include <dlfcn.h>
+#include <link.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -13,11 +14,17 @@ namespace tarv {
 
 fs::path ModuleFolder() {
   Dl_info info{};
-  // Any function of this binary names it.
-  if (dladdr(reinterpret_cast<void*>(&ModuleFolder), &info) == 0 || info.dli_fname == nullptr)
+  link_map* map = nullptr;
+  // Any function of this binary names it. The loader names the program
+  // itself as it was started ("tarvplaces" when found on PATH), so the
+  // program's own path comes from the kernel.
+  if (dladdr1(reinterpret_cast<void*>(&ModuleFolder), &info, reinterpret_cast<void**>(&map),
+              RTLD_DL_LINKMAP) == 0) {
     return {};
+  }
+  const bool program = map == nullptr || map->l_name == nullptr || map->l_name[0] == '\0';
   std::error_code ec;
-  const fs::path binary = fs::canonical(info.dli_fname, ec);
+  const fs::path binary = fs::canonical(program ? "/proc/self/exe" : map->l_name, ec);
   return ec ? fs::path() : binary.parent_path();
 }
 

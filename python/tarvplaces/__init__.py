@@ -20,6 +20,47 @@ country, ``place`` and ``search`` look in every country.
 Each Atlas answers from its own folder, with its own user places; any
 number may be open at once. Calls release the interpreter lock while the
 library works, so threads look up in parallel, on one Atlas or several.
+
+Which atlas
+    ``Atlas(folder)`` opens an atlas folder. ``Atlas()`` opens the default
+    atlas: the folder $TARV_ATLAS names, else the atlas installed with the
+    library (``share/tarvplaces/atlas`` of an installed build, or the
+    package's own ``tarvplaces/atlas`` when the package carries one). The
+    places a user adds to the default atlas are kept in the user's data
+    folder ($XDG_DATA_HOME/tarvplaces/USER, else
+    ~/.local/share/tarvplaces/USER; %APPDATA%\\tarvplaces\\USER on
+    Windows), never beside the installed atlas.
+
+Records
+    Answers are named tuples, immutable and compared by value: ``Place``
+    (a place with the zone in force there), ``Zone`` (an entry of the zone
+    table), ``Country`` (a country, US state or group) and
+    ``TimetableEntry`` (a change of zone in a country's timetable). UTC
+    offsets are ``datetime.timedelta`` values, east of UTC positive; times
+    are naive ``datetime`` values of the local wall clock at the place.
+
+Errors
+    ``AtlasError`` (and ``AtlasWriteError``) for a file of the atlas that
+    is missing, damaged or cannot be written, naming it, and for no
+    atlas at all;
+    ``UnknownCountryError`` (a ``LookupError``) for a country nothing
+    names; ``TypeError`` and ``ValueError`` for an argument of the wrong
+    type or one the library refuses (a text longer than 256 characters, a
+    wildcard in a country, coordinates off the globe), naming it, and
+    ``ValueError`` for a call on a closed Atlas. Finding nothing is no
+    error: ``place`` and ``nearest`` return None, ``search`` an empty list.
+
+The library
+    The package loads libtarvplaces.so.2 from $TARVPLACES_LIBRARY, else
+    from inside the package, else through the system's loader; importing
+    it raises ImportError when there is none. ``__version__`` is the
+    library's version ("0.1.0").
+
+From the shell
+    ``python -m tarvplaces place NAME [COUNTRY] [--date YYYY-MM-DD[THH:MM]]
+    [--atlas DIR]`` prints a place with its coordinates and zone;
+    ``python -m tarvplaces search TEXT [COUNTRY] ...`` lists the places a
+    text matches. Exit status 0 found, 1 nothing found, 2 an error.
 """
 
 import ctypes
@@ -48,11 +89,15 @@ __version__ = lib.tarv_version().decode()
 
 
 class AtlasError(Exception):
-    """An atlas file is missing, malformed or damaged; the message names it."""
+    """An atlas file is missing, malformed or damaged, or there is no atlas
+    at all (no folder, no default atlas); the message names the file or the
+    folder."""
 
 
 class AtlasWriteError(AtlasError):
-    """A file could not be written (the user's places, the export)."""
+    """A file could not be written: the user's places (``add_place``,
+    ``delete_place``) or the text export (``export``); the message names
+    it."""
 
 
 class AtlasInUseError(AtlasError):
@@ -61,7 +106,8 @@ class AtlasInUseError(AtlasError):
 
 
 class UnknownCountryError(LookupError):
-    """No country or group of that code."""
+    """No country or group of that code or name in the atlas ("XX"); the
+    message names the text and the atlas."""
 
 
 _ERRORS = {
@@ -89,8 +135,11 @@ _LOCAL_TIME_KINDS = ("normal", "skipped", "repeated")
 # Records are named tuples: immutable like frozen dataclasses, and made in a
 # fraction of their time, which is most of what a lookup costs in Python.
 class Zone(typing.NamedTuple):
-    """A zone of the zone table. For local mean time (is_lmt) of a place the
-    offset is the place's own, longitude / 15 hours."""
+    """A zone of the zone table (``Atlas.zones``, ``TimetableEntry.zone``):
+    ``Zone(id=2, abbreviation='MET', name='Central European Standard Time',
+    utc_offset=timedelta(hours=1), kind='N')``. The table's local mean time
+    (id 0, ``is_lmt``) has the offset 0: a place's local mean time is the
+    place's own, longitude / 15 hours (``Place.utc_offset``)."""
 
     id: int
     abbreviation: str
@@ -100,12 +149,16 @@ class Zone(typing.NamedTuple):
 
     @property
     def is_lmt(self):
+        """True for local mean time, the zone of id 0."""
         return self.id == 0
 
 
 class Place(typing.NamedTuple):
     """A place with the zone in force there (at the date asked for, else its
-    standard zone). Coordinates in decimal degrees, east and north positive."""
+    standard zone), as ``Atlas.place``, ``Atlas.search`` and
+    ``Atlas.nearest`` answer. Coordinates in decimal degrees, east and north
+    positive; ``utc_offset`` east of UTC positive. The fields from ``iana``
+    on have defaults, so records built by hand may leave them out."""
 
     name: str
     country: str
@@ -134,13 +187,23 @@ class Place(typing.NamedTuple):
 
     def localize(self, when):
         """`when` (a naive local wall-clock time at the place) as an aware
-        datetime at this place's UTC offset."""
+        datetime at this place's UTC offset, named after its zone:
+        ``p.localize(datetime(1980, 7, 1, 12, 0)).isoformat()`` is
+        '1980-07-01T12:00:00+02:00' for München then. The offset is the one
+        of the place as looked up: look the place up at `when` first.
+        ValueError for an aware datetime."""
         if when.tzinfo is not None:
             raise ValueError("localize takes the local wall-clock time as a naive datetime")
         return when.replace(tzinfo=datetime.timezone(self.utc_offset, self.zone or None))
 
 
 class Country(typing.NamedTuple):
+    """A country, US state or group of the atlas (``Atlas.countries``,
+    ``Atlas.country``): ``Country(id=47, code='D', title='Deutschland',
+    english='Germany', zone='MET', continent='EUROPA', continent_id=4,
+    timetables=3, several_zones=False, iso='DE')``. A group ("EUROPA") has
+    no ISO code, zone or timetables."""
+
     id: int
     code: str
     title: str  # the atlas's German title, "Deutschland"
@@ -154,11 +217,74 @@ class Country(typing.NamedTuple):
 
 
 class TimetableEntry(typing.NamedTuple):
-    """From the local time `start` on, `zone` holds."""
+    """An entry of a country's timetable (``Atlas.timetable``): from the
+    local time `start` on, `zone` holds, until the next entry's start."""
 
     start: datetime.datetime
     julian_day: float
     zone: Zone
+
+
+def _document_fields(record, **docs):
+    for field, doc in docs.items():
+        getattr(record, field).__doc__ = doc
+
+
+_document_fields(
+    Zone,
+    id="Index in the zone table (``Atlas.zones()[id]``); 0 is local mean time.",
+    abbreviation='The abbreviation of the zone table ("MET", "MET/S", "EST").',
+    name='The name of the zone ("Central European Standard Time").',
+    utc_offset="The offset from UTC, a timedelta, east positive; 0 for local mean time.",
+    kind='"L" local mean time, "N" standard time, "S" summer time, "D" double summer time.',
+)
+_document_fields(
+    Place,
+    name='The name as the atlas writes it ("München"; "Moskva" for "Москва").',
+    country='The atlas\'s code of the place\'s country or US state ("D", "USCA").',
+    longitude="Decimal degrees, east positive (11.57549).",
+    latitude="Decimal degrees, north positive (48.13743).",
+    timetable="The number of the country's timetable the place follows (``Atlas.timetable``).",
+    zone_id="Index of the zone in the zone table (``Atlas.zones()``).",
+    zone='The abbreviation of the zone in force ("MET/S"; "LMT" for local mean time).',
+    zone_name='The name of that zone ("Central European Summer Time").',
+    utc_offset="The offset from UTC in force, a timedelta, east positive; with local mean "
+    "time the place's own, longitude / 15 hours.",
+    is_lmt="True when local mean time was in force (before standard time came).",
+    local_time='"normal"; with a date, "skipped" for a time the clocks jumped over or '
+    '"repeated" for one they went through twice.',
+    user_place="True for a place the user added (``Atlas.add_place``).",
+    iana='With a date: the IANA zone the place follows ("Europe/Berlin"; a user place: its '
+    'timetable\'s); else "".',
+    tz_abbreviation='With a date: tzdata\'s abbreviation then ("CEST"); else "".',
+    zone_long_name='With a date: the long name of the zone then, in the atlas\'s language '
+    '("Mitteleuropäische Sommerzeit"); else "".',
+    own_history="True when the zone came from the place's own history rather than its timetable.",
+    country_name='The country\'s name in the atlas\'s language ("Deutschland", "Germany").',
+    country_iso='The ISO code ("DE"; a US state\'s "US-CA"), which names the same country as '
+    "``country`` in a call; \"\" where the atlas has none.",
+    population="GeoNames' population; 0 for a user place or where unknown.",
+    other_name='True when the place was found by another of its names ("Munich" for München).',
+)
+_document_fields(
+    Country,
+    id="The atlas's number of the country (47 for Germany).",
+    code='The atlas\'s own code ("D", "USCA"), as ``Place.country`` holds it.',
+    title='The atlas\'s German title ("Deutschland").',
+    english='The English name ("Germany").',
+    zone='The base zone as the country table writes it ("MET").',
+    continent='The continent\'s group ("EUROPA").',
+    continent_id="The number of the continent (4 for Europe).",
+    timetables="How many timetables the country has; 0 when it has none.",
+    several_zones="True for a country spanning several zones.",
+    iso='The ISO code ("DE"; a US state\'s "US-CA"); "" where the atlas has none (a group).',
+)
+_document_fields(
+    TimetableEntry,
+    start="The local time the entry starts, a naive datetime (the first entry: 1 January 1700).",
+    julian_day="``start`` as a Julian day.",
+    zone="The Zone that holds from ``start`` on.",
+)
 
 
 def _text(value, what):
@@ -270,18 +396,26 @@ def _zone(s):
 
 
 class Atlas:
-    """An atlas folder ("build/atlas"); without one the default atlas: the
-    folder $TARV_ATLAS names, else the atlas installed with the library
-    (the one this package carries), whose user places are kept in the
-    user's data folder ($XDG_DATA_HOME/tarvplaces/USER,
-    ~/.local/share/tarvplaces/USER, %APPDATA%\\tarvplaces\\USER), never
-    beside the package. `user_folder` keeps the user places of `folder`
-    elsewhere than in its USER folder; within one process a folder keeps
+    """An open atlas: Atlas(folder=None, *, user_folder=None).
+
+    `folder` is an atlas folder ("build/atlas", a str or path); without one
+    the default atlas opens: the folder $TARV_ATLAS names, else the atlas
+    installed with the library (the one this package carries), whose user
+    places are kept in the user's data folder
+    ($XDG_DATA_HOME/tarvplaces/USER, ~/.local/share/tarvplaces/USER,
+    %APPDATA%\\tarvplaces\\USER), never beside the package. `user_folder`
+    keeps the user places of `folder` elsewhere than in its USER folder
+    (for an atlas the user cannot write); within one process a folder keeps
     the user folder it was first opened with (another raises ValueError).
-    Raises AtlasError when there is no usable atlas. Close it (or use it
-    in a with statement) when done."""
+    Raises AtlasError when there is no usable atlas.
+
+    Close it (or use it in a with statement) when done; any method of a
+    closed atlas raises ValueError. Any number of atlases may be open, and
+    threads may call one at the same time."""
 
     def __init__(self, folder=None, *, user_folder=None):
+        """Opens `folder`, or the default atlas when it is None (see the
+        class); AtlasError when there is no usable atlas."""
         self._handle = None
         handle = ctypes.c_void_p()
         if folder is None:
@@ -305,12 +439,15 @@ class Atlas:
             _check(lib.tarv_close(handle))
 
     def __enter__(self):
+        """The atlas itself, for ``with Atlas(...) as atlas:``."""
         return self
 
     def __exit__(self, *exc):
+        """Closes the atlas at the end of the with statement."""
         self.close()
 
     def __del__(self):
+        """Closes an atlas nobody closed."""
         # At interpreter exit the module's globals may be gone already.
         handle = getattr(self, "_handle", None)
         if handle is not None and lib is not None:
@@ -323,7 +460,8 @@ class Atlas:
 
     @property
     def folder(self):
-        """The atlas folder as it was opened."""
+        """The atlas folder as it was opened (a str): the folder given, or
+        the one the default atlas was found in."""
         handle = self._open_handle()
         needed = ctypes.c_size_t(0)
         status = lib.tarv_atlas_folder(handle, None, 0, ctypes.byref(needed))
@@ -334,7 +472,7 @@ class Atlas:
         return buffer.value.decode()
 
     def place(self, name, country=None, when=None, *, code=None):
-        """The place of that name most people mean, in a country or group
+        """The Place of that name most people mean, in a country or group
         ("DE", "D", "Germany", "EUROPA"; every country when None; `code` an
         atlas code instead) with the zone in force at the local time `when`
         (a naive datetime, or a date for its noon), or its standard zone when
@@ -356,8 +494,12 @@ class Atlas:
 
     def search(self, text, country=None, when=None, *, code=None):
         """Every place matching `text` ("Mün*", "M?nchen", "Munchen") in a
-        country or group; in every country when None, at most 50, the most
-        populous first ("Par*" for typing ahead)."""
+        country or group, as a list of Place, each with the zone in force at
+        `when` (as for ``place``; its standard zone when None): a whole name
+        puts the place most people mean first. In every country when
+        `country` is None: at most 50, the user's own first, then the most
+        populous ("Par*" for typing ahead). An empty list when nothing
+        matches; UnknownCountryError for a country nothing names."""
         local = _local_time(when)
         places = ctypes.c_void_p()
         _check(
@@ -375,8 +517,10 @@ class Atlas:
             lib.tarv_place_list_free(places)
 
     def nearest(self, country, longitude, latitude, range=0.0):
-        """The place of a country nearest to the coordinates (within `range`
-        degrees when it is not 0), with its standard zone; None when none."""
+        """The Place of a country nearest to the coordinates (decimal
+        degrees, east and north positive), with its standard zone; with a
+        `range` other than 0 only places closer than that many degrees
+        count. None when no place qualifies."""
         place = _native.PlaceStruct()
         status = _check(
             lib.tarv_nearest(
@@ -391,22 +535,24 @@ class Atlas:
         return None if status == _native.NOT_FOUND else _place(place)
 
     def countries(self):
-        """Every country and US state, sorted by title."""
+        """Every country and US state of the atlas as a list of Country,
+        sorted by title."""
         countries = ctypes.c_void_p()
         _check(lib.tarv_countries(self._open_handle(), ctypes.byref(countries)))
         return _countries(countries)
 
     def country(self, name=None, *, code=None):
-        """The country or group a code, ISO code or name names ("DE",
+        """The Country (or group) a code, ISO code or name names ("DE",
         "Allemagne", "US-CA", "EUROPA"; `code` an atlas code instead), or
-        None."""
+        None when nothing does."""
         countries = ctypes.c_void_p()
         _check(lib.tarv_find_country(self._open_handle(), _country(name, code), ctypes.byref(countries)))
         found = _countries(countries)
         return found[0] if found else None
 
     def zones(self):
-        """The zone table, by id."""
+        """The zone table as a list of Zone, by id (287 zones in the default
+        atlas); ``zones()[p.zone_id]`` is the zone of a Place."""
         zones = ctypes.c_void_p()
         _check(lib.tarv_zones(self._open_handle(), ctypes.byref(zones)))
         try:
@@ -415,8 +561,11 @@ class Atlas:
             lib.tarv_zone_list_free(zones)
 
     def timetable(self, country, number):
-        """The entries of a country's timetable `number`, from 1700 to its
-        last change before 2000."""
+        """The entries of a country's timetable `number` as a list of
+        TimetableEntry, from 1 January 1700 (local mean time) to its last
+        change before 2000. 0 is the country's default history;
+        ``Country.timetables`` tells how many it has, and a number it does
+        not have gives the single local-mean-time entry."""
         entries = ctypes.c_void_p()
         _check(
             lib.tarv_timetable_entries(
@@ -435,10 +584,16 @@ class Atlas:
             lib.tarv_timetable_free(entries)
 
     def add_place(self, country, name, longitude, latitude, timetable=0):
-        """Adds a place of the user's; ValueError says why one cannot be added.
-        Returns the names of the country's other user places with the same
-        letters ("Testort 1" for "Testort 2"), which a search finds with it:
-        worth telling the user."""
+        """Adds a place of the user's to a country (not a group): found
+        before the atlas's places of the same name, by this and every other
+        Atlas on the folder. `timetable` is one of the country's (0 to
+        ``Country.timetables``). Adding a name that exists already is fine.
+        ValueError says why one cannot be added (an empty name, one longer
+        than 28 characters, letters the atlas cannot write, a timetable the
+        country lacks); AtlasWriteError when the user folder cannot be
+        written. Returns the names of the country's other user places with
+        the same letters ("Testort 1" for "Testort 2"), which a search finds
+        with it: worth telling the user."""
         _check(
             lib.tarv_add_place(
                 self._open_handle(),
@@ -452,8 +607,9 @@ class Atlas:
         return self.user_places_alike(country, name)
 
     def user_places_alike(self, country, name):
-        """The user places of a country spelled otherwise whose names have
-        the same letters as `name` (digits, blanks and marks aside)."""
+        """The names (a list of str) of the user places of a country spelled
+        otherwise whose names have the same letters as `name` (digits,
+        blanks and marks aside), which a search finds together with it."""
         handle = self._open_handle()
         args = (handle, _country(country, None), _text(name, "name"))
         needed = ctypes.c_size_t(0)
@@ -465,20 +621,26 @@ class Atlas:
         return buffer.value.decode().splitlines()
 
     def delete_place(self, country, name):
-        """Deletes the user's place of that name; False when there is none."""
+        """Deletes the user's place of that name from a country; True when
+        it was deleted, False when the country has no user place of that
+        name (the atlas's own places cannot be deleted)."""
         status = _check(lib.tarv_delete_place(self._open_handle(), _country(country, None), _text(name, "name")))
         return status == _native.OK
 
     def export(self, folder=None):
-        """Writes Countries.txt, Cities.txt, Zones.txt and Timetable.txt into
-        `folder` (created when missing), or into the atlas folder."""
+        """Writes the whole atlas as Countries.txt, Cities.txt, Zones.txt and
+        Timetable.txt (TAB-separated, Windows-1252, CR LF) into `folder`
+        (created when missing), or into the atlas folder when None. The old
+        files stay as they were when it fails (AtlasWriteError)."""
         target = None if folder is None else _text(os.fspath(folder), "folder")
         _check(lib.tarv_export(self._open_handle(), target))
 
     @property
     def language(self):
-        """The language of the component's texts: 2 German, 1 English. It is
-        the process's, shared by every Atlas."""
+        """The language of this atlas's texts: 2 German (the default), 1
+        English. Country, zone and continent names of the calls that start
+        after a change follow it (``Place.country_name``,
+        ``Place.zone_long_name``); other Atlas objects keep their own."""
         language = ctypes.c_int32()
         _check(lib.tarv_language(self._open_handle(), ctypes.byref(language)))
         return language.value
@@ -494,9 +656,13 @@ _sink = None  # the C function object must live as long as it is installed
 
 def set_message_sink(function):
     """Routes the component's messages (a change counter it cannot use) to
-    `function(title, text, style)`, which returns the button
-    chosen (1 OK, 2 Cancel, 6 Yes, 7 No, ...; None counts as OK). None
-    restores the default, which writes them to stderr."""
+    `function(title, text, style)`, for every Atlas of the process.
+    `style` holds the buttons (low 4 bits) and the icon (16 critical, 32
+    question, 48 exclamation, 64 information); the function returns the
+    button chosen (1 OK, 2 Cancel, 3 Abort, 4 Retry, 5 Ignore, 6 Yes, 7 No;
+    None counts as OK, and so does an exception it raises). It runs on the
+    thread of the call that has the message and must not call the atlas.
+    None restores the default, which writes "title: text" to stderr."""
     global _sink
 
     def call(_user, title, text, style):

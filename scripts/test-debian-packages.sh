@@ -36,14 +36,16 @@ owned=$(mktemp)
 dpkg -L "${packages[@]}" | sort -u >"$owned"
 
 work=$(mktemp -d)
-trap 'rm -rf "$work" "$owned"' EXIT
+# A failed check must not leave the packages installed.
+trap 'rm -rf "$work" "$owned"; dpkg -s tarvplaces-data >/dev/null 2>&1 &&
+      apt-get purge -y -qq "${packages[@]}" >/dev/null 2>&1' EXIT
 export HOME="$work/home"
 unset TARV_ATLAS XDG_DATA_HOME
 mkdir -p "$HOME"
 cd "$work"
 tarvplaces place München D --date 1980-07-01T12:00 | tee tool.txt
 grep -q 'UTC+2' tool.txt || fail "the installed tool did not give München's summer time"
-zcat /usr/share/man/man1/tarvplaces.1.gz | grep -q 'build-atlas' || fail "no manual page for tarvplaces"
+zcat /usr/share/man/man1/tarvplaces.1.gz | grep -q 'TARV_ATLAS' || fail "no manual page for tarvplaces"
 cc "$OLDPWD/examples/c/host.c" $(pkg-config --cflags --libs tarvplaces) -o host
 ./host - München D 1980-07-01T12:00 | tee host.txt
 grep -q 'UTC+2:00' host.txt || fail "the C host built with pkg-config did not answer"

@@ -5,6 +5,10 @@
  *   ./host build/atlas München D 1980-07-01T12:00
  *   ./host - München D 1980-07-01T12:00      (the default atlas)
  *
+ * Names are UTF-8, as the library takes them; on Windows argv is in the ANSI
+ * code page, so a Windows host converts its wide strings (WideCharToMultiByte
+ * with CP_UTF8) before it calls the library.
+ *
  * Exit status: 0 found, 1 not found, 2 bad usage or an unusable atlas. */
 #include <stdio.h>
 #include <stdlib.h>

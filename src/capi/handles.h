@@ -63,7 +63,7 @@ class Handle {
 
 // A new handle on `folder` ("" for one that asks its callback), its tables
 // loaded. TARV_E_ATLAS when the folder holds no atlas.
-tarv_atlas* OpenHandle(const std::string& folder, const std::string& user_folder = "");
+tarv_atlas* OpenHandle(const std::string& folder, const std::string& user_folder);
 
 // Frees an open handle; TARV_E_HANDLE for any other pointer. Calls running
 // on it finish on their own copy.

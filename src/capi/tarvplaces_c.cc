@@ -198,12 +198,7 @@ const char* tarv_last_error(void) {
 }
 
 tarv_status tarv_open(const char* folder, tarv_atlas** atlas) {
-  return Call([&] {
-    Require(atlas, "the handle's address");
-    const std::string path = folder == nullptr ? std::string() : Utf8Argument(folder, "the folder");
-    *atlas = tarv::capi::OpenHandle(path);
-    return TARV_OK;
-  });
+  return tarv_open_with_user_folder(folder, nullptr, atlas);
 }
 
 tarv_status tarv_open_with_user_folder(const char* folder, const char* user_folder,

@@ -21,20 +21,28 @@ double LookupSerialOfJulian(double julian) {
   }
 }
 
+ZoneAtDate ZoneOfHistoryAnswer(HistoryAnswer answer) {
+  ZoneAtDate at = ZoneOfId(answer.entry);
+  at.own_history = true;
+  at.iana = std::move(answer.zone_name);
+  at.abbreviation = std::move(answer.abbreviation);
+  at.utc_seconds = answer.utc_offset;
+  at.daylight = answer.daylight;
+  at.kind = answer.kind;
+  return at;
+}
+
+std::optional<PlaceHistory> OwnHistoryOfPlace(const FoundPlace& place) {
+  if (place.RecordNo > 0) return OwnHistoryOf(place.Country, place.RecordNo);
+  if (place.RecordNo < 0) return MapHistoryAt(place.Place.Longitude, place.Place.Latitude);
+  return std::nullopt;
+}
+
 std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date) {
   InitializeCountries("", "Country.dat", false, false);
   InitializeTimeZones("", "Zones13.bin");
-  if (place.RecordNo > 0) {
-    if (auto own = OwnHistoryAt(place.Country, place.RecordNo, date)) {
-      ZoneAtDate at = ZoneOfId(own->entry);
-      at.own_history = true;
-      at.iana = std::move(own->zone_name);
-      at.abbreviation = std::move(own->abbreviation);
-      at.utc_seconds = own->utc_offset;
-      at.daylight = own->daylight;
-      at.kind = own->kind;
-      return at;
-    }
+  if (auto own = OwnHistoryOfPlace(place); own && std::isfinite(date)) {
+    return ZoneOfHistoryAnswer(own->At(date));
   }
   auto at = ZoneAt(place.Country, place.Place.Timetable, date);
   if (at) {
@@ -52,13 +60,21 @@ std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date) {
   return at;
 }
 
+std::optional<ZoneAtDate> ZoneOfPointAt(double longitude, double latitude, double date) {
+  InitializeTimeZones("", "Zones13.bin");
+  if (!std::isfinite(date)) return std::nullopt;
+  const auto history = MapHistoryAt(longitude, latitude);
+  if (!history) return std::nullopt;
+  return ZoneOfHistoryAnswer(history->At(date));
+}
+
 std::optional<OwnHistoryDifference> CompareWithTimetable(const FoundPlace& place,
                                                          std::int16_t timetable) {
   constexpr int kFirstYear = 1850;
   constexpr int kLastYear = 2100;
   InitializeCountries("", "Country.dat", false, false);
   InitializeTimeZones("", "Zones13.bin");
-  const auto history = OwnHistoryOf(place.Country, place.RecordNo);
+  const auto history = OwnHistoryOfPlace(place);
   if (!history) return std::nullopt;
   OwnHistoryDifference difference;
   difference.iana = (*history->histories)[history->zone].name;

@@ -11,6 +11,7 @@
 
 #include "atlas/found_place.h"
 #include "atlas/timetable.h"
+#include "atlas/zone_history.h"
 
 namespace tarv {
 
@@ -20,18 +21,31 @@ namespace tarv {
 // at which every timetable still shows local mean time.
 double LookupSerialOfJulian(double julian);
 
+// A history's answer as a zone at a date.
+ZoneAtDate ZoneOfHistoryAnswer(HistoryAnswer answer);
+
+// The place's own zone history: a database place's from the atlas's files, a
+// user place's from the zone map at its coordinates; nullopt where the atlas
+// has neither (then the timetable holds).
+std::optional<PlaceHistory> OwnHistoryOfPlace(const FoundPlace& place);
+
 // The zone of a found place at the local serial date `date`: from the place's
-// own history when it is a database place and the atlas has one for it (then
+// own history (OwnHistoryOfPlace) where the atlas has one for it (then
 // `own_history` is set and `kind` says whether the local time was skipped or
 // repeated), else from its country's timetable as ZoneAt gives it, with
 // `kind` from LocalTimeStatus. A damaged history file throws AtlasError.
 std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date);
 
+// The zone the atlas's zone map gives at the coordinates, at the local
+// serial date `date`; nullopt for an atlas without a map, coordinates off the
+// earth and dates that are not finite.
+std::optional<ZoneAtDate> ZoneOfPointAt(double longitude, double latitude, double date);
+
 // Where a database place's own history and a timetable of its country give
 // different offsets (local mean time counting as an offset of its own),
 // judged at noon on the 15th of every month from 1850 through 2100:
 // the place's IANA zone and the ranges of years, first to last. nullopt for a
-// place without an own history (a user place, an atlas without the files).
+// place without an own history.
 struct OwnHistoryDifference {
   std::string iana;
   std::vector<std::pair<int, int>> years;

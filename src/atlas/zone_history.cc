@@ -11,7 +11,9 @@
 
 #include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
+#include "atlas/format_reader.h"
 #include "atlas/place_file.h"
+#include "atlas/zone_map.h"
 #include "platform/file_status.h"
 #include "platform/per_thread.h"
 #include "text/bytes.h"
@@ -38,9 +40,6 @@ constexpr std::int64_t kOffsetBound = kSecondsPerDay;
 // days to them never overflows.
 constexpr std::int64_t kStartBound = 10'000'000'000'000;
 
-std::int64_t DecodeInt64(std::string_view bytes, std::size_t at) {
-  return static_cast<std::int64_t>(bytes_detail::DecodeUnsigned(bytes, at, 8));
-}
 void AppendInt64(std::string& out, std::int64_t v) {
   bytes_detail::AppendUnsigned(out, static_cast<std::uint64_t>(v), 8);
 }
@@ -53,69 +52,6 @@ void AppendShortText(std::string& out, const std::string& text) {
 bool IsPrintableAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7F; });
 }
-
-// A bounds-checked reader over one file's bytes; every fault names the file.
-class Reader {
- public:
-  Reader(std::string_view bytes, const std::string& file) : bytes_(bytes), file_(file) {}
-
-  void Need(std::size_t count, const std::string& what) const {
-    if (bytes_.size() - at_ < count) throw FormatViolation(file_, what + " is cut off");
-  }
-  std::uint8_t Byte(const std::string& what) {
-    Need(1, what);
-    return static_cast<std::uint8_t>(bytes_[at_++]);
-  }
-  std::int16_t Int16(const std::string& what) {
-    Need(2, what);
-    const auto v = DecodeInt16(bytes_, at_);
-    at_ += 2;
-    return v;
-  }
-  std::uint32_t Uint32(const std::string& what) {
-    Need(4, what);
-    const auto v = static_cast<std::uint32_t>(DecodeInt32(bytes_, at_));
-    at_ += 4;
-    return v;
-  }
-  std::int32_t Int32(const std::string& what) { return static_cast<std::int32_t>(Uint32(what)); }
-  std::int64_t Int64(const std::string& what) {
-    Need(8, what);
-    const auto v = DecodeInt64(bytes_, at_);
-    at_ += 8;
-    return v;
-  }
-  std::string Text(std::size_t length, const std::string& what) {
-    Need(length, what);
-    std::string text(bytes_.substr(at_, length));
-    at_ += length;
-    return text;
-  }
-  std::size_t Left() const { return bytes_.size() - at_; }
-
-  // Magic, version and the two zero bytes.
-  void Header(std::string_view magic, const std::string& kind) {
-    if (bytes_.size() < 8 || bytes_.substr(0, 4) != magic) {
-      throw FormatViolation(file_, "not " + kind + " (no \"" + std::string(magic) + "\" header)");
-    }
-    at_ = 4;
-    const auto version = static_cast<std::uint16_t>(Int16("the version"));
-    if (version != kZoneHistoryVersion) {
-      throw FormatViolation(file_,
-                            kind + " version " + std::to_string(version) + " is not known (1 is)");
-    }
-    if (Int16("the header") != 0) throw FormatViolation(file_, "header bytes 6-7 are not zero");
-  }
-  void End() const {
-    if (Left() != 0)
-      throw FormatViolation(file_, std::to_string(Left()) + " bytes after the last field");
-  }
-
- private:
-  std::string_view bytes_;
-  const std::string& file_;
-  std::size_t at_ = 0;
-};
 
 std::int16_t CheckedEntry(std::int16_t entry, std::size_t zone_count, const std::string& file,
                           const std::string& what) {
@@ -266,8 +202,8 @@ std::string EncodePlaceZones(const std::vector<std::uint16_t>& zones,
 
 ZoneHistories::ZoneHistories(std::string_view bytes, const std::string& file,
                              std::size_t zone_count) {
-  Reader in(bytes, file);
-  in.Header(kZoneHistoryMagic, "a zone history file");
+  FormatReader in(bytes, file);
+  in.Header(kZoneHistoryMagic, "a zone history file", kZoneHistoryVersion);
   const std::uint32_t count = in.Uint32("the zone count");
   if (count == 0 || count > kMaxZones) {
     throw FormatViolation(file, "zone count " + std::to_string(count) + " out of range");
@@ -404,8 +340,8 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
 }
 
 PlaceZones::PlaceZones(std::string_view bytes, const std::string& file, std::size_t zone_count) {
-  Reader in(bytes, file);
-  in.Header(kPlaceZonesMagic, "a place zone file");
+  FormatReader in(bytes, file);
+  in.Header(kPlaceZonesMagic, "a place zone file", kZoneHistoryVersion);
   const std::uint32_t count = in.Uint32("the record count");
   if (count > kMaxPlaceRecords || count > in.Left() / 2) {
     throw FormatViolation(file, "record count " + std::to_string(count) + " out of range");
@@ -536,6 +472,58 @@ std::optional<LoadedHistories> LoadHistories(std::string_view code) {
   return loaded;
 }
 
+// The zone histories and the zone map of the current atlas, nullopt for an
+// atlas without them; a damaged one is noted and fails the call.
+struct LoadedMap {
+  std::shared_ptr<const ZoneHistories> histories;
+  std::shared_ptr<const ZoneMap> map;  // null for an atlas without a map
+};
+
+std::optional<LoadedMap> ReadMap() {
+  auto image = [](const std::string& file) {
+    std::int32_t error = 0;
+    auto bytes = ExistingImage(file, error, Packing::kSzdd);
+    if (error != 0) NoteUnreadableFile(file, error);
+    return bytes;
+  };
+  const std::string history_file = AtlasFolder("") + kZoneHistoryFile;
+  const auto history_bytes = image(history_file);
+  if (!history_bytes) return std::nullopt;
+  LoadedMap loaded;
+  loaded.histories = CurrentAtlas().Derived<DecodedFiles<ZoneHistories>>().Get(
+      history_file, history_bytes, CurrentAtlas().zones.size());
+  if (!loaded.histories) return std::nullopt;
+  const std::string map_file = AtlasFolder("") + kZoneMapFile;
+  if (const auto map_bytes = image(map_file)) {
+    loaded.map = CurrentAtlas().Derived<DecodedFiles<ZoneMap>>().Get(map_file, map_bytes,
+                                                                     loaded.histories->size());
+    if (!loaded.map) return std::nullopt;
+  }
+  return loaded;
+}
+
+struct MapMemo {
+  std::uint64_t call = 0;
+  std::uint64_t tables = 0;
+  std::string places_path;
+  std::optional<LoadedMap> loaded;
+};
+
+std::optional<LoadedMap> LoadMap() {
+  MapMemo& memo = PerThread<MapMemo>();
+  const std::uint64_t call = CallNumber();
+  const AtlasState& state = CurrentAtlas();
+  if (call != 0 && memo.call == call && memo.tables == state.tables_version &&
+      memo.places_path == state.places_path) {
+    return memo.loaded;
+  }
+  const std::uint64_t faults_before = FaultNotes();
+  auto loaded = ReadMap();
+  if (FaultNotes() != faults_before) return loaded;
+  memo = {call, state.tables_version, state.places_path, loaded};
+  return loaded;
+}
+
 HistoryAnswer AnswerAt(const ZoneHistories& histories, std::uint16_t zone, double date) {
   // Serial dates far outside any history still fit 64-bit seconds.
   return histories.At(zone, LocalSecondsOfSerial(std::clamp(date, -1e9, 1e9)));
@@ -571,6 +559,30 @@ std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int3
   const auto zone = loaded->place_zones->ZoneOfTimetable(timetable);
   if (!zone) return std::nullopt;
   return AnswerAt(*loaded->histories, *zone, date);
+}
+
+std::optional<PlaceHistory> MapHistoryAt(double longitude, double latitude) {
+  const auto loaded = LoadMap();
+  if (!loaded || !loaded->map) return std::nullopt;
+  const auto zone = loaded->map->ZoneAt(longitude, latitude);
+  if (!zone) return std::nullopt;
+  return PlaceHistory{loaded->histories, *zone};
+}
+
+std::optional<PlaceHistory> NamedHistory(std::string_view iana) {
+  const auto loaded = LoadMap();
+  if (!loaded) return std::nullopt;
+  const ZoneHistories& histories = *loaded->histories;
+  for (std::size_t i = 0; i < histories.size(); ++i) {
+    if (histories[i].name == iana)
+      return PlaceHistory{loaded->histories, static_cast<std::uint16_t>(i)};
+  }
+  return std::nullopt;
+}
+
+bool HasZoneMap() {
+  const auto loaded = LoadMap();
+  return loaded && loaded->map;
 }
 
 }  // namespace tarv

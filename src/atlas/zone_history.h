@@ -173,6 +173,18 @@ std::optional<PlaceHistory> OwnHistoryOf(std::string_view code, std::int32_t rec
 std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int32_t timetable,
                                                 double date);
 
+// The history of the zone the atlas's map ("Zones.map") gives at the
+// coordinates; nullopt for an atlas without a map or "Zones.hst", and for
+// coordinates off the earth. A damaged file is noted and fails the call.
+std::optional<PlaceHistory> MapHistoryAt(double longitude, double latitude);
+
+// The history of the IANA zone `iana` ("America/Chicago"); nullopt when
+// "Zones.hst" has no such zone or the atlas has no histories.
+std::optional<PlaceHistory> NamedHistory(std::string_view iana);
+
+// Whether the current atlas has a zone map.
+bool HasZoneMap();
+
 }  // namespace tarv
 
 #endif  // TARVPLACES_ATLAS_ZONE_HISTORY_H_

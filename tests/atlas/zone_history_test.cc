@@ -7,6 +7,7 @@
 
 #include "atlas/place_search.h"
 #include "atlas/place_zone.h"
+#include "atlas/zone_map.h"
 #include "platform/file_status.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/atlas_error.h"
@@ -152,6 +153,35 @@ TEST_F(ZoneHistoryTest, UserPlacesAndAtlasesWithoutTheFilesKeepTheTimetable) {
   ClearExpandedImages();
   EXPECT_EQ(std::tuple(ZoneOf("Berlin", 1980, 7, 1), ZoneOf("Lagos Town", 1950, 7, 1)),
             std::tuple("MET", "MET"));
+}
+
+// A map where Test/Lagos holds from 0 to 10 degrees east and north and
+// the sea (all of it Test/Berlin's here) everywhere else.
+TEST_F(ZoneHistoryTest, UserPlacesAndPointsTakeTheZoneOfTheMap) {
+  ZoneMapData map;
+  ZoneMapData::Ring square;
+  square.longitudes = {0, 1'000'000, 1'000'000, 0};
+  square.latitudes = {0, 0, 1'000'000, 1'000'000};
+  map.nodes = {{ZoneMapData::NodeKind::kTile, 0}};
+  map.tiles = {{{1, {square}}}};
+  folder_.Write(kZoneMapFile, CompressSzdd(EncodeZoneMap(map)));
+  WriteUserFile("D", {Place("Mine", 3.4F, 6.5F), Place("Yours", 13.4F, 52.5F)});
+  const std::tuple<const char*, int, int, const char*> kCases[] = {
+      {"Mine", 1950, 7, "WAT"}, {"Mine", 1906, 1, "GMT"}, {"Yours", 1980, 7, "MET/S"}};
+  for (const auto& [place, year, month, zone] : kCases)
+    EXPECT_EQ(ZoneOf(place, year, month, 1), zone) << place << " " << year;
+  const auto at = ZoneOfPointAt(3.0, 3.0, At(1950, 7, 1, 12));
+  ASSERT_TRUE(at);
+  EXPECT_EQ(std::tuple(at->iana, at->abbreviation, at->utc_seconds),
+            std::tuple("Test/Lagos", "WAT", 3600));
+  EXPECT_FALSE(ZoneOfPointAt(181.0, 0.0, At(1950, 7, 1, 12)));
+
+  folder_.Write(kZoneMapFile, CompressSzdd(EncodeZoneMap(map).substr(0, 70)));
+  ForgetFileStatuses();
+  ClearExpandedImages();
+  EXPECT_THAT([&] { ZoneOf("Mine", 1950, 7, 1); },
+              ::testing::ThrowsMessage<AtlasError>(
+                  AllOf(HasSubstr("Zones.map"), HasSubstr("tile count 1 out of range"))));
 }
 
 TEST_F(ZoneHistoryTest, DamagedFilesAreErrorsNamingThem) {

@@ -111,14 +111,24 @@ class Atlas {
   std::optional<PlaceInfo> Nearest(const std::string& country, double longitude, double latitude,
                                    double range_degrees = 0.0) const;
 
+  // The zone in force at the coordinates at the local time `when` (without
+  // one, at the present instant) by the atlas's map of the zones'
+  // boundaries; nullopt for an atlas without a map. Coordinates off the
+  // earth throw std::invalid_argument.
+  std::optional<PointZone> ZoneAt(double longitude, double latitude,
+                                  const std::optional<LocalTime>& when = std::nullopt) const;
+
   // ---- The user's own places ----
 
   // Adds a place of the user's to `country` (an atlas code). Returns "" when
   // it was stored or a user place of that name exists already, else why not:
   // "the name is empty", "USCA has no timetable 9 (it offers 0 to 1)", ...
+  // Its zone at a date comes from the atlas's zone map at its coordinates,
+  // or from `zone` when the user names one ("America/Chicago", one of the
+  // zones the atlas knows); an atlas without a map keeps the timetable.
   // Throws AtlasWriteError when the folder cannot be written.
   std::string AddPlace(const std::string& country, const std::string& name, double longitude,
-                       double latitude, std::int16_t timetable = 0);
+                       double latitude, std::int16_t timetable = 0, const std::string& zone = "");
 
   // Deletes the user's place of that name; false when `country` has none.
   bool DeletePlace(const std::string& country, const std::string& name);

@@ -66,6 +66,21 @@ struct PlaceInfo {
   bool OwnHistory = false;  // the zone came from the place's own history, not its timetable
 };
 
+// The zone in force at coordinates, by the atlas's map of the zones'
+// boundaries: on land and in territorial waters the zone of the land, on the
+// open sea the nautical zone of the longitude ("Etc/GMT+5").
+struct PointZone {
+  double Longitude = 0.0;
+  double Latitude = 0.0;
+  std::string Iana;  // "America/Chicago"
+  // At the local time asked for (or at the present instant without one);
+  // local mean time is the point's own, longitude / 15.
+  ZoneInfo Zone;
+  LocalTimeKind LocalTime = LocalTimeKind::kNormal;
+  std::string TzAbbreviation;  // tzdata's, "CDT"
+  std::string ZoneLongName;    // in the atlas's language
+};
+
 // How a country lookup reads a text that is both an ISO 3166 code and one of
 // the atlas's own codes: "ES" is Spain's ISO code and El Salvador's atlas
 // code, "RU" Russia's and Burundi's.

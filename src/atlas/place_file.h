@@ -54,8 +54,8 @@ bool Get_City_Data(const std::string& place_file, std::string_view name, PlaceRe
 // Get_City_Data on the user file of the database file `place_file`, and when
 // that finds nothing on the database file itself, with a single search.
 // `ref`, when given, receives where the place was read from.
-bool FindPlaceUserFirst(const std::string& place_file, std::string_view name,
-                             PlaceRecord& place, PlaceRef* ref = nullptr);
+bool FindPlaceUserFirst(const std::string& place_file, std::string_view name, PlaceRecord& place,
+                        PlaceRef* ref = nullptr);
 
 }  // namespace tarv
 

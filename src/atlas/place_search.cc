@@ -94,8 +94,8 @@ struct Ranked {
 
 // Kept from call to call for its room, as the found-place list is.
 const Ranked& RankWholeName(const PlaceList& own, const PlaceList& indexed,
-                            const std::vector<PlaceWeight>& indexed_weights,
-                            const NameQuery& query, std::string_view typed) {
+                            const std::vector<PlaceWeight>& indexed_weights, const NameQuery& query,
+                            std::string_view typed) {
   enum Group { kUser, kKeyed, kLoose };
   struct Candidate {
     std::size_t from;  // into own, then into indexed

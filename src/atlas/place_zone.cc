@@ -34,7 +34,10 @@ ZoneAtDate ZoneOfHistoryAnswer(HistoryAnswer answer) {
 
 std::optional<PlaceHistory> OwnHistoryOfPlace(const FoundPlace& place) {
   if (place.RecordNo > 0) return OwnHistoryOf(place.Country, place.RecordNo);
-  if (place.RecordNo < 0) return MapHistoryAt(place.Place.Longitude, place.Place.Latitude);
+  if (place.RecordNo < 0) {
+    if (auto named = UserNamedHistory(place.Country, place.Place.NameField())) return named;
+    return MapHistoryAt(place.Place.Longitude, place.Place.Latitude);
+  }
   return std::nullopt;
 }
 

@@ -13,6 +13,7 @@
 #include "atlas/name_match.h"
 #include "atlas/place_image.h"
 #include "atlas/place_search.h"
+#include "atlas/user_zones.h"
 #include "platform/atomic_file.h"
 #include "platform/change_counter.h"
 #include "platform/file_lock.h"
@@ -33,6 +34,8 @@ struct UserFile {
   std::string path;  // Windows-style
   fs::path native;   // on disk
   fs::path native_index;
+  std::string zones_path;  // the zones the user named
+  fs::path native_zones;
 };
 
 std::optional<UserFile> UserFileOf(std::int32_t country_id) {
@@ -51,6 +54,8 @@ std::optional<UserFile> UserFileOf(std::int32_t country_id) {
   file.path = Get_UserFile(place_file);
   file.native = NativePath(file.path);
   file.native_index = NativePath(IndexPathOf(file.path));
+  file.zones_path = UserZonesPathOf(file.path);
+  file.native_zones = NativePath(file.zones_path);
   return file;
 }
 
@@ -77,6 +82,37 @@ std::optional<std::string> SoundUserFile(const UserFile& file) {
     return std::nullopt;
   }
   return bytes;
+}
+
+// The zones the user named, when their file is missing or sound; a damaged
+// one is noted and never rewritten (its lines would be lost).
+std::optional<NamedZones> SoundUserZones(const UserFile& file) {
+  std::string bytes;
+  const WholeFile read = ReadWholeFile(Utf8OfPath(file.native_zones), bytes, 0, false);
+  if (read == WholeFile::kMissing) return NamedZones{};
+  if (read != WholeFile::kRead) {
+    NoteMalformedFile({file.zones_path, WholeFileProblem(read)});
+    return std::nullopt;
+  }
+  auto decoded = Decode([&] { return UserZones(bytes, file.zones_path).entries(); });
+  if (!decoded) {
+    NoteMalformedFile(decoded.fault());
+    return std::nullopt;
+  }
+  return *decoded;
+}
+
+// Writes the zone file with `zones` (none: no file) where they changed.
+void WriteUserZones(const UserFile& file, const NamedZones& before, const NamedZones& zones) {
+  if (zones == before) return;
+  if (zones.empty()) {
+    std::error_code ec;
+    fs::remove(file.native_zones, ec);
+    if (ec) throw AtlasWriteError(file.zones_path, "removing it: " + ec.message());
+  } else {
+    WriteFileAtomically(file.native_zones, EncodeUserZones(zones));
+  }
+  ForgetExpandedImage(file.zones_path);
 }
 
 // The record's name field as stored.
@@ -123,6 +159,8 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
 
   const std::optional<std::string> bytes = SoundUserFile(*file);
   if (!bytes) return 0;
+  const std::optional<NamedZones> zones = SoundUserZones(*file);
+  if (!zones) return 0;
   // Deleted records are dropped as the file is rewritten: long use does not
   // fill the file with them. (Record numbers change with every addition in
   // any case, as the file is kept in name order.)
@@ -156,6 +194,17 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
     }
     previous = first;
   }
+  // The zones first: a line whose place is not written yet names nothing,
+  // and a name added without a zone loses any line a former place left.
+  NamedZones kept;
+  for (const auto& entry : *zones) {
+    const bool listed = std::any_of(records.begin(), records.end(), [&](const std::string& r) {
+      return TextEqual(Trim(NameOf(r)), entry.first);
+    });
+    if (listed && !TextEqual(entry.first, Trim(wanted))) kept.push_back(entry);
+  }
+  if (!place.Zone.empty()) kept.emplace_back(Trim(wanted), place.Zone);
+  WriteUserZones(*file, *zones, kept);
   WriteFileAtomically(file->native, data);
   WriteFileAtomically(file->native_index, index);
   ForgetExpandedImage(file->path);
@@ -185,6 +234,13 @@ std::int16_t Delete_City(const UserPlace& place) {
     data.replace(at, kPlaceNameWidth, kDeletedMark + old.substr(at, kPlaceNameWidth - 1));
     WriteFileAtomically(file->native, data);
     ForgetExpandedImage(file->path);
+    if (const auto zones = SoundUserZones(*file)) {
+      NamedZones kept;
+      for (const auto& entry : *zones) {
+        if (!TextEqual(entry.first, Trim(wanted.NameField()))) kept.push_back(entry);
+      }
+      WriteUserZones(*file, *zones, kept);
+    }
     BumpChangeCounter(file->native.parent_path());
     break;
   }

@@ -22,6 +22,9 @@ namespace tarv {
 struct UserPlace {
   std::int32_t CountryId = 0;
   PlaceRecord Place;
+  // An IANA zone the user named for it ("America/Chicago"), kept beside the
+  // user file; "" to follow the zone map at its coordinates.
+  std::string Zone;
 };
 
 // A name as the user file keeps it: control characters (TAB, CR, LF, NUL...)
@@ -41,15 +44,19 @@ std::string CleanPlaceName(std::string_view name);
 // characters. Records are kept sorted by their bytes, deleted ones included
 // (each keeps its place), and the index gets an entry wherever the
 // upper-cased first character changes. `record_no` receives the new record's
-// number (negative). The USER folder is created when needed. Throws
-// AtlasWriteError when the folder cannot be written; the user file is then
-// unchanged.
+// number (negative). A named zone goes to the user file's zone file
+// (user_zones.h), which drops the lines of places no longer there as it is
+// rewritten; an added place without one loses any line its name had. The
+// USER folder is created when needed. Throws AtlasWriteError when the folder
+// cannot be written; the user file is then unchanged. A damaged zone file is
+// not rewritten: the fault is noted and 0 returned.
 std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no);
 
 // Marks the first record of the user file whose 28-character name equals the
 // place's name, cleaned as AddCity cleans it (any case), as deleted: "@" is
 // put before the name, which loses its last character when it is 28
-// characters long. The file keeps its length and its index is not rewritten.
+// characters long. The file keeps its length and its index is not rewritten;
+// the place's line in the zone file goes.
 // Returns -1 whenever the country table is loaded (found or not), 0
 // otherwise. A place only in the database cannot be deleted.
 std::int16_t Delete_City(const UserPlace& place);

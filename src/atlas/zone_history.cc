@@ -11,8 +11,11 @@
 
 #include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
+#include "atlas/decoded_files.h"
 #include "atlas/format_reader.h"
 #include "atlas/place_file.h"
+#include "atlas/place_paths.h"
+#include "atlas/user_zones.h"
 #include "atlas/zone_map.h"
 #include "platform/file_status.h"
 #include "platform/per_thread.h"
@@ -61,73 +64,6 @@ std::int16_t CheckedEntry(std::int16_t entry, std::size_t zone_count, const std:
   }
   return entry;
 }
-
-// Decoded files per expanded image, dropped with the image. A file that
-// breaks its format is noted as malformed and gives nullptr.
-template <typename Decoded>
-class DecodedFiles {
- public:
-  std::shared_ptr<const Decoded> Get(const std::string& file,
-                                     const std::shared_ptr<const std::string>& bytes,
-                                     std::size_t zone_count) {
-    ThreadMemo& memo = PerThread<ThreadMemo>();
-    for (const Known& k : memo.known) {
-      if (k.owner == this && k.bytes == bytes && k.zone_count == zone_count && k.file == file) {
-        return k.decoded;
-      }
-    }
-    std::shared_ptr<const Decoded> found;
-    {
-      const std::shared_lock<std::shared_mutex> lock(mutex_);
-      const auto it = files_.find(file);
-      if (it != files_.end() && it->second.bytes == bytes && it->second.zone_count == zone_count) {
-        found = it->second.decoded;
-      }
-    }
-    if (found) {
-      std::rotate(memo.known.rbegin(), memo.known.rbegin() + 1, memo.known.rend());
-      memo.known.front() = {this, file, bytes, zone_count, WithOwnCount(std::move(found))};
-      return memo.known.front().decoded;
-    }
-    const std::unique_lock<std::shared_mutex> lock(mutex_);
-    auto& slot = files_[file];
-    if (slot.bytes != bytes || slot.zone_count != zone_count) {
-      auto decoded =
-          Decode([&] { return std::make_shared<const Decoded>(*bytes, file, zone_count); });
-      if (!decoded) {
-        NoteMalformedFile(decoded.fault());
-        return nullptr;
-      }
-      if (files_.size() > kMaxFiles) files_.clear();
-      files_[file] = {bytes, zone_count, *decoded};
-      return *decoded;
-    }
-    return slot.decoded;
-  }
-
- private:
-  struct Slot {
-    std::shared_ptr<const std::string> bytes;
-    std::size_t zone_count = 0;
-    std::shared_ptr<const Decoded> decoded;
-  };
-  // What this thread last found, with counts of its own, so that asking
-  // again takes no lock and writes no count another thread writes. The held
-  // bytes keep their address from being reused.
-  struct Known {
-    const DecodedFiles* owner = nullptr;
-    std::string file;
-    std::shared_ptr<const std::string> bytes;
-    std::size_t zone_count = 0;
-    std::shared_ptr<const Decoded> decoded;
-  };
-  struct ThreadMemo {
-    std::array<Known, 4> known;
-  };
-  static constexpr std::size_t kMaxFiles = 512;
-  std::shared_mutex mutex_;
-  std::map<std::string, Slot> files_;
-};
 
 // One stretch of time a candidate for the local time asked: from `from` on
 // (UTC), `period` holds.
@@ -583,6 +519,26 @@ std::optional<PlaceHistory> NamedHistory(std::string_view iana) {
 bool HasZoneMap() {
   const auto loaded = LoadMap();
   return loaded && loaded->map;
+}
+
+std::optional<PlaceHistory> UserNamedHistory(std::string_view code, std::string_view name) {
+  const std::string place_file = GetCompressedPlaceFile(code);
+  if (!place_file.ends_with(".dao")) return std::nullopt;
+  const std::string file = UserZonesPathOf(Get_UserFile(place_file));
+  std::int32_t error = 0;
+  const auto bytes = ExistingImage(file, error, Packing::kAsFound);
+  if (error != 0) NoteUnreadableFile(file, error);
+  if (!bytes) return std::nullopt;
+  const auto zones = CurrentAtlas().Derived<DecodedFiles<UserZones>>().Get(file, bytes, 0);
+  if (!zones) return std::nullopt;
+  const auto zone = zones->ZoneOf(name);
+  if (!zone) return std::nullopt;
+  auto history = NamedHistory(*zone);
+  // A zone the atlas does not know (an atlas rebuilt without it) is no
+  // reason to answer with the map's instead.
+  if (!history)
+    NoteMalformedFile({file, "names the zone " + *zone + ", which the atlas does not know"});
+  return history;
 }
 
 }  // namespace tarv

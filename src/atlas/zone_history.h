@@ -182,6 +182,12 @@ std::optional<PlaceHistory> MapHistoryAt(double longitude, double latitude);
 // "Zones.hst" has no such zone or the atlas has no histories.
 std::optional<PlaceHistory> NamedHistory(std::string_view iana);
 
+// The history of the zone the user named for their place `name` of the
+// country `code` (user_zones.h); nullopt where they named none. A damaged
+// file, or one naming a zone the atlas does not know, is noted and fails the
+// call.
+std::optional<PlaceHistory> UserNamedHistory(std::string_view code, std::string_view name);
+
 // Whether the current atlas has a zone map.
 bool HasZoneMap();
 

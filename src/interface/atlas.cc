@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <mutex>
 #include <stdexcept>
@@ -13,8 +14,11 @@
 #include "atlas/country_table.h"
 #include "atlas/nearest_place.h"
 #include "atlas/place_search.h"
+#include "atlas/place_zone.h"
 #include "atlas/user_places.h"
+#include "atlas/user_zones.h"
 #include "atlas/world_search.h"
+#include "atlas/zone_history.h"
 #include "atlas/zone_table.h"
 #include "export/text_export.h"
 #include "interface/read_call.h"
@@ -30,6 +34,9 @@
 
 namespace tarv {
 namespace {
+
+// 1970-01-01 as a serial date.
+constexpr double kSerialOf1970Utc = 25569.0;
 
 // A call on an atlas: its ReadCall, and the file it could not read as an
 // AtlasError once the answer is made.
@@ -256,8 +263,31 @@ std::optional<PlaceInfo> Atlas::Nearest(const std::string& country, double longi
   return place;
 }
 
+std::optional<PointZone> Atlas::ZoneAt(double longitude, double latitude,
+                                       const std::optional<LocalTime>& when) const {
+  CheckPoint(longitude, latitude);
+  const auto julian = JulianOf(when);
+  const Call call(*state_);
+  double serial = 0;
+  std::optional<ZoneAtDate> at;
+  if (julian) {
+    serial = LookupSerialOfJulian(*julian);
+    at = ZoneOfPointAt(longitude, latitude, serial);
+  } else {
+    // The present instant: the local time is UTC now moved by the offset
+    // that holds then.
+    const double utc = kSerialOf1970Utc + static_cast<double>(std::time(nullptr)) / 86400.0;
+    at = ZoneOfPointAt(longitude, latitude, utc);
+    serial = utc + (at ? at->utc_seconds / 86400.0 : 0.0);
+    if (at) at = ZoneOfPointAt(longitude, latitude, serial);
+  }
+  call.Check();
+  if (!at) return std::nullopt;
+  return PointZoneOf(longitude, latitude, *at, serial);
+}
+
 std::string Atlas::AddPlace(const std::string& country, const std::string& name, double longitude,
-                            double latitude, std::int16_t timetable) {
+                            double latitude, std::int16_t timetable, const std::string& zone) {
   CheckCountry(country);
   CheckText(name, "name");
   if (std::string why = WhyNotStorable(name, "name"); !why.empty()) return why;
@@ -289,6 +319,13 @@ std::string Atlas::AddPlace(const std::string& country, const std::string& name,
   if (timetable < 0 || timetable > count) {
     return country + " has no timetable " + std::to_string(timetable) + " (it offers 0 to " +
            std::to_string(count) + ")";
+  }
+  if (!zone.empty()) {
+    CheckText(zone, "zone");
+    const bool known = StorableZoneName(zone) && NamedHistory(zone).has_value();
+    call.Check();
+    if (!known) return "the atlas knows no zone \"" + zone + "\"";
+    place.Zone = zone;
   }
   place.Place.SetName(cleaned);
   place.Place.Longitude = static_cast<float>(longitude);

@@ -88,6 +88,18 @@ ZoneInfo ZoneInfoOf(std::int16_t id, double longitude) {
   return zone;
 }
 
+namespace {
+
+// The zone's long name at the local serial date, in the atlas's language.
+std::string LongNameAt(const ZoneAtDate& at, const ZoneInfo& zone, double serial) {
+  if (zone.IsLmt) return German() ? "Mittlere Ortszeit" : "Local Mean Time";
+  if (at.iana.empty()) return "";
+  const std::int64_t utc = LocalSecondsOfSerial(serial) - at.utc_seconds;
+  return ZoneLongName(at.iana, utc, at.daylight, German() ? "de" : "en");
+}
+
+}  // namespace
+
 PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
   PlaceInfo place = PlaceOf(found.Place, found.Country, found.RecordNo);
   // The list's coordinates: a place found by coordinates keeps the ones typed.
@@ -107,13 +119,20 @@ PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
   place.OwnHistory = at->own_history;
   place.Iana = at->iana;
   place.TzAbbreviation = at->abbreviation;
-  if (place.Zone.IsLmt) {
-    place.ZoneLongName = German() ? "Mittlere Ortszeit" : "Local Mean Time";
-  } else if (!at->iana.empty()) {
-    const std::int64_t utc = LocalSecondsOfSerial(serial) - at->utc_seconds;
-    place.ZoneLongName = ZoneLongName(at->iana, utc, at->daylight, German() ? "de" : "en");
-  }
+  place.ZoneLongName = LongNameAt(*at, place.Zone, serial);
   return place;
+}
+
+PointZone PointZoneOf(double longitude, double latitude, const ZoneAtDate& at, double serial) {
+  PointZone point;
+  point.Longitude = longitude;
+  point.Latitude = latitude;
+  point.Iana = at.iana;
+  point.Zone = ZoneInfoOf(at.zone_id, longitude);
+  point.LocalTime = at.kind;
+  point.TzAbbreviation = at.abbreviation;
+  point.ZoneLongName = LongNameAt(at, point.Zone, serial);
+  return point;
 }
 
 PlaceInfo PlaceInfoOf(const NearestPlace& nearest, std::string_view code) {

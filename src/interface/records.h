@@ -12,6 +12,7 @@
 
 #include "atlas/found_place.h"
 #include "atlas/nearest_place.h"
+#include "atlas/timetable.h"
 #include "tarvplaces/records.h"
 
 namespace tarv {
@@ -27,6 +28,10 @@ PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian);
 
 // The nearest place of the country `code` with its standard zone.
 PlaceInfo PlaceInfoOf(const NearestPlace& nearest, std::string_view code);
+
+// The record of the zone `at` at coordinates, at the local serial date
+// `serial`.
+PointZone PointZoneOf(double longitude, double latitude, const ZoneAtDate& at, double serial);
 
 // The record at `index` of the loaded country table.
 CountryInfo CountryInfoAt(std::size_t index);

@@ -29,7 +29,7 @@ class FaultTest : public testing::AtlasFixture {
   }
   static std::int16_t Add(const std::string& name) {
     std::int32_t number = 0;
-    return AddCity(UserPlace{58, Place(name, 1, 1)}, number);
+    return AddCity(UserPlace{58, Place(name, 1, 1), ""}, number);
   }
 };
 

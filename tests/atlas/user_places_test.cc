@@ -37,12 +37,12 @@ class UserPlacesTest : public testing::AtlasFixture {
   }
   std::int16_t Add(const std::string& name, std::int32_t* number = nullptr) {
     std::int32_t record = 0;
-    const auto result = AddCity(UserPlace{58, Place(name, 10, 50, 2)}, record);
+    const auto result = AddCity(UserPlace{58, Place(name, 10, 50, 2), ""}, record);
     if (number != nullptr) *number = record;
     return result;
   }
   static std::int16_t Delete(const std::string& name) {
-    return Delete_City(UserPlace{58, Place(name, 0, 0)});
+    return Delete_City(UserPlace{58, Place(name, 0, 0), ""});
   }
   static std::int32_t Found(const std::string& text) { return SearchandStorePlaces("D", text); }
   std::string UserFile() { return folder_.Read("USER/D.dao"); }
@@ -95,18 +95,18 @@ TEST_F(UserPlacesTest, NamesAndCountriesThatCannotTakeAPlaceAreRefused) {
         "Berlin" + std::string(1, kUnmappable)})
     EXPECT_EQ(Add(name), 0) << name;
   std::int32_t unused = 0;
-  EXPECT_EQ(AddCity(UserPlace{4711, Place("Nowhere", 0, 0)}, unused), 0);
+  EXPECT_EQ(AddCity(UserPlace{4711, Place("Nowhere", 0, 0), ""}, unused), 0);
   // The six records closing the table have no file that any search reads.
   const auto& table = CurrentAtlas().countries;
   for (std::size_t k = table.size() - kContinentRecords; k < table.size(); ++k) {
-    EXPECT_EQ(AddCity(UserPlace{table[k].CountryId, Place("Kontinentort", 10, 50)}, unused), 0)
+    EXPECT_EQ(AddCity(UserPlace{table[k].CountryId, Place("Kontinentort", 10, 50), ""}, unused), 0)
         << table[k].CountryShort;
   }
   EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER"));
   EXPECT_EQ(Add("SZDD"), -1);  // only the whole mark is refused
   EXPECT_EQ(Found("SZDD"), 1);
   // The group lines before them are read like countries ("ATL").
-  EXPECT_EQ(AddCity(UserPlace{904, Place("Inselort", -20, 40)}, unused), -1);
+  EXPECT_EQ(AddCity(UserPlace{904, Place("Inselort", -20, 40), ""}, unused), -1);
   EXPECT_EQ(SearchandStorePlaces("ATL", "Inselort"), 1);
 }
 
@@ -181,7 +181,7 @@ int AddMany(const std::string& argument) {
   std::ofstream out(parts[3], std::ios::app);
   for (int i = std::stoi(parts[1]); i < std::stoi(parts[2]); ++i) {
     std::int32_t number = 0;
-    if (AddCity(UserPlace{58, Place("P" + std::to_string(i), 1, 1)}, number) == -1)
+    if (AddCity(UserPlace{58, Place("P" + std::to_string(i), 1, 1), ""}, number) == -1)
       out << i << std::endl;
   }
   return 0;
@@ -264,8 +264,8 @@ TEST_F(UserPlacesTest, DeviceNamesAsCodesNeverWriteIntoADevice) {
     std::int32_t number = 0;
     // Not stored (0, no user file can be named so) or refused naming the file.
     try {
-      EXPECT_EQ(AddCity(UserPlace{static_cast<std::int16_t>(id), Place("Testort", 1, 1)}, number),
-                0);
+      EXPECT_EQ(
+          AddCity(UserPlace{static_cast<std::int16_t>(id), Place("Testort", 1, 1), ""}, number), 0);
     } catch (const AtlasWriteError& e) {
       EXPECT_NE(e.file().find(code + ".dao"), std::string::npos) << e.file();
       EXPECT_NE(e.problem().find("reserved for a device"), std::string::npos) << e.problem();

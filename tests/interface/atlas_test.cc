@@ -10,9 +10,13 @@
 #include <string>
 #include <tuple>
 
+#include "atlas/posix_tz.h"
+#include "atlas/zone_history.h"
+#include "atlas/zone_map.h"
 #include "interface/install_paths.h"
 #include "support/atlas_fixture.h"
 #include "support/german_numbers.h"
+#include "tarvplaces/atlas_error.h"
 #include "tarvplaces/places.h"
 
 namespace tarv {
@@ -128,6 +132,69 @@ TEST_F(AtlasTest, PlaceWithTheZoneAtALocalTimeOrItsMeanTime) {
   EXPECT_THROW(atlas.Lookup("München", "D", LocalTime{1999, 2, 29, 12, 0, 0}),
                std::invalid_argument);
   EXPECT_FALSE(JulianDayOf(LocalTime{2000, 4, 1, 24, 0, 0}));
+}
+
+// Two zones and a map: Test/West (UTC-1, summer time from 1 April to
+// 1 October 1990) west of 10 degrees east, Test/East (UTC+1) from there to
+// 20 east between 40 and 60 north; the open sea keeps Test/West.
+TEST_F(AtlasTest, ZonesComeFromTheMapOrTheZoneTheUserNamed) {
+  const auto utc = [](int y, int m, int d) {
+    return DaysOfCivil(y, static_cast<unsigned>(m), static_cast<unsigned>(d)) * 86400;
+  };
+  const std::int16_t gmt = Zone("GMT"), met = Zone("MET");
+  const std::vector<ZoneHistory> zones = {
+      {"Test/West",
+       {{0, -3600, false, false, gmt, "-01"},
+        {utc(1990, 4, 1), 0, true, false, gmt, "+00"},
+        {utc(1990, 10, 1), -3600, false, false, gmt, "-01"}},
+       "",
+       gmt,
+       gmt},
+      {"Test/East", {{0, 3600, false, false, met, "CET"}}, "", met, met}};
+  folder_.Write(kZoneHistoryFile, CompressSzdd(EncodeZoneHistories(zones)));
+  ZoneMapData map;
+  ZoneMapData::Ring box;
+  box.longitudes = {1'000'000, 2'000'000, 2'000'000, 1'000'000};
+  box.latitudes = {4'000'000, 4'000'000, 6'000'000, 6'000'000};
+  map.nodes = {{ZoneMapData::NodeKind::kTile, 0}};
+  map.tiles = {{{1, {box}}}};
+  const Atlas without_map(folder_.str());
+  EXPECT_FALSE(without_map.ZoneAt(15.0, 50.0));
+  folder_.Write(kZoneMapFile, CompressSzdd(EncodeZoneMap(map)));
+
+  Atlas atlas(folder_.str());
+  const auto point = atlas.ZoneAt(15.0, 50.0, LocalTime{1990, 7, 1, 12, 0, 0});
+  ASSERT_TRUE(point);
+  EXPECT_EQ(std::tie(point->Iana, point->TzAbbreviation, point->Zone.UtcOffsetHours),
+            std::tuple("Test/East", "CET", 1.0));
+  const auto sea = atlas.ZoneAt(-30.0, 0.0, LocalTime{1990, 7, 1, 12, 0, 0});
+  ASSERT_TRUE(sea);
+  EXPECT_EQ(std::tie(sea->Iana, sea->TzAbbreviation), std::tuple("Test/West", "+00"));
+  EXPECT_THROW(atlas.ZoneAt(15.0, 91.0), std::invalid_argument);
+
+  EXPECT_EQ(atlas.AddPlace("D", "Ostdorf", 15.0, 50.0, 1), "");
+  EXPECT_EQ(atlas.AddPlace("D", "Westdorf", 15.0, 50.0, 1, "Test/West"), "");
+  EXPECT_EQ(atlas.AddPlace("D", "Nirgends", 15.0, 50.0, 1, "Test/Nowhere"),
+            "the atlas knows no zone \"Test/Nowhere\"");
+  EXPECT_FALSE(atlas.Lookup("Nirgends", "D"));
+  const LocalTime july{1990, 7, 1, 12, 0, 0};
+  EXPECT_EQ(atlas.Lookup("Ostdorf", "D", july)->Iana, "Test/East");
+  EXPECT_EQ(atlas.Lookup("Westdorf", "D", july)->Iana, "Test/West");
+  EXPECT_EQ(folder_.Read("USER/D.TZN"), "Westdorf\tTest/West\r\n");
+  // A place added again under a deleted one's name follows the map.
+  EXPECT_TRUE(atlas.DeletePlace("D", "Westdorf"));
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER/D.TZN"));
+  EXPECT_EQ(atlas.AddPlace("D", "Westdorf", 15.0, 50.0, 1), "");
+  EXPECT_EQ(atlas.Lookup("Westdorf", "D", july)->Iana, "Test/East");
+
+  folder_.Write("USER/D.TZN", "Westdorf Test/West\r\n");
+  try {
+    Atlas(folder_.str()).Lookup("Westdorf", "D", july);
+    ADD_FAILURE() << "a damaged zone file was read";
+  } catch (const AtlasError& e) {
+    EXPECT_EQ(std::tuple(e.file().ends_with("USER\\D.TZN"), e.problem()),
+              std::tuple(true, "line 1 has no TAB"));
+  }
 }
 
 // Regression: the kind of local time was asked by name, so every place of a

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <iomanip>
 #include <iostream>
 #include <map>
@@ -163,6 +164,41 @@ json PlaceJson(const tarv::PlaceInfo& place, bool dated) {
   return p;
 }
 
+std::string Offset(double hours) {
+  std::ostringstream out;
+  out << (hours < 0 ? "-" : "+");
+  const long seconds = std::lround(std::fabs(hours) * 3600);
+  out << seconds / 3600 << ':' << std::setw(2) << std::setfill('0') << seconds / 60 % 60;
+  if (seconds % 60) out << ':' << std::setw(2) << seconds % 60;
+  return out.str();
+}
+
+// The zone at coordinates; "local_time" only where a date was asked for.
+json PointZoneJson(const tarv::PointZone& point, bool dated) {
+  json z{{"longitude", point.Longitude},
+         {"latitude", point.Latitude},
+         {"iana_zone", point.Iana},
+         {"tz_abbreviation", point.TzAbbreviation},
+         {"zone_long_name", point.ZoneLongName}};
+  z.update(ZoneJson(point.Zone));
+  if (dated) z["local_time"] = tarv::LocalTimeName(point.LocalTime);
+  return z;
+}
+
+void PrintPointZone(const json& z, const std::string& caption) {
+  const std::string long_name = z["zone_long_name"].get<std::string>();
+  std::cout << std::left << std::setw(12) << caption << z["iana_zone"].get<std::string>() << " ("
+            << z["tz_abbreviation"].get<std::string>()
+            << (long_name.empty() ? "" : ", " + long_name) << "), UTC"
+            << Offset(z["utc_offset"].get<double>()) << '\n';
+  if (z.contains("local_time") && z["local_time"] != "normal") {
+    std::cout << std::setw(12) << "Local time" << z["local_time"].get<std::string>()
+              << (z["local_time"] == "skipped" ? ": clocks were set forward over this time"
+                                               : ": this time occurred twice")
+              << '\n';
+  }
+}
+
 // The atlas of the command, and how its COUNTRY arguments are read.
 class AtlasOfCommand {
  public:
@@ -226,15 +262,6 @@ class AtlasOfCommand {
   tarv::Atlas atlas_;
   bool atlas_code_ = false;
 };
-
-std::string Offset(double hours) {
-  std::ostringstream out;
-  out << (hours < 0 ? "-" : "+");
-  const long seconds = std::lround(std::fabs(hours) * 3600);
-  out << seconds / 3600 << ':' << std::setw(2) << std::setfill('0') << seconds / 60 % 60;
-  if (seconds % 60) out << ':' << std::setw(2) << seconds % 60;
-  return out.str();
-}
 
 // `typed` is the name searched, which the place may bear as another name.
 void PrintPlace(const json& p, const std::string& typed = "") {
@@ -333,20 +360,61 @@ int RunSearch(const Options& o, const std::string& text, const std::string& coun
   return kFound;
 }
 
+// The local time now at coordinates, near enough to name the zones there.
+tarv::LocalTime Today() {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+#ifdef _WIN32
+  gmtime_s(&utc, &now);
+#else
+  gmtime_r(&now, &utc);
+#endif
+  return {utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, 0};
+}
+
+// The nearest place, and the zone at the coordinates asked where the map
+// gives another than the place's own: near a zone line the nearest place
+// may lie on its other side.
 int RunNearest(const Options& o, const std::string& country, const std::string& lon,
-               const std::string& lat, double range) {
+               const std::string& lat, double range, const std::string& date) {
   AtlasOfCommand atlas(o);
   const std::string code = atlas.Country(country);
   const double longitude = ParseCoordinate(lon, true);
   const double latitude = ParseCoordinate(lat, false);
-  const auto nearest = atlas->Nearest(code, longitude, latitude, range);
-  const json p = nearest ? PlaceJson(*nearest, false) : json(nullptr);
+  const auto when = DateOption(date);
+  const auto nearest = atlas->Nearest(code, longitude, latitude, range, when);
+  json p = nearest ? PlaceJson(*nearest, when.has_value()) : json(nullptr);
+  if (nearest) {
+    const auto at = when ? when : std::optional(Today());
+    const auto here = atlas->ZoneAt(longitude, latitude, at);
+    const std::string own =
+        when ? nearest->Iana : atlas->Nearest(code, longitude, latitude, range, at)->Iana;
+    if (here && here->Iana != own) p["zone_here"] = PointZoneJson(*here, when.has_value());
+  }
   if (o.json) {
     std::cout << p.dump(2) << '\n';
   } else if (!p.is_null()) {
     PrintPlace(p);
+    if (p.contains("zone_here")) PrintPointZone(p["zone_here"], "Zone here");
   }
   if (p.is_null()) throw Exit{kNotFound, "no place of " + code + " within the range"};
+  return kFound;
+}
+
+int RunZoneAt(const Options& o, const std::string& lon, const std::string& lat,
+              const std::string& date) {
+  AtlasOfCommand atlas(o);
+  const auto when = DateOption(date);
+  const auto zone = atlas->ZoneAt(ParseCoordinate(lon, true), ParseCoordinate(lat, false), when);
+  if (!zone) {
+    throw Exit{kNotFound, "this atlas has no zone map: rebuild it with \"tarvplaces build-atlas\""};
+  }
+  const json z = PointZoneJson(*zone, true);
+  if (o.json) {
+    std::cout << z.dump(2) << '\n';
+  } else {
+    PrintPointZone(z, "Zone");
+  }
   return kFound;
 }
 
@@ -501,7 +569,7 @@ int RunTimetable(const Options& o, const std::string& country, int number) {
 }
 
 int RunAdd(const Options& o, const std::string& country, const std::string& name,
-           const std::string& lon, const std::string& lat, int timetable) {
+           const std::string& lon, const std::string& lat, int timetable, const std::string& zone) {
   AtlasOfCommand atlas(o);
   const tarv::CountryInfo info = atlas.CountryOrGroupInfo(country);
   if (info.IsGroup)
@@ -509,9 +577,9 @@ int RunAdd(const Options& o, const std::string& country, const std::string& name
                            " is a group of countries: add it to one of them"};
   if (const std::string reason = tarv::WhyNotStorable(name, "name"); !reason.empty())
     throw Exit{kUsage, "cannot add \"" + name + "\": " + reason};
-  const std::string refusal =
-      atlas.Writable().AddPlace(info.Code, name, ParseCoordinate(lon, true),
-                                ParseCoordinate(lat, false), static_cast<std::int16_t>(timetable));
+  const std::string refusal = atlas.Writable().AddPlace(info.Code, name, ParseCoordinate(lon, true),
+                                                        ParseCoordinate(lat, false),
+                                                        static_cast<std::int16_t>(timetable), zone);
   if (!refusal.empty()) throw Exit{kUsage, "cannot add \"" + name + "\": " + refusal};
   const std::vector<std::string> alike = atlas.Writable().UserPlacesAlike(info.Code, name);
   if (o.json) {
@@ -720,7 +788,15 @@ int main(int argc, char** argv) {
   nearest->add_option("LONGITUDE", lon, "e.g. 11.58 or 11E34")->required();
   nearest->add_option("LATITUDE", lat, "e.g. 48.14 or 48N08")->required();
   nearest->add_option("--range", range, "only places closer than this many degrees");
-  nearest->callback([&] { status = RunNearest(o, country, lon, lat, range); });
+  nearest->add_option("--date", date, "local date YYYY-MM-DD[THH:MM[:SS]]");
+  nearest->callback([&] { status = RunNearest(o, country, lon, lat, range, date); });
+
+  auto* zone_at = app.add_subcommand(
+      "zone-at", "the zone in force at coordinates (now, or at a local date), by the zone map");
+  zone_at->add_option("LONGITUDE", lon, "e.g. -87.35 or 87W21")->required();
+  zone_at->add_option("LATITUDE", lat, "e.g. 41.60 or 41N36")->required();
+  zone_at->add_option("--date", date, "local date YYYY-MM-DD[THH:MM[:SS]]");
+  zone_at->callback([&] { status = RunZoneAt(o, lon, lat, date); });
 
   auto* zone = app.add_subcommand("zone", "the zone in force at a place at a local date");
   zone->add_option("NAME", name)->required();
@@ -749,7 +825,11 @@ int main(int argc, char** argv) {
   add->add_option("LONGITUDE", lon)->required();
   add->add_option("LATITUDE", lat)->required();
   add->add_option("--timetable", user_timetable, "its timetable number");
-  add->callback([&] { status = RunAdd(o, country, name, lon, lat, user_timetable); });
+  std::string user_zone;
+  add->add_option("--zone", user_zone,
+                  "the IANA zone it keeps, e.g. America/Chicago (default: the zone map's at its "
+                  "coordinates)");
+  add->callback([&] { status = RunAdd(o, country, name, lon, lat, user_timetable, user_zone); });
 
   auto* del = app.add_subcommand("delete", "delete a place of your own");
   del->add_option("COUNTRY", country)->required();

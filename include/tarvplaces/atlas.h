@@ -106,10 +106,13 @@ class Atlas {
                                   std::int32_t* found = nullptr) const;
 
   // The place of `country` nearest to the coordinates, with its standard
-  // zone; with `range_degrees` > 0 only places closer than that many
-  // degrees (plain differences of the numbers) count.
+  // zone, or with the zone in force there at the local time `when`; with
+  // `range_degrees` > 0 only places closer than that many degrees (plain
+  // differences of the numbers) count. ZoneAt tells the zone at the
+  // coordinates themselves, which near a zone line may be another.
   std::optional<PlaceInfo> Nearest(const std::string& country, double longitude, double latitude,
-                                   double range_degrees = 0.0) const;
+                                   double range_degrees = 0.0,
+                                   const std::optional<LocalTime>& when = std::nullopt) const;
 
   // The zone in force at the coordinates at the local time `when` (without
   // one, at the present instant) by the atlas's map of the zones'

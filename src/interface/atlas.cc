@@ -246,19 +246,22 @@ std::optional<PlaceInfo> Atlas::Lookup(const std::string& name, const std::strin
 }
 
 std::optional<PlaceInfo> Atlas::Nearest(const std::string& country, double longitude,
-                                        double latitude, double range_degrees) const {
+                                        double latitude, double range_degrees,
+                                        const std::optional<LocalTime>& when) const {
   CheckCountry(country);
   CheckPoint(longitude, latitude);
   if (!std::isfinite(range_degrees) || range_degrees < 0) {
     throw std::invalid_argument("the range " + std::to_string(range_degrees) +
                                 " is no number of degrees");
   }
+  const auto julian = JulianOf(when);
   const Call call(*state_);
   const std::string code = GetInternalCountryAbbreviation(AnsiFromUtf8(country));
   const auto nearest = FindNearestPlace(code, longitude, latitude, range_degrees);
   call.Check();
   if (!nearest) return std::nullopt;
-  PlaceInfo place = PlaceInfoOf(*nearest, code);
+  PlaceInfo place =
+      julian ? PlaceInfoOf(FoundPlaceOf(*nearest, code), julian) : PlaceInfoOf(*nearest, code);
   call.Check();  // the zone reads the timetables and histories
   return place;
 }

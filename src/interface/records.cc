@@ -135,6 +135,17 @@ PointZone PointZoneOf(double longitude, double latitude, const ZoneAtDate& at, d
   return point;
 }
 
+FoundPlace FoundPlaceOf(const NearestPlace& nearest, std::string_view code) {
+  FoundPlace found;
+  found.Country = code;
+  found.Place = nearest.place;
+  found.RecordNo = nearest.ref.RecordNo;
+  found.Longitude = nearest.place.Longitude;
+  found.Latitude = nearest.place.Latitude;
+  found.ZoneId = RightTimeZoneId(code, nearest.place.Timetable);
+  return found;
+}
+
 PlaceInfo PlaceInfoOf(const NearestPlace& nearest, std::string_view code) {
   PlaceInfo place = PlaceOf(nearest.place, code, nearest.ref.RecordNo);
   // By its place in the table: an abbreviation may name several entries.

@@ -26,6 +26,9 @@ ZoneInfo ZoneInfoOf(std::int16_t id, double longitude);
 // day) from its own history or timetable, or with its standard zone.
 PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian);
 
+// The nearest place of the country `code` as a search would have found it.
+FoundPlace FoundPlaceOf(const NearestPlace& nearest, std::string_view code);
+
 // The nearest place of the country `code` with its standard zone.
 PlaceInfo PlaceInfoOf(const NearestPlace& nearest, std::string_view code);
 

@@ -179,6 +179,10 @@ TEST_F(AtlasTest, ZonesComeFromTheMapOrTheZoneTheUserNamed) {
   EXPECT_FALSE(atlas.Lookup("Nirgends", "D"));
   const LocalTime july{1990, 7, 1, 12, 0, 0};
   EXPECT_EQ(atlas.Lookup("Ostdorf", "D", july)->Iana, "Test/East");
+  EXPECT_EQ(std::tuple(atlas.Nearest("D", 15.01, 50.0, 0, july)->Name,
+                       atlas.Nearest("D", 15.01, 50.0, 0, july)->Iana,
+                       atlas.Nearest("D", 10.01, 50.0)->Iana),
+            std::tuple("Ostdorf", "Test/East", ""));
   EXPECT_EQ(atlas.Lookup("Westdorf", "D", july)->Iana, "Test/West");
   EXPECT_EQ(folder_.Read("USER/D.TZN"), "Westdorf\tTest/West\r\n");
   // A place added again under a deleted one's name follows the map.

@@ -97,9 +97,11 @@ else()
   set(CPACK_DEBIAN_DATA_PACKAGE_ARCHITECTURE all)
   set(CPACK_DEBIAN_DATA_PACKAGE_SHLIBDEPS OFF)
   string(CONCAT CPACK_COMPONENT_DATA_DESCRIPTION
-                "The default atlas, made from GeoNames (CC BY 4.0) and the IANA time zone\n"
-                "database: the places of GeoNames' cities500 with their zone histories, in\n"
-                "/usr/share/tarvplaces/atlas, where the library and the tool find it.")
+                "The default atlas, made from GeoNames (CC BY 4.0), the IANA time zone\n"
+                "database and the time zone boundaries of OpenStreetMap contributors (ODbL):\n"
+                "the places of GeoNames' cities500 with their zone histories and a map of\n"
+                "the zones, in /usr/share/tarvplaces/atlas, where the library and the tool\n"
+                "find it.")
 endif()
 
 include(CPack)

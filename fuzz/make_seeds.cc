@@ -15,7 +15,9 @@
 #include "atlas/name_index.h"
 #include "atlas/place_file_writer.h"
 #include "atlas/timetable.h"
+#include "atlas/user_zones.h"
 #include "atlas/zone_history.h"
+#include "atlas/zone_map.h"
 #include "fuzz_support.h"
 #include "text/lz.h"
 #include "support/country_fixture.h"
@@ -253,6 +255,23 @@ void ZoneHistorySeeds() {
   Save("zone_history_fuzzer", "place_zones", EncodePlaceZones({0, 1, kNoPlaceZone}, {0}));
   Save("zone_history_fuzzer", "southern_rule", "AEST-10AEDT,M10.1.0,M4.1.0/3");
   Save("zone_history_fuzzer", "odd_rule", "<-02>2<-01>,M3.5.0/-1,J365/25");
+
+  // A split root: one zone, a tile with a holed square and its hole, the sea.
+  ZoneMapData map;
+  for (std::uint16_t i = 0; i < kSeaZoneCount; ++i) map.sea[i] = i;
+  map.nodes = {{ZoneMapData::NodeKind::kSplit, 1},
+               {ZoneMapData::NodeKind::kZone, 25},
+               {ZoneMapData::NodeKind::kTile, 0},
+               {ZoneMapData::NodeKind::kSea, 0},
+               {ZoneMapData::NodeKind::kSea, 0}};
+  const ZoneMapData::Ring square{{-17000000, -1000000, -1000000, -17000000},
+                                 {1000000, 1000000, 8000000, 8000000}};
+  const ZoneMapData::Ring hole{{-10000000, -8000000, -8000000, -10000000},
+                               {3000000, 3000000, 6000000, 6000000}};
+  map.tiles = {{{27, {square, hole}}, {26, {hole}}}};
+  Save("zone_map_fuzzer", "small_map", EncodeZoneMap(map));
+  Save("zone_map_fuzzer", "named_zones",
+       EncodeUserZones({{"Hinterdorf", "America/Chicago"}, {"Vorderdorf", "Europe/Berlin"}}));
 }
 
 int main(int argc, char** argv) {

@@ -237,6 +237,44 @@ TARV_API void tarv_place_list_free(tarv_place_list* list);
 TARV_API tarv_status tarv_nearest(tarv_atlas* atlas, const char* country, double longitude,
                                   double latitude, double range_degrees, tarv_place* place);
 
+/* The zone in force at coordinates by the atlas's map of the zones'
+ * boundaries (Zones.map): on land and in territorial waters the zone of the
+ * land, on the open sea the nautical zone of the longitude ("Etc/GMT+5").
+ * Fields as tarv_place has them; local mean time is the point's own,
+ * longitude / 15 hours. */
+typedef struct tarv_point_zone {
+  double longitude; /* as asked */
+  double latitude;
+  char iana[TARV_IANA_SIZE]; /* "America/Chicago" */
+  int32_t zone_id;           /* index into the zone table */
+  char zone[TARV_ZONE_SIZE]; /* "CST/S" */
+  char zone_name[TARV_ZONE_NAME_SIZE];
+  int32_t utc_offset;                       /* -18000 */
+  int32_t is_lmt;                           /* 1 for local mean time */
+  int32_t local_time;                       /* a tarv_local_time_kind */
+  char tz_abbreviation[TARV_ZONE_SIZE];     /* "CDT" */
+  char zone_long_name[TARV_ZONE_NAME_SIZE]; /* in the handle's language */
+} tarv_point_zone;
+
+/* The zone in force at the coordinates at the local time `when` there, or
+ * at the present instant when `when` is NULL, into *zone. TARV_NOT_FOUND
+ * for an atlas without a zone map; TARV_E_ARGUMENT for coordinates off the
+ * earth (longitude beyond -180 to 180, latitude beyond -90 to 90). */
+TARV_API tarv_status tarv_zone_at(tarv_atlas* atlas, double longitude, double latitude,
+                                  const tarv_local_time* when, tarv_point_zone* zone);
+
+/* tarv_nearest with the zone at the coordinates themselves, which near a
+ * zone line may be another than the nearest place's: *place receives the
+ * nearest place with its zone at `when` (its standard zone when NULL),
+ * *here the zone at the coordinates at `when` (at the present instant when
+ * NULL) and *differs 1 when the IANA zones of the two differ, else 0. In an
+ * atlas without a zone map *here is zeroed and *differs 0. TARV_NOT_FOUND,
+ * with *here and *differs untouched, when no place qualifies. */
+TARV_API tarv_status tarv_nearest_here(tarv_atlas* atlas, const char* country, double longitude,
+                                       double latitude, double range_degrees,
+                                       const tarv_local_time* when, tarv_place* place,
+                                       tarv_point_zone* here, int32_t* differs);
+
 /* ---- Countries, zones, timetables ---- */
 
 typedef struct tarv_country {
@@ -317,6 +355,15 @@ TARV_API void tarv_timetable_free(tarv_timetable* timetable);
  * when the atlas folder cannot be written. */
 TARV_API tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* name,
                                     double longitude, double latitude, int32_t timetable);
+
+/* tarv_add_place with the IANA zone the user names for the place (UTF-8,
+ * "America/Chicago"), which then gives its zone at any date. A NULL or
+ * empty `zone` is tarv_add_place: the place's zone at a date follows the
+ * atlas's zone map at its coordinates (its timetable in an atlas without a
+ * map). TARV_E_ARGUMENT also for a zone the atlas does not know. */
+TARV_API tarv_status tarv_add_place_in_zone(tarv_atlas* atlas, const char* country,
+                                            const char* name, double longitude, double latitude,
+                                            int32_t timetable, const char* zone);
 
 /* The user places of `country` spelled otherwise whose names have the same
  * letters as `name` ("Testort 1" for "Testort 2": digits, blanks and marks

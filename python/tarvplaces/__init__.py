@@ -33,8 +33,8 @@ Which atlas
 
 Records
     Answers are named tuples, immutable and compared by value: ``Place``
-    (a place with the zone in force there), ``Zone`` (an entry of the zone
-    table), ``Country`` (a country, US state or group) and
+    (a place with the zone in force there), ``PointZone`` (the zone in
+    force at coordinates), ``Zone`` (an entry of the zone table), ``Country`` (a country, US state or group) and
     ``TimetableEntry`` (a change of zone in a country's timetable). UTC
     offsets are ``datetime.timedelta`` values, east of UTC positive; times
     are naive ``datetime`` values of the local wall clock at the place.
@@ -79,6 +79,7 @@ __all__ = [
     "AtlasWriteError",
     "Country",
     "Place",
+    "PointZone",
     "TimetableEntry",
     "UnknownCountryError",
     "Zone",
@@ -153,6 +154,26 @@ class Zone(typing.NamedTuple):
         return self.id == 0
 
 
+class PointZone(typing.NamedTuple):
+    """The zone in force at coordinates by the atlas's map of the zones'
+    boundaries, as ``Atlas.zone_at`` answers and ``Place.zone_here`` holds
+    it: on land and in territorial waters the zone of the land, on the open
+    sea the nautical zone of the longitude. Fields as a Place has them;
+    local mean time is the point's own, longitude / 15 hours."""
+
+    longitude: float
+    latitude: float
+    iana: str  # "America/Chicago"
+    zone_id: int
+    zone: str
+    zone_name: str
+    utc_offset: datetime.timedelta
+    is_lmt: bool
+    local_time: str  # "normal", "skipped" or "repeated"
+    tz_abbreviation: str  # "CDT"
+    zone_long_name: str
+
+
 class Place(typing.NamedTuple):
     """A place with the zone in force there (at the date asked for, else its
     standard zone), as ``Atlas.place``, ``Atlas.search`` and
@@ -184,6 +205,8 @@ class Place(typing.NamedTuple):
     country_iso: str = ""  # "DE"; a US state's "US-CA": names the country again as `country`
     population: int = 0  # GeoNames' population; 0 for a user place or where unknown
     other_name: bool = False  # found by another of its names ("Munich" for München)
+    # Atlas.nearest: the zone at the coordinates asked, where it differs from the place's.
+    zone_here: typing.Optional[PointZone] = None
 
     def localize(self, when):
         """`when` (a naive local wall-clock time at the place) as an aware
@@ -265,6 +288,24 @@ _document_fields(
     "``country`` in a call; \"\" where the atlas has none.",
     population="GeoNames' population; 0 for a user place or where unknown.",
     other_name='True when the place was found by another of its names ("Munich" for München).',
+    zone_here="From ``Atlas.nearest``: the PointZone at the coordinates asked when its IANA zone "
+    "differs from the place's (near a zone line); else None.",
+)
+_document_fields(
+    PointZone,
+    longitude="Decimal degrees, east positive, as asked.",
+    latitude="Decimal degrees, north positive, as asked.",
+    iana='The IANA zone in force there ("America/Chicago"; "Etc/GMT+5" on the open sea).',
+    zone_id="Index of the zone in the zone table (``Atlas.zones()``).",
+    zone='The abbreviation of the zone table\'s zone in force ("MET/S"; "LMT" for local mean time).',
+    zone_name='The name of that zone ("Central European Summer Time").',
+    utc_offset="The offset from UTC in force, a timedelta, east positive; with local mean "
+    "time the point's own, longitude / 15 hours.",
+    is_lmt="True when local mean time was in force.",
+    local_time='"normal", "skipped" for a time the clocks jumped over or "repeated" for one '
+    "they went through twice.",
+    tz_abbreviation='tzdata\'s abbreviation then ("CDT").',
+    zone_long_name="The long name of the zone then, in the atlas's language.",
 )
 _document_fields(
     Country,
@@ -339,7 +380,7 @@ def _local_time(when):
     raise TypeError(f"when must be a datetime or a date, not {type(when).__name__}")
 
 
-def _place(s):
+def _place(s, zone_here=None):
     return Place(
         s.name.decode(),
         s.country.decode(),
@@ -361,6 +402,23 @@ def _place(s):
         s.country_iso.decode(),
         s.population,
         bool(s.other_name),
+        zone_here,
+    )
+
+
+def _point_zone(s):
+    return PointZone(
+        s.longitude,
+        s.latitude,
+        s.iana.decode(),
+        s.zone_id,
+        s.zone.decode(),
+        s.zone_name.decode(),
+        datetime.timedelta(seconds=s.utc_offset),
+        bool(s.is_lmt),
+        _LOCAL_TIME_KINDS[s.local_time],
+        s.tz_abbreviation.decode(),
+        s.zone_long_name.decode(),
     )
 
 
@@ -516,23 +574,55 @@ class Atlas:
         finally:
             lib.tarv_place_list_free(places)
 
-    def nearest(self, country, longitude, latitude, range=0.0):
+    def nearest(self, country, longitude, latitude, range=0.0, when=None):
         """The Place of a country nearest to the coordinates (decimal
-        degrees, east and north positive), with its standard zone; with a
+        degrees, east and north positive), with the zone in force at `when`
+        (as for ``place``), or its standard zone when `when` is None; with a
         `range` other than 0 only places closer than that many degrees
-        count. None when no place qualifies."""
+        count. None when no place qualifies. Where the atlas's zone map puts
+        the coordinates in another IANA zone than the place (near a zone
+        line), ``zone_here`` holds that PointZone (at `when`, or now);
+        else it is None."""
         place = _native.PlaceStruct()
+        here = _native.PointZoneStruct()
+        differs = ctypes.c_int32()
+        local = _local_time(when)
         status = _check(
-            lib.tarv_nearest(
+            lib.tarv_nearest_here(
                 self._open_handle(),
                 _country(country, None),
                 _degrees(longitude, "longitude"),
                 _degrees(latitude, "latitude"),
                 _degrees(range, "range"),
+                None if local is None else ctypes.byref(local),
                 ctypes.byref(place),
+                ctypes.byref(here),
+                ctypes.byref(differs),
             )
         )
-        return None if status == _native.NOT_FOUND else _place(place)
+        if status == _native.NOT_FOUND:
+            return None
+        return _place(place, _point_zone(here) if differs.value else None)
+
+    def zone_at(self, longitude, latitude, when=None):
+        """The PointZone in force at the coordinates (decimal degrees, east
+        and north positive) at the local time `when` there (a naive
+        datetime, or a date for its noon), or at the present instant when
+        `when` is None, by the atlas's map of the zones' boundaries. None
+        for an atlas without a zone map; ValueError for coordinates off the
+        earth."""
+        zone = _native.PointZoneStruct()
+        local = _local_time(when)
+        status = _check(
+            lib.tarv_zone_at(
+                self._open_handle(),
+                _degrees(longitude, "longitude"),
+                _degrees(latitude, "latitude"),
+                None if local is None else ctypes.byref(local),
+                ctypes.byref(zone),
+            )
+        )
+        return None if status == _native.NOT_FOUND else _point_zone(zone)
 
     def countries(self):
         """Every country and US state of the atlas as a list of Country,
@@ -583,25 +673,30 @@ class Atlas:
         finally:
             lib.tarv_timetable_free(entries)
 
-    def add_place(self, country, name, longitude, latitude, timetable=0):
+    def add_place(self, country, name, longitude, latitude, timetable=0, zone=None):
         """Adds a place of the user's to a country (not a group): found
         before the atlas's places of the same name, by this and every other
         Atlas on the folder. `timetable` is one of the country's (0 to
-        ``Country.timetables``). Adding a name that exists already is fine.
-        ValueError says why one cannot be added (an empty name, one longer
-        than 28 characters, letters the atlas cannot write, a timetable the
-        country lacks); AtlasWriteError when the user folder cannot be
+        ``Country.timetables``). `zone` is the IANA zone the user names for
+        the place ("America/Chicago"), which then gives its zone at any
+        date; without one the place follows the atlas's zone map at its
+        coordinates (its timetable in an atlas without a map). Adding a
+        name that exists already is fine. ValueError says why one cannot
+        be added (an empty name, one longer than 28 characters, letters the
+        atlas cannot write, a timetable the country lacks, a zone the atlas
+        does not know); AtlasWriteError when the user folder cannot be
         written. Returns the names of the country's other user places with
         the same letters ("Testort 1" for "Testort 2"), which a search finds
         with it: worth telling the user."""
         _check(
-            lib.tarv_add_place(
+            lib.tarv_add_place_in_zone(
                 self._open_handle(),
                 _country(country, None),
                 _text(name, "name"),
                 _degrees(longitude, "longitude"),
                 _degrees(latitude, "latitude"),
                 _int16(timetable, "timetable"),
+                None if zone is None else _text(zone, "zone"),
             )
         )
         return self.user_places_alike(country, name)

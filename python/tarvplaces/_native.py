@@ -66,6 +66,22 @@ class PlaceStruct(ctypes.Structure):
     ]
 
 
+class PointZoneStruct(ctypes.Structure):
+    _fields_ = [
+        ("longitude", ctypes.c_double),
+        ("latitude", ctypes.c_double),
+        ("iana", ctypes.c_char * IANA_SIZE),
+        ("zone_id", ctypes.c_int32),
+        ("zone", ctypes.c_char * ZONE_SIZE),
+        ("zone_name", ctypes.c_char * ZONE_NAME_SIZE),
+        ("utc_offset", ctypes.c_int32),
+        ("is_lmt", ctypes.c_int32),
+        ("local_time", ctypes.c_int32),
+        ("tz_abbreviation", ctypes.c_char * ZONE_SIZE),
+        ("zone_long_name", ctypes.c_char * ZONE_NAME_SIZE),
+    ]
+
+
 class CountryStruct(ctypes.Structure):
     _fields_ = [
         ("id", ctypes.c_int32),
@@ -138,6 +154,24 @@ _PROTOTYPES = {
         _status,
         [_handle, _text, ctypes.c_double, ctypes.c_double, ctypes.c_double, ctypes.POINTER(PlaceStruct)],
     ),
+    "tarv_zone_at": (
+        _status,
+        [_handle, ctypes.c_double, ctypes.c_double, ctypes.POINTER(LocalTime), ctypes.POINTER(PointZoneStruct)],
+    ),
+    "tarv_nearest_here": (
+        _status,
+        [
+            _handle,
+            _text,
+            ctypes.c_double,
+            ctypes.c_double,
+            ctypes.c_double,
+            ctypes.POINTER(LocalTime),
+            ctypes.POINTER(PlaceStruct),
+            ctypes.POINTER(PointZoneStruct),
+            ctypes.POINTER(ctypes.c_int32),
+        ],
+    ),
     "tarv_countries": (_status, [_handle, ctypes.POINTER(ctypes.c_void_p)]),
     "tarv_country_list_size": (ctypes.c_size_t, [ctypes.c_void_p]),
     "tarv_country_list_at": (ctypes.POINTER(CountryStruct), [ctypes.c_void_p, ctypes.c_size_t]),
@@ -152,6 +186,9 @@ _PROTOTYPES = {
     "tarv_timetable_at": (ctypes.POINTER(TimetableEntryStruct), [ctypes.c_void_p, ctypes.c_size_t]),
     "tarv_timetable_free": (None, [ctypes.c_void_p]),
     "tarv_add_place": (_status, [_handle, _text, _text, ctypes.c_double, ctypes.c_double, ctypes.c_int32]),
+    "tarv_add_place_in_zone": (
+        _status, [_handle, _text, _text, ctypes.c_double, ctypes.c_double, ctypes.c_int32, _text]
+    ),
     "tarv_user_places_alike": (
         _status,
         [_handle, _text, _text, ctypes.c_char_p, ctypes.c_size_t, ctypes.POINTER(ctypes.c_size_t)],

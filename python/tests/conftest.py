@@ -6,6 +6,10 @@ import pytest
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 DEFAULT_ATLAS = pathlib.Path(os.environ.get("TARV_TEST_ATLAS", REPOSITORY / "build" / "atlas"))
+# A small zone map for the default atlas, written by the C tests' fixture.
+ZONE_MAP = pathlib.Path(
+    os.environ.get("TARV_TEST_ZONE_MAP", REPOSITORY / "build/default/tests/capi/scratch/mapped/Zones.map")
+)
 
 
 @pytest.fixture(scope="session")
@@ -29,3 +33,17 @@ def atlas_copy(atlas_folder, tmp_path):
     copy = tmp_path / "atlas"
     shutil.copytree(atlas_folder, copy)
     return copy
+
+
+@pytest.fixture
+def mapped_atlas(atlas_copy):
+    """A copy of the default atlas with a zone map: America/Chicago around
+    Berlin (13-14 east, 52-53 north), Europe/Berlin in the rest of 5-16
+    east, 47-55 north, the sea elsewhere."""
+    import tarvplaces
+
+    if not ZONE_MAP.exists():
+        pytest.fail(f"no zone map at {ZONE_MAP}: run the tests through ctest")
+    shutil.copyfile(ZONE_MAP, atlas_copy / "Zones.map")
+    with tarvplaces.Atlas(atlas_copy) as opened:
+        yield opened

@@ -143,3 +143,46 @@ def test_the_default_atlas_and_a_user_folder(atlas_folder, atlas_copy, tmp_path,
     assert (mine / "D.dao").is_file() and not (atlas_copy / "USER" / "D.dao").exists()
     with pytest.raises(ValueError, match="already keeps"):
         tarvplaces.Atlas(atlas_copy, user_folder=tmp_path)
+
+
+def test_the_zone_at_coordinates(mapped_atlas, atlas):
+    z = mapped_atlas.zone_at(13.4, 52.5, when=SUMMER_1980)
+    assert (z.longitude, z.latitude, z.iana) == (13.4, 52.5, "America/Chicago")
+    assert (z.zone, z.tz_abbreviation) == ("CST/S", "CDT")
+    assert (z.utc_offset, z.is_lmt, z.local_time) == (datetime.timedelta(hours=-5), False, "normal")
+    assert z.zone_long_name == "Nordamerikanische Zentral-Sommerzeit" and z.zone_id > 0
+    # Clocks went forward there at 2:00 on 27 April 1980.
+    assert mapped_atlas.zone_at(13.4, 52.5, datetime.datetime(1980, 4, 27, 2, 30)).local_time == "skipped"
+    assert mapped_atlas.zone_at(13.4, 52.5).iana == "America/Chicago"  # now
+    assert mapped_atlas.zone_at(11.5, 48.1, datetime.date(1980, 1, 1)).utc_offset == datetime.timedelta(hours=1)
+    assert atlas.zone_at(13.4, 52.5) is None  # no map
+    with pytest.raises(ValueError, match="latitude"):
+        mapped_atlas.zone_at(13.4, 91.0)
+    with pytest.raises(TypeError, match="longitude must be a number"):
+        mapped_atlas.zone_at("13.4", 52.5)
+
+
+def test_nearest_tells_the_zone_here_where_it_differs(mapped_atlas, atlas):
+    p = mapped_atlas.nearest("D", 13.4, 52.5, when=SUMMER_1980)
+    assert (p.iana, p.utc_offset) == ("Europe/Berlin", datetime.timedelta(hours=2))
+    assert p.zone_here == mapped_atlas.zone_at(13.4, 52.5, when=SUMMER_1980)
+    undated = mapped_atlas.nearest("D", 13.4, 52.5)
+    assert (undated.zone, undated.iana, undated.zone_here.iana) == ("MET", "", "America/Chicago")
+    assert mapped_atlas.nearest("D", 11.575, 48.137, when=SUMMER_1980).zone_here is None
+    # Without a map a place is what it always was.
+    assert atlas.nearest("D", 13.4, 52.5) == undated._replace(zone_here=None)
+    assert mapped_atlas.nearest("D", 0.0, 0.0, range=1.0, when=SUMMER_1980) is None
+
+
+def test_a_user_place_follows_the_map_or_the_zone_named(mapped_atlas):
+    mapped_atlas.add_place("D", "Py Chicago", 13.5, 52.6)
+    mapped_atlas.add_place("D", "Py Berlin", 13.7, 52.8, zone="Europe/Berlin")
+    assert mapped_atlas.place("Py Chicago", "D", when=SUMMER_1980).iana == "America/Chicago"
+    berlin = mapped_atlas.place("Py Berlin", "D", when=SUMMER_1980)
+    assert (berlin.iana, berlin.utc_offset) == ("Europe/Berlin", datetime.timedelta(hours=2))
+    assert mapped_atlas.nearest("D", 13.7, 52.8, when=SUMMER_1980).zone_here.iana == "America/Chicago"
+    with pytest.raises(ValueError, match='knows no zone "Test/Nowhere"'):
+        mapped_atlas.add_place("D", "Py Nirgends", 13.5, 52.6, zone="Test/Nowhere")
+    with pytest.raises(TypeError, match="zone must be a str"):
+        mapped_atlas.add_place("D", "Py Nirgends", 13.5, 52.6, zone=5)
+    assert mapped_atlas.place("Py Nirgends", "D") is None

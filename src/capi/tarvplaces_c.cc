@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstring>
+#include <ctime>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -72,6 +73,16 @@ tarv_zone ZoneOf(const ZoneInfo& info) {
   return zone;
 }
 
+// The zone-table fields tarv_place and tarv_point_zone share.
+template <class Record>
+void CopyZone(Record& record, const ZoneInfo& zone) {
+  record.zone_id = zone.Id;
+  CopyText(record.zone, zone.Abbreviation, "zone abbreviation");
+  CopyText(record.zone_name, zone.Name, "zone name");
+  record.utc_offset = Seconds(zone.UtcOffsetHours);
+  record.is_lmt = zone.IsLmt ? 1 : 0;
+}
+
 tarv_place PlaceOf(const PlaceInfo& info) {
   tarv_place place{};
   CopyText(place.name, info.Name, "place name");
@@ -80,11 +91,7 @@ tarv_place PlaceOf(const PlaceInfo& info) {
   place.latitude = info.Latitude;
   place.timetable = info.Timetable;
   place.user_place = info.UserPlace ? 1 : 0;
-  place.zone_id = info.Zone.Id;
-  CopyText(place.zone, info.Zone.Abbreviation, "zone abbreviation");
-  CopyText(place.zone_name, info.Zone.Name, "zone name");
-  place.utc_offset = Seconds(info.Zone.UtcOffsetHours);
-  place.is_lmt = info.Zone.IsLmt ? 1 : 0;
+  CopyZone(place, info.Zone);
   place.local_time = static_cast<std::int32_t>(info.LocalTime);
   CopyText(place.iana, info.Iana, "IANA zone");
   CopyText(place.tz_abbreviation, info.TzAbbreviation, "zone abbreviation");
@@ -95,6 +102,32 @@ tarv_place PlaceOf(const PlaceInfo& info) {
   place.population = info.Population;
   place.other_name = info.OtherName ? 1 : 0;
   return place;
+}
+
+tarv_point_zone PointZoneOf(const PointZone& point) {
+  tarv_point_zone zone{};
+  zone.longitude = point.Longitude;
+  zone.latitude = point.Latitude;
+  CopyText(zone.iana, point.Iana, "IANA zone");
+  CopyZone(zone, point.Zone);
+  zone.local_time = static_cast<std::int32_t>(point.LocalTime);
+  CopyText(zone.tz_abbreviation, point.TzAbbreviation, "zone abbreviation");
+  CopyText(zone.zone_long_name, point.ZoneLongName, "zone name");
+  return zone;
+}
+
+// The wall-clock time of UTC now: near enough to the present at any place
+// to tell which IANA zone the place follows.
+LocalTime UtcNow() {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+#ifdef _WIN32
+  gmtime_s(&utc, &now);
+#else
+  gmtime_r(&now, &utc);
+#endif
+  return {utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday,
+          utc.tm_hour,        utc.tm_min,     std::min(utc.tm_sec, 59)};
 }
 
 std::optional<LocalTime> LocalTimeOf(const tarv_local_time* when) {
@@ -326,6 +359,49 @@ tarv_status tarv_nearest(tarv_atlas* atlas, const char* country, double longitud
   });
 }
 
+tarv_status tarv_zone_at(tarv_atlas* atlas, double longitude, double latitude,
+                         const tarv_local_time* when, tarv_point_zone* zone) {
+  return CallOn(atlas, [&](Handle& h) {
+    Require(zone, "the zone");
+    const auto time = tarv::capi::LocalTimeOf(when);
+    const auto point = h.AtlasOfCall()->ZoneAt(longitude, latitude, time);
+    if (!point) return TARV_NOT_FOUND;
+    *zone = tarv::capi::PointZoneOf(*point);
+    return TARV_OK;
+  });
+}
+
+tarv_status tarv_nearest_here(tarv_atlas* atlas, const char* country, double longitude,
+                              double latitude, double range_degrees, const tarv_local_time* when,
+                              tarv_place* place, tarv_point_zone* here, int32_t* differs) {
+  return CallOn(atlas, [&](Handle& h) {
+    const std::string code = Utf8Argument(country, "the country code");
+    Require(place, "the place");
+    Require(here, "the zone here");
+    Require(differs, "the difference's address");
+    const auto time = tarv::capi::LocalTimeOf(when);
+    const auto a = h.AtlasOfCall();
+    const std::string atlas_code = tarv::capi::ResolveOneCountry(*a, code).Code;
+    const auto info = a->Nearest(atlas_code, longitude, latitude, range_degrees, time);
+    if (!info) return TARV_NOT_FOUND;
+    const auto point = a->ZoneAt(longitude, latitude, time);
+    tarv_point_zone zone{};
+    bool other = false;
+    if (point) {
+      zone = tarv::capi::PointZoneOf(*point);
+      // Only a dated place knows its IANA zone.
+      const auto dated =
+          time ? info
+               : a->Nearest(atlas_code, longitude, latitude, range_degrees, tarv::capi::UtcNow());
+      other = !dated || dated->Iana != point->Iana;
+    }
+    *place = tarv::capi::PlaceOf(*info);
+    *here = zone;
+    *differs = other ? 1 : 0;
+    return TARV_OK;
+  });
+}
+
 tarv_status tarv_countries(tarv_atlas* atlas, tarv_country_list** list) {
   if (list != nullptr) *list = nullptr;
   return CallOn(atlas, [&](Handle& h) {
@@ -434,14 +510,21 @@ void tarv_timetable_free(tarv_timetable* timetable) {
 
 tarv_status tarv_add_place(tarv_atlas* atlas, const char* country, const char* name,
                            double longitude, double latitude, int32_t timetable) {
+  return tarv_add_place_in_zone(atlas, country, name, longitude, latitude, timetable, nullptr);
+}
+
+tarv_status tarv_add_place_in_zone(tarv_atlas* atlas, const char* country, const char* name,
+                                   double longitude, double latitude, int32_t timetable,
+                                   const char* zone) {
   return CallOn(atlas, [&](Handle& h) {
     const std::string code = Utf8Argument(country, "the country code");
     const std::string place = Utf8Argument(name, "the place name");
+    const std::string iana = zone == nullptr ? std::string() : Utf8Argument(zone, "the zone");
     const auto a = h.AtlasOfCall();
     const std::string atlas_code = tarv::capi::ResolveOneCountry(*a, code).Code;
     const auto number = static_cast<std::int16_t>(
         std::clamp<std::int32_t>(timetable, -1, std::numeric_limits<std::int16_t>::max()));
-    const std::string refusal = a->AddPlace(atlas_code, place, longitude, latitude, number);
+    const std::string refusal = a->AddPlace(atlas_code, place, longitude, latitude, number, iana);
     if (!refusal.empty()) Fail(TARV_E_ARGUMENT, "cannot add \"" + place + "\": " + refusal);
     return TARV_OK;
   });

@@ -2,7 +2,8 @@
  * handles, callbacks, threads and each kind of failure's status and message,
  * with one dated lookup; what the atlas answers is the library's tests' job.
  *
- *   tarvplaces_capi_test ATLAS SCRATCH   (SCRATCH/writable: a copy of ATLAS)
+ *   tarvplaces_capi_test ATLAS SCRATCH   (SCRATCH/writable: a copy of ATLAS;
+ *                                         SCRATCH/mapped: one with a zone map)
  *
  * Prints "N passed, N failed". */
 #define _POSIX_C_SOURCE 200809L
@@ -17,6 +18,7 @@
 
 static char g_atlas[4096];
 static char g_writable[4096];
+static char g_mapped[4096]; /* a copy of the atlas with a small zone map */
 
 static int g_test_failures;
 
@@ -272,6 +274,101 @@ static void changes_go_to_the_handles_own_folder(void) {
   tarv_close(other);
 }
 
+/* The map says America/Chicago around Berlin (13-14 east, 52-53 north),
+ * Europe/Berlin in the rest of Germany. */
+static void the_zone_at_coordinates_and_beside_the_nearest_place(void) {
+  tarv_atlas* atlas = NULL;
+  tarv_atlas* unmapped = open_default();
+  tarv_point_zone z;
+  tarv_place p;
+  int32_t differs = 7;
+  CHECK_STATUS(tarv_open(g_mapped, &atlas), TARV_OK, NULL);
+  CHECK_STATUS(tarv_zone_at(atlas, 13.4, 52.5, &kSummer1980, &z), TARV_OK, NULL);
+  CHECK(z.longitude == 13.4 && z.latitude == 52.5 && strcmp(z.iana, "America/Chicago") == 0);
+  CHECK(z.utc_offset == -18000 && z.is_lmt == 0 && z.local_time == TARV_LOCAL_TIME_NORMAL);
+  CHECK(strcmp(z.tz_abbreviation, "CDT") == 0 && strcmp(z.zone, "CST/S") == 0 && z.zone_id > 0);
+  CHECK(strcmp(z.zone_long_name, "Nordamerikanische Zentral-Sommerzeit") == 0);
+  /* Without a date: now, in summer or in winter. */
+  CHECK_STATUS(tarv_zone_at(atlas, 13.4, 52.5, NULL, &z), TARV_OK, NULL);
+  CHECK(strcmp(z.iana, "America/Chicago") == 0 &&
+        (z.utc_offset == -18000 || z.utc_offset == -21600));
+  memset(&z, 'x', sizeof z);
+  CHECK_STATUS(tarv_zone_at(unmapped, 13.4, 52.5, NULL, &z), TARV_NOT_FOUND, NULL);
+  CHECK_STATUS(tarv_zone_at(atlas, 13.4, 91.0, NULL, &z), TARV_E_ARGUMENT, "latitude");
+  CHECK_STATUS(tarv_zone_at(atlas, NAN, 52.5, NULL, &z), TARV_E_ARGUMENT, NULL);
+  CHECK_STATUS(tarv_zone_at(atlas, 13.4, 52.5, NULL, NULL), TARV_E_ARGUMENT, "NULL");
+  CHECK(z.iana[0] == 'x');
+
+  /* Nearest to a point across the zone line: a place of Europe/Berlin. */
+  CHECK_STATUS(tarv_nearest_here(atlas, "D", 13.4, 52.5, 0.0, &kSummer1980, &p, &z, &differs),
+               TARV_OK, NULL);
+  CHECK(strcmp(p.iana, "Europe/Berlin") == 0 && p.utc_offset == 7200);
+  CHECK(strcmp(z.iana, "America/Chicago") == 0 && z.utc_offset == -18000 && differs == 1);
+  /* Without a date the place keeps its standard zone; the zones are compared now. */
+  differs = 7;
+  CHECK_STATUS(tarv_nearest_here(atlas, "DE", 13.4, 52.5, 0.0, NULL, &p, &z, &differs), TARV_OK,
+               NULL);
+  CHECK(strcmp(p.zone, "MET") == 0 && p.iana[0] == '\0' && differs == 1);
+  CHECK_STATUS(tarv_nearest_here(atlas, "D", 11.575, 48.137, 0.0, NULL, &p, &z, &differs), TARV_OK,
+               NULL);
+  CHECK(strcmp(p.name, "München") == 0 && strcmp(z.iana, "Europe/Berlin") == 0 && differs == 0);
+  /* No map: nothing to tell, the place as tarv_nearest gives it. */
+  memset(&z, 'x', sizeof z);
+  differs = 7;
+  CHECK_STATUS(tarv_nearest_here(unmapped, "D", 13.4, 52.5, 0.0, NULL, &p, &z, &differs), TARV_OK,
+               NULL);
+  CHECK(z.iana[0] == '\0' && z.zone[0] == '\0' && z.longitude == 0.0 && differs == 0);
+  CHECK_STATUS(tarv_nearest(unmapped, "D", 13.4, 52.5, 0.0, &g_place), TARV_OK, NULL);
+  CHECK(strcmp(p.name, g_place.name) == 0 && strcmp(p.zone, g_place.zone) == 0);
+  differs = 7;
+  CHECK_STATUS(tarv_nearest_here(atlas, "D", 0.0, 0.0, 1.0, NULL, &p, &z, &differs), TARV_NOT_FOUND,
+               NULL);
+  CHECK(differs == 7);
+  CHECK_STATUS(tarv_nearest_here(atlas, "D", 13.4, 52.5, 0.0, NULL, &p, &z, NULL), TARV_E_ARGUMENT,
+               "NULL");
+  CHECK_STATUS(tarv_nearest_here(atlas, "EUROPA", 13.4, 52.5, 0.0, NULL, &p, &z, &differs),
+               TARV_E_ARGUMENT, "group");
+  tarv_close(atlas);
+  tarv_close(unmapped);
+}
+
+/* A user place follows the map at its coordinates, or the zone the user names. */
+static void a_user_place_follows_the_map_or_the_zone_named(void) {
+  tarv_atlas* atlas = NULL;
+  tarv_point_zone z;
+  tarv_place p;
+  int32_t differs = 7;
+  CHECK_STATUS(tarv_open(g_mapped, &atlas), TARV_OK, NULL);
+  CHECK_STATUS(tarv_add_place(atlas, "D", "Capi Chicago", 13.5, 52.6, 1), TARV_OK, NULL);
+  CHECK_STATUS(tarv_add_place_in_zone(atlas, "D", "Capi Leer", 13.6, 52.7, 1, ""), TARV_OK, NULL);
+  CHECK_STATUS(tarv_add_place_in_zone(atlas, "D", "Capi Berlin", 13.7, 52.8, 1, "Europe/Berlin"),
+               TARV_OK, NULL);
+  CHECK_STATUS(tarv_place_lookup(atlas, "Capi Chicago", "D", &kSummer1980, &p, NULL), TARV_OK,
+               NULL);
+  CHECK(strcmp(p.iana, "America/Chicago") == 0 && p.utc_offset == -18000);
+  CHECK_STATUS(tarv_place_lookup(atlas, "Capi Leer", "D", &kSummer1980, &p, NULL), TARV_OK, NULL);
+  CHECK(strcmp(p.iana, "America/Chicago") == 0);
+  CHECK_STATUS(tarv_place_lookup(atlas, "Capi Berlin", "D", &kSummer1980, &p, NULL), TARV_OK, NULL);
+  CHECK(strcmp(p.iana, "Europe/Berlin") == 0 && p.utc_offset == 7200);
+  /* Nearest to its own coordinates, the place of the map's zone agrees with it. */
+  CHECK_STATUS(tarv_nearest_here(atlas, "D", 13.5, 52.6, 0.0, &kSummer1980, &p, &z, &differs),
+               TARV_OK, NULL);
+  CHECK(strcmp(p.name, "Capi Chicago") == 0 && differs == 0);
+  CHECK_STATUS(tarv_nearest_here(atlas, "D", 13.7, 52.8, 0.0, &kSummer1980, &p, &z, &differs),
+               TARV_OK, NULL);
+  CHECK(strcmp(p.name, "Capi Berlin") == 0 && differs == 1);
+
+  CHECK_STATUS(tarv_add_place_in_zone(atlas, "D", "Capi Nirgends", 13.5, 52.6, 1, "Test/Nowhere"),
+               TARV_E_ARGUMENT, "the atlas knows no zone \"Test/Nowhere\"");
+  CHECK_STATUS(find(atlas, "Capi Nirgends", "D"), TARV_NOT_FOUND, NULL);
+  CHECK_STATUS(tarv_add_place_in_zone(atlas, "D", "Capi Nirgends", 13.5, 52.6, 1, "\xFF"),
+               TARV_E_UTF8, "zone");
+  CHECK_STATUS(tarv_delete_place(atlas, "D", "Capi Chicago"), TARV_OK, NULL);
+  CHECK_STATUS(tarv_delete_place(atlas, "D", "Capi Leer"), TARV_OK, NULL);
+  CHECK_STATUS(tarv_delete_place(atlas, "D", "Capi Berlin"), TARV_OK, NULL);
+  tarv_close(atlas);
+}
+
 static void set_variable(const char* name, const char* value) {
 #ifdef _WIN32
   _putenv_s(name, value != NULL ? value : "");
@@ -418,6 +515,7 @@ int main(int argc, char** argv) {
   }
   snprintf(g_atlas, sizeof g_atlas, "%s", argv[1]);
   snprintf(g_writable, sizeof g_writable, "%s/writable", argv[2]);
+  snprintf(g_mapped, sizeof g_mapped, "%s/mapped", argv[2]);
 
   RUN(a_dated_lookup_fills_every_field);
   RUN(each_failure_has_its_status_and_a_message);
@@ -427,6 +525,8 @@ int main(int argc, char** argv) {
   RUN(closed_and_foreign_handles_are_refused);
   RUN(lists_and_tables_come_out_whole);
   RUN(changes_go_to_the_handles_own_folder);
+  RUN(the_zone_at_coordinates_and_beside_the_nearest_place);
+  RUN(a_user_place_follows_the_map_or_the_zone_named);
   RUN(the_place_path_callback_supplies_the_folder);
   RUN(a_callback_that_calls_the_library_is_refused);
   RUN(one_handle_used_from_two_threads_answers_each_right);

@@ -1,7 +1,9 @@
-# A fresh copy of the atlas for the tests that write to one.
+# Fresh copies of the atlas for the tests that write to one: SCRATCH/writable,
+# and SCRATCH/mapped for a small zone map of the tests' own.
 #   cmake -DATLAS=... -DSCRATCH=... -P copy_atlases.cmake
 if(NOT EXISTS ${ATLAS}/Country.dat)
   message(FATAL_ERROR "no atlas at ${ATLAS}: run scripts/build-atlas.sh")
 endif()
 file(REMOVE_RECURSE ${SCRATCH})
 file(COPY ${ATLAS}/ DESTINATION ${SCRATCH}/writable)
+file(COPY ${ATLAS}/ DESTINATION ${SCRATCH}/mapped)

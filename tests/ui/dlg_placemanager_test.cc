@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <tuple>
@@ -447,6 +448,75 @@ TEST_F(PlacemanagerModel, BackFromStep3SkipsStep2WithoutTimetables) {
   }
   EXPECT_EQ(std::tuple(g.Editing(), view_.closed, g.Group()),
             std::tuple(false, 0, PanelGroup::kBrowse));
+}
+
+// The map gives Augsburg (10.9 east) Test/East, Bonn's longitude Test/West.
+TEST_F(PlacemanagerModel, NewPlaceFollowsTheMapsZoneOrTheZoneChosen) {
+  WriteZoneMap();
+  auto& d = Open("Augsburg", "D");
+  d.bt_Action_Click(1);
+  EXPECT_FALSE(Ctl("cb_Zone").visible);
+  ToStep3(d);
+  const auto zone_step = [&] {
+    return std::tuple(Text("lb_Zone"), Ctl("cb_Zone").list_index, d.NewPlaceZone());
+  };
+  EXPECT_EQ(std::tuple(Ctl("lb_Zone").visible, Ctl("cb_Zone").visible, Ctl("cb_Zone").items),
+            std::tuple(true, true, std::vector<std::string>{"Test/East", "Test/West"}));
+  EXPECT_EQ(zone_step(), std::tuple("Zone: Test/East", 0, ""));
+  // The map's zone follows the coordinates typed; a zone chosen stays.
+  d.tb_Eingabe_Change(5, "7E06");
+  EXPECT_EQ(zone_step(), std::tuple("Zone: Test/West", 1, ""));
+  d.cb_Zone_Click(0);
+  EXPECT_EQ(zone_step(), std::tuple("Zone: Test/West", 0, "Test/East"));
+  d.bt_CANCEL_Click(1);
+  EXPECT_EQ(std::tuple(d.Step(), Ctl("lb_Zone").visible, Ctl("cb_Zone").visible),
+            std::tuple(2, false, false));
+  d.bt_OK_Click(1);
+  EXPECT_EQ(zone_step(), std::tuple("Zone: Test/West", 0, "Test/East"));
+  d.tb_Eingabe_Change(3, "Westort");
+  d.bt_OK_Click(1);
+  EXPECT_EQ(folder_.Read("USER/D.TZN"), "Westort\tTest/East\r\n");
+  // The info line tells where the zone differs from the timetable (2: MET
+  // from April 1893), for the zone named as for the map's.
+  EXPECT_EQ(Text("lb_Zeittabelle_1"),
+            "Eigene Zonengeschichte Test/East in 1850-1893 (weicht von Zeittabelle 2 ab)");
+  ToStep3(d);
+  d.tb_Eingabe_Change(3, "Westdorf");
+  d.tb_Eingabe_Change(5, "7E06");
+  d.cb_Zone_Click(0);
+  d.cb_Zone_Click(1);  // the map's zone again: the place follows the map
+  EXPECT_EQ(d.NewPlaceZone(), "");
+  d.bt_OK_Click(1);
+  EXPECT_EQ(folder_.Read("USER/D.TZN"), "Westort\tTest/East\r\n");
+  EXPECT_EQ(Text("lb_Zeittabelle_1"),
+            "Eigene Zonengeschichte Test/West in 1850-2100 (weicht von Zeittabelle 2 ab)");
+}
+
+TEST_F(PlacemanagerModel, WithoutAZoneMapTheNewPlaceStepsShowNoZone) {
+  WriteBerlinsOwnHistory();  // histories, but no map
+  auto& d = Open("Augsburg", "D");
+  ToStep3(d);
+  EXPECT_EQ(std::tuple(Ctl("lb_Zone").visible, Ctl("cb_Zone").visible, Ctl("cb_Zone").items.size()),
+            std::tuple(false, false, 0U));
+  d.tb_Eingabe_Change(3, "Gersthofen");
+  d.bt_OK_Click(1);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Gersthofen"));
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER/D.TZN"));
+  EXPECT_EQ(std::tuple(d.NewPlaceZone(), Text("lb_Zeittabelle_1")), std::tuple("", ""));
+}
+
+// A user place changed keeps the zone named for it; a zone the atlas does
+// not know is refused.
+TEST_F(PlacemanagerModel, ChangingAUserPlaceKeepsTheZoneNamedForIt) {
+  WriteZoneMap();
+  EXPECT_EQ(AddUserPlace("D", "Nirgends", 15.0, 50.0, 1, "Test/Nowhere"), 0);
+  EXPECT_EQ(AddUserPlace("D", "Westort", 7.1, 50.7, 1, "Test/East"), -1);
+  auto& d = Open("Westort", "D");
+  d.bt_Action_Click(3);
+  d.tb_Eingabe_Change(3, "Westheim");
+  d.bt_OK_Click(1);
+  EXPECT_THAT(UserPlaces("D"), ElementsAre("Westheim"));
+  EXPECT_EQ(folder_.Read("USER/D.TZN"), "Westheim\tTest/East\r\n");
 }
 
 TEST_F(PlacemanagerModel, StepTwoChoosesAnotherTimetable) {

@@ -8,9 +8,10 @@
 
 #include "atlas/country_table.h"
 #include "atlas/zone_history.h"
-#include "text/codepage.h"
+#include "atlas/zone_map.h"
 #include "support/atlas_fixture.h"
 #include "tarvplaces/places.h"
+#include "text/codepage.h"
 
 namespace tarv::testing {
 
@@ -51,6 +52,24 @@ class DialogAtlasFixture : public AtlasFixture {
     std::vector<std::uint16_t> zones(6, kNoPlaceZone);
     zones[1] = 0;
     folder_.Write("D.TZP", CompressSzdd(EncodePlaceZones(zones)));
+  }
+
+  // Two zones and a map of them: Test/East (MET all along) from 10 to 20
+  // degrees east between 40 and 60 north, Test/West (GMT all along)
+  // everywhere else, the sea included.
+  void WriteZoneMap() {
+    const std::int16_t gmt = Zone("GMT"), met = Zone("MET");
+    folder_.Write(kZoneHistoryFile,
+                  CompressSzdd(EncodeZoneHistories(
+                      {{"Test/West", {{0, 0, false, false, gmt, "GMT"}}, "", gmt, gmt},
+                       {"Test/East", {{0, 3600, false, false, met, "CET"}}, "", met, met}})));
+    ZoneMapData map;
+    ZoneMapData::Ring box;
+    box.longitudes = {1'000'000, 2'000'000, 2'000'000, 1'000'000};
+    box.latitudes = {4'000'000, 4'000'000, 6'000'000, 6'000'000};
+    map.nodes = {{ZoneMapData::NodeKind::kTile, 0}};
+    map.tiles = {{{1, {box}}}};
+    folder_.Write(kZoneMapFile, CompressSzdd(EncodeZoneMap(map)));
   }
 
   // The user places of a country, by trimmed name (UTF-8).

@@ -222,6 +222,48 @@ TEST_F(Dialogs, OwnedDialogsHelpLineFollowsTheFocusCtrlShiftReturnClosesWithOk) 
                                        kModal, owner.winId()));
 }
 
+// The zone list of a new place: the map's zone shown and selected, another
+// one chosen with the keyboard reaches the user file. Pictures of the step
+// and of the place written go beside the others.
+TEST_F(Dialogs, NewPlacesZoneIsChosenFromTheList) {
+  WriteZoneMap();
+  city_ = "Augsburg";
+  const std::filesystem::path folder = TARV_SCREENSHOT_DIR;
+  std::filesystem::create_directories(folder);
+  WhenShown([&folder](QDialog& d) {
+    Click(d, "bt_Action_1");
+    Click(d, "bt_OK_1");
+    Click(d, "bt_OK_1");
+    auto* caption = Find<QLabel>(d, "lb_Zone");
+    auto* zones = Find<QComboBox>(d, "cb_Zone");
+    const auto shown = [&] {
+      return std::tuple(caption->isVisible(), caption->text().toStdString(),
+                        zones->currentText().toStdString(), zones->count());
+    };
+    EXPECT_EQ(shown(), std::tuple(true, "Zone: Test/East", "Test/East", 2));
+    QTest::keyClicks(Find(d, "tb_Eingabe_3"), "Westort");
+    auto* longitude = Find<QLineEdit>(d, "tb_Eingabe_5");
+    longitude->selectAll();
+    QTest::keyClicks(longitude, "7.1");
+    QTest::keyClick(longitude, Qt::Key_Return);
+    EXPECT_EQ(shown(), std::tuple(true, "Zone: Test/West", "Test/West", 2));
+    zones->setFocus();
+    QTest::keyClick(zones, Qt::Key_Up);
+    EXPECT_EQ(shown(), std::tuple(true, "Zone: Test/West", "Test/East", 2));
+    QApplication::processEvents();  // the layout, as the user would see it
+    EXPECT_TRUE(d.grab().save(QString::fromStdString((folder / "placemanager-zone.png").string())));
+    Click(d, "bt_OK_1");
+    EXPECT_FALSE(caption->isVisible());
+    EXPECT_EQ(Find<QLabel>(d, "lb_Zeittabelle_1")->text().toStdString(),
+              "Eigene Zonengeschichte Test/East in 1850-1893 (weicht von Zeittabelle 2 ab)");
+    EXPECT_TRUE(
+        d.grab().save(QString::fromStdString((folder / "placemanager-zone-place.png").string())));
+    Click(d, "bt_OK_0");
+  });
+  EXPECT_TRUE(Show());
+  EXPECT_EQ(folder_.Read("USER/D.TZN"), "Westort\tTest/East\r\n");
+}
+
 // Pictures of both dialogs in both languages, for anyone to look at.
 TEST_F(Dialogs, PicturesInBothLanguages) {
   namespace fs = std::filesystem;

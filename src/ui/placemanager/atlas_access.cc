@@ -14,6 +14,9 @@
 #include "atlas/place_search.h"
 #include "atlas/place_zone.h"
 #include "atlas/timetable.h"
+#include "atlas/user_places.h"
+#include "atlas/user_zones.h"
+#include "atlas/zone_history.h"
 #include "atlas/zone_table.h"
 #include "interface/read_call.h"
 #include "tarvplaces/list_control.h"
@@ -271,17 +274,83 @@ TimetableZone ZoneOfEntry(const std::string& country, std::int16_t zone_id) {
   return zone;
 }
 
+std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country,
+                                                  const PlaceData& place, std::int16_t timetable) {
+  if (place.record == 0) return std::nullopt;
+  return Classic<FaultBox>([&]() -> std::optional<OwnZoneHistory> {
+    // The dialog tells what it could not read as the members do.
+    FoundPlace found;
+    found.Country = InternalCode(country);
+    found.RecordNo = place.record;
+    // A user place's history is found by its name and coordinates.
+    found.Place.SetName(CleanPlaceName(AnsiFromUtf8(place.name)));
+    found.Place.Longitude = static_cast<float>(place.longitude);
+    found.Place.Latitude = static_cast<float>(place.latitude);
+    const auto difference = CompareWithTimetable(found, timetable);
+    if (!difference || difference->years.empty()) return std::nullopt;
+    return OwnZoneHistory{difference->iana, YearRangesText(difference->years)};
+  });
+}
+
 std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country, std::int16_t record,
                                                   std::int16_t timetable) {
   if (record <= 0) return std::nullopt;
-  return Classic<FaultBox>([&]() -> std::optional<OwnZoneHistory> {
+  PlaceData place;
+  place.record = record;
+  return DifferingOwnHistory(country, place, timetable);
+}
+
+std::optional<ZoneChoice> ZoneChoiceAt(double longitude, double latitude) {
+  return Classic<FaultBox>([&]() -> std::optional<ZoneChoice> {
     // The dialog tells what it could not read as the members do.
-    FoundPlace place;
-    place.Country = InternalCode(country);
-    place.RecordNo = record;
-    const auto difference = CompareWithTimetable(place, timetable);
-    if (!difference || difference->years.empty()) return std::nullopt;
-    return OwnZoneHistory{difference->iana, YearRangesText(difference->years)};
+    EnsureTablesLoaded();
+    if (!HasZoneMap()) return std::nullopt;
+    const auto history = MapHistoryAt(longitude, latitude);
+    if (!history) return std::nullopt;
+    const ZoneHistories& histories = *history->histories;
+    ZoneChoice choice;
+    choice.map_zone = histories[history->zone].name;
+    choice.zones.reserve(histories.size());
+    for (std::size_t i = 0; i < histories.size(); ++i)
+      choice.zones.push_back(histories[i].name);
+    std::sort(choice.zones.begin(), choice.zones.end());
+    return choice;
+  });
+}
+
+std::string NamedZoneOfUserPlace(const std::string& code, const std::string& name) {
+  return Classic<FaultBox>([&]() -> std::string {
+    // The dialog tells what it could not read as the members do.
+    EnsureTablesLoaded();
+    const auto named = UserNamedHistory(InternalCode(code), CleanPlaceName(AnsiFromUtf8(name)));
+    return named ? (*named->histories)[named->zone].name : std::string();
+  });
+}
+
+std::int16_t AddUserPlace(const std::string& code, const std::string& name, double longitude,
+                          double latitude, std::int16_t timetable, const std::string& zone,
+                          std::int32_t* record) {
+  return Classic<ClassicCall>([&]() -> std::int16_t {
+    EnsureTablesLoaded();
+    UserPlace place;
+    place.CountryId = GetCountryIDOfCode(AnsiFromUtf8(code));
+    // Stored cut, it would be found by neither the name the dialog shows nor
+    // deleted by it.
+    const std::string cleaned = CleanPlaceName(AnsiFromUtf8(name));
+    if (place.CountryId == 0 || cleaned.size() > kPlaceNameWidth) return 0;
+    // A number the timetable chooser does not offer names no history.
+    const std::int16_t count = HaveTimetables(InternalCode(code));
+    if (timetable < 0 || timetable > std::max<std::int16_t>(count, 1)) return 0;
+    if (!zone.empty() && (!StorableZoneName(zone) || !NamedHistory(zone))) return 0;
+    place.Place.SetName(cleaned);
+    place.Place.Longitude = static_cast<float>(longitude);
+    place.Place.Latitude = static_cast<float>(latitude);
+    place.Place.Timetable = timetable;
+    place.Zone = zone;
+    std::int32_t number = 0;
+    const std::int16_t added = AddCity(place, number);
+    if (record != nullptr) *record = number;
+    return added;
   });
 }
 

@@ -127,16 +127,42 @@ struct TimetableZone {
 // "Standard" replaced. Empty for an id outside the table.
 TimetableZone ZoneOfEntry(const std::string& country, std::int16_t zone_id);
 
-// Where the database place `record` of `country` follows a zone history of
-// its own that gives other offsets than timetable `timetable`: its IANA
-// zone and the years ("1928-1980, 1986"). nullopt when they agree, for user
-// places and where the atlas keeps no own histories.
+// Where a place of `country` follows a zone history of its own that gives
+// other offsets than timetable `timetable`: its IANA zone and the years
+// ("1928-1980, 1986"). A database place's history is its own, a user
+// place's the zone the user named for it or else the map's at its
+// coordinates. nullopt when they agree, for a place the atlas does not hold
+// and where the atlas keeps no such histories.
 struct OwnZoneHistory {
   std::string iana;
   std::string years;
 };
+std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country,
+                                                  const PlaceData& place, std::int16_t timetable);
+// The same by record number alone, which names no user place: nullopt for
+// them.
 std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country, std::int16_t record,
                                                   std::int16_t timetable);
+
+// The zones a place at the coordinates may follow: the one the atlas's map
+// gives there and every zone the atlas knows, sorted. nullopt for an atlas
+// without a map.
+struct ZoneChoice {
+  std::string map_zone;
+  std::vector<std::string> zones;
+};
+std::optional<ZoneChoice> ZoneChoiceAt(double longitude, double latitude);
+
+// The zone the user named for their place `name` of `code`; "" when they
+// named none (the place follows the map).
+std::string NamedZoneOfUserPlace(const std::string& code, const std::string& name);
+
+// Adds a user place as classPlaces::AddUserPlace does, following the IANA
+// zone `zone` ("" for the map's at its coordinates). Returns 0, writing
+// nothing, also for a zone the atlas does not know.
+std::int16_t AddUserPlace(const std::string& code, const std::string& name, double longitude,
+                          double latitude, std::int16_t timetable, const std::string& zone,
+                          std::int32_t* record = nullptr);
 
 }  // namespace tarv::ui
 

@@ -28,9 +28,10 @@ const std::vector<int>& DlgPlacemanager::PanelIndices() {
 }
 
 void DlgPlacemanager::CreateControls() {
-  for (const char* name : {"lb_Land", "cb_ABC", "li_SuchOrte", "lb_AnzOrte", "lb_Definiert",
-                           "ig_Direction", "ig_Sommerzeit", "li_Zeittabelle", "ch_DatumZonen",
-                           "lb_InfoGuide", "lb_InfoGuideBack", "lb_InfoLine"}) {
+  for (const char* name :
+       {"lb_Land", "cb_ABC", "li_SuchOrte", "lb_AnzOrte", "lb_Definiert", "ig_Direction",
+        "ig_Sommerzeit", "li_Zeittabelle", "ch_DatumZonen", "lb_InfoGuide", "lb_InfoGuideBack",
+        "lb_InfoLine", "lb_Zone", "cb_Zone"}) {
     Add(name);
   }
   for (int i = 0; i < 3; ++i)
@@ -57,6 +58,8 @@ void DlgPlacemanager::CreateControls() {
   C("lb_Definiert").visible = false;
   C("ig_Sommerzeit").visible = false;
   C("lb_InfoGuideBack").visible = false;
+  C("lb_Zone").visible = false;
+  C("cb_Zone").visible = false;
   C("bt_OK_1").visible = false;
   C("bt_CANCEL_1").visible = false;
 }
@@ -263,6 +266,8 @@ void DlgPlacemanager::tb_Eingabe_Change(std::int16_t Index, const std::string& t
   const std::string name = Member("tb_Eingabe", Index);
   if (Controls().find(name) == Controls().end() || Control(name).read_only) return;
   C(name).text = text;
+  // A new place's zone follows its coordinates as they are typed.
+  if (step_ == 3 && IsCoordinateField(Index)) ShowZoneChoice();
   if (!IsPlaceField(Index) || step_ != 0) return;
   changes_pending_ = FieldsDiffer();
   if (editing_) return;

@@ -15,7 +15,8 @@
 //      cb_ABC (letter filter), li_SuchOrte (places), lb_AnzOrte (count)
 //   5  lb_Eingabe_3/tb_Eingabe_3 (name), lb_Eingabe_4/tb_Eingabe_5
 //      (longitude), lb_Eingabe_5/tb_Eingabe_6 (latitude), lb_Definiert,
-//      ig_Direction
+//      ig_Direction, lb_Zone/cb_Zone (a new place's zone: the map's at the
+//      coordinates and the zone chosen; shown in step 3 with a zone map)
 //   15 lb_Zeittabelle_0, tb_Eingabe_7 (timetable number), tb_Eingabe_4 (the
 //      place's standard zone), li_Zeittabelle, lb_Zeittabelle_1 (the zone of
 //      the clicked entry), ch_DatumZonen (dates with zones), ig_Sommerzeit
@@ -27,17 +28,17 @@
 //
 // Workflows (bt_Action index): 1 new place in three steps (a reference place
 // nearby, its timetable when the country has timetables, name and
-// coordinates); 2 delete a user place after a confirmation; 3 change name or
-// coordinates (4 when started by typing a coordinate), which creates a user
-// place that takes priority over the atlas's; 5 choose the timetable with
-// DlgPlaceTimetable. Typing into the name or coordinate fields marks changes
-// pending without entering the edit, so the user may still move on or close
-// and is asked what to do with them.
+// coordinates, and its zone where the atlas has a zone map); 2 delete a user place after a
+// confirmation; 3 change name or coordinates (4 when started by typing a coordinate), which creates
+// a user place that takes priority over the atlas's; 5 choose the timetable with DlgPlaceTimetable.
+// Typing into the name or coordinate fields marks changes pending without entering the edit, so the
+// user may still move on or close and is asked what to do with them.
 #ifndef TARVPLACES_UI_PLACEMANAGER_DLG_PLACEMANAGER_H_
 #define TARVPLACES_UI_PLACEMANAGER_DLG_PLACEMANAGER_H_
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tarvplaces/message_sink.h"
@@ -114,6 +115,9 @@ class DlgPlacemanager : public FormModel {
   bool ChangesPending() const { return changes_pending_; }
   bool Editing() const { return editing_; }
   bool Step2InUse() const { return step2_; }
+  // The zone chosen for the new place: "" to follow the zone map at its
+  // coordinates, else an IANA zone ("America/Chicago").
+  const std::string& NewPlaceZone() const { return new_zone_; }
   OwnerWindow Owner() const { return owner_; }
   PanelGroup Group() const { return group_; }
   // True once the window has closed.
@@ -158,6 +162,8 @@ class DlgPlacemanager : public FormModel {
   void li_SuchOrte_Click(std::int32_t list_index);
   void li_Zeittabelle_Click(std::int32_t list_index);
   void ch_DatumZonen_Click(bool checked);
+  // A zone chosen from the list of cb_Zone.
+  void cb_Zone_Click(std::int32_t list_index);
   // The user changed the text of a text box.
   void tb_Eingabe_Change(std::int16_t Index, const std::string& text);
   void tb_Eingabe_KeyReturn(std::int16_t Index);
@@ -174,6 +180,7 @@ class DlgPlacemanager : public FormModel {
   void bt_OK_GotFocus(std::int16_t Index);
   void bt_CANCEL_GotFocus(std::int16_t Index);
   void cb_ABC_GotFocus();
+  void cb_Zone_GotFocus();
   void rb_Eingabe_GotFocus(std::int16_t Index);
   void bt_Action_MouseMove(std::int16_t Index) { bt_Action_GotFocus(Index); }
   void bt_OK_MouseMove(std::int16_t Index) { bt_OK_GotFocus(Index); }
@@ -218,6 +225,11 @@ class DlgPlacemanager : public FormModel {
 
   // Workflows.
   void NewPlaceStep();
+  // The coordinates the new place gets from the fields.
+  std::pair<double, double> NewPlaceCoordinates() const;
+  // The map's zone at those coordinates and the zone list, selecting the
+  // zone chosen.
+  void ShowZoneChoice();
   void StartEdit(std::int16_t action);
   void DeletePlace();
   void SelectTimetable();
@@ -225,7 +237,8 @@ class DlgPlacemanager : public FormModel {
   void CompleteNewPlace();
   bool UpdateOrt();
   bool WritePlace(const std::string& name, double longitude, double latitude,
-                  std::int16_t timetable, const std::string& replaced_user_name);
+                  std::int16_t timetable, const std::string& zone,
+                  const std::string& replaced_user_name);
   void EnterEdit(PanelGroup group);
   bool CloseForm();
   MsgAnswer AskToSaveChanges() const;
@@ -264,6 +277,8 @@ class DlgPlacemanager : public FormModel {
   std::string listed_search_;
   std::int16_t shown_timetable_ = 0;
   std::int16_t new_timetable_ = 0;  // the new place's, from step 1 on
+  std::string new_zone_;            // the new place's, "" for the map's
+  std::string map_zone_;            // the map's at the new place's coordinates
   TimetableListing timetable_listing_;
   std::string good_longitude_, good_latitude_;
 };

@@ -147,8 +147,11 @@ bool DlgPlacemanager::UpdateOrt() {
   }
   const double longitude = ParseLongitude(Control("tb_Eingabe_5").text).value_or(place_.longitude);
   const double latitude = ParseLatitude(Control("tb_Eingabe_6").text).value_or(place_.latitude);
+  // A changed user place keeps the zone the user named for it.
+  const bool user_place = place_.IsUserPlace();
   if (!WritePlace(name, longitude, latitude, shown_timetable_,
-                  place_.IsUserPlace() ? place_.name : std::string())) {
+                  user_place ? NamedZoneOfUserPlace(CountryCode(), place_.name) : std::string(),
+                  user_place ? place_.name : std::string())) {
     return false;
   }
   changes_pending_ = false;
@@ -158,10 +161,12 @@ bool DlgPlacemanager::UpdateOrt() {
 // The letters a place file's name field holds.
 constexpr std::size_t kNameLetters = 28;
 
-// Writes a user place, replacing the user place `replaced_user_name` (the
-// one being changed) and, after asking, another user place of the new name.
+// Writes a user place following `zone` ("" for the map's), replacing the
+// user place `replaced_user_name` (the one being changed, which follows that
+// zone too) and, after asking, another user place of the new name.
 bool DlgPlacemanager::WritePlace(const std::string& name, double longitude, double latitude,
-                                 std::int16_t timetable, const std::string& replaced_user_name) {
+                                 std::int16_t timetable, const std::string& zone,
+                                 const std::string& replaced_user_name) {
   const std::string code = CountryCode();
   classPlaces places;
   // What the addition would refuse is refused before anything is deleted:
@@ -190,11 +195,11 @@ bool DlgPlacemanager::WritePlace(const std::string& name, double longitude, doub
     const PlaceData replaced = place_;
     if (!replaced_user_name.empty()) places.DeleteUserPlace(code, replaced_user_name);
     std::int32_t record = 0;
-    if (places.AddUserPlace(code, name, longitude, latitude, timetable, &record) == 0) {
+    if (AddUserPlace(code, name, longitude, latitude, timetable, zone, &record) == 0) {
       // Refused after all: the changed place comes back as it was.
       if (!replaced_user_name.empty()) {
-        places.AddUserPlace(code, replaced_user_name, replaced.longitude, replaced.latitude,
-                            replaced.timetable);
+        AddUserPlace(code, replaced_user_name, replaced.longitude, replaced.latitude,
+                     replaced.timetable, zone);
       }
       return false;
     }

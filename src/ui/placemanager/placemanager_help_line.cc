@@ -48,6 +48,14 @@ void DlgPlacemanager::cb_ABC_GotFocus() {
   SetHilfeIndex(LetterFilterHelpText(Language()));
 }
 
+void DlgPlacemanager::cb_Zone_GotFocus() {
+  SetHilfeIndex(Choose(
+      "The zone the new place follows: the zone the map gives at its coordinates, or another one "
+      "you choose.",
+      "Die Zone, der der neue Ort folgt: die Zone, die die Karte an seinen Koordinaten angibt, "
+      "oder eine andere, die Sie wählen."));
+}
+
 void DlgPlacemanager::rb_Eingabe_GotFocus(std::int16_t Index) {
   const Bilingual text = OptionHelpText(Index);
   SetHilfeIndex(Choose(text.english, text.german));

@@ -36,6 +36,10 @@ void DlgPlacemanager::SetPanelsForGroup(PanelGroup group) {
   const bool fields_editable = group != PanelGroup::kStep1 && group != PanelGroup::kStep2;
   for (const int i : {3, 5, 6})
     C("tb_Eingabe", i).read_only = !fields_editable;
+  // A new place's zone, where the atlas has a map to choose it by.
+  const bool zone = group == PanelGroup::kStep3 && !Control("cb_Zone").items.empty();
+  C("lb_Zone").visible = zone;
+  C("cb_Zone").visible = zone;
 }
 
 void DlgPlacemanager::SetButtonsForGroup(PanelGroup group) {

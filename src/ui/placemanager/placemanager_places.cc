@@ -113,10 +113,11 @@ void DlgPlacemanager::ShowTimetable(std::int16_t timetable) {
   C("tb_Eingabe_7").text = timetable > 0 ? std::to_string(timetable) : std::string();
   C("tb_Eingabe_4").text =
       timetable_listing_.items.empty() ? std::string() : StandardZone(CountryCode(), timetable);
-  // Browsing a database place whose own zone history differs from the
-  // timetable: the line under the list says so.
+  // Browsing a place whose own zone history (a user place's: the zone named
+  // for it or the map's) differs from the timetable: the line under the list
+  // says so.
   C("lb_Zeittabelle_1").text =
-      step_ == 0 ? OwnHistoryNote(CountryCode(), place_.record, timetable, AtlasLanguage())
+      step_ == 0 ? OwnHistoryNote(CountryCode(), place_, timetable, AtlasLanguage())
                  : std::string();
   C("ig_Sommerzeit").visible =
       std::any_of(timetable_listing_.entries.begin(), timetable_listing_.entries.end(),

@@ -290,6 +290,16 @@ void PlacemanagerWidget::BuildPlacePanel(QGridLayout& grid) {
   marks->addStretch();
   marks->addWidget(Make("ig_Direction", Picture(Compass(), nullptr), panel));
   layout->addLayout(marks, 2, 0, 1, 4);
+  auto* zone_row = new QHBoxLayout;
+  auto* zone_caption = static_cast<QLabel*>(Make("lb_Zone", new QLabel, panel));
+  auto* zones = static_cast<QComboBox*>(Make("cb_Zone", new QComboBox, panel));
+  zone_caption->setBuddy(zones);
+  // The map's zone is read whole; the list gives way.
+  zone_caption->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Preferred);
+  zones->setMaxVisibleItems(20);
+  zone_row->addWidget(zone_caption);
+  zone_row->addWidget(zones, 1);
+  layout->addLayout(zone_row, 3, 0, 1, 4);
   layout->setColumnStretch(1, 1);
   layout->setColumnStretch(3, 1);
   grid.addWidget(panel, 1, 1);
@@ -371,13 +381,13 @@ void PlacemanagerWidget::BuildButtons(QGridLayout& grid) {
 }
 
 void PlacemanagerWidget::SetTabOrder() {
-  const char* order[] = {"rb_Eingabe_0",  "rb_Eingabe_1",   "cb_Eingabe_13", "cb_Eingabe_14",
-                         "cb_Eingabe_3",  "cb_ABC",         "li_SuchOrte",   "tb_Eingabe_3",
-                         "tb_Eingabe_5",  "tb_Eingabe_6",   "tb_Eingabe_7",  "tb_Eingabe_4",
-                         "ch_DatumZonen", "li_Zeittabelle", "tb_Eingabe_13", "tb_Eingabe_14",
-                         "tb_Eingabe_30", "tb_Eingabe_16",  "tb_Eingabe_31", "bt_Action_1",
-                         "bt_Action_2",   "bt_Action_3",    "bt_Action_5",   "bt_OK_1",
-                         "bt_CANCEL_1",   "bt_OK_0",        "bt_CANCEL_0"};
+  const char* order[] = {"rb_Eingabe_0",  "rb_Eingabe_1",  "cb_Eingabe_13",  "cb_Eingabe_14",
+                         "cb_Eingabe_3",  "cb_ABC",        "li_SuchOrte",    "tb_Eingabe_3",
+                         "tb_Eingabe_5",  "tb_Eingabe_6",  "cb_Zone",        "tb_Eingabe_7",
+                         "tb_Eingabe_4",  "ch_DatumZonen", "li_Zeittabelle", "tb_Eingabe_13",
+                         "tb_Eingabe_14", "tb_Eingabe_30", "tb_Eingabe_16",  "tb_Eingabe_31",
+                         "bt_Action_1",   "bt_Action_2",   "bt_Action_3",    "bt_Action_5",
+                         "bt_OK_1",       "bt_CANCEL_1",   "bt_OK_0",        "bt_CANCEL_0"};
   for (std::size_t i = 1; i < std::size(order); ++i)
     setTabOrder(widgets_.at(order[i - 1]), widgets_.at(order[i]));
 }
@@ -424,6 +434,9 @@ void PlacemanagerWidget::Connect() {
       if (name == "cb_ABC") {
         connect(combo, &QComboBox::activated, this,
                 [this](int row) { Forward([&] { model_.cb_ABC_Click(row); }); });
+      } else if (name == "cb_Zone") {
+        connect(combo, &QComboBox::activated, this,
+                [this](int row) { Forward([&] { model_.cb_Zone_Click(row); }); });
       } else {
         connect(combo, &QComboBox::activated, this, [this, index, name = name](int row) {
           shown_combos_.erase(name);
@@ -529,6 +542,8 @@ bool PlacemanagerWidget::ForwardFocus(const std::string& name) {
     Forward([&] { model_.bt_CANCEL_GotFocus(index); });
   } else if (name == "cb_ABC") {
     Forward([&] { model_.cb_ABC_GotFocus(); });
+  } else if (name == "cb_Zone") {
+    Forward([&] { model_.cb_Zone_GotFocus(); });
   } else if (StartsWith(name, "rb_Eingabe")) {
     Forward([&] { model_.rb_Eingabe_GotFocus(index); });
   } else {

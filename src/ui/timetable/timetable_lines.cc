@@ -50,9 +50,10 @@ std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLang
          ")";
 }
 
-std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,
-                           const TarvLanguage& language) {
-  const auto own = DifferingOwnHistory(country, record, timetable);
+namespace {
+
+std::string NoteOf(const std::optional<OwnZoneHistory>& own, std::int16_t timetable,
+                   const TarvLanguage& language) {
   if (!own) return {};
   const std::string number = std::to_string(timetable);
   // A country without timetables has one history, numbered 0.
@@ -63,6 +64,18 @@ std::string OwnHistoryNote(const std::string& country, std::int16_t record, std:
                                                  " (weicht von Zeittabelle " + number + " ab)");
   return language.Choose("Own zone history ", "Eigene Zonengeschichte ") + own->iana + " in " +
          own->years + from;
+}
+
+}  // namespace
+
+std::string OwnHistoryNote(const std::string& country, const PlaceData& place,
+                           std::int16_t timetable, const TarvLanguage& language) {
+  return NoteOf(DifferingOwnHistory(country, place, timetable), timetable, language);
+}
+
+std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,
+                           const TarvLanguage& language) {
+  return NoteOf(DifferingOwnHistory(country, record, timetable), timetable, language);
 }
 
 }  // namespace tarv::ui

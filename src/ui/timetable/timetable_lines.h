@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tarvplaces/language.h"
+#include "ui/placemanager/atlas_access.h"
 
 namespace tarv::ui {
 
@@ -43,13 +44,17 @@ TimetableListing ListTimetable(const std::string& country, std::int16_t timetabl
 // an entry, "No choice" / "Keine Auswahl" for none.
 std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLanguage& language);
 
-// One line saying that the database place `record` of `country` follows its
-// own zone history in the years it differs from timetable `timetable`:
+// One line saying that a place of `country` follows its own zone history
+// (DifferingOwnHistory) in the years it differs from timetable `timetable`:
 // "Own zone history Asia/Urumqi in 1928-1980 (differs from timetable 1)" /
 // "Eigene Zonengeschichte Asia/Urumqi in 1928-1980 (weicht von Zeittabelle 1
 // ab)"; for timetable 0, a country's only history, "(differs from the
-// country's history)". "" when they agree, for user places and where the
-// atlas keeps no own histories.
+// country's history)". "" when they agree and where the atlas keeps no such
+// history.
+std::string OwnHistoryNote(const std::string& country, const PlaceData& place,
+                           std::int16_t timetable, const TarvLanguage& language);
+// The same for the database place `record`; "" for user places, which
+// their record number does not name.
 std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,
                            const TarvLanguage& language);
 

@@ -47,3 +47,15 @@ def mapped_atlas(atlas_copy):
     shutil.copyfile(ZONE_MAP, atlas_copy / "Zones.map")
     with tarvplaces.Atlas(atlas_copy) as opened:
         yield opened
+
+
+@pytest.fixture
+def unmapped_atlas(atlas_folder, tmp_path):
+    """A copy of the default atlas without its zone map."""
+    import tarvplaces
+
+    copy = tmp_path / "unmapped"
+    shutil.copytree(atlas_folder, copy)
+    (copy / "Zones.map").unlink(missing_ok=True)
+    with tarvplaces.Atlas(copy) as opened:
+        yield opened

@@ -13,7 +13,9 @@
 #include "atlas/name_match.h"
 #include "atlas/place_image.h"
 #include "atlas/place_search.h"
+#include "atlas/timetable.h"
 #include "atlas/user_zones.h"
+#include "atlas/zone_history.h"
 #include "platform/atomic_file.h"
 #include "platform/change_counter.h"
 #include "platform/file_lock.h"
@@ -212,6 +214,24 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   // After the files are in place: a reader that sees the new number finds them.
   BumpChangeCounter(file->native.parent_path());
   return -1;
+}
+
+std::int16_t AddCheckedCity(std::string_view code, std::string_view name, double longitude,
+                            double latitude, std::int16_t timetable, const std::string& zone,
+                            std::int32_t& record_no) {
+  UserPlace place;
+  place.CountryId = GetCountryIDOfCode(code);
+  const std::string cleaned = CleanPlaceName(name);
+  if (place.CountryId == 0 || cleaned.size() > kPlaceNameWidth) return 0;
+  const std::int16_t count = HaveTimetables(GetInternalCountryAbbreviation(code));
+  if (timetable < 0 || timetable > std::max<std::int16_t>(count, 1)) return 0;
+  if (!zone.empty() && (!StorableZoneName(zone) || !NamedHistory(zone))) return 0;
+  place.Place.SetName(cleaned);
+  place.Place.Longitude = static_cast<float>(longitude);
+  place.Place.Latitude = static_cast<float>(latitude);
+  place.Place.Timetable = timetable;
+  place.Zone = zone;
+  return AddCity(place, record_no);
 }
 
 std::int16_t Delete_City(const UserPlace& place) {

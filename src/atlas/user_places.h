@@ -52,6 +52,18 @@ std::string CleanPlaceName(std::string_view name);
 // not rewritten: the fault is noted and 0 returned.
 std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no);
 
+// AddCity for a place given as a host gives it: `code` and `name` in the
+// code page. Returns 0 without writing for an unknown country, a name longer
+// than the 28 characters a record holds (stored cut, it would be found by
+// neither the name the host used nor deleted by it), a timetable the
+// country does not offer (0 to its number of timetables, 0 and 1 where it
+// has none: any other names no history, and the place would answer local
+// mean time in every year), and a `zone` ("" for none) the atlas's zone
+// histories do not hold.
+std::int16_t AddCheckedCity(std::string_view code, std::string_view name, double longitude,
+                            double latitude, std::int16_t timetable, const std::string& zone,
+                            std::int32_t& record_no);
+
 // Marks the first record of the user file whose 28-character name equals the
 // place's name, cleaned as AddCity cleans it (any case), as deleted: "@" is
 // put before the name, which loses its last character when it is 28

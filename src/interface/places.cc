@@ -392,24 +392,9 @@ std::int16_t classPlaces::AddUserPlace(const std::string& CountryShort, const st
                                        std::int32_t* RecordNo) {
   return Classic<FaultBox>([&]() -> std::int16_t {
     LoadTables();
-    UserPlace place;
-    place.CountryId = GetCountryIDOfCode(Ansi(CountryShort));
-    // Stored cut, it would be found by neither the name the host used nor
-    // deleted by it.
-    const std::string name = CleanPlaceName(Ansi(Name));
-    if (name.size() > kPlaceNameWidth) return 0;
-    place.Place.SetName(name);
-    place.Place.Longitude = static_cast<float>(Longitude);
-    place.Place.Latitude = static_cast<float>(Latitude);
-    place.Place.Timetable = Timetable;
-    if (place.CountryId == 0) return 0;
-    // A number the timetable chooser does not offer names no history: the
-    // place would answer local mean time in every year.
-    const std::int16_t count =
-        tarv::HaveTimetables(tarv::GetInternalCountryAbbreviation(Ansi(CountryShort)));
-    if (Timetable < 0 || Timetable > std::max<std::int16_t>(count, 1)) return 0;
     std::int32_t number = 0;
-    const std::int16_t result = AddCity(place, number);
+    const std::int16_t result =
+        AddCheckedCity(Ansi(CountryShort), Ansi(Name), Longitude, Latitude, Timetable, "", number);
     if (RecordNo != nullptr) *RecordNo = number;
     return result;
   });

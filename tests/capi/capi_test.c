@@ -3,7 +3,8 @@
  * with one dated lookup; what the atlas answers is the library's tests' job.
  *
  *   tarvplaces_capi_test ATLAS SCRATCH   (SCRATCH/writable: a copy of ATLAS;
- *                                         SCRATCH/mapped: one with a zone map)
+ *                                         SCRATCH/mapped: one with a zone map,
+ *                                         SCRATCH/unmapped: one without)
  *
  * Prints "N passed, N failed". */
 #define _POSIX_C_SOURCE 200809L
@@ -18,7 +19,8 @@
 
 static char g_atlas[4096];
 static char g_writable[4096];
-static char g_mapped[4096]; /* a copy of the atlas with a small zone map */
+static char g_mapped[4096];   /* a copy of the atlas with a small zone map */
+static char g_unmapped[4096]; /* a copy of the atlas without its zone map */
 
 static int g_test_failures;
 
@@ -278,11 +280,12 @@ static void changes_go_to_the_handles_own_folder(void) {
  * Europe/Berlin in the rest of Germany. */
 static void the_zone_at_coordinates_and_beside_the_nearest_place(void) {
   tarv_atlas* atlas = NULL;
-  tarv_atlas* unmapped = open_default();
+  tarv_atlas* unmapped = NULL;
   tarv_point_zone z;
   tarv_place p;
   int32_t differs = 7;
   CHECK_STATUS(tarv_open(g_mapped, &atlas), TARV_OK, NULL);
+  CHECK_STATUS(tarv_open(g_unmapped, &unmapped), TARV_OK, NULL);
   CHECK_STATUS(tarv_zone_at(atlas, 13.4, 52.5, &kSummer1980, &z), TARV_OK, NULL);
   CHECK(z.longitude == 13.4 && z.latitude == 52.5 && strcmp(z.iana, "America/Chicago") == 0);
   CHECK(z.utc_offset == -18000 && z.is_lmt == 0 && z.local_time == TARV_LOCAL_TIME_NORMAL);
@@ -516,6 +519,7 @@ int main(int argc, char** argv) {
   snprintf(g_atlas, sizeof g_atlas, "%s", argv[1]);
   snprintf(g_writable, sizeof g_writable, "%s/writable", argv[2]);
   snprintf(g_mapped, sizeof g_mapped, "%s/mapped", argv[2]);
+  snprintf(g_unmapped, sizeof g_unmapped, "%s/unmapped", argv[2]);
 
   RUN(a_dated_lookup_fills_every_field);
   RUN(each_failure_has_its_status_and_a_message);

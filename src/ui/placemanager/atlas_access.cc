@@ -332,23 +332,9 @@ std::int16_t AddUserPlace(const std::string& code, const std::string& name, doub
                           std::int32_t* record) {
   return Classic<ClassicCall>([&]() -> std::int16_t {
     EnsureTablesLoaded();
-    UserPlace place;
-    place.CountryId = GetCountryIDOfCode(AnsiFromUtf8(code));
-    // Stored cut, it would be found by neither the name the dialog shows nor
-    // deleted by it.
-    const std::string cleaned = CleanPlaceName(AnsiFromUtf8(name));
-    if (place.CountryId == 0 || cleaned.size() > kPlaceNameWidth) return 0;
-    // A number the timetable chooser does not offer names no history.
-    const std::int16_t count = HaveTimetables(InternalCode(code));
-    if (timetable < 0 || timetable > std::max<std::int16_t>(count, 1)) return 0;
-    if (!zone.empty() && (!StorableZoneName(zone) || !NamedHistory(zone))) return 0;
-    place.Place.SetName(cleaned);
-    place.Place.Longitude = static_cast<float>(longitude);
-    place.Place.Latitude = static_cast<float>(latitude);
-    place.Place.Timetable = timetable;
-    place.Zone = zone;
     std::int32_t number = 0;
-    const std::int16_t added = AddCity(place, number);
+    const std::int16_t added = AddCheckedCity(AnsiFromUtf8(code), AnsiFromUtf8(name), longitude,
+                                              latitude, timetable, zone, number);
     if (record != nullptr) *record = number;
     return added;
   });

@@ -694,6 +694,22 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
             << "  country codes " << s.country_codes << ", country name keys " << s.country_names
             << "\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";
+  if (s.zone_map_bytes != 0) {
+    std::cout << "  zone map " << s.zone_map_bytes << " bytes, " << s.zone_map_vertices
+              << " vertices\n";
+  } else {
+    // Places then keep GeoNames' zones and user places their timetables.
+    std::cout << "  no zone map: no zone boundaries at \"" << options.zone_boundaries
+              << "\" (scripts/fetch-data.sh fetches them)\n";
+  }
+  if (!s.boundary_zones.empty()) {
+    std::cout << "  places given the zone boundaries' zone instead of GeoNames' ("
+              << s.boundary_zones.size() << "):\n";
+    for (const auto& c : s.boundary_zones) {
+      std::cout << "    " << c.place << " (" << c.country << "): " << c.geonames_zone << " -> "
+                << c.boundary_zone << '\n';
+    }
+  }
   if (!s.unexpressible.empty()) {
     // "Zone year" pairs, shown as year ranges per zone.
     std::map<std::string, std::vector<int>> years;
@@ -857,6 +873,7 @@ int main(int argc, char** argv) {
   build.data = data_dir;
   build.iso_codes = "/usr/share/iso-codes/json";
   build.cldr = fetched + "/cldr-localenames-full/main";
+  build.zone_boundaries = fetched + "/geo-tz";
   auto* build_atlas = app.add_subcommand(
       "build-atlas",
       "build the atlas from GeoNames cities500 (CC BY 4.0, geonames.org) and the IANA tz database");
@@ -869,6 +886,9 @@ int main(int argc, char** argv) {
                           "iso-codes' JSON folder (iso_3166-1.json, iso_3166-2.json)");
   build_atlas->add_option("--cldr", build.cldr,
                           "the main folder of CLDR's cldr-localenames-full package");
+  build_atlas->add_option("--zone-boundaries", build.zone_boundaries,
+                          "the geo-tz package folder (time zone boundaries, OpenStreetMap data, "
+                          "ODbL); empty: no zone map");
   build_atlas->callback([&] { status = RunBuildAtlas(build); });
 
   std::optional<Exit> failure;

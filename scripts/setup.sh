@@ -9,7 +9,7 @@ set -euo pipefail
 PACKAGES=(
   cmake g++ make pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev
-  libcli11-dev nlohmann-json3-dev
+  libcli11-dev nlohmann-json3-dev libboost-dev
   libmspack-dev mscompress libicu-dev
   tzdata iso-codes locales
   qt6-base-dev fonts-dejavu-core

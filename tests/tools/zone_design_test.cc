@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <filesystem>
+#include <set>
+#include <tuple>
 
 #include "support/zone_fixture.h"
 #include "util/text.h"
@@ -106,6 +108,29 @@ TEST_F(ZoneDesignTest, PeriodsBefore1970TakeTheNameOfTheirClock) {
   // Turkey in 1980: CLDR maps no metazone; its location names it.
   const auto istanbul = ReadTzif(kZoneinfo + "/Europe/Istanbul");
   EXPECT_EQ(PeriodName("Europe/Istanbul", istanbul, 331344000, 3 * 3600, false), "Turkey Time");
+}
+
+// Zones only the zone map names (the open sea, a research station) must
+// have entries for their times, but never at the cost of a name people use.
+TEST_F(ZoneDesignTest, ZonesNobodyLivesByKeepTheirTimesWithoutTakingNames) {
+  auto with = zones_;
+  for (const std::string zone : {"Antarctica/Troll", "Etc/GMT+12", "Asia/Ho_Chi_Minh"})
+    with[zone] = {ReadTzif(kZoneinfo + "/" + zone), 0};
+  const auto design = DesignZoneTable(base_, with);
+  // The same names, each on the same time, as without them.
+  auto names = [](const std::vector<ZoneRecord>& table) {
+    std::set<std::tuple<std::string, float, char>> named;
+    for (const auto& r : table)
+      named.emplace(Trim(r.TZName), r.TZDif, r.TZType);
+    return named;
+  };
+  EXPECT_EQ(names(design.table), names(design_.table));
+  auto has = [&](float hours, char kind) {
+    return std::any_of(design.table.begin() + 1, design.table.end(),
+                       [&](const ZoneRecord& r) { return r.TZDif == hours && r.TZType == kind; });
+  };
+  EXPECT_TRUE(has(2.0F, 'D'));  // Troll's summer, two hours on its standard time
+  EXPECT_TRUE(has(-12.0F, 'N'));
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
+#include <set>
 
 #include "atlas/country_files.h"
 #include "atlas/place_files.h"
@@ -9,6 +11,8 @@
 #include "atlas/rules_file.h"
 #include "atlas/timetable_files.h"
 #include "atlas/zone_library.h"
+#include "atlas/zone_map_builder.h"
+#include "platform/atomic_file.h"
 #include "platform/change_counter.h"
 
 namespace fs = std::filesystem;
@@ -77,6 +81,44 @@ void Summarize(const fs::path& out, const CountryOutput& output, const ZoneHisto
   }
 }
 
+// The zone boundaries, when the options name a folder that holds them.
+std::optional<ZoneBoundaries> ReadBoundaries(const BuildOptions& options) {
+  if (options.zone_boundaries.empty() || !fs::exists(options.zone_boundaries)) return std::nullopt;
+  return ZoneBoundaries::Read(options.zone_boundaries);
+}
+
+// Every zone the map names: the boundaries' and the open sea's.
+std::set<std::string> MapZones(const ZoneBoundaries& boundaries) {
+  std::set<std::string> zones = boundaries.ZoneNames();
+  for (std::size_t i = 0; i < kSeaZoneCount; ++i)
+    zones.insert(SeaZoneName(i));
+  return zones;
+}
+
+constexpr const char* kBoundaryNotice = "ZoneBoundaries-NOTICE.txt";
+
+// What the boundaries' licence asks of a work made from them.
+void WriteBoundaryNotice(const fs::path& out) {
+  WriteFileAtomically(
+      out / kBoundaryNotice,
+      "The zone map of this atlas (Zones.map) and the time zones of some of its places are\n"
+      "made from the time zone boundaries of the timezone-boundary-builder project\n"
+      "(https://github.com/evansiroky/timezone-boundary-builder), as packaged by geo-tz 8.1.9.\n"
+      "\n"
+      "Boundary data (c) OpenStreetMap contributors, made available under the Open Database\n"
+      "License (ODbL) 1.0: https://opendatacommons.org/licenses/odbl/\n");
+}
+
+void WriteZoneMapFiles(const fs::path& out, const ZoneBoundaries& boundaries,
+                       const ZoneHistoryFile& histories, BuildSummary& summary) {
+  const ZoneMapData map =
+      BuildZoneMap(boundaries, [&](const std::string& zone) { return histories.numbers.at(zone); });
+  WriteZoneMap(out, map);
+  WriteBoundaryNotice(out);
+  summary.zone_map_bytes = fs::file_size(out / kZoneMapFile);
+  summary.zone_map_vertices = VertexCount(map);
+}
+
 }  // namespace
 
 BuildSummary BuildAtlas(const BuildOptions& options) {
@@ -85,15 +127,30 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   fs::create_directories(out);
 
   Progress(options, "reading GeoNames", 0.0);
-  const auto places = ReadGeoNames(options.geonames, summary.skipped_lines);
+  auto places = ReadGeoNames(options.geonames, summary.skipped_lines);
+  const std::optional<ZoneBoundaries> boundaries = ReadBoundaries(options);
+  std::set<std::string> map_zones;
+  if (boundaries) {
+    Progress(options, "placing places in the zone boundaries", 0.01);
+    ClockComparison clocks([&](const std::string& zone) {
+      return ReadTzif((fs::path(options.zoneinfo) / zone).string());
+    });
+    summary.boundary_zones = TakeBoundaryZones(
+        places,
+        [&](double longitude, double latitude) { return boundaries->ZonesAt(longitude, latitude); },
+        ReadZoneCountries(options.zoneinfo), clocks);
+    map_zones = MapZones(*boundaries);
+  }
   Progress(options, "designing the zone table", 0.02);
   ZoneLibrary zones = LoadZones(options.zoneinfo, (fs::path(options.data) / "zones.tsv").string(),
-                                places, summary.unnamed_zones);
+                                places, summary.unnamed_zones, map_zones);
   const CountryTitles titles = ReadCountryTitles(options.country_names);
   const AtlasCodes codes(options.data);
   auto plans = PlanCountries(places, codes, titles, ReadUsStates(options.data));
   const std::vector<CountryPlan*> order = CountryOrder(plans, options.geonames);
-  const ZoneHistoryFile histories = NumberZoneHistories(ZonesOfCountries(plans), zones);
+  std::set<std::string> history_zones = ZonesOfCountries(plans);
+  history_zones.insert(map_zones.begin(), map_zones.end());
+  const ZoneHistoryFile histories = NumberZoneHistories(history_zones, zones);
 
   Progress(options, "learning place names", 0.04);
   const PlaceNamer namer(places);
@@ -113,6 +170,13 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   WriteZoneTable(out, zones.table());
   output.timetables.Write(out);
   WriteZoneHistories(out, histories);
+  if (boundaries) {
+    WriteZoneMapFiles(out, *boundaries, histories, summary);
+  } else {
+    // A map left from an earlier build would name another build's zones.
+    fs::remove(out / kZoneMapFile);
+    fs::remove(out / kBoundaryNotice);
+  }
   output.rules.Write(out);
   PrepareUserFolder(out);
   Summarize(out, output, histories, zones, summary);

@@ -13,6 +13,7 @@
 
 // Callers of the builder file places with AtlasCodes as it does.
 #include "atlas/atlas_codes.h"
+#include "atlas/boundary_zones.h"
 
 namespace tarv::atlas {
 
@@ -27,6 +28,9 @@ struct BuildOptions {
   // file is written only when both are given.
   std::string iso_codes;
   std::string cldr;
+  // The geo-tz package folder whose zone boundaries "Zones.map" and the
+  // places' zones come from; empty or missing: no map, GeoNames' zones.
+  std::string zone_boundaries;
   // Called with a short text and a fraction (0 to 1) as the build goes on.
   std::function<void(const std::string&, double)> progress;
 };
@@ -60,11 +64,17 @@ struct BuildSummary {
   // table, most populous first; their periods show another entry of the
   // same offset and kind.
   std::vector<std::string> unnamed_zones;
+  // Places that took the boundaries' zone instead of GeoNames', in file
+  // order.
+  std::vector<BoundaryZoneChange> boundary_zones;
+  std::uintmax_t zone_map_bytes = 0;  // "Zones.map" as written, 0 for none
+  std::size_t zone_map_vertices = 0;
 };
 
 // Writes Country.dat, Zones13.bin, one place file with its index, name index
 // and place zone file per country and US state, ttx.dao, TTUSA.dao,
-// DstRules.dat, Zones.hst and CountryNames.dat into `options.out`. Two builds from the same
+// DstRules.dat, Zones.hst, CountryNames.dat and, given the zone boundaries,
+// Zones.map with its licence notice into `options.out`. Two builds from the same
 // inputs give identical files. Throws AtlasError when an input is missing or
 // malformed.
 BuildSummary BuildAtlas(const BuildOptions& options);

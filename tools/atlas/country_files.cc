@@ -6,8 +6,8 @@
 
 #include "atlas/country_names.h"
 #include "atlas/country_sources.h"
-#include "atlas/source_files.h"
 #include "atlas/country_table.h"
+#include "atlas/source_files.h"
 #include "platform/atomic_file.h"
 #include "tarvplaces/atlas_error.h"
 #include "text/codepage.h"

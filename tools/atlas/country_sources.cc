@@ -9,8 +9,8 @@
 #include <set>
 
 #include "atlas/name_key.h"
-#include "text/codepage.h"
 #include "tarvplaces/atlas_error.h"
+#include "text/codepage.h"
 
 namespace fs = std::filesystem;
 

@@ -270,6 +270,11 @@ class Designer {
       std::set<GroupKey> seen;
       for (const Span& s : SpansOf(use.tzif)) {
         used_.insert({s.offset, s.kind});
+        // A zone no place lives by (one only the zone map names: Eucla's
+        // +8:45, Lord Howe's +10:30) keeps the entries of its times from
+        // being given away, but names none. A time needs an entry more than
+        // a second name of a time needs one of its own.
+        if (use.population <= 0) continue;
         const bool daylight = s.kind != ZoneKind::kStandard;
         const std::string name = PeriodName(zone, use.tzif, s.probe, s.offset, daylight);
         if (name.empty() || name.size() > kZoneNameWidth || !IsAnsiRepresentable(name)) continue;

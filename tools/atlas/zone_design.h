@@ -50,7 +50,8 @@ struct ZonePopulation {
 };
 
 // Designs the table from the project's `base` table and the zones places
-// use (by IANA name). Deterministic for the same inputs.
+// use (by IANA name); zones of no population keep the entries of their
+// offsets and kinds but name none. Deterministic for the same inputs.
 ZoneDesign DesignZoneTable(const std::vector<ZoneRecord>& base,
                            const std::map<std::string, ZonePopulation>& zones);
 

@@ -215,10 +215,14 @@ void ZoneLibrary::SetRuleEntries(const std::string& name, const PosixTzRule& rul
 }
 
 ZoneLibrary LoadZones(const std::string& zoneinfo, const std::string& zones_tsv,
-                      const std::vector<GeoPlace>& places, std::vector<std::string>& unnamed) {
+                      const std::vector<GeoPlace>& places, std::vector<std::string>& unnamed,
+                      const std::set<std::string>& more) {
   std::map<std::string, ZonePopulation> zone_uses;
   for (const auto& p : places)
     zone_uses[p.timezone].population += 1.0 + static_cast<double>(p.population);
+  // No place of the atlas lives by them: they name no entries.
+  for (const auto& name : more)
+    zone_uses.try_emplace(name);
   for (auto& [name, use] : zone_uses)
     use.tzif = ReadTzif((fs::path(zoneinfo) / name).string());
   auto design = DesignZoneTable(

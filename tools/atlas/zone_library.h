@@ -84,10 +84,13 @@ class ZoneLibrary {
 
 // Reads the TZif file of every zone `places` use from `zoneinfo`, designs
 // the zone table for them from the project's table at `zones_tsv`, and
-// returns the library over that table; `unnamed` receives the zone names
-// left without an entry of their own.
+// returns the library over that table, which also knows the zones of `more`
+// (named by the atlas without a place of theirs: their times keep entries
+// but name none); `unnamed` receives the zone names left without an entry
+// of their own.
 ZoneLibrary LoadZones(const std::string& zoneinfo, const std::string& zones_tsv,
-                      const std::vector<GeoPlace>& places, std::vector<std::string>& unnamed);
+                      const std::vector<GeoPlace>& places, std::vector<std::string>& unnamed,
+                      const std::set<std::string>& more = {});
 
 // The contents of "Zones.hst": the own history of every zone, numbered in
 // name order.

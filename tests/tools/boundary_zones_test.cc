@@ -60,9 +60,11 @@ TEST(BoundaryZones, PlacesTakeTheBoundariesZoneOnlyWhereTheRuleAsks) {
       place("Same clock", "AA", "Z/West", 2),   // Z/Twin keeps Z/West's clock
       place("Agreeing", "AA", "Z/West", 3),     // the boundaries agree
       place("Second town", "AA", "Z/West", 1),  // the pair already compared
-      place("Overlap", "AA", "Z/West", 4)};     // its zone overlaps the first
+      place("Overlap", "AA", "Z/West", 4),      // its zone overlaps the first
+      place("Overlap twin", "AA", "Z/West", 5)};  // a zone of its clock overlaps the first
   const auto zones_at = [](double longitude, double) -> std::vector<std::string> {
     if (longitude == 4) return {"Z/East", "Z/West"};
+    if (longitude == 5) return {"Z/East", "Z/Twin"};
     return {longitude == 1 ? "Z/East" : longitude == 2 ? "Z/Twin" : "Z/West"};
   };
   ZoneCountries countries{{"Z/East", {"AA"}}, {"Z/Twin", {"AA"}}, {"Z/West", {"AA"}}};
@@ -82,7 +84,7 @@ TEST(BoundaryZones, PlacesTakeTheBoundariesZoneOnlyWhereTheRuleAsks) {
   for (const auto& p : places)
     zones.push_back(p.timezone);
   EXPECT_EQ(zones, (std::vector<std::string>{"Z/East", "Z/Other", "Z/West", "Z/West", "Z/East",
-                                             "Z/West"}));
+                                             "Z/West", "Z/West"}));
   EXPECT_EQ(loads, (std::map<std::string, int>{{"Z/East", 1}, {"Z/Twin", 1}, {"Z/West", 1}}));
 }
 

@@ -136,7 +136,13 @@ std::vector<BoundaryZoneChange> TakeBoundaryZones(std::vector<GeoPlace>& places,
     // the outlines or GeoNames' coordinates may have got a little wrong.
     const auto served = countries.find(zone);
     if (served == countries.end() || served->second.count(place.country) == 0) continue;
-    if (!clocks.Differ(place.timezone, zone)) continue;
+    // Where the boundaries overlap (Beijing's time and Ürümqi's over
+    // Xinjiang), a place keeping the clock of one of them lies within it.
+    if (std::any_of(zones.begin(), zones.end(), [&](const std::string& other) {
+          return !clocks.Differ(place.timezone, other);
+        })) {
+      continue;
+    }
     changes.push_back({place.name, place.country, place.timezone, zone});
     place.timezone = zone;
   }

@@ -63,8 +63,8 @@ struct BoundaryZoneChange {
 using ZonesAtPoint = std::function<std::vector<std::string>(double, double)>;
 
 // Gives each place the first zone `zones_at` finds where the rule above
-// asks for it; a place whose own zone is among them keeps it. Returns the
-// places changed, in file order.
+// asks for it; a place whose own zone, or one of its clock, is among them
+// keeps it. Returns the places changed, in file order.
 std::vector<BoundaryZoneChange> TakeBoundaryZones(std::vector<GeoPlace>& places,
                                                   const ZonesAtPoint& zones_at,
                                                   const ZoneCountries& countries,

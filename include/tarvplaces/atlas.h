@@ -121,6 +121,11 @@ class Atlas {
   std::optional<PointZone> ZoneAt(double longitude, double latitude,
                                   const std::optional<LocalTime>& when = std::nullopt) const;
 
+  // Only the IANA zone at the coordinates ("America/Chicago"), without its
+  // clock: for a host that stores the zone and asks for the time later.
+  // nullopt for an atlas without a map.
+  std::optional<std::string> ZoneNameAt(double longitude, double latitude) const;
+
   // ---- The user's own places ----
 
   // Adds a place of the user's to `country` (an atlas code). Returns "" when

@@ -15,6 +15,7 @@
 #include "atlas/nearest_place.h"
 #include "atlas/place_search.h"
 #include "atlas/place_zone.h"
+#include "atlas/timetable_file.h"
 #include "atlas/user_places.h"
 #include "atlas/user_zones.h"
 #include "atlas/world_search.h"
@@ -30,6 +31,7 @@
 #include "text/lz.h"
 #include "util/degrees.h"
 #include "util/local_date.h"
+#include "util/serial_date.h"
 #include "util/text.h"
 
 namespace tarv {
@@ -68,6 +70,16 @@ std::optional<double> JulianOf(const std::optional<LocalTime>& when) {
     throw std::invalid_argument(text);
   }
   return julian;
+}
+
+// The serial date of a valid local time as LookupSerialOfJulian gives it
+// for its Julian day, without the trip through the Julian day: the time of
+// day subtracted before 1900, years before 100 at the smallest date.
+double LookupSerialOfLocal(const LocalTime& t) {
+  if (t.Year < 100) return kSmallestSerial;
+  const double date = SerialOfDate(t.Year, t.Month, t.Day);
+  const double time = SerialOfTime(t.Hour, t.Minute, t.Second);
+  return t.Year < 1900 ? date - time : date + time;
 }
 
 void CheckText(const std::string& text, const std::string& what) {
@@ -269,24 +281,33 @@ std::optional<PlaceInfo> Atlas::Nearest(const std::string& country, double longi
 std::optional<PointZone> Atlas::ZoneAt(double longitude, double latitude,
                                        const std::optional<LocalTime>& when) const {
   CheckPoint(longitude, latitude);
-  const auto julian = JulianOf(when);
+  if (when) JulianOf(when);  // refuses a local time that never was
   const Call call(*state_);
+  InitializeTimeZones("", "Zones13.bin");
+  const auto history = MapHistoryAt(longitude, latitude);
+  call.Check();
+  if (!history) return std::nullopt;
   double serial = 0;
-  std::optional<ZoneAtDate> at;
-  if (julian) {
-    serial = LookupSerialOfJulian(*julian);
-    at = ZoneOfPointAt(longitude, latitude, serial);
+  if (when) {
+    serial = LookupSerialOfLocal(*when);
   } else {
     // The present instant: the local time is UTC now moved by the offset
     // that holds then.
     const double utc = kSerialOf1970Utc + static_cast<double>(std::time(nullptr)) / 86400.0;
-    at = ZoneOfPointAt(longitude, latitude, utc);
-    serial = utc + (at ? at->utc_seconds / 86400.0 : 0.0);
-    if (at) at = ZoneOfPointAt(longitude, latitude, serial);
+    serial = utc + history->At(utc).utc_offset / 86400.0;
   }
+  const ZoneAtDate at = ZoneOfHistoryAnswer(history->At(serial));
   call.Check();
-  if (!at) return std::nullopt;
-  return PointZoneOf(longitude, latitude, *at, serial);
+  return PointZoneOf(longitude, latitude, at, serial);
+}
+
+std::optional<std::string> Atlas::ZoneNameAt(double longitude, double latitude) const {
+  CheckPoint(longitude, latitude);
+  const Call call(*state_);
+  auto history = MapHistoryAt(longitude, latitude);
+  call.Check();
+  if (!history) return std::nullopt;
+  return (*history->histories)[history->zone].name;
 }
 
 std::string Atlas::AddPlace(const std::string& country, const std::string& name, double longitude,

@@ -2,7 +2,10 @@
 
 #include <charconv>
 #include <cmath>
+#include <optional>
+#include <string>
 #include <system_error>
+#include <vector>
 
 #include "atlas/atlas_state.h"
 #include "atlas/country_names.h"
@@ -72,15 +75,48 @@ double SevenDigits(float value) {
   return result;
 }
 
+namespace {
+
+// An entry's abbreviation and name in UTF-8, converted once per load of the
+// zone table and thread: every dated answer carries them.
+struct ZoneTexts {
+  std::string abbreviation;
+  std::string name;
+};
+const ZoneTexts& ZoneTextsOf(const AtlasState& atlas, std::size_t id) {
+  struct Memo {
+    std::uint64_t tables = 0;
+    std::vector<std::optional<ZoneTexts>> texts;
+  };
+  thread_local Memo memo;
+  // Table versions are never reused, in this atlas or another.
+  const std::uint64_t version = atlas.tables_version;
+  if (memo.tables != version || memo.texts.size() != atlas.zones.size()) {
+    memo.tables = version;
+    memo.texts.assign(atlas.zones.size(), std::nullopt);
+  }
+  std::optional<ZoneTexts>& texts = memo.texts[id];
+  if (!texts || version == 0) {
+    const ZoneRecord& record = atlas.zones[id];
+    texts =
+        ZoneTexts{Utf8FromAnsi(TrimRight(record.TZShort)), Utf8FromAnsi(TrimRight(record.TZName))};
+  }
+  return *texts;
+}
+
+}  // namespace
+
 ZoneInfo ZoneInfoOf(std::int16_t id, double longitude) {
   ZoneInfo zone;
   zone.Id = id;
   zone.IsLmt = id == 0;
-  const auto& zones = CurrentAtlas().zones;
+  const AtlasState& atlas = CurrentAtlas();
+  const auto& zones = atlas.zones;
   if (id < 0 || static_cast<std::size_t>(id) >= zones.size()) return zone;
   const ZoneRecord& record = zones[static_cast<std::size_t>(id)];
-  zone.Abbreviation = Utf8FromAnsi(TrimRight(record.TZShort));
-  zone.Name = Utf8FromAnsi(TrimRight(record.TZName));
+  const ZoneTexts& texts = ZoneTextsOf(atlas, static_cast<std::size_t>(id));
+  zone.Abbreviation = texts.abbreviation;
+  zone.Name = texts.name;
   zone.Kind = record.TZType;
   // Local mean time is the place's own, whatever the table's zone 0 says.
   zone.UtcOffsetHours =

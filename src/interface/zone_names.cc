@@ -7,11 +7,14 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <string_view>
 #include <tuple>
+#include <unordered_map>
 #include <vector>
 
 namespace tarv {
@@ -131,13 +134,34 @@ struct Period {
   std::string name;
 };
 
+// (locale, IANA zone, daylight), hashed and compared alike whether held as
+// strings or viewed.
+using Key = std::tuple<std::string, std::string, bool>;
+using KeyView = std::tuple<std::string_view, std::string_view, bool>;
+struct KeyHash {
+  using is_transparent = void;
+  std::size_t operator()(const KeyView& key) const noexcept {
+    const std::hash<std::string_view> hash;
+    return hash(std::get<0>(key)) * 31 + hash(std::get<1>(key)) * 2 + (std::get<2>(key) ? 1 : 0);
+  }
+  std::size_t operator()(const Key& key) const noexcept {
+    return (*this)(KeyView{std::get<0>(key), std::get<1>(key), std::get<2>(key)});
+  }
+};
+struct KeyEqual {
+  using is_transparent = void;
+  template <typename A, typename B>
+  bool operator()(const A& a, const B& b) const noexcept {
+    return std::get<2>(a) == std::get<2>(b) && std::get<1>(a) == std::get<1>(b) &&
+           std::get<0>(a) == std::get<0>(b);
+  }
+};
+
 }  // namespace
 
 std::string ZoneLongName(const std::string& iana, std::int64_t utc_seconds, bool daylight,
                          const std::string& locale) {
   const auto when = static_cast<UDate>(utc_seconds) * 1000.0;
-  using Key = std::tuple<std::string, std::string, bool>;
-  const Key key{locale, iana, daylight};
   auto find = [when](const std::vector<Period>& periods) -> const Period* {
     for (const Period& period : periods) {
       if (when >= period.first && when <= period.last) return &period;
@@ -145,9 +169,14 @@ std::string ZoneLongName(const std::string& iana, std::int64_t utc_seconds, bool
     return nullptr;
   };
   // Each thread asks its own copy; a period one thread found serves all, so
-  // a short-lived thread does not search ICU again.
-  thread_local std::map<Key, std::vector<Period>> known;
-  std::vector<Period>& mine = known[key];
+  // a short-lived thread does not search ICU again. A warm answer builds no
+  // key.
+  thread_local std::unordered_map<Key, std::vector<Period>, KeyHash, KeyEqual> known;
+  auto entry = known.find(KeyView{locale, iana, daylight});
+  if (entry == known.end())
+    entry = known.emplace(Key{locale, iana, daylight}, std::vector<Period>{}).first;
+  const Key& key = entry->first;
+  std::vector<Period>& mine = entry->second;
   if (const Period* period = find(mine)) return period->name;
   static std::shared_mutex shared_mutex;
   static auto* const shared = new std::map<Key, std::vector<Period>>;

@@ -160,6 +160,7 @@ TEST_F(AtlasTest, ZonesComeFromTheMapOrTheZoneTheUserNamed) {
   map.tiles = {{{1, {box}}}};
   const Atlas without_map(folder_.str());
   EXPECT_FALSE(without_map.ZoneAt(15.0, 50.0));
+  EXPECT_FALSE(without_map.ZoneNameAt(15.0, 50.0));
   folder_.Write(kZoneMapFile, CompressSzdd(EncodeZoneMap(map)));
 
   Atlas atlas(folder_.str());
@@ -171,6 +172,24 @@ TEST_F(AtlasTest, ZonesComeFromTheMapOrTheZoneTheUserNamed) {
   ASSERT_TRUE(sea);
   EXPECT_EQ(std::tie(sea->Iana, sea->TzAbbreviation), std::tuple("Test/West", "+00"));
   EXPECT_THROW(atlas.ZoneAt(15.0, 91.0), std::invalid_argument);
+  EXPECT_EQ(atlas.ZoneNameAt(15.0, 50.0), "Test/East");
+  EXPECT_EQ(atlas.ZoneNameAt(-30.0, 0.0), "Test/West");
+  EXPECT_THROW(atlas.ZoneNameAt(181.0, 0.0), std::invalid_argument);
+  // Coordinates and a user place there read a local time alike, around a
+  // change, before 1900 (where the time of day counts back from midnight)
+  // and before the year 100.
+  EXPECT_EQ(atlas.AddPlace("D", "Meer", -30.0, 0.0, 1), "");
+  for (const LocalTime& t : {LocalTime{1990, 3, 31, 22, 59, 59}, LocalTime{1990, 3, 31, 23, 30, 0},
+                             LocalTime{1990, 4, 1, 0, 0, 1}, LocalTime{1850, 6, 1, 12, 0, 0},
+                             LocalTime{50, 1, 1, 12, 0, 0}}) {
+    const auto here = atlas.ZoneAt(-30.0, 0.0, t);
+    const auto place = atlas.Lookup("Meer", "D", t);
+    ASSERT_TRUE(here && place) << t.Year;
+    EXPECT_EQ(std::tie(here->Zone.UtcOffsetHours, here->LocalTime, here->TzAbbreviation),
+              std::tie(place->Zone.UtcOffsetHours, place->LocalTime, place->TzAbbreviation))
+        << t.Year << "-" << t.Month << "-" << t.Day << " " << t.Hour << ":" << t.Minute;
+  }
+  EXPECT_TRUE(atlas.DeletePlace("D", "Meer"));
 
   EXPECT_EQ(atlas.AddPlace("D", "Ostdorf", 15.0, 50.0, 1), "");
   EXPECT_EQ(atlas.AddPlace("D", "Westdorf", 15.0, 50.0, 1, "Test/West"), "");

@@ -697,8 +697,10 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
   if (s.zone_map_bytes != 0) {
     std::cout << "  zone map " << s.zone_map_bytes << " bytes, " << s.zone_map_vertices
               << " vertices\n";
-  } else {
+  } else if (options.zone_boundaries.empty()) {
     // Places then keep GeoNames' zones and user places their timetables.
+    std::cout << "  no zone map (no --zone-boundaries)\n";
+  } else {
     std::cout << "  no zone map: no zone boundaries at \"" << options.zone_boundaries
               << "\" (scripts/fetch-data.sh fetches them)\n";
   }

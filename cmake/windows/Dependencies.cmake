@@ -3,8 +3,8 @@
 # headers break every mingw compile), so each is provided as mingw needs it:
 #  - ICU: Debian's sources built once for mingw (scripts/build-icu-mingw.sh),
 #    static, with the data the component needs built in;
-#  - CLI11 and nlohmann-json: Debian's headers, through a folder that holds
-#    only them;
+#  - CLI11, nlohmann-json and Boost (Boost.Geometry, headers only): Debian's
+#    headers, through a folder that holds only them;
 #  - GoogleTest: Debian's sources (/usr/src/googletest), built here with the
 #    same compiler.
 
@@ -39,13 +39,15 @@ target_link_libraries(tarv_icu INTERFACE tarv_icuin tarv_icuuc tarv_icudt)
 
 set(tarv_headers "${CMAKE_BINARY_DIR}/debian-headers")
 file(MAKE_DIRECTORY "${tarv_headers}")
-foreach(dir CLI nlohmann)
+foreach(dir CLI nlohmann boost)
   file(CREATE_LINK /usr/include/${dir} "${tarv_headers}/${dir}" SYMBOLIC)
 endforeach()
 add_library(CLI11::CLI11 INTERFACE IMPORTED GLOBAL)
 target_include_directories(CLI11::CLI11 SYSTEM INTERFACE "${tarv_headers}")
 add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED GLOBAL)
 target_include_directories(nlohmann_json::nlohmann_json SYSTEM INTERFACE "${tarv_headers}")
+add_library(Boost::headers INTERFACE IMPORTED GLOBAL)
+target_include_directories(Boost::headers SYSTEM INTERFACE "${tarv_headers}")
 
 if(TARV_BUILD_TESTS)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)

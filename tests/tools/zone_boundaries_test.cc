@@ -272,8 +272,9 @@ TEST_F(MadeUpBoundaries, BusyTilesSplitIntoQuartersThatStillAnswerRight) {
     outline.emplace_back(x, y);
   outline.push_back(outline.front());
   int compared = 0;
-  for (double lon = 39.013; lon < 51; lon += 0.1) {
-    for (double lat = 39.007; lat < 51; lat += 0.1) {
+  // A grid of points 0.3 degrees apart over the star and round it.
+  for (double lon = 39.013; lon < 51; lon += 0.3) {
+    for (double lat = 39.007; lat < 51; lat += 0.3) {
       // Within 250 m of the outline either answer is right.
       if (boost::geometry::distance(GeoPoint(lon, lat), outline) < 0.004) continue;
       ++compared;
@@ -281,7 +282,7 @@ TEST_F(MadeUpBoundaries, BusyTilesSplitIntoQuartersThatStillAnswerRight) {
           << lon << " " << lat;
     }
   }
-  EXPECT_GT(compared, 10000);
+  EXPECT_GT(compared, 1200);
 }
 
 }  // namespace

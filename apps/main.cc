@@ -142,6 +142,33 @@ json ZoneJson(const tarv::ZoneInfo& zone) {
               {"utc_offset", zone.UtcOffsetHours}};
 }
 
+std::string LocalTimeText(const tarv::LocalTime& t) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", t.Year, t.Month, t.Day, t.Hour,
+                t.Minute, t.Second);
+  return text;
+}
+
+// Both readings of a repeated local time (the first the answer's own) and
+// the gap of a skipped one: "readings" a list, empty for a time that was
+// once; "gap" null unless skipped.
+void AddClockChange(json& j, const std::vector<tarv::TimeReading>& readings,
+                    const std::optional<tarv::TimeGap>& gap) {
+  j["readings"] = json::array();
+  for (std::size_t i = 0; i < readings.size(); ++i) {
+    json r = ZoneJson(readings[i].Zone);
+    r["tz_abbreviation"] = readings[i].TzAbbreviation;
+    r["zone_long_name"] = readings[i].ZoneLongName;
+    r["default"] = i == 0;
+    j["readings"].push_back(std::move(r));
+  }
+  j["gap"] = gap ? json{{"from", LocalTimeText(gap->From)},
+                        {"to", LocalTimeText(gap->To)},
+                        {"utc_offset_before", gap->OffsetBeforeHours},
+                        {"utc_offset_after", gap->OffsetAfterHours}}
+                 : json(nullptr);
+}
+
 // A place with its zone; "local_time" only where a date was asked for.
 json PlaceJson(const tarv::PlaceInfo& place, bool dated) {
   json p{{"name", place.Name},
@@ -160,7 +187,10 @@ json PlaceJson(const tarv::PlaceInfo& place, bool dated) {
     p["tz_abbreviation"] = place.TzAbbreviation;
     p["zone_long_name"] = place.ZoneLongName;
   }
-  if (dated) p["local_time"] = tarv::LocalTimeName(place.LocalTime);
+  if (dated) {
+    p["local_time"] = tarv::LocalTimeName(place.LocalTime);
+    AddClockChange(p, place.Readings, place.Gap);
+  }
   return p;
 }
 
@@ -181,8 +211,36 @@ json PointZoneJson(const tarv::PointZone& point, bool dated) {
          {"tz_abbreviation", point.TzAbbreviation},
          {"zone_long_name", point.ZoneLongName}};
   z.update(ZoneJson(point.Zone));
-  if (dated) z["local_time"] = tarv::LocalTimeName(point.LocalTime);
+  if (dated) {
+    z["local_time"] = tarv::LocalTimeName(point.LocalTime);
+    AddClockChange(z, point.Readings, point.Gap);
+  }
   return z;
+}
+
+// The lines of a skipped or repeated local time.
+void PrintClockChange(const json& j) {
+  if (!j.contains("local_time") || j["local_time"] == "normal") return;
+  std::cout << std::setw(12) << "Local time" << j["local_time"].get<std::string>()
+            << (j["local_time"] == "skipped" ? ": clocks were set forward over this time"
+                                             : ": this time occurred twice")
+            << '\n';
+  if (j.contains("gap") && !j["gap"].is_null()) {
+    const json& gap = j["gap"];
+    std::cout << std::setw(12) << "Gap" << gap["from"].get<std::string>() << " to "
+              << gap["to"].get<std::string>() << " never was: UTC"
+              << Offset(gap["utc_offset_before"].get<double>()) << " before, UTC"
+              << Offset(gap["utc_offset_after"].get<double>()) << " after\n";
+  }
+  if (!j.contains("readings")) return;
+  for (const json& r : j["readings"]) {
+    const std::string long_name = r["zone_long_name"].get<std::string>();
+    std::cout << std::setw(12) << (r["default"].get<bool>() ? "Earlier" : "Later") << "UTC"
+              << Offset(r["utc_offset"].get<double>()) << ' ' << r["zone"].get<std::string>()
+              << " (" << r["tz_abbreviation"].get<std::string>()
+              << (long_name.empty() ? "" : ", " + long_name) << ")"
+              << (r["default"].get<bool>() ? ", the answer given" : "") << '\n';
+  }
 }
 
 void PrintPointZone(const json& z, const std::string& caption) {
@@ -191,12 +249,7 @@ void PrintPointZone(const json& z, const std::string& caption) {
             << z["tz_abbreviation"].get<std::string>()
             << (long_name.empty() ? "" : ", " + long_name) << "), UTC"
             << Offset(z["utc_offset"].get<double>()) << '\n';
-  if (z.contains("local_time") && z["local_time"] != "normal") {
-    std::cout << std::setw(12) << "Local time" << z["local_time"].get<std::string>()
-              << (z["local_time"] == "skipped" ? ": clocks were set forward over this time"
-                                               : ": this time occurred twice")
-              << '\n';
-  }
+  PrintClockChange(z);
 }
 
 // The atlas of the command, and how its COUNTRY arguments are read.
@@ -290,12 +343,7 @@ void PrintPlace(const json& p, const std::string& typed = "") {
               << p["tz_abbreviation"].get<std::string>()
               << (long_name.empty() ? "" : ", " + long_name) << ")\n";
   }
-  if (p.contains("local_time") && p["local_time"] != "normal") {
-    std::cout << std::setw(12) << "Local time" << p["local_time"].get<std::string>()
-              << (p["local_time"] == "skipped" ? ": clocks were set forward over this time"
-                                               : ": this time occurred twice")
-              << '\n';
-  }
+  PrintClockChange(p);
   std::cout.unsetf(std::ios::fixed);
 }
 
@@ -435,6 +483,7 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
     z["tz_abbreviation"] = place->TzAbbreviation;
     z["zone_long_name"] = place->ZoneLongName;
   }
+  AddClockChange(z, place->Readings, place->Gap);
   if (o.json) {
     std::cout << z.dump(2) << '\n';
   } else {
@@ -447,6 +496,18 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
                       ? "  (local time " + z["local_time"].get<std::string>() + ")"
                       : "")
               << '\n';
+    // The other reading of a repeated time, the gap of a skipped one.
+    for (const auto& r : place->Readings) {
+      if (&r == &place->Readings.front()) continue;
+      std::cout << "or " << (long_name ? r.Zone.Name : r.Zone.Abbreviation) << "  UTC"
+                << Offset(r.Zone.UtcOffsetHours) << "  " << place->Iana << " " << r.TzAbbreviation
+                << "  (the later reading)\n";
+    }
+    if (place->Gap) {
+      std::cout << "gap " << LocalTimeText(place->Gap->From) << " to "
+                << LocalTimeText(place->Gap->To) << ": UTC" << Offset(place->Gap->OffsetBeforeHours)
+                << " before, UTC" << Offset(place->Gap->OffsetAfterHours) << " after\n";
+    }
   }
   return kFound;
 }

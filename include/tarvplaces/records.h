@@ -6,7 +6,9 @@
 #define TARVPLACES_RECORDS_H_
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace tarv {
 
@@ -40,6 +42,21 @@ struct ZoneInfo {
   char Kind = ' ';  // 'L' local mean time, 'N' standard, 'S' summer, 'D' double summer
 };
 
+// One reading of a local time the clocks went through twice.
+struct TimeReading {
+  ZoneInfo Zone;               // the zone-table entry and the UTC offset of this reading
+  std::string TzAbbreviation;  // tzdata's, "CEST"
+  std::string ZoneLongName;    // in the atlas's language
+};
+
+// The stretch of local time the clocks jumped over.
+struct TimeGap {
+  LocalTime From;                  // the first local time that never was, 02:00
+  LocalTime To;                    // the first after the gap, 03:00
+  double OffsetBeforeHours = 0.0;  // UTC offsets on either side, east positive
+  double OffsetAfterHours = 0.0;
+};
+
 // A place with the zone in force there: at the local time asked for, or its
 // standard zone.
 struct PlaceInfo {
@@ -64,6 +81,11 @@ struct PlaceInfo {
   std::string TzAbbreviation;
   std::string ZoneLongName;
   bool OwnHistory = false;  // the zone came from the place's own history, not its timetable
+  // A repeated local time: both readings, the earlier first; the answer
+  // above is the earlier, as it always was. A skipped one: the gap, whose
+  // later clock the answer above gives. From the own history only.
+  std::vector<TimeReading> Readings;
+  std::optional<TimeGap> Gap;
 };
 
 // The zone in force at coordinates, by the atlas's map of the zones'
@@ -79,6 +101,10 @@ struct PointZone {
   LocalTimeKind LocalTime = LocalTimeKind::kNormal;
   std::string TzAbbreviation;  // tzdata's, "CDT"
   std::string ZoneLongName;    // in the atlas's language
+  // As for PlaceInfo: both readings of a repeated local time, the gap of a
+  // skipped one.
+  std::vector<TimeReading> Readings;
+  std::optional<TimeGap> Gap;
 };
 
 // How a country lookup reads a text that is both an ISO 3166 code and one of

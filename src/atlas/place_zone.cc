@@ -29,6 +29,7 @@ ZoneAtDate ZoneOfHistoryAnswer(HistoryAnswer answer) {
   at.utc_seconds = answer.utc_offset;
   at.daylight = answer.daylight;
   at.kind = answer.kind;
+  at.change = std::move(answer.change);
   return at;
 }
 

@@ -103,18 +103,32 @@ std::int64_t DaysOfCivil(std::int64_t year, unsigned month, unsigned day) {
   return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
 }
 
-int YearOfSeconds(std::int64_t seconds) {
+CivilTime CivilOfSeconds(std::int64_t seconds) {
   std::int64_t days = seconds / kSecondsPerDay;
-  if (seconds % kSecondsPerDay < 0) --days;
-  // Howard Hinnant's civil_from_days, the year alone.
+  std::int64_t in_day = seconds % kSecondsPerDay;
+  if (in_day < 0) {
+    --days;
+    in_day += kSecondsPerDay;
+  }
+  // Howard Hinnant's civil_from_days.
   days += 719468;
   const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
   const auto doe = static_cast<unsigned>(days - era * 146097);
   const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
   const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
   const unsigned mp = (5 * doy + 2) / 153;
-  const std::int64_t year = static_cast<std::int64_t>(yoe) + era * 400 + (mp >= 10 ? 1 : 0);
-  return static_cast<int>(year);
+  CivilTime t;
+  t.day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+  t.month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+  t.year = static_cast<int>(static_cast<std::int64_t>(yoe) + era * 400 + (t.month <= 2 ? 1 : 0));
+  t.hour = static_cast<int>(in_day / 3600);
+  t.minute = static_cast<int>(in_day / 60 % 60);
+  t.second = static_cast<int>(in_day % 60);
+  return t;
+}
+
+int YearOfSeconds(std::int64_t seconds) {
+  return CivilOfSeconds(seconds).year;
 }
 
 std::int64_t PosixTzRule::Date::LocalSecondsIn(int year) const {

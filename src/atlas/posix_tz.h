@@ -62,6 +62,18 @@ class PosixTzRule {
 // Days since 1970-01-01 of a Gregorian date (proleptic; month 1-12).
 std::int64_t DaysOfCivil(std::int64_t year, unsigned month, unsigned day);
 
+// The Gregorian date and time of a count of seconds since
+// 1970-01-01T00:00:00 (proleptic; month 1-12).
+struct CivilTime {
+  int year = 1970;
+  int month = 1;
+  int day = 1;
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+};
+CivilTime CivilOfSeconds(std::int64_t seconds);
+
 // The Gregorian year of a count of seconds since 1970-01-01T00:00:00.
 int YearOfSeconds(std::int64_t seconds);
 

@@ -31,6 +31,8 @@ struct ZoneAtDate {
   std::int32_t utc_seconds = 0;
   bool daylight = false;
   LocalTimeKind kind = LocalTimeKind::kNormal;
+  // A skipped or repeated local time of the own history: both clocks.
+  std::optional<ClockChange> change;
 };
 
 // Zone `id` of the zone table as a ZoneAtDate, and its record without a

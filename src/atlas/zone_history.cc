@@ -260,17 +260,22 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
   }
   const HistoryPeriod& p = *spans[found].period;
   HistoryAnswer answer{
-      zone.name,      p.utc_offset,          p.daylight, p.local_mean_time, p.entry,
-      p.abbreviation, LocalTimeKind::kNormal};
+      zone.name,      p.utc_offset,           p.daylight,  p.local_mean_time, p.entry,
+      p.abbreviation, LocalTimeKind::kNormal, std::nullopt};
+  auto side = [](const HistoryPeriod& period) {
+    return ClockChange::Side{period.utc_offset, period.daylight, period.entry, period.abbreviation};
+  };
   for (std::size_t k = 1; k < count; ++k) {
     const HistoryPeriod& before = *spans[k - 1].period;
     const HistoryPeriod& now = *spans[k].period;
     if (before.local_mean_time || now.local_mean_time) continue;
     const std::int64_t change = spans[k].from + before.utc_offset;  // in the old clock
     const std::int64_t jump = now.utc_offset - before.utc_offset;
-    if (jump > 0 && local >= change && local < change + jump) answer.kind = LocalTimeKind::kSkipped;
-    if (jump < 0 && local >= change + jump && local < change)
-      answer.kind = LocalTimeKind::kRepeated;
+    const std::int64_t from = std::min(change, change + jump);
+    const std::int64_t to = std::max(change, change + jump);
+    if (jump == 0 || local < from || local >= to) continue;
+    answer.kind = jump > 0 ? LocalTimeKind::kSkipped : LocalTimeKind::kRepeated;
+    answer.change = ClockChange{from, to, side(before), side(now)};
   }
   return answer;
 }

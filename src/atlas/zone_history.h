@@ -89,7 +89,29 @@ struct ZoneHistory {
   std::int16_t rule_daylight_entry = 0;
 };
 
-// The zone in force at a local time by a zone's history.
+// A change of offset that a local time fell into: the clock before and
+// after it, and the stretch of local time it skipped or repeated, in local
+// seconds since 1970 ([from, to): a skipped hour 02:00-03:00 runs from 02:00
+// to 03:00 on the new clock's reading of its end; a repeated one from the
+// later clock's first reading to the earlier clock's last).
+struct ClockChange {
+  struct Side {
+    std::int32_t utc_offset = 0;
+    bool daylight = false;
+    std::int16_t entry = 0;    // the zone-table entry
+    std::string abbreviation;  // tzdata's
+    friend bool operator==(const Side&, const Side&) = default;
+  };
+  std::int64_t local_from = 0;
+  std::int64_t local_to = 0;
+  Side before;
+  Side after;
+  friend bool operator==(const ClockChange&, const ClockChange&) = default;
+};
+
+// The zone in force at a local time by a zone's history. A skipped local
+// time takes the clock after the change, a repeated one the clock before it
+// (the earlier reading); `change` tells both sides.
 struct HistoryAnswer {
   std::string zone_name;  // "Europe/Berlin"
   std::int32_t utc_offset = 0;
@@ -98,6 +120,7 @@ struct HistoryAnswer {
   std::int16_t entry = 0;
   std::string abbreviation;
   LocalTimeKind kind = LocalTimeKind::kNormal;
+  std::optional<ClockChange> change;  // with kSkipped and kRepeated only
 };
 
 // The bytes of "Zones.hst". Throws std::invalid_argument for a zone the

@@ -12,6 +12,7 @@
 #include "atlas/country_table.h"
 #include "atlas/place_search.h"
 #include "atlas/place_zone.h"
+#include "atlas/posix_tz.h"
 #include "atlas/timetable.h"
 #include "interface/zone_names.h"
 #include "text/codepage.h"
@@ -134,6 +135,34 @@ std::string LongNameAt(const ZoneAtDate& at, const ZoneInfo& zone, double serial
   return ZoneLongName(at.iana, utc, at.daylight, German() ? "de" : "en");
 }
 
+LocalTime LocalTimeOfSeconds(std::int64_t local) {
+  const CivilTime t = CivilOfSeconds(local);
+  return {t.year, t.month, t.day, t.hour, t.minute, t.second};
+}
+
+// Both readings of a repeated local time, earlier first, or the gap of a
+// skipped one, from the own history's change of clock.
+void AddClockChange(const ZoneAtDate& at, double longitude, double serial,
+                    std::vector<TimeReading>& readings, std::optional<TimeGap>& gap) {
+  if (!at.change) return;
+  const ClockChange& change = *at.change;
+  if (at.kind == LocalTimeKind::kSkipped) {
+    gap = TimeGap{LocalTimeOfSeconds(change.local_from), LocalTimeOfSeconds(change.local_to),
+                  change.before.utc_offset / 3600.0, change.after.utc_offset / 3600.0};
+    return;
+  }
+  if (at.kind != LocalTimeKind::kRepeated) return;
+  const std::int64_t local = LocalSecondsOfSerial(serial);
+  for (const ClockChange::Side* side : {&change.before, &change.after}) {
+    TimeReading reading;
+    reading.Zone = ZoneInfoOf(side->entry, longitude);
+    reading.TzAbbreviation = side->abbreviation;
+    reading.ZoneLongName =
+        ZoneLongName(at.iana, local - side->utc_offset, side->daylight, German() ? "de" : "en");
+    readings.push_back(std::move(reading));
+  }
+}
+
 }  // namespace
 
 PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
@@ -156,6 +185,7 @@ PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
   place.Iana = at->iana;
   place.TzAbbreviation = at->abbreviation;
   place.ZoneLongName = LongNameAt(*at, place.Zone, serial);
+  AddClockChange(*at, place.Longitude, serial, place.Readings, place.Gap);
   return place;
 }
 
@@ -168,6 +198,7 @@ PointZone PointZoneOf(double longitude, double latitude, const ZoneAtDate& at, d
   point.LocalTime = at.kind;
   point.TzAbbreviation = at.abbreviation;
   point.ZoneLongName = LongNameAt(at, point.Zone, serial);
+  AddClockChange(at, longitude, serial, point.Readings, point.Gap);
   return point;
 }
 

@@ -74,6 +74,16 @@ TEST(CivilDays, AroundTheEpochAndLeapCenturies) {
   EXPECT_EQ(std::tuple(YearOfSeconds(-1), YearOfSeconds(0), YearOfSeconds(951782400),
                        YearOfSeconds(4102444799)),
             std::tuple(1969, 1970, 2000, 2099));
+  // Every day of 1600-2400 back to its date, and the time of day before 1970.
+  for (std::int64_t days = DaysOfCivil(1600, 1, 1); days < DaysOfCivil(2400, 1, 1); ++days) {
+    const CivilTime t = CivilOfSeconds(days * 86400 + 3723);
+    ASSERT_EQ(DaysOfCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)),
+              days);
+    ASSERT_EQ(std::tuple(t.hour, t.minute, t.second), std::tuple(1, 2, 3));
+  }
+  const CivilTime before = CivilOfSeconds(-1);
+  EXPECT_EQ(std::tuple(before.year, before.month, before.day, before.hour, before.second),
+            std::tuple(1969, 12, 31, 23, 59));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "atlas/zone_map.h"
 #include "platform/file_status.h"
 #include "support/atlas_fixture.h"
+#include "tarvplaces/atlas.h"
 #include "tarvplaces/atlas_error.h"
 #include "tarvplaces/places.h"
 #include "text/bytes.h"
@@ -133,6 +134,42 @@ TEST_F(ZoneHistoryTest, SkippedAndRepeatedHoursAreFlaggedAtTheExactChange) {
         << year << "-" << month << " " << hour;
   EXPECT_EQ(ZoneOf("Berlin", 1980, 4, 6, 2.5), "MET/S");
   EXPECT_EQ(ZoneOf("Berlin", 1980, 9, 28, 2.5), "MET/S");
+}
+
+// Both readings of a repeated hour, earlier first as the answer gives it;
+// the gap of a skipped one; from the listed periods and from the rule.
+TEST_F(ZoneHistoryTest, SkippedAndRepeatedHoursTellBothClocks) {
+  const Atlas atlas(folder_.str());
+  auto at = [&](int year, int month, int day, int hour, int minute) {
+    return *atlas.Lookup("Berlin", "D", LocalTime{year, month, day, hour, minute, 0});
+  };
+  for (const int year : {1980, 2050}) {
+    const PlaceInfo repeated = year == 1980 ? at(1980, 9, 28, 2, 30) : at(2050, 10, 30, 2, 30);
+    ASSERT_EQ(repeated.Readings.size(), 2U) << year;
+    EXPECT_FALSE(repeated.Gap);
+    const auto& [earlier, later] = std::tie(repeated.Readings[0], repeated.Readings[1]);
+    EXPECT_EQ(
+        std::tuple(earlier.Zone.UtcOffsetHours, earlier.Zone.Abbreviation, earlier.TzAbbreviation,
+                   later.Zone.UtcOffsetHours, later.Zone.Abbreviation, later.TzAbbreviation),
+        std::tuple(2.0, "MET/S", "CEST", 1.0, "MET", "CET"))
+        << year;
+    EXPECT_EQ(earlier.Zone.Id, repeated.Zone.Id);
+
+    const PlaceInfo skipped = year == 1980 ? at(1980, 4, 6, 2, 30) : at(2050, 3, 27, 2, 30);
+    EXPECT_TRUE(skipped.Readings.empty());
+    ASSERT_TRUE(skipped.Gap) << year;
+    const LocalTime& from = skipped.Gap->From;
+    const LocalTime& to = skipped.Gap->To;
+    EXPECT_EQ(std::tuple(from.Year, from.Month, from.Hour, from.Minute, to.Day, to.Hour,
+                         skipped.Gap->OffsetBeforeHours, skipped.Gap->OffsetAfterHours),
+              std::tuple(year, year == 1980 ? 4 : 3, 2, 0, from.Day, 3, 1.0, 2.0));
+  }
+  const PlaceInfo normal = at(1980, 7, 1, 12, 0);
+  EXPECT_TRUE(normal.Readings.empty());
+  EXPECT_FALSE(normal.Gap);
+  // Out of local mean time nothing is judged, and nothing told.
+  const PlaceInfo mean_time = at(1893, 4, 1, 0, 30);
+  EXPECT_TRUE(mean_time.Readings.empty() && !mean_time.Gap);
 }
 
 TEST_F(ZoneHistoryTest, UserPlacesAndAtlasesWithoutTheFilesKeepTheTimetable) {

@@ -70,22 +70,15 @@ const Atlas* MappedAtlas(std::string& why) {
   return &atlas;
 }
 
-// Asks `ask(atlas, point)` of every point in turn.
+// Asks `ask(point)` of every point in turn; each answer is an optional zone.
 template <typename Ask>
-void Lookups(benchmark::State& state, Ask ask) {
-  std::string why;
-  const auto& points = Points(why);
-  const Atlas* atlas = why.empty() ? MappedAtlas(why) : nullptr;
-  if (atlas == nullptr) {
-    state.SkipWithError(why.c_str());
-    return;
-  }
+void Loop(benchmark::State& state, const std::vector<Point>& points, Ask ask) {
   std::size_t i = 0;
   double found = 0;
   for (auto _ : state) {
     const Point& point = points[i];
     if (++i == points.size()) i = 0;
-    const auto zone = ask(*atlas, point);
+    const auto zone = ask(point);
     found += zone.has_value() ? 1.0 : 0.0;
     benchmark::DoNotOptimize(zone);
   }
@@ -93,6 +86,25 @@ void Lookups(benchmark::State& state, Ask ask) {
   // Every point has a zone: a share below 1 means the map is not answering.
   state.counters["found"] = benchmark::Counter(found, benchmark::Counter::kAvgIterations);
   state.counters["points"] = static_cast<double>(points.size());
+}
+
+// The mapped atlas, or null once the benchmark is told why there is none.
+const Atlas* MappedAtlasOrSkip(benchmark::State& state) {
+  std::string why;
+  Points(why);
+  const Atlas* atlas = why.empty() ? MappedAtlas(why) : nullptr;
+  if (atlas == nullptr) state.SkipWithError(why.c_str());
+  return atlas;
+}
+
+// Asks `ask(atlas, point)` of every point in turn.
+template <typename Ask>
+void Lookups(benchmark::State& state, Ask ask) {
+  const Atlas* atlas = MappedAtlasOrSkip(state);
+  if (atlas == nullptr) return;
+  std::string why;
+  const auto& points = Points(why);
+  Loop(state, points, [&](const Point& point) { return ask(*atlas, point); });
 }
 
 // The zone at the present instant, as a host shows it for coordinates typed.
@@ -123,13 +135,10 @@ BENCHMARK(ZoneNameAt)->Name("ZoneMap/ZoneNameAt");
 // The map's search alone, the zone's number without its name: the part of
 // ZoneNameAt below the atlas's call.
 void MapSearch(benchmark::State& state) {
+  const Atlas* atlas = MappedAtlasOrSkip(state);
+  if (atlas == nullptr) return;
   std::string why;
   const auto& points = Points(why);
-  const Atlas* atlas = why.empty() ? MappedAtlas(why) : nullptr;
-  if (atlas == nullptr) {
-    state.SkipWithError(why.c_str());
-    return;
-  }
   std::int32_t error = 0;
   const auto bytes = ExpandedImage(atlas->Folder() + "/" + kZoneMapFile, error, Packing::kSzdd);
   if (bytes == nullptr) {
@@ -139,18 +148,8 @@ void MapSearch(benchmark::State& state) {
   // Zone numbers are checked against the atlas's zones on ZoneAt's path;
   // here any number the format holds will do.
   const ZoneMap map(*bytes, kZoneMapFile, 0x10000);
-  std::size_t i = 0;
-  double found = 0;
-  for (auto _ : state) {
-    const Point& point = points[i];
-    if (++i == points.size()) i = 0;
-    const auto zone = map.ZoneAt(point.longitude, point.latitude);
-    found += zone.has_value() ? 1.0 : 0.0;
-    benchmark::DoNotOptimize(zone);
-  }
-  state.SetItemsProcessed(state.iterations());
-  state.counters["found"] = benchmark::Counter(found, benchmark::Counter::kAvgIterations);
-  state.counters["points"] = static_cast<double>(points.size());
+  Loop(state, points,
+       [&map](const Point& point) { return map.ZoneAt(point.longitude, point.latitude); });
 }
 BENCHMARK(MapSearch)->Name("ZoneMap/MapSearch");
 

@@ -103,7 +103,7 @@ std::int64_t DaysOfCivil(std::int64_t year, unsigned month, unsigned day) {
   return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
 }
 
-CivilTime CivilOfSeconds(std::int64_t seconds) {
+CalendarTime CivilOfSeconds(std::int64_t seconds) {
   std::int64_t days = seconds / kSecondsPerDay;
   std::int64_t in_day = seconds % kSecondsPerDay;
   if (in_day < 0) {
@@ -117,7 +117,7 @@ CivilTime CivilOfSeconds(std::int64_t seconds) {
   const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
   const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
   const unsigned mp = (5 * doy + 2) / 153;
-  CivilTime t;
+  CalendarTime t;
   t.day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
   t.month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
   t.year = static_cast<int>(static_cast<std::int64_t>(yoe) + era * 400 + (t.month <= 2 ? 1 : 0));

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "util/serial_date.h"
+
 namespace tarv {
 
 // One instant of change: from `at` (seconds since 1970-01-01T00:00:00Z) on,
@@ -64,15 +66,7 @@ std::int64_t DaysOfCivil(std::int64_t year, unsigned month, unsigned day);
 
 // The Gregorian date and time of a count of seconds since
 // 1970-01-01T00:00:00 (proleptic; month 1-12).
-struct CivilTime {
-  int year = 1970;
-  int month = 1;
-  int day = 1;
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
-};
-CivilTime CivilOfSeconds(std::int64_t seconds);
+CalendarTime CivilOfSeconds(std::int64_t seconds);
 
 // The Gregorian year of a count of seconds since 1970-01-01T00:00:00.
 int YearOfSeconds(std::int64_t seconds);

@@ -136,7 +136,7 @@ std::string LongNameAt(const ZoneAtDate& at, const ZoneInfo& zone, double serial
 }
 
 LocalTime LocalTimeOfSeconds(std::int64_t local) {
-  const CivilTime t = CivilOfSeconds(local);
+  const CalendarTime t = CivilOfSeconds(local);
   return {t.year, t.month, t.day, t.hour, t.minute, t.second};
 }
 

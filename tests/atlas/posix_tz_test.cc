@@ -76,12 +76,12 @@ TEST(CivilDays, AroundTheEpochAndLeapCenturies) {
             std::tuple(1969, 1970, 2000, 2099));
   // Every day of 1600-2400 back to its date, and the time of day before 1970.
   for (std::int64_t days = DaysOfCivil(1600, 1, 1); days < DaysOfCivil(2400, 1, 1); ++days) {
-    const CivilTime t = CivilOfSeconds(days * 86400 + 3723);
+    const CalendarTime t = CivilOfSeconds(days * 86400 + 3723);
     ASSERT_EQ(DaysOfCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day)),
               days);
     ASSERT_EQ(std::tuple(t.hour, t.minute, t.second), std::tuple(1, 2, 3));
   }
-  const CivilTime before = CivilOfSeconds(-1);
+  const CalendarTime before = CivilOfSeconds(-1);
   EXPECT_EQ(std::tuple(before.year, before.month, before.day, before.hour, before.second),
             std::tuple(1969, 12, 31, 23, 59));
 }

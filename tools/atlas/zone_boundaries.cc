@@ -242,7 +242,9 @@ BoundaryNode::Kind KindOf(const nlohmann::json& node, const std::string& file) {
   return node.contains("pos") ? BoundaryNode::Kind::kTile : BoundaryNode::Kind::kSplit;
 }
 
-std::array<BoundaryBox, 4> Quarters(const BoundaryBox& b) {
+}  // namespace
+
+std::array<BoundaryBox, 4> QuartersOf(const BoundaryBox& b) {
   const double lat = (b.north + b.south) / 2;
   const double lon = (b.west + b.east) / 2;
   return {{{lon, b.east, lat, b.north},
@@ -250,8 +252,6 @@ std::array<BoundaryBox, 4> Quarters(const BoundaryBox& b) {
            {b.west, lon, b.south, lat},
            {lon, b.east, b.south, lat}}};
 }
-
-}  // namespace
 
 std::vector<BoundaryFeature> DecodeBoundaryTile(std::string_view bytes, const std::string& file) {
   ProtoReader in(bytes, file);
@@ -363,7 +363,7 @@ ZoneBoundaries::ZoneBoundaries(std::string_view index_json, std::string_view til
       case BoundaryNode::Kind::kSplit: {
         // Growing nodes_ moves `node`: nothing touches it after this.
         node.first = static_cast<std::uint32_t>(nodes_.size());
-        const auto boxes = Quarters(node.box);
+        const auto boxes = QuartersOf(node.box);
         static const nlohmann::json kMissing;
         for (std::size_t q = 0; q < 4; ++q) {
           const char key[2] = {static_cast<char>('a' + q), '\0'};

@@ -38,6 +38,10 @@ struct BoundaryBox {
   double west = 0, east = 0, south = 0, north = 0;
 };
 
+// A box's quarters in the quadtree's order: north-east, north-west,
+// south-west, south-east.
+std::array<BoundaryBox, 4> QuartersOf(const BoundaryBox& b);
+
 struct BoundaryNode {
   enum class Kind : std::uint8_t { kSea, kZone, kSplit, kTile };
   Kind kind = Kind::kSea;

@@ -97,15 +97,6 @@ GeoPolygon BoxPolygon(const BoundaryBox& b) {
   return p;
 }
 
-std::array<BoundaryBox, 4> QuartersOf(const BoundaryBox& b) {
-  const double lat = (b.north + b.south) / 2;
-  const double lon = (b.west + b.east) / 2;
-  return {{{lon, b.east, lat, b.north},
-           {b.west, lon, lat, b.north},
-           {b.west, lon, b.south, lat},
-           {lon, b.east, b.south, lat}}};
-}
-
 class MapBuilder {
  public:
   MapBuilder(const ZoneBoundaries& boundaries, const ZoneNumberOf& number_of)

@@ -280,6 +280,33 @@ HistoryAnswer ZoneHistories::At(std::size_t i, std::int64_t local) const {
   return answer;
 }
 
+HistoryAnswer ZoneHistories::AtUtc(std::size_t i, std::int64_t utc) const {
+  // Read as a local time, the instant lies within hours of its own; the
+  // offset found there leads to the local time, which must lead back.
+  std::int32_t offset = At(i, utc).utc_offset;
+  for (int tries = 0; tries < 4; ++tries) {
+    HistoryAnswer answer = At(i, utc + offset);
+    if (answer.change) {
+      // The local time fell into a change: the instant lies on one side of it.
+      const ClockChange& change = *answer.change;
+      const std::int64_t change_utc =
+          (answer.kind == LocalTimeKind::kRepeated ? change.local_to : change.local_from) -
+          change.before.utc_offset;
+      const ClockChange::Side& side = utc < change_utc ? change.before : change.after;
+      answer.utc_offset = side.utc_offset;
+      answer.daylight = side.daylight;
+      answer.entry = side.entry;
+      answer.abbreviation = side.abbreviation;
+      answer.kind = LocalTimeKind::kNormal;
+      answer.change.reset();
+      return answer;
+    }
+    if (answer.utc_offset == offset || answer.local_mean_time) return answer;
+    offset = answer.utc_offset;
+  }
+  return At(i, utc + offset);
+}
+
 PlaceZones::PlaceZones(std::string_view bytes, const std::string& file, std::size_t zone_count) {
   FormatReader in(bytes, file);
   in.Header(kPlaceZonesMagic, "a place zone file", kZoneHistoryVersion);

@@ -148,6 +148,10 @@ class ZoneHistories {
   // repeated one the earlier; `kind` says which it was.
   HistoryAnswer At(std::size_t i, std::int64_t local) const;
 
+  // The zone `i` holds at the instant `utc` (seconds since 1970 UTC): one
+  // clock, never skipped or repeated.
+  HistoryAnswer AtUtc(std::size_t i, std::int64_t utc) const;
+
  private:
   std::vector<ZoneHistory> zones_;
   std::vector<std::optional<PosixTzRule>> rules_;
@@ -188,6 +192,7 @@ struct PlaceHistory {
   std::shared_ptr<const ZoneHistories> histories;
   std::uint16_t zone = 0;
   HistoryAnswer At(double date) const;
+  HistoryAnswer AtUtc(std::int64_t utc) const { return histories->AtUtc(zone, utc); }
 };
 std::optional<PlaceHistory> OwnHistoryOf(std::string_view code, std::int32_t record);
 

@@ -288,15 +288,18 @@ std::optional<PointZone> Atlas::ZoneAt(double longitude, double latitude,
   call.Check();
   if (!history) return std::nullopt;
   double serial = 0;
+  HistoryAnswer answer;
   if (when) {
     serial = LookupSerialOfLocal(*when);
+    answer = history->At(serial);
   } else {
-    // The present instant: the local time is UTC now moved by the offset
+    // The present instant, whose local time is UTC moved by the offset
     // that holds then.
-    const double utc = kSerialOf1970Utc + static_cast<double>(std::time(nullptr)) / 86400.0;
-    serial = utc + history->At(utc).utc_offset / 86400.0;
+    const std::int64_t now = std::time(nullptr);
+    answer = history->AtUtc(now);
+    serial = kSerialOf1970Utc + static_cast<double>(now + answer.utc_offset) / 86400.0;
   }
-  const ZoneAtDate at = ZoneOfHistoryAnswer(history->At(serial));
+  const ZoneAtDate at = ZoneOfHistoryAnswer(std::move(answer));
   call.Check();
   return PointZoneOf(longitude, latitude, at, serial);
 }

@@ -172,6 +172,35 @@ TEST_F(ZoneHistoryTest, SkippedAndRepeatedHoursTellBothClocks) {
   EXPECT_TRUE(mean_time.Readings.empty() && !mean_time.Gap);
 }
 
+// An instant has one clock on either side of every change, east and west of
+// Greenwich, listed or by the rule: Berlin's changes at 01:00 UTC,
+// Chicago's at 08:00 UTC (spring) and 07:00 UTC (fall) of 2026.
+TEST_F(ZoneHistoryTest, AnInstantHasOneClockAroundEveryChange) {
+  auto zones = Histories();
+  zones.push_back({"Test/Chicago",
+                   {{0, -21036, false, true, 0, "LMT"},
+                    {Utc(1883, 11, 18, 18), -21600, false, false, Zone("CST"), "CST"}},
+                   "CST6CDT,M3.2.0,M11.1.0",
+                   Zone("CST"),
+                   Zone("CST/S")});
+  const ZoneHistories histories(EncodeZoneHistories(zones), kZoneHistoryFile,
+                                CurrentAtlas().zones.size());
+  const std::tuple<std::size_t, std::int64_t, std::int32_t, std::int32_t> kChanges[] = {
+      {0, Utc(1980, 4, 6, 1), 3600, 7200},     {0, Utc(1980, 9, 28, 1), 7200, 3600},
+      {0, Utc(2050, 3, 27, 1), 3600, 7200},    {0, Utc(2050, 10, 30, 1), 7200, 3600},
+      {2, Utc(2026, 3, 8, 8), -21600, -18000}, {2, Utc(2026, 11, 1, 7), -18000, -21600}};
+  for (const auto& [zone, change, before, after] : kChanges) {
+    for (const std::int64_t from_change : {-7200, -5400, -1800, -1, 0, 1, 1800, 5400, 7200}) {
+      const HistoryAnswer answer = histories.AtUtc(zone, change + from_change);
+      EXPECT_EQ(std::tuple(answer.utc_offset, answer.kind, answer.change.has_value()),
+                std::tuple(from_change < 0 ? before : after, LocalTimeKind::kNormal, false))
+          << zone << " " << change << " " << from_change;
+    }
+  }
+  // Local mean time stays local mean time.
+  EXPECT_TRUE(histories.AtUtc(2, Utc(1850, 1, 1)).local_mean_time);
+}
+
 TEST_F(ZoneHistoryTest, UserPlacesAndAtlasesWithoutTheFilesKeepTheTimetable) {
   WriteUserFile("D", {Place("Berlin", 13.4F, 52.5F)});
   EXPECT_EQ(ZoneOf("Berlin", 1980, 7, 1), "MET");  // the user's Berlin

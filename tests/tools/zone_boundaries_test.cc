@@ -51,7 +51,7 @@ const std::string kTriangleTile(
     "\x1A\x06\x00\x00\x14\x00\x13\x14"  // zigzag deltas (0,0) (+10,0) (-10,+10)
     "\x6A\x05\x0A\x03X/Y"               // value 0: "X/Y"
     "\x72\x02\x00\x00",                 // property: key 0 = value 0
-    39);
+    35);
 
 // Writes geobuf for tests that need more than a triangle.
 struct Writer {

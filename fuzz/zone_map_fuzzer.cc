@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "atlas/atlas_fault.h"
 #include "atlas/user_zones.h"
@@ -26,6 +27,24 @@ void CheckMap(std::string_view input) {
       }
     }
     FUZZ_CHECK(!map.ZoneAt(180.5, 0) && !map.ZoneAt(0, -90.5));
+    // Zones near a few points, across the 180th meridian and by a pole:
+    // other zones than the point's, each once, nearest first, none farther
+    // than asked.
+    const std::pair<double, double> kNear[] = {
+        {0, 0}, {-87.35, 41.6}, {179.999, -60}, {11.58, 89.99}};
+    for (const auto& [lon, lat] : kNear) {
+      const auto near = map.ZonesWithin(lon, lat, 5000);
+      const auto own = map.ZoneAt(lon, lat);
+      for (std::size_t i = 0; i < near.size(); ++i) {
+        FUZZ_CHECK(near[i].zone < kZoneCount && near[i].zone != *own);
+        FUZZ_CHECK(near[i].meters >= 0 && near[i].meters <= 5000);
+        FUZZ_CHECK(i == 0 || near[i - 1].meters <= near[i].meters);
+        for (std::size_t j = 0; j < i; ++j)
+          FUZZ_CHECK(near[j].zone != near[i].zone);
+      }
+    }
+    FUZZ_CHECK(map.ZonesWithin(180.5, 0, 5000).empty());
+    map.CheckEveryTile();
   } catch (const FormatViolation& e) {
     FUZZ_CHECK(e.fault().file == "Zones.map");
   }

@@ -7,7 +7,7 @@
 //
 //   offset  size  field
 //   0       4     magic "TPZM"
-//   4       2     version, 1
+//   4       2     version, 2
 //   6       2     0
 //   8       50    the 25 nautical zones of the open sea, west to east
 //                 (Etc/GMT+12 ... Etc/GMT-12), as zone numbers of "Zones.hst"
@@ -21,7 +21,10 @@
 //                      later than this one, for the quarters north-east,
 //                      north-west, south-west, south-east in that order)
 //                   3  a tile of outlines (number: the tile, below t)
-//   66+4n   ...   tiles in order; each:
+//   66+4n   4t    where each tile starts, counted from the first tile's
+//                 first byte: 0 for the first, rising; each tile runs to the
+//                 next one's start, the last to the end of the file
+//   66+4n+4t ...  tiles in order; each:
 //                   2  number of features f (1-4096)
 //                   f  features in order; each:
 //                        2  zone number in "Zones.hst"
@@ -42,16 +45,21 @@
 // centred on multiples of 15 degrees, the eastern band taking a boundary
 // line, and both 180th meridians in Etc/GMT+12.
 //
-// Readers check every field: magic, version, counts against the bytes there
-// are, every zone number against the zones of "Zones.hst", that split nodes
-// point forward and every node is some box's, vertices within the earth,
-// and that nothing follows the last tile. A fault is an AtlasError naming
-// the file.
+// Readers check the header, the nodes and the tiles' starts when they open
+// the map, and each tile when a question first reaches it (a process that
+// asks about one city decodes one tile, not the world): magic, version,
+// counts against the bytes there are, every zone number against the zones of
+// "Zones.hst", that split nodes point forward and every node is some box's,
+// vertices within the earth, and that each tile ends where the next begins.
+// A fault is an AtlasError naming the file.
 #ifndef TARVPLACES_ATLAS_ZONE_MAP_H_
 #define TARVPLACES_ATLAS_ZONE_MAP_H_
 
 #include <array>
+#include <atomic>
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -61,7 +69,7 @@ namespace tarv {
 
 inline constexpr const char* kZoneMapFile = "Zones.map";
 inline constexpr std::string_view kZoneMapMagic = "TPZM";
-inline constexpr std::uint16_t kZoneMapVersion = 1;
+inline constexpr std::uint16_t kZoneMapVersion = 2;
 inline constexpr std::size_t kSeaZoneCount = 25;
 // Map coordinates are whole 1e-5 degrees.
 inline constexpr double kMapUnitsPerDegree = 1e5;
@@ -104,20 +112,59 @@ std::string EncodeZoneMap(const ZoneMapData& map);
 // Etc/GMT-12) the open sea keeps at `longitude`.
 std::size_t SeaZoneIndex(double longitude);
 
+// A zone near a point, and how far from it its area begins.
+struct NearZone {
+  std::uint16_t zone = 0;
+  double meters = 0;
+  friend bool operator==(const NearZone&, const NearZone&) = default;
+};
+
 class ZoneMap {
  public:
-  // Checks and decodes expanded bytes; zone numbers must lie below
+  // Checks the header, the nodes and where the tiles start, and keeps the
+  // tiles' bytes to decode on first use; zone numbers must lie below
   // `zone_count` (the zones of "Zones.hst"). Throws FormatViolation naming
-  // `file`.
+  // `file`. Safe to share between threads.
   ZoneMap(std::string_view bytes, const std::string& file, std::size_t zone_count);
 
   // The zone number (in "Zones.hst") at the coordinates, in degrees east and
-  // north; nullopt for coordinates off the earth or not finite.
+  // north; nullopt for coordinates off the earth or not finite. Throws
+  // FormatViolation when the tile the point lies in is damaged.
   std::optional<std::uint16_t> ZoneAt(double longitude, double latitude) const;
+
+  // The zones other than the one at the point (ZoneAt's) whose area lies
+  // within `meters` of it, each once with its distance in metres, nearest
+  // first (equal distances by zone number); empty for coordinates off the
+  // earth or not finite, or a distance that is negative or not a number. A
+  // point inside a later feature of another zone gets that zone at 0.
+  //
+  // Distances are flat: an equirectangular projection about the point (a
+  // degree of latitude 111,195 m, of longitude that times the cosine of the
+  // point's latitude), within a fraction of a percent at some kilometres and
+  // too long across a pole. Longitudes wrap: 179.995 E sees a zone beginning
+  // at 179.995 W 1.1 km away at the equator.
+  //
+  // Sea keeps the nautical zone of its longitude, a box of open sea split at
+  // the lines between them. Sea in a tile (where no feature lies) is reached
+  // where it meets a coast, the tile's box or such a line. An edge is coast
+  // when a point 500 m off its middle, to either side, lies at sea; the box
+  // is sea where no feature's edge runs along it, over more than 500 m. So
+  // the gaps that simplifying each outline on its own leaves between
+  // neighbours are no sea, nor is water narrower than 500 m, and an edge
+  // only partly on the coast may hide the sea until the next one.
+  //
+  // Reads the tiles near the point (throwing FormatViolation for a damaged
+  // one, like ZoneAt) and, once for each edge, those 500 m beyond the edges
+  // within `meters`.
+  std::vector<NearZone> ZonesWithin(double longitude, double latitude, double meters) const;
+
+  // Decodes every tile, throwing FormatViolation at the first damaged one:
+  // for checks of a whole file (the fuzzer, the builder's own reading back).
+  void CheckEveryTile() const;
 
  private:
   struct Ring {
-    std::uint32_t first = 0;  // into xs_/ys_
+    std::uint32_t first = 0;  // into xs/ys
     std::uint32_t count = 0;
   };
   struct Feature {
@@ -127,18 +174,39 @@ class ZoneMap {
     std::int32_t west = 0, east = 0, south = 0, north = 0;  // bounding box
   };
   struct Tile {
-    std::uint32_t first_feature = 0;
-    std::uint32_t features = 0;
+    std::vector<Feature> features;
+    std::vector<Ring> rings;
+    std::vector<std::int32_t> xs;
+    std::vector<std::int32_t> ys;
+    // For the edge from each vertex to the next in its ring, whether it is
+    // coast (kCoast) or not (kInland), found on first need (kUnknown).
+    std::unique_ptr<std::atomic<std::uint8_t>[]> coast;
   };
-  bool Holds(const Feature& feature, std::int64_t x, std::int64_t y) const;
+  struct LazyTile {
+    std::once_flag decoded;
+    Tile tile;
+  };
+  class NearSearch;
 
+  const Tile& TileAt(std::uint32_t number) const;
+  Tile DecodeTile(std::uint32_t number) const;
+  static bool Holds(const Tile& tile, const Feature& feature, std::int64_t x, std::int64_t y);
+  // The first feature of the tile holding the point, or null at sea.
+  static const Feature* FeatureAt(const Tile& tile, std::int64_t x, std::int64_t y);
+  // The node word of the box holding coordinates within the root box.
+  std::uint32_t LeafAt(double longitude, double latitude) const;
+  // Whether the map has open sea, or a tile's sea, at the coordinates.
+  bool AtSea(double longitude, double latitude) const;
+  // Whether the edge from vertex `k` of the ring to the next is coast.
+  bool IsCoast(const Tile& tile, const Ring& ring, std::uint32_t k) const;
+
+  std::string file_;
+  std::size_t zone_count_ = 0;
   std::array<std::uint16_t, kSeaZoneCount> sea_{};
   std::vector<std::uint32_t> nodes_;
-  std::vector<Tile> tiles_;
-  std::vector<Feature> features_;
-  std::vector<Ring> rings_;
-  std::vector<std::int32_t> xs_;
-  std::vector<std::int32_t> ys_;
+  std::string tile_bytes_;
+  std::vector<std::uint32_t> tile_starts_;
+  std::unique_ptr<LazyTile[]> tiles_;
 };
 
 }  // namespace tarv

@@ -33,7 +33,8 @@ QUESTIONS = [
 # The files a question reads; damage to each is tried.
 FILES = [
     "Country.dat", "Zones13.bin", "ttx.dao", "TTUSA.dao", "D.dao", "D.IDX", "D.NDX", "D.TZP",
-    "Zones.hst", "DstRules.dat", "CountryNames.dat", "USWY.dao", "USER/D.dao", "USER/D.IDX",
+    "Zones.hst", "Zones.map", "DstRules.dat", "CountryNames.dat", "USWY.dao", "USER/D.dao",
+    "USER/D.IDX",
 ]
 PLACE_FILES = {"D.dao", "USWY.dao", "USER/D.dao"}
 

@@ -169,6 +169,31 @@ void AddClockChange(json& j, const std::vector<tarv::TimeReading>& readings,
                  : json(nullptr);
 }
 
+const char* SourceKindName(tarv::ZoneSourceKind kind) {
+  switch (kind) {
+    case tarv::ZoneSourceKind::kTimetable:
+      return "timetable";
+    case tarv::ZoneSourceKind::kZoneHistory:
+      return "zone history";
+    case tarv::ZoneSourceKind::kNamedZone:
+      return "named zone";
+    case tarv::ZoneSourceKind::kMeanTime:
+      return "mean time";
+  }
+  return "";
+}
+
+// Where a zone answer comes from: "kind", the IANA zone and tzdata release
+// of a history, whether the instant lies before 1970, and a line for people.
+json SourceJson(const tarv::ZoneSource& source, std::int32_t timetable,
+                const std::string& country) {
+  return json{{"kind", SourceKindName(source.Kind)},
+              {"iana", source.Iana},
+              {"tzdata", source.TzdataVersion},
+              {"before_1970", source.Before1970},
+              {"text", tarv::SourceText(source, timetable, country)}};
+}
+
 // A place with its zone; "local_time" only where a date was asked for.
 json PlaceJson(const tarv::PlaceInfo& place, bool dated) {
   json p{{"name", place.Name},
@@ -191,6 +216,7 @@ json PlaceJson(const tarv::PlaceInfo& place, bool dated) {
     p["local_time"] = tarv::LocalTimeName(place.LocalTime);
     AddClockChange(p, place.Readings, place.Gap);
   }
+  p["source"] = SourceJson(place.Source, place.Timetable, place.Country);
   return p;
 }
 
@@ -214,12 +240,16 @@ json PointZoneJson(const tarv::PointZone& point, bool dated) {
   if (dated) {
     z["local_time"] = tarv::LocalTimeName(point.LocalTime);
     AddClockChange(z, point.Readings, point.Gap);
+    z["source"] = SourceJson(point.Source, 0, "");
   }
   return z;
 }
 
-// The lines of a skipped or repeated local time.
+// The lines of a skipped or repeated local time, and the answer's source.
 void PrintClockChange(const json& j) {
+  if (j.contains("source")) {
+    std::cout << std::setw(12) << "Source" << j["source"]["text"].get<std::string>() << '\n';
+  }
   if (!j.contains("local_time") || j["local_time"] == "normal") return;
   std::cout << std::setw(12) << "Local time" << j["local_time"].get<std::string>()
             << (j["local_time"] == "skipped" ? ": clocks were set forward over this time"
@@ -484,6 +514,7 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
     z["zone_long_name"] = place->ZoneLongName;
   }
   AddClockChange(z, place->Readings, place->Gap);
+  z["source"] = SourceJson(place->Source, place->Timetable, place->Country);
   if (o.json) {
     std::cout << z.dump(2) << '\n';
   } else {
@@ -508,6 +539,7 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
                 << LocalTimeText(place->Gap->To) << ": UTC" << Offset(place->Gap->OffsetBeforeHours)
                 << " before, UTC" << Offset(place->Gap->OffsetAfterHours) << " after\n";
     }
+    std::cout << "source " << z["source"]["text"].get<std::string>() << '\n';
   }
   return kFound;
 }
@@ -751,7 +783,8 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
             << "  timetables " << s.timetables << ", entries " << s.entries
             << ", summer-time rule lines " << s.rule_lines << ", changes after 1999 "
             << s.change_lines << "\n"
-            << "  own zone histories of places: " << s.zone_histories << " IANA zones\n"
+            << "  own zone histories of places: " << s.zone_histories << " IANA zones (tzdata "
+            << s.tzdata_version << ")\n"
             << "  country codes " << s.country_codes << ", country name keys " << s.country_names
             << "\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";

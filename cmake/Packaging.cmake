@@ -1,6 +1,6 @@
 # What the packages hold besides the build's targets (the atlas, the
 # notices) and how CPack makes them: on Linux one Debian package per
-# component (libtarvplaces2, libtarvplaces-dev, tarvplaces, tarvplaces-data),
+# component (libtarvplaces3, libtarvplaces-dev, tarvplaces, tarvplaces-data),
 # on Windows one ZIP archive of everything.
 #
 #   cmake --preset package && cmake --build --preset package
@@ -40,7 +40,7 @@ if(WIN32)
 else()
   # Each Debian package documents itself: copyright (with the data's
   # notices) and a changelog, compressed as Debian wants it.
-  set(tarv_packages runtime libtarvplaces2 development libtarvplaces-dev tool tarvplaces
+  set(tarv_packages runtime libtarvplaces3 development libtarvplaces-dev tool tarvplaces
                     data tarvplaces-data)
   while(tarv_packages)
     list(POP_FRONT tarv_packages tarv_component tarv_package)
@@ -63,7 +63,7 @@ else()
   set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
   set(tarv_deb_version "${PROJECT_VERSION}-1")
 
-  set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libtarvplaces2)
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libtarvplaces3)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS tarvplaces-data)
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
@@ -78,7 +78,7 @@ else()
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtarvplaces-dev)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-      "libtarvplaces2 (= ${tarv_deb_version}), libicu-dev, pkg-config")
+      "libtarvplaces3 (= ${tarv_deb_version}), libicu-dev, pkg-config")
   string(CONCAT CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
                 "Headers of the C and C++ interfaces, the static libraries, the CMake\n"
                 "package (find_package(TarvPlaces)) and the pkg-config file tarvplaces.pc.")

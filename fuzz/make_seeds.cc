@@ -251,7 +251,7 @@ void ZoneHistorySeeds() {
                           "WAT-1",
                           37,
                           37};
-  Save("zone_history_fuzzer", "two_zones", EncodeZoneHistories({berlin, lagos}));
+  Save("zone_history_fuzzer", "two_zones", EncodeZoneHistories({berlin, lagos}, "2025b"));
   Save("zone_history_fuzzer", "place_zones", EncodePlaceZones({0, 1, kNoPlaceZone}, {0}));
   Save("zone_history_fuzzer", "southern_rule", "AEST-10AEDT,M10.1.0,M4.1.0/3");
   Save("zone_history_fuzzer", "odd_rule", "<-02>2<-01>,M3.5.0/-1,J365/25");

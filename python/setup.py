@@ -1,6 +1,6 @@
 """Builds the package with what it needs at run time inside it.
 
-TARVPLACES_LIBRARY names the built libtarvplaces.so.2, which goes into the
+TARVPLACES_LIBRARY names the built libtarvplaces.so.3, which goes into the
 package (scripts/install-python.sh, scripts/build-wheel.sh), so the installed
 package needs neither the build tree nor an environment variable.
 TARVPLACES_ATLAS names an atlas folder that goes into the package as
@@ -22,7 +22,7 @@ try:
 except ImportError:  # no wheel package: setup.py can still build and install
     bdist_wheel = None
 
-SONAME = "libtarvplaces.so.2"
+SONAME = "libtarvplaces.so.3"
 HERE = os.path.dirname(os.path.abspath(__file__))
 # The attribution the atlas's data (GeoNames, CC BY 4.0) requires; it goes
 # into the wheel's metadata through license-files (pyproject.toml).

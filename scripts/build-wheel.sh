@@ -9,8 +9,8 @@ set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 out="${1:-$root/build/wheel}"
 # The library of the packages' build, else of the release build.
-library="$root/build/package/src/capi/libtarvplaces.so.2"
-[ -e "$library" ] || library="$root/build/release/src/capi/libtarvplaces.so.2"
+library="$root/build/package/src/capi/libtarvplaces.so.3"
+[ -e "$library" ] || library="$root/build/release/src/capi/libtarvplaces.so.3"
 atlas="$root/build/atlas"
 # Debian's python3 has the setuptools and wheel of python3-setuptools and
 # python3-wheel; another python3 earlier on PATH may lack them.

@@ -4,7 +4,7 @@
 # the system's packages visible, as Debian 12 keeps pip out of its own
 # Python). Run after the build:
 #   bash scripts/install-python.sh [VENV] [LIBRARY]
-# LIBRARY defaults to the release build's libtarvplaces.so.2, else the
+# LIBRARY defaults to the release build's libtarvplaces.so.3, else the
 # default build's.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
@@ -13,14 +13,14 @@ library="${2:-}"
 [ -z "$library" ] || library="$(realpath "$library")"
 if [ -z "$library" ]; then
   for preset in release default; do
-    if [ -f "$root/build/$preset/src/capi/libtarvplaces.so.2" ]; then
-      library="$root/build/$preset/src/capi/libtarvplaces.so.2"
+    if [ -f "$root/build/$preset/src/capi/libtarvplaces.so.3" ]; then
+      library="$root/build/$preset/src/capi/libtarvplaces.so.3"
       break
     fi
   done
 fi
 if [ -z "$library" ] || [ ! -f "$library" ]; then
-  echo "install-python: no libtarvplaces.so.2: build first (cmake --build --preset default)" >&2
+  echo "install-python: no libtarvplaces.so.3: build first (cmake --build --preset default)" >&2
   exit 2
 fi
 [ -x "$venv/bin/python" ] || /usr/bin/python3 -m venv --system-site-packages "$venv"

@@ -26,7 +26,7 @@ done
 lintian --fail-on error --suppress-tags-from-file /dev/null "${debs[@]}" || fail "lintian reports errors"
 echo "lintian: no errors"
 
-packages=(libtarvplaces2 libtarvplaces-dev tarvplaces tarvplaces-data)
+packages=(libtarvplaces3 libtarvplaces-dev tarvplaces tarvplaces-data)
 DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${debs[@]/#/./}" >/dev/null
 for p in "${packages[@]}"; do
   dpkg -s "$p" | grep -q '^Status: install ok installed' || fail "$p is not installed"

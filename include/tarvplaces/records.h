@@ -57,6 +57,36 @@ struct TimeGap {
   double OffsetAfterHours = 0.0;
 };
 
+// Where a zone answer comes from.
+enum class ZoneSourceKind : std::uint8_t {
+  kTimetable,    // the country's timetable: no date asked, a user place in an
+                 // atlas without a zone map, an atlas without zone histories
+  kZoneHistory,  // the history of an IANA zone in tzdata: the place's own, or
+                 // the zone map's at a user place or at coordinates
+  kNamedZone,    // the history of the IANA zone the user named for the place
+  kMeanTime,     // the place's own local mean time, longitude / 15 hours
+};
+
+// The source of a zone answer and how far to trust it.
+struct ZoneSource {
+  ZoneSourceKind Kind = ZoneSourceKind::kTimetable;
+  // The IANA zone whose history gave the answer (for local mean time, the
+  // zone whose history says none had come yet), "" for a timetable; the
+  // tzdata release the atlas was built from, "2025b", with it.
+  std::string Iana;
+  std::string TzdataVersion;
+  // The instant lies before 1970 UTC: tzdata keeps the zones' earlier
+  // history, but does not aim to be complete or right for it.
+  bool Before1970 = false;
+};
+
+// One line for people: "Europe/Paris in tzdata 2025b", "local mean time of
+// the place (longitude / 15)", "timetable 1 of D", each with "; before 1970,
+// which tzdata does not aim to keep completely" where that holds, in the
+// atlas's language (German when `german`).
+std::string SourceText(const ZoneSource& source, std::int32_t timetable,
+                       const std::string& country, bool german = false);
+
 // A place with the zone in force there: at the local time asked for, or its
 // standard zone.
 struct PlaceInfo {
@@ -86,6 +116,7 @@ struct PlaceInfo {
   // later clock the answer above gives. From the own history only.
   std::vector<TimeReading> Readings;
   std::optional<TimeGap> Gap;
+  ZoneSource Source;  // where the zone answer comes from
 };
 
 // The zone in force at coordinates, by the atlas's map of the zones'
@@ -102,9 +133,10 @@ struct PointZone {
   std::string TzAbbreviation;  // tzdata's, "CDT"
   std::string ZoneLongName;    // in the atlas's language
   // As for PlaceInfo: both readings of a repeated local time, the gap of a
-  // skipped one.
+  // skipped one, and where the answer comes from.
   std::vector<TimeReading> Readings;
   std::optional<TimeGap> Gap;
+  ZoneSource Source;
 };
 
 // How a country lookup reads a text that is both an ISO 3166 code and one of

@@ -1,7 +1,7 @@
 /* tarvplaces.h: the atlas for hosts written in C or any language that can
  * call C (Python's ctypes, C#, Delphi, Rust). It is the place service of
  * tarvplaces/places.h behind a handle, in the shared library
- * libtarvplaces.so (SONAME libtarvplaces.so.2). Compiles as C99 and as C++.
+ * libtarvplaces.so (SONAME libtarvplaces.so.3). Compiles as C99 and as C++.
  *
  * Conventions of every function:
  *  - Strings in and out are UTF-8 and NUL-terminated. Input that is not
@@ -163,6 +163,55 @@ typedef enum tarv_local_time_kind {
 #define TARV_IANA_SIZE 64
 #define TARV_COUNTRY_NAME_SIZE 160
 
+/* One reading of a local time the clocks went through twice (clocks set
+ * back): the zone-table entry, the UTC offset and tzdata's abbreviation and
+ * the zone's long name of that reading. */
+typedef struct tarv_time_reading {
+  int32_t zone_id;
+  char zone[TARV_ZONE_SIZE]; /* "MET/S" */
+  char zone_name[TARV_ZONE_NAME_SIZE];
+  int32_t utc_offset;                       /* 7200 */
+  char tz_abbreviation[TARV_ZONE_SIZE];     /* "CEST" */
+  char zone_long_name[TARV_ZONE_NAME_SIZE]; /* in the handle's language */
+  int32_t is_default;                       /* 1 for the reading the answer gives */
+} tarv_time_reading;
+
+/* The stretch of local time the clocks jumped over (clocks set forward):
+ * `from` is the first local time that never was, `to` the first after the
+ * gap; the UTC offsets before and after it in seconds, east positive. */
+typedef struct tarv_time_gap {
+  tarv_local_time from; /* 1983-03-27 02:00 */
+  tarv_local_time to;   /* 1983-03-27 03:00 */
+  int32_t offset_before; /* 3600 */
+  int32_t offset_after;  /* 7200 */
+} tarv_time_gap;
+
+/* Where a zone answer comes from. */
+typedef enum tarv_zone_source {
+  /* The country's timetable: no date asked, a user place in an atlas
+   * without a zone map, an atlas without zone histories. */
+  TARV_SOURCE_TIMETABLE = 0,
+  /* The history of an IANA zone in tzdata: the place's own, or the zone
+   * map's at a user place or at coordinates. */
+  TARV_SOURCE_ZONE_HISTORY = 1,
+  /* The history of the IANA zone the user named for the place. */
+  TARV_SOURCE_NAMED_ZONE = 2,
+  /* The place's own local mean time, longitude / 15 hours. */
+  TARV_SOURCE_MEAN_TIME = 3
+} tarv_zone_source;
+
+#define TARV_TZDATA_SIZE 16
+
+/* The source of a zone answer and how far to trust it. */
+typedef struct tarv_source {
+  int32_t kind;                          /* a tarv_zone_source */
+  char iana[TARV_IANA_SIZE];             /* the zone whose history answered; "" for a timetable */
+  char tzdata_version[TARV_TZDATA_SIZE]; /* the atlas's tzdata release, "2025b", with it */
+  /* 1 when the instant lies before 1970 UTC: tzdata keeps the zones'
+   * earlier history but does not aim to be complete or right for it. */
+  int32_t before_1970;
+} tarv_source;
+
 /* A place with its zone. Coordinates in decimal degrees, east and north
  * positive; the UTC offset in seconds east of UTC. For local mean time
  * (is_lmt) the offset is the place's own, longitude / 15 hours. */
@@ -193,6 +242,16 @@ typedef struct tarv_place {
   char country_iso[TARV_CODE_SIZE];
   int64_t population; /* GeoNames' population; 0 for a user place or where unknown */
   int32_t other_name; /* 1 when the place was found by another of its names ("Munich") */
+  /* A repeated local time (local_time TARV_LOCAL_TIME_REPEATED, from the
+   * place's own history): reading_count 2, the earlier reading first; the
+   * answer above is the earlier one (is_default). Otherwise 0. */
+  int32_t reading_count;
+  tarv_time_reading readings[2];
+  /* A skipped local time (TARV_LOCAL_TIME_SKIPPED, from the own history):
+   * has_gap 1 and the gap; the answer above gives the clock after it. */
+  int32_t has_gap;
+  tarv_time_gap gap;
+  tarv_source source; /* where the zone answer comes from */
 } tarv_place;
 
 /* Looks up `name` in the country or group `country` (see Countries above:
@@ -254,6 +313,13 @@ typedef struct tarv_point_zone {
   int32_t local_time;                       /* a tarv_local_time_kind */
   char tz_abbreviation[TARV_ZONE_SIZE];     /* "CDT" */
   char zone_long_name[TARV_ZONE_NAME_SIZE]; /* in the handle's language */
+  /* As in tarv_place: both readings of a repeated local time, the gap of a
+   * skipped one. */
+  int32_t reading_count;
+  tarv_time_reading readings[2];
+  int32_t has_gap;
+  tarv_time_gap gap;
+  tarv_source source;
 } tarv_point_zone;
 
 /* The zone in force at the coordinates at the local time `when` there, or

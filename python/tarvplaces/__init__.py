@@ -51,7 +51,7 @@ Errors
     error: ``place`` and ``nearest`` return None, ``search`` an empty list.
 
 The library
-    The package loads libtarvplaces.so.2 from $TARVPLACES_LIBRARY, else
+    The package loads libtarvplaces.so.3 from $TARVPLACES_LIBRARY, else
     from inside the package, else through the system's loader; importing
     it raises ImportError when there is none. ``__version__`` is the
     library's version ("0.1.0").
@@ -78,8 +78,11 @@ __all__ = [
     "AtlasInUseError",
     "AtlasWriteError",
     "Country",
+    "Gap",
     "Place",
     "PointZone",
+    "Reading",
+    "Source",
     "TimetableEntry",
     "UnknownCountryError",
     "Zone",
@@ -154,6 +157,51 @@ class Zone(typing.NamedTuple):
         return self.id == 0
 
 
+class Reading(typing.NamedTuple):
+    """One reading of a local time the clocks went through twice (clocks
+    set back), as ``Place.readings`` and ``PointZone.readings`` list them,
+    the earlier first: Paris 1983-09-25 02:30 reads UTC+2 ("CEST") and then
+    UTC+1 ("CET"). ``default`` marks the reading the atlas gives when the
+    datetime asked has ``fold=0``, the earlier."""
+
+    zone_id: int
+    zone: str  # the zone table's abbreviation, "MET/S"
+    zone_name: str
+    utc_offset: datetime.timedelta
+    tz_abbreviation: str  # tzdata's, "CEST"
+    zone_long_name: str
+    default: bool
+
+
+class Gap(typing.NamedTuple):
+    """The stretch of local time the clocks jumped over (clocks set
+    forward), as ``Place.gap`` and ``PointZone.gap`` hold it: Paris
+    1983-03-27 from 02:00 (the first local time that never was) to 03:00
+    (the first after the gap), UTC+1 before and UTC+2 after."""
+
+    start: datetime.datetime
+    end: datetime.datetime
+    offset_before: datetime.timedelta
+    offset_after: datetime.timedelta
+
+
+class Source(typing.NamedTuple):
+    """Where a zone answer comes from, as ``Place.source`` and
+    ``PointZone.source`` hold it: ``kind`` is "zone history" (an IANA
+    zone's history in tzdata: the place's own, or the zone map's), "named
+    zone" (the zone the user named for a user place), "timetable" (the
+    country's timetable: no date asked, a user place in an atlas without a
+    zone map) or "mean time" (the place's own local mean time); ``iana``
+    and ``tzdata`` name the zone and the tzdata release ("2025b") of a
+    history; ``before_1970`` is True for an instant before 1970 UTC, for
+    which tzdata does not aim to be complete or right."""
+
+    kind: str
+    iana: str = ""
+    tzdata: str = ""
+    before_1970: bool = False
+
+
 class PointZone(typing.NamedTuple):
     """The zone in force at coordinates by the atlas's map of the zones'
     boundaries, as ``Atlas.zone_at`` answers and ``Place.zone_here`` holds
@@ -172,6 +220,9 @@ class PointZone(typing.NamedTuple):
     local_time: str  # "normal", "skipped" or "repeated"
     tz_abbreviation: str  # "CDT"
     zone_long_name: str
+    readings: typing.Tuple[Reading, ...] = ()  # both readings of a repeated local time
+    gap: typing.Optional[Gap] = None  # the gap a skipped local time fell into
+    source: typing.Optional[Source] = None  # where the answer comes from
 
 
 class Place(typing.NamedTuple):
@@ -207,6 +258,9 @@ class Place(typing.NamedTuple):
     other_name: bool = False  # found by another of its names ("Munich" for München)
     # Atlas.nearest: the zone at the coordinates asked, where it differs from the place's.
     zone_here: typing.Optional[PointZone] = None
+    readings: typing.Tuple[Reading, ...] = ()  # both readings of a repeated local time
+    gap: typing.Optional[Gap] = None  # the gap a skipped local time fell into
+    source: typing.Optional[Source] = None  # where the zone answer comes from
 
     def localize(self, when):
         """`when` (a naive local wall-clock time at the place) as an aware
@@ -290,6 +344,12 @@ _document_fields(
     other_name='True when the place was found by another of its names ("Munich" for München).',
     zone_here="From ``Atlas.nearest``: the PointZone at the coordinates asked when its IANA zone "
     "differs from the place's (near a zone line); else None.",
+    readings="For a repeated local time (clocks set back), both Readings, the earlier first; "
+    "the fields above give the earlier one, or with ``when.fold == 1`` the later one, as "
+    "zoneinfo reads a fold. Else ().",
+    gap="For a skipped local time (clocks set forward), the Gap it fell into; the fields above "
+    "give the clock after it. Else None.",
+    source="Where the zone answer comes from, a Source.",
 )
 _document_fields(
     PointZone,
@@ -306,6 +366,9 @@ _document_fields(
     "they went through twice.",
     tz_abbreviation='tzdata\'s abbreviation then ("CDT").',
     zone_long_name="The long name of the zone then, in the atlas's language.",
+    readings="As ``Place.readings``: both Readings of a repeated local time, else ().",
+    gap="As ``Place.gap``: the Gap a skipped local time fell into, else None.",
+    source="Where the zone answer comes from, a Source.",
 )
 _document_fields(
     Country,
@@ -380,45 +443,111 @@ def _local_time(when):
     raise TypeError(f"when must be a datetime or a date, not {type(when).__name__}")
 
 
-def _place(s, zone_here=None):
+def _fold(when):
+    """1 when `when` asks for the later reading of a repeated local time."""
+    return getattr(when, "fold", 0) if isinstance(when, datetime.datetime) else 0
+
+
+def _clock_change(s):
+    """The readings and the gap of a struct, as Reading and Gap records."""
+    readings = tuple(
+        Reading(
+            r.zone_id,
+            r.zone.decode(),
+            r.zone_name.decode(),
+            datetime.timedelta(seconds=r.utc_offset),
+            r.tz_abbreviation.decode(),
+            r.zone_long_name.decode(),
+            bool(r.is_default),
+        )
+        for r in s.readings[: s.reading_count]
+    )
+    gap = None
+    if s.has_gap:
+        g = s.gap
+        gap = Gap(
+            datetime.datetime(g.start.year, g.start.month, g.start.day, g.start.hour, g.start.minute, g.start.second),
+            datetime.datetime(g.end.year, g.end.month, g.end.day, g.end.hour, g.end.minute, g.end.second),
+            datetime.timedelta(seconds=g.offset_before),
+            datetime.timedelta(seconds=g.offset_after),
+        )
+    return readings, gap
+
+
+_SOURCE_KINDS = ("timetable", "zone history", "named zone", "mean time")
+
+
+def _source(s):
+    return Source(
+        _SOURCE_KINDS[s.source.kind], s.source.iana.decode(), s.source.tzdata_version.decode(), bool(s.source.before_1970)
+    )
+
+
+def _zone_fields(s, readings, fold):
+    """The zone fields a record gives: the struct's, or with fold 1 those of
+    the later reading of a repeated local time."""
+    if fold and len(readings) == 2:
+        r = readings[1]
+        return r.zone_id, r.zone, r.zone_name, r.utc_offset, r.tz_abbreviation, r.zone_long_name
+    return (
+        s.zone_id,
+        s.zone.decode(),
+        s.zone_name.decode(),
+        datetime.timedelta(seconds=s.utc_offset),
+        s.tz_abbreviation.decode(),
+        s.zone_long_name.decode(),
+    )
+
+
+def _place(s, zone_here=None, fold=0):
+    readings, gap = _clock_change(s)
+    zone_id, zone, zone_name, utc_offset, tz_abbreviation, zone_long_name = _zone_fields(s, readings, fold)
     return Place(
         s.name.decode(),
         s.country.decode(),
         s.longitude,
         s.latitude,
         s.timetable,
-        s.zone_id,
-        s.zone.decode(),
-        s.zone_name.decode(),
-        datetime.timedelta(seconds=s.utc_offset),
+        zone_id,
+        zone,
+        zone_name,
+        utc_offset,
         bool(s.is_lmt),
         _LOCAL_TIME_KINDS[s.local_time],
         bool(s.user_place),
         s.iana.decode(),
-        s.tz_abbreviation.decode(),
-        s.zone_long_name.decode(),
+        tz_abbreviation,
+        zone_long_name,
         bool(s.own_history),
         s.country_name.decode(),
         s.country_iso.decode(),
         s.population,
         bool(s.other_name),
         zone_here,
+        readings,
+        gap,
+        _source(s),
     )
 
 
-def _point_zone(s):
+def _point_zone(s, fold=0):
+    readings, gap = _clock_change(s)
+    zone_id, zone, zone_name, utc_offset, tz_abbreviation, zone_long_name = _zone_fields(s, readings, fold)
     return PointZone(
         s.longitude,
         s.latitude,
         s.iana.decode(),
-        s.zone_id,
-        s.zone.decode(),
-        s.zone_name.decode(),
-        datetime.timedelta(seconds=s.utc_offset),
+        zone_id,
+        zone,
+        zone_name,
+        utc_offset,
         bool(s.is_lmt),
         _LOCAL_TIME_KINDS[s.local_time],
-        s.tz_abbreviation.decode(),
-        s.zone_long_name.decode(),
+        tz_abbreviation,
+        zone_long_name,
+        readings,
+        gap,
+        _source(s),
     )
 
 
@@ -534,7 +663,9 @@ class Atlas:
         ("DE", "D", "Germany", "EUROPA"; every country when None; `code` an
         atlas code instead) with the zone in force at the local time `when`
         (a naive datetime, or a date for its noon), or its standard zone when
-        `when` is None. None when no place is found; UnknownCountryError for
+        `when` is None. At a local time the clocks went through twice,
+        ``when.fold`` picks the reading as zoneinfo does (0 the earlier, 1
+        the later); the record lists both. None when no place is found; UnknownCountryError for
         a country nothing names; AtlasError for a damaged atlas file."""
         place = _native.PlaceStruct()
         local = _local_time(when)
@@ -548,7 +679,7 @@ class Atlas:
                 None,
             )
         )
-        return None if status == _native.NOT_FOUND else _place(place)
+        return None if status == _native.NOT_FOUND else _place(place, fold=_fold(when))
 
     def search(self, text, country=None, when=None, *, code=None):
         """Every place matching `text` ("Mün*", "M?nchen", "Munchen") in a
@@ -570,7 +701,11 @@ class Atlas:
             )
         )
         try:
-            return [_place(lib.tarv_place_list_at(places, i).contents) for i in range(lib.tarv_place_list_size(places))]
+            fold = _fold(when)
+            return [
+                _place(lib.tarv_place_list_at(places, i).contents, fold=fold)
+                for i in range(lib.tarv_place_list_size(places))
+            ]
         finally:
             lib.tarv_place_list_free(places)
 
@@ -602,7 +737,8 @@ class Atlas:
         )
         if status == _native.NOT_FOUND:
             return None
-        return _place(place, _point_zone(here) if differs.value else None)
+        fold = _fold(when)
+        return _place(place, _point_zone(here, fold) if differs.value else None, fold)
 
     def zone_at(self, longitude, latitude, when=None):
         """The PointZone in force at the coordinates (decimal degrees, east
@@ -622,7 +758,7 @@ class Atlas:
                 ctypes.byref(zone),
             )
         )
-        return None if status == _native.NOT_FOUND else _point_zone(zone)
+        return None if status == _native.NOT_FOUND else _point_zone(zone, _fold(when))
 
     def countries(self):
         """Every country and US state of the atlas as a list of Country,

@@ -2,9 +2,9 @@
 
 The library is looked for, in this order:
   1. the file $TARVPLACES_LIBRARY names;
-  2. libtarvplaces.so.2 inside this package (scripts/install-python.sh puts
+  2. libtarvplaces.so.3 inside this package (scripts/install-python.sh puts
      the built library there);
-  3. libtarvplaces.so.2 through the system's loader (LD_LIBRARY_PATH, or a
+  3. libtarvplaces.so.3 through the system's loader (LD_LIBRARY_PATH, or a
      library installed with ``cmake --install`` and ``ldconfig``).
 """
 
@@ -12,7 +12,7 @@ import ctypes
 import os
 import pathlib
 
-SONAME = "libtarvplaces.so.2"
+SONAME = "libtarvplaces.so.3"
 
 # Status values of tarv_status.
 OK = 0
@@ -41,6 +41,50 @@ class LocalTime(ctypes.Structure):
     _fields_ = [(field, ctypes.c_int) for field in ("year", "month", "day", "hour", "minute", "second")]
 
 
+class TimeReadingStruct(ctypes.Structure):
+    _fields_ = [
+        ("zone_id", ctypes.c_int32),
+        ("zone", ctypes.c_char * ZONE_SIZE),
+        ("zone_name", ctypes.c_char * ZONE_NAME_SIZE),
+        ("utc_offset", ctypes.c_int32),
+        ("tz_abbreviation", ctypes.c_char * ZONE_SIZE),
+        ("zone_long_name", ctypes.c_char * ZONE_NAME_SIZE),
+        ("is_default", ctypes.c_int32),
+    ]
+
+
+class TimeGapStruct(ctypes.Structure):
+    _fields_ = [
+        ("start", LocalTime),
+        ("end", LocalTime),
+        ("offset_before", ctypes.c_int32),
+        ("offset_after", ctypes.c_int32),
+    ]
+
+
+TZDATA_SIZE = 16
+
+
+class SourceStruct(ctypes.Structure):
+    _fields_ = [
+        ("kind", ctypes.c_int32),
+        ("iana", ctypes.c_char * IANA_SIZE),
+        ("tzdata_version", ctypes.c_char * TZDATA_SIZE),
+        ("before_1970", ctypes.c_int32),
+    ]
+
+
+# Both readings of a repeated local time, the gap of a skipped one and the
+# answer's source, at the end of both records.
+_CLOCK_CHANGE_FIELDS = [
+    ("reading_count", ctypes.c_int32),
+    ("readings", TimeReadingStruct * 2),
+    ("has_gap", ctypes.c_int32),
+    ("gap", TimeGapStruct),
+    ("source", SourceStruct),
+]
+
+
 class PlaceStruct(ctypes.Structure):
     _fields_ = [
         ("name", ctypes.c_char * NAME_SIZE),
@@ -63,7 +107,7 @@ class PlaceStruct(ctypes.Structure):
         ("country_iso", ctypes.c_char * CODE_SIZE),
         ("population", ctypes.c_int64),
         ("other_name", ctypes.c_int32),
-    ]
+    ] + _CLOCK_CHANGE_FIELDS
 
 
 class PointZoneStruct(ctypes.Structure):
@@ -79,7 +123,7 @@ class PointZoneStruct(ctypes.Structure):
         ("local_time", ctypes.c_int32),
         ("tz_abbreviation", ctypes.c_char * ZONE_SIZE),
         ("zone_long_name", ctypes.c_char * ZONE_NAME_SIZE),
-    ]
+    ] + _CLOCK_CHANGE_FIELDS
 
 
 class CountryStruct(ctypes.Structure):
@@ -124,7 +168,7 @@ def _load():
         raise ImportError(
             f"tarvplaces cannot load {path}: {e}. Install the package with "
             "scripts/install-python.sh after the build, set TARVPLACES_LIBRARY to the built "
-            "library (build/default/src/capi/libtarvplaces.so.2), or install the library "
+            "library (build/default/src/capi/libtarvplaces.so.3), or install the library "
             "with cmake --install"
         ) from e
 

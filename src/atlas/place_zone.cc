@@ -21,9 +21,11 @@ double LookupSerialOfJulian(double julian) {
   }
 }
 
-ZoneAtDate ZoneOfHistoryAnswer(HistoryAnswer answer) {
+ZoneAtDate ZoneOfHistoryAnswer(const PlaceHistory& history, HistoryAnswer answer) {
   ZoneAtDate at = ZoneOfId(answer.entry);
   at.own_history = true;
+  at.source = history.named ? ZoneSourceKind::kNamedZone : ZoneSourceKind::kZoneHistory;
+  at.tzdata_version = history.histories->tzdata_version();
   at.iana = std::move(answer.zone_name);
   at.abbreviation = std::move(answer.abbreviation);
   at.utc_seconds = answer.utc_offset;
@@ -46,7 +48,7 @@ std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date) {
   InitializeCountries("", "Country.dat", false, false);
   InitializeTimeZones("", "Zones13.bin");
   if (auto own = OwnHistoryOfPlace(place); own && std::isfinite(date)) {
-    return ZoneOfHistoryAnswer(own->At(date));
+    return ZoneOfHistoryAnswer(*own, own->At(date));
   }
   auto at = ZoneAt(place.Country, place.Place.Timetable, date);
   if (at) {
@@ -69,7 +71,7 @@ std::optional<ZoneAtDate> ZoneOfPointAt(double longitude, double latitude, doubl
   if (!std::isfinite(date)) return std::nullopt;
   const auto history = MapHistoryAt(longitude, latitude);
   if (!history) return std::nullopt;
-  return ZoneOfHistoryAnswer(history->At(date));
+  return ZoneOfHistoryAnswer(*history, history->At(date));
 }
 
 std::optional<OwnHistoryDifference> CompareWithTimetable(const FoundPlace& place,

@@ -21,8 +21,8 @@ namespace tarv {
 // at which every timetable still shows local mean time.
 double LookupSerialOfJulian(double julian);
 
-// A history's answer as a zone at a date.
-ZoneAtDate ZoneOfHistoryAnswer(HistoryAnswer answer);
+// The answer of `history` as a zone at a date.
+ZoneAtDate ZoneOfHistoryAnswer(const PlaceHistory& history, HistoryAnswer answer);
 
 // The place's own zone history: a database place's from the atlas's files, a
 // user place's from the zone map at its coordinates; nullopt where the atlas

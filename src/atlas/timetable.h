@@ -33,6 +33,10 @@ struct ZoneAtDate {
   LocalTimeKind kind = LocalTimeKind::kNormal;
   // A skipped or repeated local time of the own history: both clocks.
   std::optional<ClockChange> change;
+  // Where the answer comes from: a history (the place's own, the map's, or
+  // one the user named) of tzdata release `tzdata_version`, or the timetable.
+  ZoneSourceKind source = ZoneSourceKind::kTimetable;
+  std::string tzdata_version;
 };
 
 // Zone `id` of the zone table as a ZoneAtDate, and its record without a

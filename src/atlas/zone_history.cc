@@ -67,6 +67,11 @@ std::int16_t CheckedEntry(std::int16_t entry, std::size_t zone_count, const std:
 
 // One stretch of time a candidate for the local time asked: from `from` on
 // (UTC), `period` holds.
+// A tzdata release name: "2025b", 1-15 printable characters.
+bool IsTzdataVersion(std::string_view version) {
+  return !version.empty() && version.size() <= 15 && IsPrintableAscii(version);
+}
+
 struct Span {
   std::int64_t from;
   const HistoryPeriod* period;
@@ -74,9 +79,13 @@ struct Span {
 
 }  // namespace
 
-std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones) {
+std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones,
+                                std::string_view tzdata_version) {
   if (zones.empty() || zones.size() > kMaxZones) {
     throw std::invalid_argument(std::to_string(zones.size()) + " zones");
+  }
+  if (!IsTzdataVersion(tzdata_version)) {
+    throw std::invalid_argument("tzdata release \"" + std::string(tzdata_version) + "\"");
   }
   std::string out(kZoneHistoryMagic);
   AppendInt16(out, static_cast<std::int16_t>(kZoneHistoryVersion));
@@ -117,6 +126,7 @@ std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones) {
       AppendShortText(out, p.abbreviation);
     }
   }
+  AppendShortText(out, std::string(tzdata_version));
   return out;
 }
 
@@ -125,7 +135,7 @@ std::string EncodePlaceZones(const std::vector<std::uint16_t>& zones,
   if (zones.size() > kMaxPlaceRecords) throw std::invalid_argument("too many records");
   if (timetable_zones.size() > kMaxTimetables) throw std::invalid_argument("too many timetables");
   std::string out(kPlaceZonesMagic);
-  AppendInt16(out, static_cast<std::int16_t>(kZoneHistoryVersion));
+  AppendInt16(out, static_cast<std::int16_t>(kPlaceZonesVersion));
   AppendInt16(out, 0);
   AppendInt32(out, static_cast<std::int32_t>(zones.size()));
   for (const auto z : zones)
@@ -200,6 +210,10 @@ ZoneHistories::ZoneHistories(std::string_view bytes, const std::string& file,
     }
     zones_.push_back(std::move(zone));
     rules_.push_back(std::move(rule));
+  }
+  tzdata_version_ = in.Text(in.Byte("the tzdata release"), "the tzdata release");
+  if (!IsTzdataVersion(tzdata_version_)) {
+    throw FormatViolation(file, "the tzdata release \"" + tzdata_version_ + "\" is not valid");
   }
   in.End();
 }
@@ -309,7 +323,7 @@ HistoryAnswer ZoneHistories::AtUtc(std::size_t i, std::int64_t utc) const {
 
 PlaceZones::PlaceZones(std::string_view bytes, const std::string& file, std::size_t zone_count) {
   FormatReader in(bytes, file);
-  in.Header(kPlaceZonesMagic, "a place zone file", kZoneHistoryVersion);
+  in.Header(kPlaceZonesMagic, "a place zone file", kPlaceZonesVersion);
   const std::uint32_t count = in.Uint32("the record count");
   if (count > kMaxPlaceRecords || count > in.Left() / 2) {
     throw FormatViolation(file, "record count " + std::to_string(count) + " out of range");
@@ -532,9 +546,15 @@ std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int3
 std::optional<PlaceHistory> MapHistoryAt(double longitude, double latitude) {
   const auto loaded = LoadMap();
   if (!loaded || !loaded->map) return std::nullopt;
-  const auto zone = loaded->map->ZoneAt(longitude, latitude);
-  if (!zone) return std::nullopt;
-  return PlaceHistory{loaded->histories, *zone};
+  // The map decodes a tile when a question first reaches it, so damage can
+  // show here: noted, it fails the call like any damaged file.
+  const auto zone = Decode([&] { return loaded->map->ZoneAt(longitude, latitude); });
+  if (!zone) {
+    NoteMalformedFile(zone.fault());
+    return std::nullopt;
+  }
+  if (!*zone) return std::nullopt;
+  return PlaceHistory{loaded->histories, **zone};
 }
 
 std::optional<PlaceHistory> NamedHistory(std::string_view iana) {
@@ -570,6 +590,8 @@ std::optional<PlaceHistory> UserNamedHistory(std::string_view code, std::string_
   // reason to answer with the map's instead.
   if (!history)
     NoteMalformedFile({file, "names the zone " + *zone + ", which the atlas does not know"});
+  else
+    history->named = true;
   return history;
 }
 

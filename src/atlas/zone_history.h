@@ -7,7 +7,7 @@
 //
 //   offset  size  field
 //   0       4     magic "TPZH"
-//   4       2     version, 1
+//   4       2     version, 2
 //   6       2     0
 //   8       4     number of zones (1-4096)
 //   12      ...   zones, in the order places refer to them:
@@ -26,6 +26,8 @@
 //                        1  flags: 1 daylight time, 2 local mean time
 //                        2  zone-table entry (0 for local mean time)
 //                        1  abbreviation length a (0-15), then a bytes
+//   ...     1     length v (1-15) of the tzdata release the histories come
+//                 from, then v bytes: "2025b"
 //
 // "<code>.TZP" beside each place file ("D.dao" has "D.TZP"), SZDD-compressed:
 //
@@ -64,7 +66,8 @@ namespace tarv {
 inline constexpr const char* kZoneHistoryFile = "Zones.hst";
 inline constexpr std::string_view kZoneHistoryMagic = "TPZH";
 inline constexpr std::string_view kPlaceZonesMagic = "TPZP";
-inline constexpr std::uint16_t kZoneHistoryVersion = 1;
+inline constexpr std::uint16_t kZoneHistoryVersion = 2;
+inline constexpr std::uint16_t kPlaceZonesVersion = 1;
 inline constexpr std::uint16_t kNoPlaceZone = 0xFFFF;
 
 // LocalTimeKind (records.h): changes out of or into local mean time are not
@@ -123,10 +126,13 @@ struct HistoryAnswer {
   std::optional<ClockChange> change;  // with kSkipped and kRepeated only
 };
 
-// The bytes of "Zones.hst". Throws std::invalid_argument for a zone the
+// The bytes of "Zones.hst", the histories of tzdata release
+// `tzdata_version` ("2025b"). Throws std::invalid_argument for a zone the
 // format cannot hold (no periods, a name or abbreviation too long, starts
-// out of order, a rule that does not parse).
-std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones);
+// out of order, a rule that does not parse) or a release name of other than
+// 1-15 printable characters.
+std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones,
+                                std::string_view tzdata_version);
 
 // The bytes of a ".TZP" file for a place file of zones.size() records, its
 // country's timetables keeping the histories of `timetable_zones`.
@@ -141,6 +147,8 @@ class ZoneHistories {
 
   std::size_t size() const { return zones_.size(); }
   const ZoneHistory& operator[](std::size_t i) const { return zones_[i]; }
+  // The tzdata release the histories come from, "2025b".
+  const std::string& tzdata_version() const { return tzdata_version_; }
 
   // The zone `i` holds at `local` (seconds since 1970 counted in local
   // wall-clock time): the last period whose start, in the clock before it,
@@ -155,6 +163,7 @@ class ZoneHistories {
  private:
   std::vector<ZoneHistory> zones_;
   std::vector<std::optional<PosixTzRule>> rules_;
+  std::string tzdata_version_;
 };
 
 class PlaceZones {
@@ -191,6 +200,7 @@ std::optional<HistoryAnswer> OwnHistoryAt(std::string_view code, std::int32_t re
 struct PlaceHistory {
   std::shared_ptr<const ZoneHistories> histories;
   std::uint16_t zone = 0;
+  bool named = false;  // a zone the user named for a user place
   HistoryAnswer At(double date) const;
   HistoryAnswer AtUtc(std::int64_t utc) const { return histories->AtUtc(zone, utc); }
 };

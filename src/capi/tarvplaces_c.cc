@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -83,6 +84,59 @@ void CopyZone(Record& record, const ZoneInfo& zone) {
   record.is_lmt = zone.IsLmt ? 1 : 0;
 }
 
+tarv_local_time CLocalTime(const LocalTime& t) {
+  return {t.Year, t.Month, t.Day, t.Hour, t.Minute, t.Second};
+}
+
+// Both readings of a repeated local time and the gap of a skipped one, as
+// tarv_place and tarv_point_zone carry them.
+template <class Record>
+void CopyClockChange(Record& record, const std::vector<TimeReading>& readings,
+                     const std::optional<TimeGap>& gap) {
+  const std::size_t count = std::min(readings.size(), std::size(record.readings));
+  record.reading_count = static_cast<std::int32_t>(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    tarv_time_reading& out = record.readings[i];
+    const TimeReading& in = readings[i];
+    out.zone_id = in.Zone.Id;
+    CopyText(out.zone, in.Zone.Abbreviation, "zone abbreviation");
+    CopyText(out.zone_name, in.Zone.Name, "zone name");
+    out.utc_offset = Seconds(in.Zone.UtcOffsetHours);
+    CopyText(out.tz_abbreviation, in.TzAbbreviation, "zone abbreviation");
+    CopyText(out.zone_long_name, in.ZoneLongName, "zone name");
+    out.is_default = i == 0 ? 1 : 0;  // the earlier reading, the answer given
+  }
+  record.has_gap = gap ? 1 : 0;
+  if (gap) {
+    record.gap.from = CLocalTime(gap->From);
+    record.gap.to = CLocalTime(gap->To);
+    record.gap.offset_before = Seconds(gap->OffsetBeforeHours);
+    record.gap.offset_after = Seconds(gap->OffsetAfterHours);
+  }
+}
+
+tarv_source SourceOf(const ZoneSource& in) {
+  tarv_source source{};
+  switch (in.Kind) {
+    case ZoneSourceKind::kTimetable:
+      source.kind = TARV_SOURCE_TIMETABLE;
+      break;
+    case ZoneSourceKind::kZoneHistory:
+      source.kind = TARV_SOURCE_ZONE_HISTORY;
+      break;
+    case ZoneSourceKind::kNamedZone:
+      source.kind = TARV_SOURCE_NAMED_ZONE;
+      break;
+    case ZoneSourceKind::kMeanTime:
+      source.kind = TARV_SOURCE_MEAN_TIME;
+      break;
+  }
+  CopyText(source.iana, in.Iana, "IANA zone");
+  CopyText(source.tzdata_version, in.TzdataVersion, "tzdata release");
+  source.before_1970 = in.Before1970 ? 1 : 0;
+  return source;
+}
+
 tarv_place PlaceOf(const PlaceInfo& info) {
   tarv_place place{};
   CopyText(place.name, info.Name, "place name");
@@ -101,6 +155,8 @@ tarv_place PlaceOf(const PlaceInfo& info) {
   CopyText(place.country_iso, info.CountryIso, "ISO code");
   place.population = info.Population;
   place.other_name = info.OtherName ? 1 : 0;
+  CopyClockChange(place, info.Readings, info.Gap);
+  place.source = SourceOf(info.Source);
   return place;
 }
 
@@ -113,6 +169,8 @@ tarv_point_zone PointZoneOf(const PointZone& point) {
   zone.local_time = static_cast<std::int32_t>(point.LocalTime);
   CopyText(zone.tz_abbreviation, point.TzAbbreviation, "zone abbreviation");
   CopyText(zone.zone_long_name, point.ZoneLongName, "zone name");
+  CopyClockChange(zone, point.Readings, point.Gap);
+  zone.source = SourceOf(point.Source);
   return zone;
 }
 

@@ -163,7 +163,50 @@ void AddClockChange(const ZoneAtDate& at, double longitude, double serial,
   }
 }
 
+// Where the answer `at` for the local serial date `serial` comes from.
+ZoneSource SourceOf(const ZoneAtDate& at, double serial) {
+  ZoneSource source;
+  source.Kind = at.source;
+  if (at.source != ZoneSourceKind::kTimetable) {
+    source.Iana = at.iana;
+    source.TzdataVersion = at.tzdata_version;
+  }
+  if (at.zone_id == 0) source.Kind = ZoneSourceKind::kMeanTime;
+  // The instant: the local time less the offset in force.
+  source.Before1970 = LocalSecondsOfSerial(serial) - at.utc_seconds < 0;
+  return source;
+}
+
 }  // namespace
+
+std::string SourceText(const ZoneSource& source, std::int32_t timetable,
+                       const std::string& country, bool german) {
+  const std::string in_tzdata =
+      source.Iana + " in tzdata " + source.TzdataVersion;
+  std::string text;
+  switch (source.Kind) {
+    case ZoneSourceKind::kTimetable:
+      text = (german ? "Zeittabelle " : "timetable ") + std::to_string(timetable) +
+             (german ? " von " : " of ") + country;
+      break;
+    case ZoneSourceKind::kZoneHistory:
+      text = in_tzdata;
+      break;
+    case ZoneSourceKind::kNamedZone:
+      text = in_tzdata + (german ? ", vom Benutzer gewählt" : ", the zone the user named");
+      break;
+    case ZoneSourceKind::kMeanTime:
+      text = german ? "mittlere Ortszeit des Ortes (Länge / 15)"
+                    : "local mean time of the place (longitude / 15)";
+      if (!source.Iana.empty()) text += (german ? ", nach " : ", by ") + in_tzdata;
+      break;
+  }
+  if (source.Before1970) {
+    text += german ? "; vor 1970, was tzdata nicht vollständig zu führen verspricht"
+                   : "; before 1970, which tzdata does not aim to keep completely";
+  }
+  return text;
+}
 
 PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
   PlaceInfo place = PlaceOf(found.Place, found.Country, found.RecordNo);
@@ -186,6 +229,7 @@ PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
   place.TzAbbreviation = at->abbreviation;
   place.ZoneLongName = LongNameAt(*at, place.Zone, serial);
   AddClockChange(*at, place.Longitude, serial, place.Readings, place.Gap);
+  place.Source = SourceOf(*at, serial);
   return place;
 }
 
@@ -199,6 +243,7 @@ PointZone PointZoneOf(double longitude, double latitude, const ZoneAtDate& at, d
   point.TzAbbreviation = at.abbreviation;
   point.ZoneLongName = LongNameAt(at, point.Zone, serial);
   AddClockChange(at, longitude, serial, point.Readings, point.Gap);
+  point.Source = SourceOf(at, serial);
   return point;
 }
 

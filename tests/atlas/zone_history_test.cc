@@ -43,7 +43,7 @@ class ZoneHistoryTest : public testing::AtlasFixture {
     met_ = Zone("MET");
     met_s_ = Zone("MET/S");
     WriteGermanTimetables();
-    folder_.Write(kZoneHistoryFile, CompressSzdd(EncodeZoneHistories(Histories())));
+    folder_.Write(kZoneHistoryFile, CompressSzdd(EncodeZoneHistories(Histories(), "2025b")));
     PlaceFileExtras extras;
     extras.place_zones = {0, 1, kNoPlaceZone};
     extras.timetable_zones = {0};
@@ -183,7 +183,7 @@ TEST_F(ZoneHistoryTest, AnInstantHasOneClockAroundEveryChange) {
                    "CST6CDT,M3.2.0,M11.1.0",
                    Zone("CST"),
                    Zone("CST/S")});
-  const ZoneHistories histories(EncodeZoneHistories(zones), kZoneHistoryFile,
+  const ZoneHistories histories(EncodeZoneHistories(zones, "2025b"), kZoneHistoryFile,
                                 CurrentAtlas().zones.size());
   const std::tuple<std::size_t, std::int64_t, std::int32_t, std::int32_t> kChanges[] = {
       {0, Utc(1980, 4, 6, 1), 3600, 7200},     {0, Utc(1980, 9, 28, 1), 7200, 3600},
@@ -251,7 +251,7 @@ TEST_F(ZoneHistoryTest, UserPlacesAndPointsTakeTheZoneOfTheMap) {
 }
 
 TEST_F(ZoneHistoryTest, DamagedFilesAreErrorsNamingThem) {
-  const std::string good = EncodeZoneHistories(Histories());
+  const std::string good = EncodeZoneHistories(Histories(), "2025b");
   std::string out_of_table = good;
   // The first period's zone-table entry (after name, rule, entries, count).
   const std::size_t first_entry = 12 + 1 + 11 + 1 + 26 + 4 + 4 + 8 + 4 + 1;
@@ -283,7 +283,7 @@ TEST(ZoneHistoryCodec, RoundTripsAndRefusesWhatItCannotHold) {
                    "",
                    1,
                    1};
-  const ZoneHistories decoded(EncodeZoneHistories({zone}), "Zones.hst", 287);
+  const ZoneHistories decoded(EncodeZoneHistories({zone}, "2025b"), "Zones.hst", 287);
   ASSERT_EQ(decoded.size(), 1U);
   EXPECT_EQ(std::tuple(decoded[0].name, decoded[0].periods[1]),
             std::tuple("Area/City", zone.periods[1]));
@@ -299,10 +299,10 @@ TEST(ZoneHistoryCodec, RoundTripsAndRefusesWhatItCannotHold) {
   bad[2][0].name = std::string(65, 'x');
   bad.emplace_back();
   for (const auto& zones : bad)
-    EXPECT_THROW(EncodeZoneHistories(zones), std::invalid_argument);
+    EXPECT_THROW(EncodeZoneHistories(zones, "2025b"), std::invalid_argument);
   EXPECT_NO_THROW(EncodePlaceZones({0}, std::vector<std::uint16_t>(999, 0)));  // the most
   EXPECT_THROW(EncodePlaceZones({0}, std::vector<std::uint16_t>(1000, 0)), std::invalid_argument);
-  EXPECT_THROW(ZoneHistories(EncodeZoneHistories({zone}), "Zones.hst", 1), FormatViolation);
+  EXPECT_THROW(ZoneHistories(EncodeZoneHistories({zone}, "2025b"), "Zones.hst", 1), FormatViolation);
 }
 
 }  // namespace

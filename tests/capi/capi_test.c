@@ -89,6 +89,43 @@ static void a_dated_lookup_fills_every_field(void) {
   tarv_close(atlas);
 }
 
+/* A repeated hour has two readings, the earlier the answer; a skipped one
+ * its gap, the answer the clock after it; a time that was once neither. */
+static void both_readings_of_a_repeated_hour_and_the_gap_of_a_skipped_one(void) {
+  tarv_atlas* atlas = open_default();
+  tarv_atlas* mapped = NULL;
+  tarv_place p;
+  tarv_point_zone z;
+  const tarv_local_time autumn = {1983, 9, 25, 2, 30, 0};
+  const tarv_local_time spring = {1983, 3, 27, 2, 30, 0};
+  const tarv_local_time chicago_autumn = {1990, 10, 28, 1, 30, 0};
+  CHECK_STATUS(tarv_place_lookup(atlas, "Paris", "F", &autumn, &p, NULL), TARV_OK, NULL);
+  CHECK(p.local_time == TARV_LOCAL_TIME_REPEATED && p.utc_offset == 7200 && p.reading_count == 2);
+  CHECK(p.readings[0].utc_offset == 7200 && p.readings[0].is_default == 1);
+  CHECK(p.readings[1].utc_offset == 3600 && p.readings[1].is_default == 0);
+  CHECK(strcmp(p.readings[0].tz_abbreviation, "CEST") == 0 && strcmp(p.readings[0].zone, "MET/S") == 0);
+  CHECK(strcmp(p.readings[1].tz_abbreviation, "CET") == 0 && strcmp(p.readings[1].zone, "MET") == 0);
+  CHECK(strcmp(p.readings[1].zone_long_name, "Mitteleuropäische Normalzeit") == 0);
+  CHECK(p.readings[0].zone_id == p.zone_id && p.has_gap == 0);
+
+  CHECK_STATUS(tarv_place_lookup(atlas, "Paris", "F", &spring, &p, NULL), TARV_OK, NULL);
+  CHECK(p.local_time == TARV_LOCAL_TIME_SKIPPED && p.utc_offset == 7200 && p.reading_count == 0);
+  CHECK(p.has_gap == 1 && p.gap.offset_before == 3600 && p.gap.offset_after == 7200);
+  CHECK(p.gap.from.year == 1983 && p.gap.from.month == 3 && p.gap.from.day == 27);
+  CHECK(p.gap.from.hour == 2 && p.gap.from.minute == 0 && p.gap.to.hour == 3 && p.gap.to.minute == 0);
+
+  CHECK_STATUS(tarv_place_lookup(atlas, "Paris", "F", &kSummer1980, &p, NULL), TARV_OK, NULL);
+  CHECK(p.local_time == TARV_LOCAL_TIME_NORMAL && p.reading_count == 0 && p.has_gap == 0);
+
+  CHECK_STATUS(tarv_open(g_mapped, &mapped), TARV_OK, NULL);
+  CHECK_STATUS(tarv_zone_at(mapped, 13.4, 52.5, &chicago_autumn, &z), TARV_OK, NULL);
+  CHECK(z.local_time == TARV_LOCAL_TIME_REPEATED && z.reading_count == 2);
+  CHECK(z.readings[0].utc_offset == -18000 && z.readings[1].utc_offset == -21600);
+  CHECK(strcmp(z.readings[0].tz_abbreviation, "CDT") == 0 && strcmp(z.readings[1].tz_abbreviation, "CST") == 0);
+  tarv_close(mapped);
+  tarv_close(atlas);
+}
+
 /* Each way the library fails reaches the host as its own status. */
 static void each_failure_has_its_status_and_a_message(void) {
   tarv_atlas* atlas = open_default();
@@ -522,6 +559,7 @@ int main(int argc, char** argv) {
   snprintf(g_unmapped, sizeof g_unmapped, "%s/unmapped", argv[2]);
 
   RUN(a_dated_lookup_fills_every_field);
+  RUN(both_readings_of_a_repeated_hour_and_the_gap_of_a_skipped_one);
   RUN(each_failure_has_its_status_and_a_message);
   RUN(null_pointers_and_values_out_of_range_are_refused);
   RUN(text_that_is_not_utf8_is_refused_and_outputs_stay);

@@ -151,7 +151,7 @@ TEST_F(AtlasTest, ZonesComeFromTheMapOrTheZoneTheUserNamed) {
        gmt,
        gmt},
       {"Test/East", {{0, 3600, false, false, met, "CET"}}, "", met, met}};
-  folder_.Write(kZoneHistoryFile, CompressSzdd(EncodeZoneHistories(zones)));
+  folder_.Write(kZoneHistoryFile, CompressSzdd(EncodeZoneHistories(zones, "2025b")));
   ZoneMapData map;
   ZoneMapData::Ring box;
   box.longitudes = {1'000'000, 2'000'000, 2'000'000, 1'000'000};
@@ -204,6 +204,38 @@ TEST_F(AtlasTest, ZonesComeFromTheMapOrTheZoneTheUserNamed) {
             std::tuple("Ostdorf", "Test/East", ""));
   EXPECT_EQ(atlas.Lookup("Westdorf", "D", july)->Iana, "Test/West");
   EXPECT_EQ(folder_.Read("USER/D.TZN"), "Westdorf\tTest/West\r\n");
+
+  // Every answer tells its source; "before 1970" counts the instant, UTC.
+  using Kind = ZoneSourceKind;
+  const auto source = [](const auto& answer) {
+    return std::tuple(answer->Source.Kind, answer->Source.Iana, answer->Source.TzdataVersion,
+                      answer->Source.Before1970);
+  };
+  EXPECT_EQ(source(point), std::tuple(Kind::kZoneHistory, "Test/East", "2025b", false));
+  EXPECT_EQ(source(atlas.ZoneAt(15.0, 50.0, LocalTime{1970, 1, 1, 0, 59, 59})),
+            std::tuple(Kind::kZoneHistory, "Test/East", "2025b", true));
+  EXPECT_EQ(source(atlas.ZoneAt(15.0, 50.0, LocalTime{1970, 1, 1, 1, 0, 0})),
+            std::tuple(Kind::kZoneHistory, "Test/East", "2025b", false));
+  EXPECT_EQ(source(atlas.ZoneAt(-30.0, 0.0, LocalTime{1970, 1, 1, 0, 59, 59})),
+            std::tuple(Kind::kZoneHistory, "Test/West", "2025b", false));  // 01:59:59 UTC
+  EXPECT_EQ(source(atlas.Lookup("Ostdorf", "D", july)),
+            std::tuple(Kind::kZoneHistory, "Test/East", "2025b", false));
+  EXPECT_EQ(source(atlas.Lookup("Westdorf", "D", july)),
+            std::tuple(Kind::kNamedZone, "Test/West", "2025b", false));
+  EXPECT_EQ(source(atlas.Lookup("Ostdorf", "D")), std::tuple(Kind::kTimetable, "", "", false));
+  // München has no history of its own here: its timetable, or its own mean time.
+  EXPECT_EQ(source(atlas.Lookup("München", "D", july)),
+            std::tuple(Kind::kTimetable, "", "", false));
+  EXPECT_EQ(source(atlas.Lookup("München", "D", LocalTime{1850, 6, 1, 12, 0, 0})),
+            std::tuple(Kind::kMeanTime, "", "", true));
+  EXPECT_EQ(source(without_map.Lookup("Ostdorf", "D", july)),
+            std::tuple(Kind::kTimetable, "", "", false));
+  EXPECT_EQ(SourceText(atlas.Lookup("Westdorf", "D", july)->Source, 1, "D"),
+            "Test/West in tzdata 2025b, the zone the user named");
+  EXPECT_EQ(SourceText(atlas.Lookup("München", "D", LocalTime{1850, 6, 1, 12, 0, 0})->Source, 1,
+                       "D", true),
+            "mittlere Ortszeit des Ortes (Länge / 15); vor 1970, was tzdata nicht vollständig zu "
+            "führen verspricht");
   // A place added again under a deleted one's name follows the map.
   EXPECT_TRUE(atlas.DeletePlace("D", "Westdorf"));
   EXPECT_FALSE(std::filesystem::exists(folder_.path() / "USER/D.TZN"));

@@ -48,7 +48,8 @@ class DialogAtlasFixture : public AtlasFixture {
                         {{0, 3208, false, true, 0, "LMT"}, {from, 3600, false, false, met, "CET"}},
                         "CET-1",
                         met,
-                        met}})));
+                        met}},
+                      "2025b")));
     std::vector<std::uint16_t> zones(6, kNoPlaceZone);
     zones[1] = 0;
     folder_.Write("D.TZP", CompressSzdd(EncodePlaceZones(zones)));
@@ -62,7 +63,8 @@ class DialogAtlasFixture : public AtlasFixture {
     folder_.Write(kZoneHistoryFile,
                   CompressSzdd(EncodeZoneHistories(
                       {{"Test/West", {{0, 0, false, false, gmt, "GMT"}}, "", gmt, gmt},
-                       {"Test/East", {{0, 3600, false, false, met, "CET"}}, "", met, met}})));
+                       {"Test/East", {{0, 3600, false, false, met, "CET"}}, "", met, met}},
+                      "2025b")));
     ZoneMapData map;
     ZoneMapData::Ring box;
     box.longitudes = {1'000'000, 2'000'000, 2'000'000, 1'000'000};

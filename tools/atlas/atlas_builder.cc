@@ -68,6 +68,7 @@ void Summarize(const fs::path& out, const CountryOutput& output, const ZoneHisto
   summary.timetables = output.timetables.timetables();
   summary.entries = output.timetables.entries();
   summary.zone_histories = histories.histories.size();
+  summary.tzdata_version = histories.tzdata_version;
   summary.rule_lines = output.rules.rule_lines();
   summary.change_lines = output.rules.change_lines();
   // Repeated timetables repeat their zone's years.
@@ -150,7 +151,8 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   const std::vector<CountryPlan*> order = CountryOrder(plans, options.geonames);
   std::set<std::string> history_zones = ZonesOfCountries(plans);
   history_zones.insert(map_zones.begin(), map_zones.end());
-  const ZoneHistoryFile histories = NumberZoneHistories(history_zones, zones);
+  ZoneHistoryFile histories = NumberZoneHistories(history_zones, zones);
+  histories.tzdata_version = ReadTzdataVersion(options.zoneinfo);
 
   Progress(options, "learning place names", 0.04);
   const PlaceNamer namer(places);

@@ -45,6 +45,7 @@ struct BuildSummary {
   std::size_t rule_lines = 0;      // rule lines of DstRules.dat
   std::size_t change_lines = 0;    // change lines of DstRules.dat (history after 1999)
   std::size_t zone_histories = 0;  // IANA zones in Zones.hst, each place's own history
+  std::string tzdata_version;      // the tzdata release of the histories
   std::size_t country_codes = 0;   // ISO codes in CountryNames.dat
   std::size_t country_names = 0;   // name keys in CountryNames.dat
   std::uintmax_t bytes = 0;        // size of all files written

@@ -1,7 +1,9 @@
 #include "atlas/zone_library.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <optional>
 
@@ -240,13 +242,30 @@ ZoneHistoryFile NumberZoneHistories(const std::set<std::string>& names, ZoneLibr
   return file;
 }
 
+std::string ReadTzdataVersion(const std::string& zoneinfo) {
+  const fs::path file = fs::path(zoneinfo) / "tzdata.zi";
+  std::ifstream in(file);
+  std::string line;
+  constexpr std::string_view kVersion = "# version ";
+  if (!in || !std::getline(in, line) || !line.starts_with(kVersion)) {
+    throw AtlasError(file.string(), "no \"# version\" line opens it");
+  }
+  std::string version = line.substr(kVersion.size());
+  while (!version.empty() && std::isspace(static_cast<unsigned char>(version.back())))
+    version.pop_back();
+  if (version.empty() || version.size() > 15) {
+    throw AtlasError(file.string(), "the version \"" + version + "\" is not a tzdata release");
+  }
+  return version;
+}
+
 void WriteZoneTable(const fs::path& out, const std::vector<ZoneRecord>& table) {
   WriteFileAtomically(out / "Zones13.bin", EncodeZoneFile(table));
 }
 
 void WriteZoneHistories(const fs::path& out, const ZoneHistoryFile& file) {
   WriteFileAtomically(out / kZoneHistoryFile,
-                      CompressSzdd(EncodeZoneHistories(file.histories), 't'));
+                      CompressSzdd(EncodeZoneHistories(file.histories, file.tzdata_version), 't'));
 }
 
 }  // namespace tarv::atlas

@@ -97,8 +97,14 @@ ZoneLibrary LoadZones(const std::string& zoneinfo, const std::string& zones_tsv,
 struct ZoneHistoryFile {
   std::map<std::string, std::uint16_t> numbers;  // IANA name -> number
   std::vector<ZoneHistory> histories;
+  std::string tzdata_version;  // the release they come from, "2025b"
 };
 ZoneHistoryFile NumberZoneHistories(const std::set<std::string>& names, ZoneLibrary& zones);
+
+// The tzdata release of a zoneinfo folder, from the "# version 2025b" line
+// that opens its "tzdata.zi". Throws AtlasError naming the file when it is
+// missing or names none.
+std::string ReadTzdataVersion(const std::string& zoneinfo);
 
 // "Zones13.bin" and "Zones.hst".
 void WriteZoneTable(const std::filesystem::path& out, const std::vector<ZoneRecord>& table);

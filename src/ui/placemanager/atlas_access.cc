@@ -274,19 +274,41 @@ TimetableZone ZoneOfEntry(const std::string& country, std::int16_t zone_id) {
   return zone;
 }
 
+namespace {
+
+// The place as the zone lookups know it; a user place's history is found by
+// its name and coordinates.
+FoundPlace FoundOf(const std::string& country, const PlaceData& place) {
+  FoundPlace found;
+  found.Country = InternalCode(country);
+  found.RecordNo = place.record;
+  found.Place.SetName(CleanPlaceName(AnsiFromUtf8(place.name)));
+  found.Place.Longitude = static_cast<float>(place.longitude);
+  found.Place.Latitude = static_cast<float>(place.latitude);
+  return found;
+}
+
+}  // namespace
+
+std::optional<ZoneHistorySource> HistorySourceOf(const std::string& country,
+                                                 const PlaceData& place) {
+  if (place.record == 0) return std::nullopt;
+  return Classic<FaultBox>([&]() -> std::optional<ZoneHistorySource> {
+    // The dialog tells what it could not read as the members do.
+    EnsureTablesLoaded();
+    const auto history = OwnHistoryOfPlace(FoundOf(country, place));
+    if (!history) return std::nullopt;
+    return ZoneHistorySource{(*history->histories)[history->zone].name,
+                             history->histories->tzdata_version(), history->named};
+  });
+}
+
 std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country,
                                                   const PlaceData& place, std::int16_t timetable) {
   if (place.record == 0) return std::nullopt;
   return Classic<FaultBox>([&]() -> std::optional<OwnZoneHistory> {
     // The dialog tells what it could not read as the members do.
-    FoundPlace found;
-    found.Country = InternalCode(country);
-    found.RecordNo = place.record;
-    // A user place's history is found by its name and coordinates.
-    found.Place.SetName(CleanPlaceName(AnsiFromUtf8(place.name)));
-    found.Place.Longitude = static_cast<float>(place.longitude);
-    found.Place.Latitude = static_cast<float>(place.latitude);
-    const auto difference = CompareWithTimetable(found, timetable);
+    const auto difference = CompareWithTimetable(FoundOf(country, place), timetable);
     if (!difference || difference->years.empty()) return std::nullopt;
     return OwnZoneHistory{difference->iana, YearRangesText(difference->years)};
   });

@@ -144,6 +144,18 @@ std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country,
 std::optional<OwnZoneHistory> DifferingOwnHistory(const std::string& country, std::int16_t record,
                                                   std::int16_t timetable);
 
+// The zone history a place of `country` follows at any date: its IANA zone,
+// the tzdata release of the atlas and whether the user named the zone (a
+// user place). nullopt where the place follows its timetable (an atlas
+// without histories, a user place in an atlas without a map).
+struct ZoneHistorySource {
+  std::string iana;
+  std::string tzdata;
+  bool named = false;
+};
+std::optional<ZoneHistorySource> HistorySourceOf(const std::string& country,
+                                                 const PlaceData& place);
+
 // The zones a place at the coordinates may follow: the one the atlas's map
 // gives there and every zone the atlas knows, sorted. nullopt for an atlas
 // without a map.

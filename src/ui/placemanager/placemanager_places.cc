@@ -116,9 +116,13 @@ void DlgPlacemanager::ShowTimetable(std::int16_t timetable) {
   // Browsing a place whose own zone history (a user place's: the zone named
   // for it or the map's) differs from the timetable: the line under the list
   // says so.
-  C("lb_Zeittabelle_1").text =
-      step_ == 0 ? OwnHistoryNote(CountryCode(), place_, timetable, AtlasLanguage())
-                 : std::string();
+  // Otherwise it tells where the place's times come from.
+  std::string note;
+  if (step_ == 0) {
+    note = OwnHistoryNote(CountryCode(), place_, timetable, AtlasLanguage());
+    if (note.empty()) note = ZoneSourceNote(CountryCode(), place_, AtlasLanguage());
+  }
+  C("lb_Zeittabelle_1").text = note;
   C("ig_Sommerzeit").visible =
       std::any_of(timetable_listing_.entries.begin(), timetable_listing_.entries.end(),
                   [](const TimetableEntryLine& e) { return e.summer_time; });

@@ -73,6 +73,17 @@ std::string OwnHistoryNote(const std::string& country, const PlaceData& place,
   return NoteOf(DifferingOwnHistory(country, place, timetable), timetable, language);
 }
 
+std::string ZoneSourceNote(const std::string& country, const PlaceData& place,
+                           const TarvLanguage& language) {
+  const auto source = HistorySourceOf(country, place);
+  if (!source) return {};
+  return language.Choose("Times from ", "Zeiten nach ") + source->iana +
+         (source->named ? language.Choose(" (your choice)", " (Ihre Wahl)") : "") + ", tzdata " +
+         source->tzdata +
+         language.Choose(" (incomplete before 1970)",
+                         " (vor 1970 unvollständig)");
+}
+
 std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,
                            const TarvLanguage& language) {
   return NoteOf(DifferingOwnHistory(country, record, timetable), timetable, language);

@@ -53,6 +53,12 @@ std::string LocalTimeDescription(const TimetableEntryLine* entry, const TarvLang
 // history.
 std::string OwnHistoryNote(const std::string& country, const PlaceData& place,
                            std::int16_t timetable, const TarvLanguage& language);
+// Where the times of a place come from, when no difference is to be told:
+// "Times from Europe/Berlin, tzdata 2025b (incomplete before 1970)": tzdata
+// does not aim to be complete before 1970;
+// "" where the place follows its timetable.
+std::string ZoneSourceNote(const std::string& country, const PlaceData& place,
+                           const TarvLanguage& language);
 // The same for the database place `record`; "" for user places, which
 // their record number does not name.
 std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,

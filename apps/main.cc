@@ -194,6 +194,25 @@ json SourceJson(const tarv::ZoneSource& source, std::int32_t timetable,
               {"text", tarv::SourceText(source, timetable, country)}};
 }
 
+// "1.8 km".
+std::string Kilometres(double meters) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f km", meters / 1000.0);
+  return text;
+}
+
+// The zones within 5 km keeping another clock at the instant asked.
+json NearZonesJson(const std::vector<tarv::NearbyZone>& zones) {
+  json list = json::array();
+  for (const auto& z : zones) {
+    list.push_back({{"iana", z.Iana},
+                    {"utc_offset", z.UtcOffsetHours},
+                    {"tz_abbreviation", z.TzAbbreviation},
+                    {"meters", z.Meters}});
+  }
+  return list;
+}
+
 // A place with its zone; "local_time" only where a date was asked for.
 json PlaceJson(const tarv::PlaceInfo& place, bool dated) {
   json p{{"name", place.Name},
@@ -215,6 +234,7 @@ json PlaceJson(const tarv::PlaceInfo& place, bool dated) {
   if (dated) {
     p["local_time"] = tarv::LocalTimeName(place.LocalTime);
     AddClockChange(p, place.Readings, place.Gap);
+    p["near_zones"] = NearZonesJson(place.NearbyZones);
   }
   p["source"] = SourceJson(place.Source, place.Timetable, place.Country);
   return p;
@@ -241,14 +261,24 @@ json PointZoneJson(const tarv::PointZone& point, bool dated) {
     z["local_time"] = tarv::LocalTimeName(point.LocalTime);
     AddClockChange(z, point.Readings, point.Gap);
     z["source"] = SourceJson(point.Source, 0, "");
+    z["near_zones"] = NearZonesJson(point.NearbyZones);
   }
   return z;
 }
 
-// The lines of a skipped or repeated local time, and the answer's source.
+// The lines of a skipped or repeated local time, the answer's source and
+// the zones near it that keep another clock.
 void PrintClockChange(const json& j) {
   if (j.contains("source")) {
     std::cout << std::setw(12) << "Source" << j["source"]["text"].get<std::string>() << '\n';
+  }
+  if (j.contains("near_zones")) {
+    for (const json& z : j["near_zones"]) {
+      std::cout << std::setw(12) << "Near" << z["iana"].get<std::string>() << " ("
+                << z["tz_abbreviation"].get<std::string>() << ", UTC"
+                << Offset(z["utc_offset"].get<double>()) << ") "
+                << Kilometres(z["meters"].get<double>()) << " away keeps another clock\n";
+    }
   }
   if (!j.contains("local_time") || j["local_time"] == "normal") return;
   std::cout << std::setw(12) << "Local time" << j["local_time"].get<std::string>()
@@ -515,6 +545,7 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
   }
   AddClockChange(z, place->Readings, place->Gap);
   z["source"] = SourceJson(place->Source, place->Timetable, place->Country);
+  z["near_zones"] = NearZonesJson(place->NearbyZones);
   if (o.json) {
     std::cout << z.dump(2) << '\n';
   } else {
@@ -540,6 +571,10 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
                 << " before, UTC" << Offset(place->Gap->OffsetAfterHours) << " after\n";
     }
     std::cout << "source " << z["source"]["text"].get<std::string>() << '\n';
+    for (const auto& near : place->NearbyZones) {
+      std::cout << "near " << near.Iana << " " << near.TzAbbreviation << "  UTC"
+                << Offset(near.UtcOffsetHours) << "  " << Kilometres(near.Meters) << " away\n";
+    }
   }
   return kFound;
 }
@@ -785,6 +820,8 @@ int RunBuildAtlas(tarv::atlas::BuildOptions options) {
             << s.change_lines << "\n"
             << "  own zone histories of places: " << s.zone_histories << " IANA zones (tzdata "
             << s.tzdata_version << ")\n"
+            << "  places within 5 km of a zone keeping another clock on 2020-01-01: "
+            << s.near_another_clock << "\n"
             << "  country codes " << s.country_codes << ", country name keys " << s.country_names
             << "\n"
             << "  " << s.bytes << " bytes; " << s.skipped_lines << " GeoNames lines skipped\n";

@@ -19,9 +19,9 @@
 #include "atlas/zone_history.h"
 #include "atlas/zone_map.h"
 #include "fuzz_support.h"
-#include "text/lz.h"
 #include "support/country_fixture.h"
 #include "text/bytes.h"
+#include "text/lz.h"
 #include "util/degrees.h"
 #include "util/serial_date.h"
 
@@ -252,13 +252,15 @@ void ZoneHistorySeeds() {
                           37,
                           37};
   Save("zone_history_fuzzer", "two_zones", EncodeZoneHistories({berlin, lagos}, "2025b"));
-  Save("zone_history_fuzzer", "place_zones", EncodePlaceZones({0, 1, kNoPlaceZone}, {0}));
+  Save("zone_history_fuzzer", "place_zones",
+       EncodePlaceZones({0, 1, kNoPlaceZone}, {0}, {{1, 1, 1200}, {2, 0, 30}}));
   Save("zone_history_fuzzer", "southern_rule", "AEST-10AEDT,M10.1.0,M4.1.0/3");
   Save("zone_history_fuzzer", "odd_rule", "<-02>2<-01>,M3.5.0/-1,J365/25");
 
   // A split root: one zone, a tile with a holed square and its hole, the sea.
   ZoneMapData map;
-  for (std::uint16_t i = 0; i < kSeaZoneCount; ++i) map.sea[i] = i;
+  for (std::uint16_t i = 0; i < kSeaZoneCount; ++i)
+    map.sea[i] = i;
   map.nodes = {{ZoneMapData::NodeKind::kSplit, 1},
                {ZoneMapData::NodeKind::kZone, 25},
                {ZoneMapData::NodeKind::kTile, 0},

@@ -84,8 +84,18 @@ struct ZoneSource {
 // the place (longitude / 15)", "timetable 1 of D", each with "; before 1970,
 // which tzdata does not aim to keep completely" where that holds, in the
 // atlas's language (German when `german`).
-std::string SourceText(const ZoneSource& source, std::int32_t timetable,
-                       const std::string& country, bool german = false);
+std::string SourceText(const ZoneSource& source, std::int32_t timetable, const std::string& country,
+                       bool german = false);
+
+// Another zone whose area lies within 5 km of a place or point (by the
+// atlas's zone map) and whose clock differs from the answer's at the instant
+// asked: near a zone line a few kilometres decide the hour.
+struct NearbyZone {
+  std::string Iana;            // "America/New_York"
+  double UtcOffsetHours = 0;   // its offset then, east positive
+  std::string TzAbbreviation;  // tzdata's, "EST"
+  double Meters = 0;           // how far from the place its area begins
+};
 
 // A place with the zone in force there: at the local time asked for, or its
 // standard zone.
@@ -117,6 +127,9 @@ struct PlaceInfo {
   std::vector<TimeReading> Readings;
   std::optional<TimeGap> Gap;
   ZoneSource Source;  // where the zone answer comes from
+  // With a local time: the zones within 5 km that keep another clock then,
+  // nearest first (from the own history only).
+  std::vector<NearbyZone> NearbyZones;
 };
 
 // The zone in force at coordinates, by the atlas's map of the zones'
@@ -137,6 +150,7 @@ struct PointZone {
   std::vector<TimeReading> Readings;
   std::optional<TimeGap> Gap;
   ZoneSource Source;
+  std::vector<NearbyZone> NearbyZones;
 };
 
 // How a country lookup reads a text that is both an ISO 3166 code and one of

@@ -180,8 +180,8 @@ typedef struct tarv_time_reading {
  * `from` is the first local time that never was, `to` the first after the
  * gap; the UTC offsets before and after it in seconds, east positive. */
 typedef struct tarv_time_gap {
-  tarv_local_time from; /* 1983-03-27 02:00 */
-  tarv_local_time to;   /* 1983-03-27 03:00 */
+  tarv_local_time from;  /* 1983-03-27 02:00 */
+  tarv_local_time to;    /* 1983-03-27 03:00 */
   int32_t offset_before; /* 3600 */
   int32_t offset_after;  /* 7200 */
 } tarv_time_gap;
@@ -211,6 +211,18 @@ typedef struct tarv_source {
    * earlier history but does not aim to be complete or right for it. */
   int32_t before_1970;
 } tarv_source;
+
+/* Another zone whose area lies within 5 km of a place or point (by the
+ * atlas's zone map) and whose clock differs from the answer's at the instant
+ * asked. */
+typedef struct tarv_near_zone {
+  char iana[TARV_IANA_SIZE];            /* "America/New_York" */
+  int32_t utc_offset;                   /* its offset then, seconds east */
+  char tz_abbreviation[TARV_ZONE_SIZE]; /* "EST" */
+  double meters;                        /* how far its area begins */
+} tarv_near_zone;
+
+#define TARV_NEAR_ZONES 4
 
 /* A place with its zone. Coordinates in decimal degrees, east and north
  * positive; the UTC offset in seconds east of UTC. For local mean time
@@ -252,6 +264,10 @@ typedef struct tarv_place {
   int32_t has_gap;
   tarv_time_gap gap;
   tarv_source source; /* where the zone answer comes from */
+  /* With a date: the zones within 5 km keeping another clock then, nearest
+   * first (at most TARV_NEAR_ZONES of them). */
+  int32_t near_count;
+  tarv_near_zone near_zones[TARV_NEAR_ZONES];
 } tarv_place;
 
 /* Looks up `name` in the country or group `country` (see Countries above:
@@ -320,6 +336,8 @@ typedef struct tarv_point_zone {
   int32_t has_gap;
   tarv_time_gap gap;
   tarv_source source;
+  int32_t near_count;
+  tarv_near_zone near_zones[TARV_NEAR_ZONES];
 } tarv_point_zone;
 
 /* The zone in force at the coordinates at the local time `when` there, or

@@ -79,6 +79,7 @@ __all__ = [
     "AtlasWriteError",
     "Country",
     "Gap",
+    "NearZone",
     "Place",
     "PointZone",
     "Reading",
@@ -202,6 +203,17 @@ class Source(typing.NamedTuple):
     before_1970: bool = False
 
 
+class NearZone(typing.NamedTuple):
+    """Another zone whose area lies within 5 km of a place or point (by the
+    atlas's zone map) and whose clock differs from the answer's at the
+    instant asked, as ``Place.near_zones`` lists them, nearest first."""
+
+    iana: str  # "America/New_York"
+    utc_offset: datetime.timedelta  # its offset then
+    tz_abbreviation: str  # "EST"
+    meters: float  # how far its area begins
+
+
 class PointZone(typing.NamedTuple):
     """The zone in force at coordinates by the atlas's map of the zones'
     boundaries, as ``Atlas.zone_at`` answers and ``Place.zone_here`` holds
@@ -223,6 +235,7 @@ class PointZone(typing.NamedTuple):
     readings: typing.Tuple[Reading, ...] = ()  # both readings of a repeated local time
     gap: typing.Optional[Gap] = None  # the gap a skipped local time fell into
     source: typing.Optional[Source] = None  # where the answer comes from
+    near_zones: typing.Tuple[NearZone, ...] = ()  # zones within 5 km keeping another clock
 
 
 class Place(typing.NamedTuple):
@@ -261,6 +274,7 @@ class Place(typing.NamedTuple):
     readings: typing.Tuple[Reading, ...] = ()  # both readings of a repeated local time
     gap: typing.Optional[Gap] = None  # the gap a skipped local time fell into
     source: typing.Optional[Source] = None  # where the zone answer comes from
+    near_zones: typing.Tuple[NearZone, ...] = ()  # zones within 5 km keeping another clock
 
     def localize(self, when):
         """`when` (a naive local wall-clock time at the place) as an aware
@@ -350,6 +364,8 @@ _document_fields(
     gap="For a skipped local time (clocks set forward), the Gap it fell into; the fields above "
     "give the clock after it. Else None.",
     source="Where the zone answer comes from, a Source.",
+    near_zones="With a date: the NearZone records of the zones within 5 km that keep another "
+    "clock then, nearest first; else ().",
 )
 _document_fields(
     PointZone,
@@ -369,6 +385,8 @@ _document_fields(
     readings="As ``Place.readings``: both Readings of a repeated local time, else ().",
     gap="As ``Place.gap``: the Gap a skipped local time fell into, else None.",
     source="Where the zone answer comes from, a Source.",
+    near_zones="With a date: the NearZone records of the zones within 5 km that keep another "
+    "clock then, nearest first; else ().",
 )
 _document_fields(
     Country,
@@ -483,6 +501,13 @@ def _source(s):
     )
 
 
+def _near_zones(s):
+    return tuple(
+        NearZone(z.iana.decode(), datetime.timedelta(seconds=z.utc_offset), z.tz_abbreviation.decode(), z.meters)
+        for z in s.near_zones[: s.near_count]
+    )
+
+
 def _zone_fields(s, readings, fold):
     """The zone fields a record gives: the struct's, or with fold 1 those of
     the later reading of a repeated local time."""
@@ -527,6 +552,7 @@ def _place(s, zone_here=None, fold=0):
         readings,
         gap,
         _source(s),
+        _near_zones(s),
     )
 
 
@@ -548,6 +574,7 @@ def _point_zone(s, fold=0):
         readings,
         gap,
         _source(s),
+        _near_zones(s),
     )
 
 

@@ -74,14 +74,28 @@ class SourceStruct(ctypes.Structure):
     ]
 
 
-# Both readings of a repeated local time, the gap of a skipped one and the
-# answer's source, at the end of both records.
+NEAR_ZONES = 4
+
+
+class NearZoneStruct(ctypes.Structure):
+    _fields_ = [
+        ("iana", ctypes.c_char * IANA_SIZE),
+        ("utc_offset", ctypes.c_int32),
+        ("tz_abbreviation", ctypes.c_char * ZONE_SIZE),
+        ("meters", ctypes.c_double),
+    ]
+
+
+# Both readings of a repeated local time, the gap of a skipped one, the
+# answer's source and the zones near it, at the end of both records.
 _CLOCK_CHANGE_FIELDS = [
     ("reading_count", ctypes.c_int32),
     ("readings", TimeReadingStruct * 2),
     ("has_gap", ctypes.c_int32),
     ("gap", TimeGapStruct),
     ("source", SourceStruct),
+    ("near_count", ctypes.c_int32),
+    ("near_zones", NearZoneStruct * NEAR_ZONES),
 ]
 
 

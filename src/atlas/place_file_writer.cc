@@ -92,10 +92,16 @@ std::size_t WritePlaceFiles(const std::filesystem::path& folder, const std::stri
   const std::size_t records = std::min(places.size(), kMaxPlaceRecords);
   if (!extras.place_zones.empty()) {
     std::vector<std::uint16_t> zones(records, kNoPlaceZone);
+    std::vector<PlaceNearZone> near;
     for (std::size_t r = 0; r < records; ++r) {
       if (order[r] < extras.place_zones.size()) zones[r] = extras.place_zones[order[r]];
+      if (order[r] >= extras.near_zones.size()) continue;
+      for (PlaceNearZone n : extras.near_zones[order[r]]) {
+        n.record = static_cast<std::int32_t>(r + 1);
+        near.push_back(n);
+      }
     }
-    const std::string bytes = EncodePlaceZones(zones, extras.timetable_zones);
+    const std::string bytes = EncodePlaceZones(zones, extras.timetable_zones, std::move(near));
     WriteFileAtomically(folder / (code + ".TZP"), compress ? CompressSzdd(bytes, 'P') : bytes);
   }
   if (extras.name_keys.empty()) return 0;

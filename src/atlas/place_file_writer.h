@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "atlas/place_file.h"
+#include "atlas/zone_history.h"
 
 namespace tarv {
 
@@ -48,6 +49,8 @@ struct PlaceFileExtras {
   // keeps the history of.
   std::vector<std::uint16_t> place_zones;
   std::vector<std::uint16_t> timetable_zones;
+  // Each place's near zones (their `record` left 0), for "<code>.TZP".
+  std::vector<std::vector<PlaceNearZone>> near_zones;
 };
 
 // Sorts `places` (by `extras.populations` among equal names) and writes

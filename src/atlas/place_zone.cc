@@ -1,5 +1,6 @@
 #include "atlas/place_zone.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "atlas/atlas_state.h"
@@ -35,6 +36,27 @@ ZoneAtDate ZoneOfHistoryAnswer(const PlaceHistory& history, HistoryAnswer answer
   return at;
 }
 
+void AddNearZones(ZoneAtDate& at, const PlaceHistory& own, const std::vector<PlaceNearZone>& near,
+                  double date) {
+  const ZoneHistories& histories = *own.histories;
+  const std::int64_t utc = LocalSecondsOfSerial(date) - at.utc_seconds;
+  const bool mean_time = at.zone_id == 0;
+  for (const PlaceNearZone& n : near) {
+    if (n.zone == own.zone || n.zone >= histories.size()) continue;
+    const HistoryAnswer other = histories.AtUtc(n.zone, utc);
+    // Two zones both still on local mean time keep no clock to differ by.
+    const bool differs = mean_time ? !other.local_mean_time
+                                   : other.local_mean_time || other.utc_offset != at.utc_seconds;
+    if (!differs) continue;
+    const bool listed = std::any_of(at.nearby.begin(), at.nearby.end(), [&](const NearbyZone& z) {
+      return z.Iana == histories[n.zone].name;
+    });
+    if (listed) continue;
+    at.nearby.push_back({histories[n.zone].name, other.utc_offset / 3600.0, other.abbreviation,
+                         static_cast<double>(n.meters)});
+  }
+}
+
 std::optional<PlaceHistory> OwnHistoryOfPlace(const FoundPlace& place) {
   if (place.RecordNo > 0) return OwnHistoryOf(place.Country, place.RecordNo);
   if (place.RecordNo < 0) {
@@ -48,7 +70,12 @@ std::optional<ZoneAtDate> ZoneOfPlaceAt(const FoundPlace& place, double date) {
   InitializeCountries("", "Country.dat", false, false);
   InitializeTimeZones("", "Zones13.bin");
   if (auto own = OwnHistoryOfPlace(place); own && std::isfinite(date)) {
-    return ZoneOfHistoryAnswer(*own, own->At(date));
+    ZoneAtDate at = ZoneOfHistoryAnswer(*own, own->At(date));
+    AddNearZones(at, *own,
+                 place.RecordNo > 0 ? NearZonesOfRecord(place.Country, place.RecordNo)
+                                    : NearZonesOnMap(place.Place.Longitude, place.Place.Latitude),
+                 date);
+    return at;
   }
   auto at = ZoneAt(place.Country, place.Place.Timetable, date);
   if (at) {
@@ -71,7 +98,9 @@ std::optional<ZoneAtDate> ZoneOfPointAt(double longitude, double latitude, doubl
   if (!std::isfinite(date)) return std::nullopt;
   const auto history = MapHistoryAt(longitude, latitude);
   if (!history) return std::nullopt;
-  return ZoneOfHistoryAnswer(*history, history->At(date));
+  ZoneAtDate at = ZoneOfHistoryAnswer(*history, history->At(date));
+  AddNearZones(at, *history, NearZonesOnMap(longitude, latitude), date);
+  return at;
 }
 
 std::optional<OwnHistoryDifference> CompareWithTimetable(const FoundPlace& place,

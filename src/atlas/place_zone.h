@@ -24,6 +24,11 @@ double LookupSerialOfJulian(double julian);
 // The answer of `history` as a zone at a date.
 ZoneAtDate ZoneOfHistoryAnswer(const PlaceHistory& history, HistoryAnswer answer);
 
+// Adds to `at` (the answer of `own` at the local serial `date`) the zones of
+// `near` whose clock then differs from the answer's, each once.
+void AddNearZones(ZoneAtDate& at, const PlaceHistory& own, const std::vector<PlaceNearZone>& near,
+                  double date);
+
 // The place's own zone history: a database place's from the atlas's files, a
 // user place's from the zone map at its coordinates; nullopt where the atlas
 // has neither (then the timetable holds).

@@ -37,6 +37,8 @@ struct ZoneAtDate {
   // one the user named) of tzdata release `tzdata_version`, or the timetable.
   ZoneSourceKind source = ZoneSourceKind::kTimetable;
   std::string tzdata_version;
+  // The zones within 5 km whose clock differs then, nearest first.
+  std::vector<NearbyZone> nearby;
 };
 
 // Zone `id` of the zone table as a ZoneAtDate, and its record without a

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <shared_mutex>
 #include <stdexcept>
+#include <tuple>
 
 #include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
@@ -32,6 +33,7 @@ constexpr std::size_t kMaxNameLength = 64;
 constexpr std::size_t kMaxAbbreviationLength = 15;
 constexpr std::size_t kMaxRuleLength = 255;
 constexpr std::size_t kMaxTimetables = 999;
+constexpr std::size_t kMaxNearZones = 1U << 20;
 constexpr std::size_t kPeriodFixedSize = 8 + 4 + 1 + 2 + 1;
 constexpr std::uint8_t kDaylightFlag = 1;
 constexpr std::uint8_t kLocalMeanTimeFlag = 2;
@@ -131,9 +133,20 @@ std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones,
 }
 
 std::string EncodePlaceZones(const std::vector<std::uint16_t>& zones,
-                             const std::vector<std::uint16_t>& timetable_zones) {
+                             const std::vector<std::uint16_t>& timetable_zones,
+                             std::vector<PlaceNearZone> near) {
   if (zones.size() > kMaxPlaceRecords) throw std::invalid_argument("too many records");
   if (timetable_zones.size() > kMaxTimetables) throw std::invalid_argument("too many timetables");
+  if (near.size() > kMaxNearZones) throw std::invalid_argument("too many near zones");
+  for (const auto& n : near) {
+    if (n.record < 1 || static_cast<std::size_t>(n.record) > zones.size() ||
+        n.meters > kNearZoneMeters) {
+      throw std::invalid_argument("near zone of record " + std::to_string(n.record));
+    }
+  }
+  std::sort(near.begin(), near.end(), [](const PlaceNearZone& a, const PlaceNearZone& b) {
+    return std::tie(a.record, a.meters, a.zone) < std::tie(b.record, b.meters, b.zone);
+  });
   std::string out(kPlaceZonesMagic);
   AppendInt16(out, static_cast<std::int16_t>(kPlaceZonesVersion));
   AppendInt16(out, 0);
@@ -143,6 +156,12 @@ std::string EncodePlaceZones(const std::vector<std::uint16_t>& zones,
   AppendInt16(out, static_cast<std::int16_t>(timetable_zones.size()));
   for (const auto z : timetable_zones)
     AppendInt16(out, static_cast<std::int16_t>(z));
+  AppendInt32(out, static_cast<std::int32_t>(near.size()));
+  for (const auto& n : near) {
+    AppendInt32(out, n.record);
+    AppendInt16(out, static_cast<std::int16_t>(n.zone));
+    AppendInt16(out, static_cast<std::int16_t>(n.meters));
+  }
   return out;
 }
 
@@ -345,7 +364,36 @@ PlaceZones::PlaceZones(std::string_view bytes, const std::string& file, std::siz
   }
   for (std::uint16_t t = 0; t < timetables; ++t)
     timetables_.push_back(zone_of("timetable " + std::to_string(t + 1)));
+  const std::uint32_t near = in.Uint32("the near-zone count");
+  if (near > kMaxNearZones || near > in.Left() / 8) {
+    throw FormatViolation(file, "near-zone count " + std::to_string(near) + " out of range");
+  }
+  near_.reserve(near);
+  for (std::uint32_t i = 0; i < near; ++i) {
+    PlaceNearZone n;
+    n.record = in.Int32("the near zones");
+    n.zone = zone_of("near zone " + std::to_string(i + 1));
+    n.meters = static_cast<std::uint16_t>(in.Int16("the near zones"));
+    if (n.record < 1 || n.record > static_cast<std::int32_t>(count) || n.zone == kNoPlaceZone ||
+        n.meters > kNearZoneMeters ||
+        (!near_.empty() &&
+         std::tie(n.record, n.meters) < std::tie(near_.back().record, near_.back().meters))) {
+      throw FormatViolation(file, "near zone " + std::to_string(i + 1) + " (record " +
+                                      std::to_string(n.record) + ") is out of order or range");
+    }
+    near_.push_back(n);
+  }
   in.End();
+}
+
+std::vector<PlaceNearZone> PlaceZones::NearZonesOf(std::int32_t record) const {
+  const auto first =
+      std::lower_bound(near_.begin(), near_.end(), record,
+                       [](const PlaceNearZone& n, std::int32_t r) { return n.record < r; });
+  auto last = first;
+  while (last != near_.end() && last->record == record)
+    ++last;
+  return {first, last};
 }
 
 std::optional<std::uint16_t> PlaceZones::ZoneOfTimetable(std::int32_t number) const {
@@ -555,6 +603,32 @@ std::optional<PlaceHistory> MapHistoryAt(double longitude, double latitude) {
   }
   if (!*zone) return std::nullopt;
   return PlaceHistory{loaded->histories, **zone};
+}
+
+std::vector<PlaceNearZone> NearZonesOfRecord(std::string_view code, std::int32_t record) {
+  if (record < 1) return {};
+  const auto loaded = LoadHistories(code);
+  if (!loaded) return {};
+  return loaded->place_zones->NearZonesOf(record);
+}
+
+std::vector<PlaceNearZone> NearZonesOnMap(double longitude, double latitude) {
+  const auto loaded = LoadMap();
+  if (!loaded || !loaded->map) return {};
+  const ZoneMap& map = *loaded->map;
+  const auto found = Decode([&] {
+    std::vector<PlaceNearZone> near;
+    if (const auto here = map.ZoneAt(longitude, latitude)) near.push_back({0, *here, 0});
+    for (const NearZone& zone : map.ZonesWithin(longitude, latitude, kNearZoneMeters)) {
+      near.push_back({0, zone.zone, static_cast<std::uint16_t>(std::lround(zone.meters))});
+    }
+    return near;
+  });
+  if (!found) {
+    NoteMalformedFile(found.fault());
+    return {};
+  }
+  return *found;
 }
 
 std::optional<PlaceHistory> NamedHistory(std::string_view iana) {

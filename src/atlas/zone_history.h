@@ -32,7 +32,7 @@
 // "<code>.TZP" beside each place file ("D.dao" has "D.TZP"), SZDD-compressed:
 //
 //   0       4     magic "TPZP"
-//   4       2     version, 1
+//   4       2     version, 2
 //   6       2     0
 //   8       4     record count n of the place file it was written for
 //   12      2n    per record, the zone's number in "Zones.hst" (uint16,
@@ -41,6 +41,11 @@
 //   14+2n   2t    per timetable from 1 on, the zone whose history it keeps
 //                 (65535 for none); a country without timetables has one,
 //                 its history 0
+//   ...     4     number of near-zone entries m (0-1,048,576)
+//   ...     8m    the zones whose area lies within 5 km of a place (by the
+//                 zone map) other than its own, ordered by record, then by
+//                 distance; each: 4 record (1-based), 2 zone number, 2
+//                 distance in metres (0-5000)
 //
 // Readers check every field: magic, version, counts against the bytes there
 // are, every zone number against the zones, every entry against the zone
@@ -67,7 +72,9 @@ inline constexpr const char* kZoneHistoryFile = "Zones.hst";
 inline constexpr std::string_view kZoneHistoryMagic = "TPZH";
 inline constexpr std::string_view kPlaceZonesMagic = "TPZP";
 inline constexpr std::uint16_t kZoneHistoryVersion = 2;
-inline constexpr std::uint16_t kPlaceZonesVersion = 1;
+inline constexpr std::uint16_t kPlaceZonesVersion = 2;
+// How far from a place another zone's area counts as near.
+inline constexpr double kNearZoneMeters = 5000.0;
 inline constexpr std::uint16_t kNoPlaceZone = 0xFFFF;
 
 // LocalTimeKind (records.h): changes out of or into local mean time are not
@@ -134,10 +141,20 @@ struct HistoryAnswer {
 std::string EncodeZoneHistories(const std::vector<ZoneHistory>& zones,
                                 std::string_view tzdata_version);
 
+// A zone whose area lies near a place: its number and the distance.
+struct PlaceNearZone {
+  std::int32_t record = 0;  // 1-based
+  std::uint16_t zone = 0;
+  std::uint16_t meters = 0;
+  friend bool operator==(const PlaceNearZone&, const PlaceNearZone&) = default;
+};
+
 // The bytes of a ".TZP" file for a place file of zones.size() records, its
-// country's timetables keeping the histories of `timetable_zones`.
+// country's timetables keeping the histories of `timetable_zones`, the
+// zones near its places `near` (any order).
 std::string EncodePlaceZones(const std::vector<std::uint16_t>& zones,
-                             const std::vector<std::uint16_t>& timetable_zones = {});
+                             const std::vector<std::uint16_t>& timetable_zones = {},
+                             std::vector<PlaceNearZone> near = {});
 
 class ZoneHistories {
  public:
@@ -177,10 +194,13 @@ class PlaceZones {
   std::optional<std::uint16_t> ZoneOf(std::int32_t record) const;
   // The zone whose history timetable `number` keeps (0 counts as 1).
   std::optional<std::uint16_t> ZoneOfTimetable(std::int32_t number) const;
+  // The zones near record `record`, nearest first.
+  std::vector<PlaceNearZone> NearZonesOf(std::int32_t record) const;
 
  private:
   std::vector<std::uint16_t> zones_;
   std::vector<std::uint16_t> timetables_;
+  std::vector<PlaceNearZone> near_;  // by record, then distance
 };
 
 // The path of a place file's zone file: "C:\Atlas\D.dao" gives "C:\Atlas\D.TZP".
@@ -215,6 +235,14 @@ std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int3
 // coordinates; nullopt for an atlas without a map or "Zones.hst", and for
 // coordinates off the earth. A damaged file is noted and fails the call.
 std::optional<PlaceHistory> MapHistoryAt(double longitude, double latitude);
+
+// The zones whose area lies within 5 km of database place `record` of
+// `code` other than its own, nearest first, as the builder found them on the
+// zone map; empty without the files.
+std::vector<PlaceNearZone> NearZonesOfRecord(std::string_view code, std::int32_t record);
+// The same by the zone map at coordinates, the zone there included (at 0 m):
+// for user places and points. Empty for an atlas without a map.
+std::vector<PlaceNearZone> NearZonesOnMap(double longitude, double latitude);
 
 // The history of the IANA zone `iana` ("America/Chicago"); nullopt when
 // "Zones.hst" has no such zone or the atlas has no histories.

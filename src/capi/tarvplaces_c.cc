@@ -137,6 +137,19 @@ tarv_source SourceOf(const ZoneSource& in) {
   return source;
 }
 
+template <class Record>
+void CopyNearZones(Record& record, const std::vector<NearbyZone>& zones) {
+  const std::size_t count = std::min(zones.size(), std::size(record.near_zones));
+  record.near_count = static_cast<std::int32_t>(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    tarv_near_zone& out = record.near_zones[i];
+    CopyText(out.iana, zones[i].Iana, "IANA zone");
+    out.utc_offset = Seconds(zones[i].UtcOffsetHours);
+    CopyText(out.tz_abbreviation, zones[i].TzAbbreviation, "zone abbreviation");
+    out.meters = zones[i].Meters;
+  }
+}
+
 tarv_place PlaceOf(const PlaceInfo& info) {
   tarv_place place{};
   CopyText(place.name, info.Name, "place name");
@@ -157,6 +170,7 @@ tarv_place PlaceOf(const PlaceInfo& info) {
   place.other_name = info.OtherName ? 1 : 0;
   CopyClockChange(place, info.Readings, info.Gap);
   place.source = SourceOf(info.Source);
+  CopyNearZones(place, info.NearbyZones);
   return place;
 }
 
@@ -171,6 +185,7 @@ tarv_point_zone PointZoneOf(const PointZone& point) {
   CopyText(zone.zone_long_name, point.ZoneLongName, "zone name");
   CopyClockChange(zone, point.Readings, point.Gap);
   zone.source = SourceOf(point.Source);
+  CopyNearZones(zone, point.NearbyZones);
   return zone;
 }
 

@@ -299,7 +299,8 @@ std::optional<PointZone> Atlas::ZoneAt(double longitude, double latitude,
     answer = history->AtUtc(now);
     serial = kSerialOf1970Utc + static_cast<double>(now + answer.utc_offset) / 86400.0;
   }
-  const ZoneAtDate at = ZoneOfHistoryAnswer(*history, std::move(answer));
+  ZoneAtDate at = ZoneOfHistoryAnswer(*history, std::move(answer));
+  AddNearZones(at, *history, NearZonesOnMap(longitude, latitude), serial);
   call.Check();
   return PointZoneOf(longitude, latitude, at, serial);
 }

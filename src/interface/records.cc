@@ -179,10 +179,9 @@ ZoneSource SourceOf(const ZoneAtDate& at, double serial) {
 
 }  // namespace
 
-std::string SourceText(const ZoneSource& source, std::int32_t timetable,
-                       const std::string& country, bool german) {
-  const std::string in_tzdata =
-      source.Iana + " in tzdata " + source.TzdataVersion;
+std::string SourceText(const ZoneSource& source, std::int32_t timetable, const std::string& country,
+                       bool german) {
+  const std::string in_tzdata = source.Iana + " in tzdata " + source.TzdataVersion;
   std::string text;
   switch (source.Kind) {
     case ZoneSourceKind::kTimetable:
@@ -230,6 +229,7 @@ PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
   place.ZoneLongName = LongNameAt(*at, place.Zone, serial);
   AddClockChange(*at, place.Longitude, serial, place.Readings, place.Gap);
   place.Source = SourceOf(*at, serial);
+  place.NearbyZones = at->nearby;
   return place;
 }
 
@@ -244,6 +244,7 @@ PointZone PointZoneOf(double longitude, double latitude, const ZoneAtDate& at, d
   point.ZoneLongName = LongNameAt(at, point.Zone, serial);
   AddClockChange(at, longitude, serial, point.Readings, point.Gap);
   point.Source = SourceOf(at, serial);
+  point.NearbyZones = at.nearby;
   return point;
 }
 

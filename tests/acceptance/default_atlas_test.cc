@@ -15,6 +15,9 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
+#include <iterator>
+#include <map>
 #include <random>
 #include <set>
 #include <tuple>
@@ -24,6 +27,7 @@
 #include "atlas/posix_tz.h"
 #include "atlas/timetable.h"
 #include "atlas/zone_history.h"
+#include "atlas/zone_map.h"
 #include "export/text_export.h"
 #include "geonames_atlas_fixture.h"
 #include "support/atlas_fixture.h"
@@ -406,6 +410,76 @@ TEST_F(DefaultAtlasTest, ExportedFilesHoldWhatTheAtlasHolds) {
   EXPECT_EQ(std::tuple(lines("Countries.txt"), lines("Cities.txt"), lines("Zones.txt"),
                        lines("Timetable.txt")),
             std::tuple(countries, places_in_files, CurrentAtlas().zones.size(), timetable_entries));
+}
+
+// The zones near a place, against the map itself: points on rings around
+// the place, 100 m apart out to 5 km, each asked which zone holds it. A
+// place is near a zone line keeping another clock when some point within
+// 5 km lies in a zone with another offset at the instant asked. Where the
+// two disagree the rings are drawn 10 m apart before it counts; the
+// builder's simplification leaves slivers of open sea (under 500 m wide)
+// between neighbouring zones, which the atlas does not count as sea.
+TEST_F(DefaultAtlasZones, NearZoneLinesAgreeWithTheMapAroundThePlace) {
+  auto read = [](const std::string& file) {
+    std::ifstream in(kAtlas + "/" + file, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::int32_t error = 0;
+    return ExpandSzdd(bytes, error);
+  };
+  if (!std::filesystem::exists(kAtlas + "/" + kZoneMapFile)) GTEST_SKIP() << "no zone map";
+  const ZoneHistories histories(read(kZoneHistoryFile), kZoneHistoryFile, 4096);
+  const ZoneMap map(read(kZoneMapFile), kZoneMapFile, histories.size());
+  std::map<std::string, std::uint16_t> number;
+  for (std::size_t i = 0; i < histories.size(); ++i)
+    number[histories[i].name] = static_cast<std::uint16_t>(i);
+  constexpr double kMetersPerDegree = 6'371'008.8 * 3.14159265358979323846 / 180.0;
+  // The nearest sampled point whose zone keeps another clock: its zone, metres.
+  auto sampled = [&](double lon, double lat, std::int32_t offset, std::int64_t utc, double step,
+                     int bearings) -> std::optional<std::pair<std::string, double>> {
+    for (double r = step; r <= kNearZoneMeters; r += step) {
+      for (int b = 0; b < bearings; ++b) {
+        const double angle = 2 * 3.14159265358979323846 * b / bearings;
+        const double x = lon + r * std::sin(angle) / (kMetersPerDegree * std::cos(lat * 0.0174533));
+        const double y = lat + r * std::cos(angle) / kMetersPerDegree;
+        if (std::fabs(y) > 90) continue;
+        const auto zone = map.ZoneAt(x > 180 ? x - 360 : (x < -180 ? x + 360 : x), y);
+        if (zone && histories.AtUtc(*zone, utc).utc_offset != offset)
+          return std::pair(histories[*zone].name, r);
+      }
+    }
+    return std::nullopt;
+  };
+  std::mt19937 rng(33);
+  const auto sample = RandomPlaces(*places_, 1000, rng);
+  const LocalTime when{2020, 1, 15, 12, 0, 0};
+  std::size_t near = 0, agree = 0, slivers = 0;
+  std::vector<std::string> wrong;
+  for (const auto& [p, code] : sample) {
+    const auto place = PlaceAt(atlas_, p, code, when);
+    ASSERT_TRUE(place) << p.name;
+    if (!number.count(place->Iana)) continue;
+    const auto offset = static_cast<std::int32_t>(std::lround(place->Zone.UtcOffsetHours * 3600));
+    const std::int64_t utc = (DaysOfCivil(2020, 1, 15) * 86400 + 12 * 3600) - offset;
+    const bool flagged = !place->NearbyZones.empty();
+    auto found = sampled(place->Longitude, place->Latitude, offset, utc, 100, 72);
+    if (flagged != found.has_value())
+      found = sampled(place->Longitude, place->Latitude, offset, utc, 10, 720);
+    near += flagged;
+    if (flagged == found.has_value()) {
+      ++agree;
+    } else if (found && found->first.starts_with("Etc/")) {
+      ++slivers;
+    } else {
+      wrong.push_back(p.name + " (" + code + ", " + place->Iana + "): atlas " +
+                      (flagged ? place->NearbyZones[0].Iana : std::string("nothing")) + ", map " +
+                      (found ? found->first + " at " + std::to_string(found->second) + " m"
+                             : std::string("nothing")));
+    }
+  }
+  std::cout << sample.size() << " places: " << near << " near a zone keeping another clock on "
+            << "2020-01-15; " << agree << " agree with the map sampled around them, " << slivers
+            << " see only a sliver of open sea, " << wrong.size() << " disagree\n";
+  EXPECT_TRUE(wrong.empty()) << ::testing::PrintToString(wrong);
 }
 
 }  // namespace

@@ -300,9 +300,26 @@ TEST(ZoneHistoryCodec, RoundTripsAndRefusesWhatItCannotHold) {
   bad.emplace_back();
   for (const auto& zones : bad)
     EXPECT_THROW(EncodeZoneHistories(zones, "2025b"), std::invalid_argument);
+  // Near zones come back by record, nearest first, whatever order they went in.
+  const PlaceZones near(EncodePlaceZones({0, 1, 0}, {0}, {{3, 1, 4000}, {1, 1, 900}, {3, 0, 20}}),
+                        "D.TZP", 2);
+  EXPECT_EQ(near.NearZonesOf(3), (std::vector<PlaceNearZone>{{3, 0, 20}, {3, 1, 4000}}));
+  EXPECT_EQ(near.NearZonesOf(1), (std::vector<PlaceNearZone>{{1, 1, 900}}));
+  EXPECT_TRUE(near.NearZonesOf(2).empty());
+  EXPECT_THROW(EncodePlaceZones({0}, {}, {{2, 0, 10}}), std::invalid_argument);  // no record 2
+  EXPECT_THROW(EncodePlaceZones({0}, {}, {{1, 0, 5001}}), std::invalid_argument);
+  std::string unordered = EncodePlaceZones({0, 0}, {}, {{1, 0, 10}, {2, 0, 10}});
+  unordered[unordered.size() - 16] = '\x02';  // the first entry's record: 2 before 2's... then 2
+  unordered[unordered.size() - 8] = '\x01';   // ... and 1: out of order
+  EXPECT_THROW(PlaceZones(unordered, "D.TZP", 1), FormatViolation);
+  std::string far = EncodePlaceZones({0}, {}, {{1, 0, 10}});
+  far[far.size() - 2] = '\x89';  // 5001 m
+  far[far.size() - 1] = '\x13';
+  EXPECT_THROW(PlaceZones(far, "D.TZP", 1), FormatViolation);
   EXPECT_NO_THROW(EncodePlaceZones({0}, std::vector<std::uint16_t>(999, 0)));  // the most
   EXPECT_THROW(EncodePlaceZones({0}, std::vector<std::uint16_t>(1000, 0)), std::invalid_argument);
-  EXPECT_THROW(ZoneHistories(EncodeZoneHistories({zone}, "2025b"), "Zones.hst", 1), FormatViolation);
+  EXPECT_THROW(ZoneHistories(EncodeZoneHistories({zone}, "2025b"), "Zones.hst", 1),
+               FormatViolation);
 }
 
 }  // namespace

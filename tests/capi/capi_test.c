@@ -99,12 +99,15 @@ static void both_readings_of_a_repeated_hour_and_the_gap_of_a_skipped_one(void) 
   const tarv_local_time autumn = {1983, 9, 25, 2, 30, 0};
   const tarv_local_time spring = {1983, 3, 27, 2, 30, 0};
   const tarv_local_time chicago_autumn = {1990, 10, 28, 1, 30, 0};
+  const tarv_local_time winter2020 = {2020, 1, 15, 12, 0, 0};
   CHECK_STATUS(tarv_place_lookup(atlas, "Paris", "F", &autumn, &p, NULL), TARV_OK, NULL);
   CHECK(p.local_time == TARV_LOCAL_TIME_REPEATED && p.utc_offset == 7200 && p.reading_count == 2);
   CHECK(p.readings[0].utc_offset == 7200 && p.readings[0].is_default == 1);
   CHECK(p.readings[1].utc_offset == 3600 && p.readings[1].is_default == 0);
-  CHECK(strcmp(p.readings[0].tz_abbreviation, "CEST") == 0 && strcmp(p.readings[0].zone, "MET/S") == 0);
-  CHECK(strcmp(p.readings[1].tz_abbreviation, "CET") == 0 && strcmp(p.readings[1].zone, "MET") == 0);
+  CHECK(strcmp(p.readings[0].tz_abbreviation, "CEST") == 0 &&
+        strcmp(p.readings[0].zone, "MET/S") == 0);
+  CHECK(strcmp(p.readings[1].tz_abbreviation, "CET") == 0 &&
+        strcmp(p.readings[1].zone, "MET") == 0);
   CHECK(strcmp(p.readings[1].zone_long_name, "Mitteleuropäische Normalzeit") == 0);
   CHECK(p.readings[0].zone_id == p.zone_id && p.has_gap == 0);
 
@@ -112,16 +115,29 @@ static void both_readings_of_a_repeated_hour_and_the_gap_of_a_skipped_one(void) 
   CHECK(p.local_time == TARV_LOCAL_TIME_SKIPPED && p.utc_offset == 7200 && p.reading_count == 0);
   CHECK(p.has_gap == 1 && p.gap.offset_before == 3600 && p.gap.offset_after == 7200);
   CHECK(p.gap.from.year == 1983 && p.gap.from.month == 3 && p.gap.from.day == 27);
-  CHECK(p.gap.from.hour == 2 && p.gap.from.minute == 0 && p.gap.to.hour == 3 && p.gap.to.minute == 0);
+  CHECK(p.gap.from.hour == 2 && p.gap.from.minute == 0 && p.gap.to.hour == 3 &&
+        p.gap.to.minute == 0);
 
   CHECK_STATUS(tarv_place_lookup(atlas, "Paris", "F", &kSummer1980, &p, NULL), TARV_OK, NULL);
   CHECK(p.local_time == TARV_LOCAL_TIME_NORMAL && p.reading_count == 0 && p.has_gap == 0);
+  CHECK(p.source.kind == TARV_SOURCE_ZONE_HISTORY && strcmp(p.source.iana, "Europe/Paris") == 0);
+  CHECK(strlen(p.source.tzdata_version) >= 5 && p.source.before_1970 == 0 && p.near_count == 0);
+
+  /* Chattahoochee keeps Eastern time a kilometre or two from Central time. */
+  CHECK_STATUS(tarv_place_lookup(atlas, "Chattahoochee", "USFL", &winter2020, &p, NULL), TARV_OK,
+               NULL);
+  CHECK(p.utc_offset == -18000 && p.near_count >= 1);
+  CHECK(strcmp(p.near_zones[0].iana, "America/Chicago") == 0 &&
+        p.near_zones[0].utc_offset == -21600);
+  CHECK(p.near_zones[0].meters > 0 && p.near_zones[0].meters < 5000);
+  CHECK(strcmp(p.near_zones[0].tz_abbreviation, "CST") == 0);
 
   CHECK_STATUS(tarv_open(g_mapped, &mapped), TARV_OK, NULL);
   CHECK_STATUS(tarv_zone_at(mapped, 13.4, 52.5, &chicago_autumn, &z), TARV_OK, NULL);
   CHECK(z.local_time == TARV_LOCAL_TIME_REPEATED && z.reading_count == 2);
   CHECK(z.readings[0].utc_offset == -18000 && z.readings[1].utc_offset == -21600);
-  CHECK(strcmp(z.readings[0].tz_abbreviation, "CDT") == 0 && strcmp(z.readings[1].tz_abbreviation, "CST") == 0);
+  CHECK(strcmp(z.readings[0].tz_abbreviation, "CDT") == 0 &&
+        strcmp(z.readings[1].tz_abbreviation, "CST") == 0);
   tarv_close(mapped);
   tarv_close(atlas);
 }

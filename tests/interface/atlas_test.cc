@@ -228,8 +228,19 @@ TEST_F(AtlasTest, ZonesComeFromTheMapOrTheZoneTheUserNamed) {
             std::tuple(Kind::kTimetable, "", "", false));
   EXPECT_EQ(source(atlas.Lookup("München", "D", LocalTime{1850, 6, 1, 12, 0, 0})),
             std::tuple(Kind::kMeanTime, "", "", true));
-  EXPECT_EQ(source(without_map.Lookup("Ostdorf", "D", july)),
-            std::tuple(Kind::kTimetable, "", "", false));
+  // Near the line at 10 degrees east the other side keeps another clock;
+  // farther in, or where both keep the same, nothing is said.
+  const auto edge = atlas.ZoneAt(10.03, 50.0, july);
+  ASSERT_TRUE(edge);
+  ASSERT_EQ(edge->NearbyZones.size(), 1U);
+  EXPECT_EQ(std::tuple(edge->NearbyZones[0].Iana, edge->NearbyZones[0].UtcOffsetHours,
+                       edge->NearbyZones[0].TzAbbreviation),
+            std::tuple("Test/West", 0.0, "+00"));
+  EXPECT_NEAR(edge->NearbyZones[0].Meters, 0.03 * 111195 * std::cos(50 * 0.0174533), 20);
+  EXPECT_TRUE(atlas.ZoneAt(12.0, 50.0, july)->NearbyZones.empty());
+  EXPECT_EQ(atlas.AddPlace("D", "Granzdorf", 10.03, 50.0, 1), "");
+  EXPECT_EQ(atlas.Lookup("Granzdorf", "D", july)->NearbyZones.size(), 1U);
+  EXPECT_TRUE(atlas.Lookup("Granzdorf", "D")->NearbyZones.empty());  // no date, no instant
   EXPECT_EQ(SourceText(atlas.Lookup("Westdorf", "D", july)->Source, 1, "D"),
             "Test/West in tzdata 2025b, the zone the user named");
   EXPECT_EQ(SourceText(atlas.Lookup("München", "D", LocalTime{1850, 6, 1, 12, 0, 0})->Source, 1,

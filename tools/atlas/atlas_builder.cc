@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/country_files.h"
 #include "atlas/place_files.h"
 #include "atlas/place_names.h"
@@ -36,7 +37,7 @@ struct CountryOutput {
 // gathering its line of Country.dat, its timetables and its rule lines.
 void WriteCountries(const BuildOptions& options, const std::vector<CountryPlan*>& order,
                     ZoneLibrary& zones, const ZoneHistoryFile& histories, const PlaceNamer& namer,
-                    CountryOutput& output, BuildSummary& summary) {
+                    const NearZoneFinder* near, CountryOutput& output, BuildSummary& summary) {
   for (std::size_t i = 0; i < order.size(); ++i) {
     CountryPlan& plan = *order[i];
     plan.id = static_cast<std::int16_t>(i + 1);
@@ -46,7 +47,8 @@ void WriteCountries(const BuildOptions& options, const std::vector<CountryPlan*>
     const CountryTimetables timetables = NumberHistories(plan, zones, summary.merged);
     output.timetables.Add(plan, timetables, zones.table().size());
     output.rules.Add(plan.id, timetables, zones, summary.unexpressible);
-    WriteCountryPlaces(options.out, plan, timetables, namer, histories.numbers, output.places);
+    WriteCountryPlaces(options.out, plan, timetables, namer, histories.numbers, near,
+                       output.places);
   }
 }
 
@@ -68,6 +70,7 @@ void Summarize(const fs::path& out, const CountryOutput& output, const ZoneHisto
   summary.timetables = output.timetables.timetables();
   summary.entries = output.timetables.entries();
   summary.zone_histories = histories.histories.size();
+  summary.near_another_clock = output.places.near_another_clock;
   summary.tzdata_version = histories.tzdata_version;
   summary.rule_lines = output.rules.rule_lines();
   summary.change_lines = output.rules.change_lines();
@@ -110,10 +113,7 @@ void WriteBoundaryNotice(const fs::path& out) {
       "License (ODbL) 1.0: https://opendatacommons.org/licenses/odbl/\n");
 }
 
-void WriteZoneMapFiles(const fs::path& out, const ZoneBoundaries& boundaries,
-                       const ZoneHistoryFile& histories, BuildSummary& summary) {
-  const ZoneMapData map =
-      BuildZoneMap(boundaries, [&](const std::string& zone) { return histories.numbers.at(zone); });
+void WriteZoneMapFiles(const fs::path& out, const ZoneMapData& map, BuildSummary& summary) {
   WriteZoneMap(out, map);
   WriteBoundaryNotice(out);
   summary.zone_map_bytes = fs::file_size(out / kZoneMapFile);
@@ -154,10 +154,28 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   ZoneHistoryFile histories = NumberZoneHistories(history_zones, zones);
   histories.tzdata_version = ReadTzdataVersion(options.zoneinfo);
 
+  // The map first: the place zone files keep the zones near each place.
+  std::optional<ZoneMapData> map;
+  std::optional<ZoneMap> readable_map;
+  // Read back as a lookup reads them; a fault would be the builder's own.
+  const ZoneHistories readable_histories = ValueOrAtlasError(Decode([&] {
+    return ZoneHistories(EncodeZoneHistories(histories.histories, histories.tzdata_version),
+                         kZoneHistoryFile, zones.table().size());
+  }));
+  std::optional<NearZoneFinder> near;
+  if (boundaries) {
+    Progress(options, "drawing the zone map", 0.03);
+    map = BuildZoneMap(*boundaries,
+                       [&](const std::string& zone) { return histories.numbers.at(zone); });
+    readable_map.emplace(ValueOrAtlasError(Decode(
+        [&] { return ZoneMap(EncodeZoneMap(*map), kZoneMapFile, histories.histories.size()); })));
+    near.emplace(*readable_map, readable_histories);
+  }
+
   Progress(options, "learning place names", 0.04);
   const PlaceNamer namer(places);
   CountryOutput output;
-  WriteCountries(options, order, zones, histories, namer, output, summary);
+  WriteCountries(options, order, zones, histories, namer, near ? &*near : nullptr, output, summary);
   for (const auto& group : GroupRecords(order.size()))
     output.lines.push_back(group);
   summary.countries = output.lines.size();
@@ -172,8 +190,8 @@ BuildSummary BuildAtlas(const BuildOptions& options) {
   WriteZoneTable(out, zones.table());
   output.timetables.Write(out);
   WriteZoneHistories(out, histories);
-  if (boundaries) {
-    WriteZoneMapFiles(out, *boundaries, histories, summary);
+  if (map) {
+    WriteZoneMapFiles(out, *map, summary);
   } else {
     // A map left from an earlier build would name another build's zones.
     fs::remove(out / kZoneMapFile);

@@ -46,9 +46,11 @@ struct BuildSummary {
   std::size_t change_lines = 0;    // change lines of DstRules.dat (history after 1999)
   std::size_t zone_histories = 0;  // IANA zones in Zones.hst, each place's own history
   std::string tzdata_version;      // the tzdata release of the histories
-  std::size_t country_codes = 0;   // ISO codes in CountryNames.dat
-  std::size_t country_names = 0;   // name keys in CountryNames.dat
-  std::uintmax_t bytes = 0;        // size of all files written
+  // Places within 5 km of a zone that keeps another clock at 2020-01-01.
+  std::size_t near_another_clock = 0;
+  std::size_t country_codes = 0;  // ISO codes in CountryNames.dat
+  std::size_t country_names = 0;  // name keys in CountryNames.dat
+  std::uintmax_t bytes = 0;       // size of all files written
   std::size_t skipped_lines = 0;
   // "Zone year" pairs whose summer time after 1999 no weekday rule of the
   // rules file expresses (the change lines hold them; the rules serve only

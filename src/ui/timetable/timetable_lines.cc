@@ -79,9 +79,7 @@ std::string ZoneSourceNote(const std::string& country, const PlaceData& place,
   if (!source) return {};
   return language.Choose("Times from ", "Zeiten nach ") + source->iana +
          (source->named ? language.Choose(" (your choice)", " (Ihre Wahl)") : "") + ", tzdata " +
-         source->tzdata +
-         language.Choose(" (incomplete before 1970)",
-                         " (vor 1970 unvollständig)");
+         source->tzdata + language.Choose(" (incomplete before 1970)", " (vor 1970 unvollständig)");
 }
 
 std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,

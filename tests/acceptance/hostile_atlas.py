@@ -10,6 +10,7 @@ naming the damaged file; no confirmed addition may go missing ("lost").
 Prints "N tried, C crash, H hang, L lost, W silent wrong" and every failure.
 """
 import argparse
+import concurrent.futures
 import os
 import random
 import shutil
@@ -166,8 +167,8 @@ class Tally:
                     f"{case}: {status} {text.strip()[:200]}")
 
 
-def fresh_copy(pristine, scratch):
-    copy = os.path.join(scratch, "copy")
+def fresh_copy(pristine, scratch, name="copy"):
+    copy = os.path.join(scratch, name)
     shutil.rmtree(copy, ignore_errors=True)
     shutil.copytree(pristine, copy, copy_function=os.link, symlinks=True)
     # The user folder is written to: its files are copies, not links.
@@ -187,13 +188,25 @@ def damaged_files(fronts, tally, pristine, scratch, rng):
     for front, answers in expected.items():
         for q, (status, text) in zip(QUESTIONS, answers):
             assert status in (0, 1), f"the undamaged atlas fails {front} {q}: {text}"
+    cases = []
     for file in FILES:
         data = open(os.path.join(pristine, file), "rb").read()
-        for damage, damaged in damages(file, data, rng):
-            copy = fresh_copy(pristine, scratch)
-            replace(os.path.join(copy, file), damaged)
+        cases += [(file, damage, damaged) for damage, damaged in damages(file, data, rng)]
+
+    def ask_all(numbered):
+        """Each front end's answers on a copy of the atlas with one file damaged."""
+        number, (file, damage, damaged) = numbered
+        copy = fresh_copy(pristine, scratch, f"copy-{number}")
+        replace(os.path.join(copy, file), damaged)
+        answers = {front: fronts.ask(front, copy, QUESTIONS) for front in fronts.names}
+        shutil.rmtree(copy, ignore_errors=True)
+        return file, damage, answers
+
+    # The cases are independent: as many at once as there are processors.
+    with concurrent.futures.ThreadPoolExecutor(max_workers=os.cpu_count() or 1) as pool:
+        for file, damage, answers in pool.map(ask_all, enumerate(cases)):
             for front in fronts.names:
-                for q, answer, want in zip(QUESTIONS, fronts.ask(front, copy, QUESTIONS), expected[front]):
+                for q, answer, want in zip(QUESTIONS, answers[front], expected[front]):
                     tally.judge(f"{front} {file} {damage}: {' '.join(q)}", answer,
                                 lambda *a, want=want: a == want, [os.path.basename(file)])
 

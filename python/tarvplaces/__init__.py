@@ -466,20 +466,23 @@ def _fold(when):
     return getattr(when, "fold", 0) if isinstance(when, datetime.datetime) else 0
 
 
+def _zone_of(s):
+    """(zone_id, zone, zone_name, utc_offset, tz_abbreviation,
+    zone_long_name) of a record struct or of one of its readings, which name
+    them alike."""
+    return (
+        s.zone_id,
+        s.zone.decode(),
+        s.zone_name.decode(),
+        datetime.timedelta(seconds=s.utc_offset),
+        s.tz_abbreviation.decode(),
+        s.zone_long_name.decode(),
+    )
+
+
 def _clock_change(s):
     """The readings and the gap of a struct, as Reading and Gap records."""
-    readings = tuple(
-        Reading(
-            r.zone_id,
-            r.zone.decode(),
-            r.zone_name.decode(),
-            datetime.timedelta(seconds=r.utc_offset),
-            r.tz_abbreviation.decode(),
-            r.zone_long_name.decode(),
-            bool(r.is_default),
-        )
-        for r in s.readings[: s.reading_count]
-    )
+    readings = tuple(Reading(*_zone_of(r), bool(r.is_default)) for r in s.readings[: s.reading_count])
     gap = None
     if s.has_gap:
         g = s.gap
@@ -511,17 +514,7 @@ def _near_zones(s):
 def _zone_fields(s, readings, fold):
     """The zone fields a record gives: the struct's, or with fold 1 those of
     the later reading of a repeated local time."""
-    if fold and len(readings) == 2:
-        r = readings[1]
-        return r.zone_id, r.zone, r.zone_name, r.utc_offset, r.tz_abbreviation, r.zone_long_name
-    return (
-        s.zone_id,
-        s.zone.decode(),
-        s.zone_name.decode(),
-        datetime.timedelta(seconds=s.utc_offset),
-        s.tz_abbreviation.decode(),
-        s.zone_long_name.decode(),
-    )
+    return tuple(readings[1][:6]) if fold and len(readings) == 2 else _zone_of(s)
 
 
 def _place(s, zone_here=None, fold=0):

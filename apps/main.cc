@@ -194,10 +194,12 @@ json SourceJson(const tarv::ZoneSource& source, std::int32_t timetable,
               {"text", tarv::SourceText(source, timetable, country)}};
 }
 
-// "1.8 km".
-std::string Kilometres(double meters) {
+// "1.8 km away"; a zone the map gives the point itself (a user place in a
+// zone the user named) is "here".
+std::string Away(double meters) {
+  if (meters < 50) return "here by the zone map";
   char text[32];
-  std::snprintf(text, sizeof text, "%.1f km", meters / 1000.0);
+  std::snprintf(text, sizeof text, "%.1f km away", meters / 1000.0);
   return text;
 }
 
@@ -276,8 +278,8 @@ void PrintClockChange(const json& j) {
     for (const json& z : j["near_zones"]) {
       std::cout << std::setw(12) << "Near" << z["iana"].get<std::string>() << " ("
                 << z["tz_abbreviation"].get<std::string>() << ", UTC"
-                << Offset(z["utc_offset"].get<double>()) << ") "
-                << Kilometres(z["meters"].get<double>()) << " away keeps another clock\n";
+                << Offset(z["utc_offset"].get<double>()) << ") " << Away(z["meters"].get<double>())
+                << " keeps another clock\n";
     }
   }
   if (!j.contains("local_time") || j["local_time"] == "normal") return;
@@ -573,7 +575,7 @@ int RunZone(const Options& o, const std::string& name, const std::string& countr
     std::cout << "source " << z["source"]["text"].get<std::string>() << '\n';
     for (const auto& near : place->NearbyZones) {
       std::cout << "near " << near.Iana << " " << near.TzAbbreviation << "  UTC"
-                << Offset(near.UtcOffsetHours) << "  " << Kilometres(near.Meters) << " away\n";
+                << Offset(near.UtcOffsetHours) << "  " << Away(near.Meters) << "\n";
     }
   }
   return kFound;

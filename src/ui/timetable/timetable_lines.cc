@@ -77,9 +77,9 @@ std::string ZoneSourceNote(const std::string& country, const PlaceData& place,
                            const TarvLanguage& language) {
   const auto source = HistorySourceOf(country, place);
   if (!source) return {};
-  return language.Choose("Times from ", "Zeiten nach ") + source->iana +
+  return language.Choose("Times from ", "Zeiten: ") + source->iana +
          (source->named ? language.Choose(" (your choice)", " (Ihre Wahl)") : "") + ", tzdata " +
-         source->tzdata + language.Choose(" (incomplete before 1970)", " (vor 1970 unvollständig)");
+         source->tzdata + language.Choose(" (incomplete before 1970)", ", vor 1970 lückenhaft");
 }
 
 std::string OwnHistoryNote(const std::string& country, std::int16_t record, std::int16_t timetable,

@@ -389,6 +389,38 @@ _document_fields(
     "clock then, nearest first; else ().",
 )
 _document_fields(
+    Reading,
+    zone_id="Index of the reading's zone in the zone table (``Atlas.zones()``).",
+    zone='The zone table\'s abbreviation of the reading ("MET/S").',
+    zone_name='The name of that zone ("Central European Summer Time").',
+    utc_offset="The offset from UTC of this reading, a timedelta, east positive.",
+    tz_abbreviation='tzdata\'s abbreviation of this reading ("CEST").',
+    zone_long_name="The long name of the zone then, in the atlas's language.",
+    default="True for the reading the atlas gives with ``fold=0``, the earlier.",
+)
+_document_fields(
+    Gap,
+    start="The first local time that never was, a naive datetime (1983-03-27 02:00).",
+    end="The first local time after the gap, a naive datetime (1983-03-27 03:00).",
+    offset_before="The offset from UTC before the gap, a timedelta, east positive.",
+    offset_after="The offset from UTC after the gap, a timedelta, east positive.",
+)
+_document_fields(
+    Source,
+    kind='"zone history", "named zone", "timetable" or "mean time".',
+    iana='The IANA zone whose history answered ("Europe/Berlin"); "" for a timetable.',
+    tzdata='The tzdata release the atlas was built from ("2025b"); "" for a timetable.',
+    before_1970="True when the instant lies before 1970 UTC, which tzdata does not aim to keep "
+    "completely.",
+)
+_document_fields(
+    NearZone,
+    iana='The IANA zone whose area lies near ("America/Chicago").',
+    utc_offset="Its offset from UTC at the instant asked, a timedelta, east positive.",
+    tz_abbreviation='tzdata\'s abbreviation of its clock then ("CST").',
+    meters="How far from the place or point its area begins, in metres.",
+)
+_document_fields(
     Country,
     id="The atlas's number of the country (47 for Germany).",
     code='The atlas\'s own code ("D", "USCA"), as ``Place.country`` holds it.',

@@ -10,6 +10,7 @@
 
 #include "atlas/name_index.h"
 #include "ui/placemanager_fixture.h"
+#include "ui/timetable/timetable_lines.h"
 
 namespace tarv::ui {
 namespace {
@@ -271,6 +272,15 @@ TEST_F(PlacemanagerModel, InfoSaysWhereAPlaceFollowsItsOwnZoneHistory) {
             "Eigene Zonengeschichte Test/Plain in 1996-2100 (weicht von Zeittabelle 1 ab)");
   Open("Bonn", "D");
   EXPECT_EQ(Text("lb_Zeittabelle_1"), "");
+  // Where they agree, the line names the history the place's times come
+  // from; a place that follows its timetable names none.
+  PlaceData berlin;
+  berlin.name = "Berlin";
+  berlin.record = 2;
+  EXPECT_EQ(ZoneSourceNote("D", berlin, AtlasLanguage()),
+            "Zeiten: Test/Plain, tzdata 2025b, vor 1970 lückenhaft");
+  berlin.record = 1;  // a place without a history of its own
+  EXPECT_EQ(ZoneSourceNote("D", berlin, AtlasLanguage()), "");
 }
 
 TEST_F(PlacemanagerModel, CountryByNameOrCodeWithReturnOrByTheOptionButtons) {

@@ -293,9 +293,14 @@ ZoneMap::Tile ZoneMap::DecodeTile(std::uint32_t number) const {
 
 const ZoneMap::Tile& ZoneMap::TileAt(std::uint32_t number) const {
   LazyTile& lazy = tiles_[number];
-  // A damaged tile throws out of call_once, which leaves it undecoded: the
-  // next question about it gets the same fault.
-  std::call_once(lazy.decoded, [&] { lazy.tile = DecodeTile(number); });
+  if (lazy.decoded.load(std::memory_order_acquire)) return lazy.tile;
+  const std::lock_guard<std::mutex> lock(lazy.decoding);
+  if (!lazy.decoded.load(std::memory_order_relaxed)) {
+    // A damaged tile throws here and stays undecoded: the next question
+    // about it gets the same fault.
+    lazy.tile = DecodeTile(number);
+    lazy.decoded.store(true, std::memory_order_release);
+  }
   return lazy.tile;
 }
 

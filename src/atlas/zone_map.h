@@ -182,8 +182,11 @@ class ZoneMap {
     // coast (kCoast) or not (kInland), found on first need (kUnknown).
     std::unique_ptr<std::atomic<std::uint8_t>[]> coast;
   };
+  // Decoded on first need. Not std::call_once: MinGW's implementation hangs
+  // when the decoder throws, and a damaged tile must throw on every question.
   struct LazyTile {
-    std::once_flag decoded;
+    std::atomic<bool> decoded{false};
+    std::mutex decoding;
     Tile tile;
   };
   class NearSearch;

@@ -481,8 +481,9 @@ struct HistoryMemo {
 };
 
 // The decoded files for the database place file of `code`; nullopt when the
-// atlas has no such files.
-std::optional<LoadedHistories> LoadHistories(std::string_view code) {
+// atlas has no such files. The reference is this thread's memo: use it
+// before the next call.
+const std::optional<LoadedHistories>& LoadHistories(std::string_view code) {
   HistoryMemo& memo = PerThread<HistoryMemo>();
   const std::uint64_t call = CallNumber();
   const AtlasState& state = CurrentAtlas();
@@ -491,15 +492,13 @@ std::optional<LoadedHistories> LoadHistories(std::string_view code) {
     return memo.loaded;
   }
   const std::uint64_t faults_before = FaultNotes();
-  auto loaded = ReadHistories(code);
+  memo.loaded = ReadHistories(code);
   // A failed read is not remembered: each call that needs the file fails.
-  if (FaultNotes() != faults_before) return loaded;
-  memo.call = call;
+  memo.call = FaultNotes() != faults_before ? 0 : call;
   memo.tables = state.tables_version;
   memo.places_path = state.places_path;
   memo.code = code;
-  memo.loaded = loaded;
-  return loaded;
+  return memo.loaded;
 }
 
 // The zone histories and the zone map of the current atlas, nullopt for an
@@ -539,7 +538,8 @@ struct MapMemo {
   std::optional<LoadedMap> loaded;
 };
 
-std::optional<LoadedMap> LoadMap() {
+// The same for the map and the histories; the reference is again the memo.
+const std::optional<LoadedMap>& LoadMap() {
   MapMemo& memo = PerThread<MapMemo>();
   const std::uint64_t call = CallNumber();
   const AtlasState& state = CurrentAtlas();
@@ -548,10 +548,11 @@ std::optional<LoadedMap> LoadMap() {
     return memo.loaded;
   }
   const std::uint64_t faults_before = FaultNotes();
-  auto loaded = ReadMap();
-  if (FaultNotes() != faults_before) return loaded;
-  memo = {call, state.tables_version, state.places_path, loaded};
-  return loaded;
+  memo.loaded = ReadMap();
+  memo.call = FaultNotes() != faults_before ? 0 : call;
+  memo.tables = state.tables_version;
+  memo.places_path = state.places_path;
+  return memo.loaded;
 }
 
 HistoryAnswer AnswerAt(const ZoneHistories& histories, std::uint16_t zone, double date) {
@@ -570,7 +571,7 @@ std::optional<HistoryAnswer> OwnHistoryAt(std::string_view code, std::int32_t re
 
 std::optional<PlaceHistory> OwnHistoryOf(std::string_view code, std::int32_t record) {
   if (record < 1) return std::nullopt;
-  const auto loaded = LoadHistories(code);
+  const auto& loaded = LoadHistories(code);
   if (!loaded) return std::nullopt;
   const auto zone = loaded->place_zones->ZoneOf(record);
   if (!zone) return std::nullopt;
@@ -584,7 +585,7 @@ HistoryAnswer PlaceHistory::At(double date) const {
 std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int32_t timetable,
                                                 double date) {
   if (!std::isfinite(date)) return std::nullopt;
-  const auto loaded = LoadHistories(code);
+  const auto& loaded = LoadHistories(code);
   if (!loaded) return std::nullopt;
   const auto zone = loaded->place_zones->ZoneOfTimetable(timetable);
   if (!zone) return std::nullopt;
@@ -592,7 +593,7 @@ std::optional<HistoryAnswer> TimetableHistoryAt(std::string_view code, std::int3
 }
 
 std::optional<PlaceHistory> MapHistoryAt(double longitude, double latitude) {
-  const auto loaded = LoadMap();
+  const auto& loaded = LoadMap();
   if (!loaded || !loaded->map) return std::nullopt;
   // The map decodes a tile when a question first reaches it, so damage can
   // show here: noted, it fails the call like any damaged file.
@@ -607,13 +608,13 @@ std::optional<PlaceHistory> MapHistoryAt(double longitude, double latitude) {
 
 std::vector<PlaceNearZone> NearZonesOfRecord(std::string_view code, std::int32_t record) {
   if (record < 1) return {};
-  const auto loaded = LoadHistories(code);
+  const auto& loaded = LoadHistories(code);
   if (!loaded) return {};
   return loaded->place_zones->NearZonesOf(record);
 }
 
 std::vector<PlaceNearZone> NearZonesOnMap(double longitude, double latitude) {
-  const auto loaded = LoadMap();
+  const auto& loaded = LoadMap();
   if (!loaded || !loaded->map) return {};
   const ZoneMap& map = *loaded->map;
   const auto found = Decode([&] {
@@ -632,7 +633,7 @@ std::vector<PlaceNearZone> NearZonesOnMap(double longitude, double latitude) {
 }
 
 std::optional<PlaceHistory> NamedHistory(std::string_view iana) {
-  const auto loaded = LoadMap();
+  const auto& loaded = LoadMap();
   if (!loaded) return std::nullopt;
   const ZoneHistories& histories = *loaded->histories;
   for (std::size_t i = 0; i < histories.size(); ++i) {
@@ -643,7 +644,7 @@ std::optional<PlaceHistory> NamedHistory(std::string_view iana) {
 }
 
 bool HasZoneMap() {
-  const auto loaded = LoadMap();
+  const auto& loaded = LoadMap();
   return loaded && loaded->map;
 }
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (preset fuzz) and runs each for SECONDS
 # (default 30), one per core at a time, on a scratch copy of its seed
-# corpus, so that what a run discovers never lands in fuzz/corpus. Exits non-zero when any target finds
-# a crash, a leak or a hang; the input that did it is kept in
-# build/fuzz/findings/ for a regression test.
+# corpus, so that what a run discovers never lands in fuzz/corpus. Exits
+# non-zero when any target finds a crash, a leak or a hang; the input that
+# did it is kept in build/fuzz/findings/ for a regression test.
 #   scripts/run-fuzz.sh [SECONDS]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -18,7 +18,7 @@ mkdir -p "$findings"
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 
-# One target per core at a time.
+# One target's run; its status and log land in $work.
 fuzz_one() {
   local target="$1" name
   name="$(basename "$target")"

@@ -181,3 +181,57 @@ def test_the_map_meets_its_targets():
         pytest.skip("TARV_ZONE_MAP_ATLAS names no atlas")
     cache = pathlib.Path(os.environ.get("TARV_ZONE_MAP_CACHE", pathlib.Path(atlas).parent / "zone-map-acceptance"))
     assert check.run(pathlib.Path(atlas), cache, check.fetch_geotz())
+
+
+# Places users met with the wrong clock before the atlas had a map: user
+# places entered by coordinates, and atlas places whose GeoNames zone keeps
+# another clock than the boundaries of their country (Huế the other way:
+# GeoNames' Bangkok would lose South Vietnam's UTC+8, which the place keeps).
+# Offsets in hours at local noon, tzdata's.
+USER_PLACES = [
+    # country, name, longitude, latitude, named zone, date, offset, IANA zone
+    ("USIN", "Gary Farm", -87.35, 41.60, None, (1990, 1, 15), -6, "America/Chicago"),
+    ("USIN", "Gary East", -87.35, 41.60, "America/New_York", (1990, 1, 15), -5, "America/New_York"),
+    ("RCH", "Aysén Farm", -72.0, -45.5, None, (2026, 7, 1), -3, "America/Coyhaique"),
+    ("MEX", "Río Bravo Farm", -98.09206, 25.98725, None, (2015, 3, 20), -5, "America/Matamoros"),
+]
+ATLAS_PLACES = [
+    ("Coyhaique", "RCH", (2026, 7, 1), -3, "America/Coyhaique"),
+    ("Fernando de Noronha", "BR", (2020, 1, 15), -2, "America/Noronha"),
+    ("Huế", "VN", (1972, 7, 1), 8, "Asia/Ho_Chi_Minh"),
+    ("Ciudad Río Bravo", "MEX", (2015, 3, 20), -5, "America/Matamoros"),
+]
+
+
+def test_places_users_met_keep_the_clock_of_where_they_lie(tmp_path):
+    atlas_folder = os.environ.get("TARV_ZONE_MAP_ATLAS")
+    if not atlas_folder:
+        pytest.skip("TARV_ZONE_MAP_ATLAS names no atlas")
+    import datetime
+    import shutil
+
+    sys.path.insert(0, str(check.REPOSITORY / "python"))
+    import tarvplaces
+
+    # A copy, so that the user places go into a USER folder of its own.
+    copy = tmp_path / "atlas"
+    shutil.copytree(atlas_folder, copy, ignore=shutil.ignore_patterns("USER"))
+    hours = datetime.timedelta(hours=1)
+    with tarvplaces.Atlas(copy) as atlas:
+        for country, name, lon, lat, zone, date, offset, iana in USER_PLACES:
+            atlas.add_place(country, name, lon, lat, zone=zone)
+            place = atlas.place(name, country, datetime.datetime(*date, 12))
+            assert (place.iana, place.utc_offset / hours, place.user_place) == (iana, offset, True), name
+            if zone is None:
+                point = atlas.zone_at(lon, lat, datetime.datetime(*date, 12))
+                assert (point.iana, point.utc_offset / hours) == (iana, offset), name
+        for name, country, date, offset, iana in ATLAS_PLACES:
+            place = atlas.place(name, country, datetime.datetime(*date, 12))
+            assert (place.iana, place.utc_offset / hours, place.user_place) == (iana, offset, False), name
+    # Without the map the user places keep their timetable's clock (Gary's
+    # USIN timetable 0 is Eastern time), and nothing answers bare coordinates.
+    (copy / "Zones.map").unlink()
+    with tarvplaces.Atlas(tmp_path / "atlas") as atlas:
+        place = atlas.place("Gary Farm", "USIN", datetime.datetime(1990, 1, 15, 12))
+        assert place.utc_offset / hours == -5
+        assert atlas.zone_at(-87.35, 41.60) is None

@@ -1,22 +1,35 @@
-// What the C interface adds to a lookup: the place with its zone at a local
-// date asked through libtarvplaces.so (tarv_place_lookup) beside the same
-// question to the tarv::Atlas it wraps. The shared library holds its own copy
-// of the component, so both sides are warm in the same process.
+// What the C interface adds to a lookup: a place with and without its zone
+// at a local date, asked through libtarvplaces.so (tarv_place_lookup) beside
+// the same question to the tarv::Atlas it wraps, in the three ways an atlas
+// is set up:
+//  - own_user:  the default atlas with its USER folder;
+//  - fresh:     a copy without one (made by the first call);
+//  - installed: a read-only copy whose user places live in another folder.
+// The shared library holds its own copy of the component, so both sides are
+// warm in the same process. Two threads on one handle show whether the
+// interface lets lookups run side by side.
 //
-// Names are "CApi/<case>/cpp" and "CApi/<case>/c_api".
+// Names are "CApi/<setup>/<question>/<cpp|c_api>" and
+// "CApi/Threads/<question>/c_api/real_time/threads:N".
 #include <benchmark/benchmark.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "atlas_sample.h"
-#include "text/codepage.h"
 #include "tarvplaces/atlas.h"
 #include "tarvplaces/tarvplaces.h"
+#include "text/codepage.h"
 
 namespace tarv::bench {
 namespace {
+
+namespace fs = std::filesystem;
 
 const std::string kAtlas = TARV_DEFAULT_ATLAS;
 constexpr std::size_t kSamples = 256;
@@ -36,22 +49,63 @@ Question Sample(bool munich) {
   return {SampleNames(sample.Largest(), kSamples, 7), Utf8FromAnsi(sample.Largest().code)};
 }
 
+enum class Setup { kOwnUser, kFresh, kInstalled };
+
+struct Folders {
+  std::string atlas;
+  std::string user;  // "" for the atlas's own USER folder
+};
+
+// The atlas and user folder of a setup, copies made once per process in a
+// temporary folder (removed at exit).
+Folders FoldersOf(Setup setup) {
+  if (setup == Setup::kOwnUser) return {kAtlas, ""};
+  static const fs::path root = [] {
+    fs::path made = fs::temp_directory_path() / ("tarvplaces-bench-" + std::to_string(::getpid()));
+    fs::remove_all(made);
+    for (const char* name : {"fresh", "installed"}) {
+      fs::create_directories(made / name);
+      for (const auto& entry : fs::directory_iterator(kAtlas))
+        if (entry.is_regular_file()) fs::copy_file(entry.path(), made / name / entry.path().filename());
+    }
+    for (const auto& entry : fs::directory_iterator(made / "installed"))
+      fs::permissions(entry.path(), fs::perms::owner_write | fs::perms::group_write |
+                                        fs::perms::others_write, fs::perm_options::remove);
+    fs::permissions(made / "installed", fs::perms::owner_write | fs::perms::group_write |
+                                            fs::perms::others_write, fs::perm_options::remove);
+    std::atexit([] {
+      std::error_code ec;
+      fs::permissions(root / "installed", fs::perms::owner_all, fs::perm_options::add, ec);
+      fs::remove_all(root, ec);
+    });
+    return made;
+  }();
+  if (setup == Setup::kFresh) return {(root / "fresh").string(), ""};
+  return {(root / "installed").string(), (root / "home/tarvplaces/USER").string()};
+}
+
 bool HaveAtlas(benchmark::State& state) {
-  if (std::filesystem::exists(kAtlas + "/Country.dat")) return true;
+  if (fs::exists(kAtlas + "/Country.dat")) return true;
   state.SkipWithError("the default atlas is not built (scripts/build-atlas.sh)");
   return false;
 }
 
-void PlaceWithZoneCpp(benchmark::State& state, bool munich) {
+void PlaceCpp(benchmark::State& state, Setup setup, bool munich, bool dated) {
   if (!HaveAtlas(state)) return;
   const Question q = Sample(munich);
-  static const Atlas atlas(kAtlas);
-  const LocalTime when{kWhen.year, kWhen.month, kWhen.day, kWhen.hour, kWhen.minute, kWhen.second};
+  static std::map<Setup, Atlas> atlases;
+  if (!atlases.contains(setup)) {
+    const Folders folders = FoldersOf(setup);
+    atlases.emplace(setup, folders.user.empty() ? Atlas(folders.atlas)
+                                                : Atlas(folders.atlas, folders.user));
+  }
+  const Atlas& atlas = atlases.at(setup);
+  std::optional<LocalTime> when;
+  if (dated) when = LocalTime{kWhen.year, kWhen.month, kWhen.day, kWhen.hour, kWhen.minute, 0};
   std::size_t i = 0;
   std::int64_t found = 0;
   for (auto _ : state) {
-    const std::string& name = q.names[i++ % q.names.size()];
-    const auto place = atlas.Lookup(name, q.code, when);
+    const auto place = atlas.Lookup(q.names[i++ % q.names.size()], q.code, when);
     found += place.has_value();
     benchmark::DoNotOptimize(place);
   }
@@ -59,26 +113,51 @@ void PlaceWithZoneCpp(benchmark::State& state, bool munich) {
       benchmark::Counter(static_cast<double>(found), benchmark::Counter::kAvgIterations);
 }
 
-void PlaceWithZoneCApi(benchmark::State& state, bool munich) {
-  if (!HaveAtlas(state)) return;
-  const Question q = Sample(munich);
+tarv_atlas* OpenHandle(Setup setup) {
+  const Folders folders = FoldersOf(setup);
   tarv_atlas* atlas = nullptr;
-  if (tarv_open(kAtlas.c_str(), &atlas) != TARV_OK) {
-    state.SkipWithError(tarv_last_error());
-    return;
-  }
+  const tarv_status status =
+      folders.user.empty()
+          ? tarv_open(folders.atlas.c_str(), &atlas)
+          : tarv_open_with_user_folder(folders.atlas.c_str(), folders.user.c_str(), &atlas);
+  return status == TARV_OK ? atlas : nullptr;
+}
+
+void LookUp(benchmark::State& state, tarv_atlas* atlas, const Question& q, bool dated) {
   std::size_t i = 0;
   std::int64_t found = 0;
   for (auto _ : state) {
     tarv_place place;
     const std::string& name = q.names[i++ % q.names.size()];
-    found +=
-        tarv_place_lookup(atlas, name.c_str(), q.code.c_str(), &kWhen, &place, nullptr) == TARV_OK;
+    found += tarv_place_lookup(atlas, name.c_str(), q.code.c_str(), dated ? &kWhen : nullptr,
+                               &place, nullptr) == TARV_OK;
     benchmark::DoNotOptimize(place);
   }
-  tarv_close(atlas);
   state.counters["found"] =
       benchmark::Counter(static_cast<double>(found), benchmark::Counter::kAvgIterations);
+}
+
+void PlaceCApi(benchmark::State& state, Setup setup, bool munich, bool dated) {
+  if (!HaveAtlas(state)) return;
+  tarv_atlas* atlas = OpenHandle(setup);
+  if (atlas == nullptr) {
+    state.SkipWithError(tarv_last_error());
+    return;
+  }
+  LookUp(state, atlas, Sample(munich), dated);
+  tarv_close(atlas);
+}
+
+// One handle, shared by the threads of the benchmark.
+void ThreadsCApi(benchmark::State& state, bool dated) {
+  if (!HaveAtlas(state)) return;
+  static tarv_atlas* const atlas = OpenHandle(Setup::kOwnUser);
+  if (atlas == nullptr) {
+    state.SkipWithError("the atlas cannot be opened");
+    return;
+  }
+  LookUp(state, atlas, Sample(true), dated);
+  state.SetItemsProcessed(state.iterations());
 }
 
 // The boundary alone: a call that does next to nothing behind it (the check
@@ -93,8 +172,8 @@ void LanguageCpp(benchmark::State& state) {
 
 void LanguageCApi(benchmark::State& state) {
   if (!HaveAtlas(state)) return;
-  tarv_atlas* atlas = nullptr;
-  if (tarv_open(kAtlas.c_str(), &atlas) != TARV_OK) {
+  tarv_atlas* atlas = OpenHandle(Setup::kOwnUser);
+  if (atlas == nullptr) {
     state.SkipWithError(tarv_last_error());
     return;
   }
@@ -108,10 +187,33 @@ void LanguageCApi(benchmark::State& state) {
 
 BENCHMARK(LanguageCpp)->Name("CApi/Language/cpp");
 BENCHMARK(LanguageCApi)->Name("CApi/Language/c_api");
-BENCHMARK_CAPTURE(PlaceWithZoneCpp, sample, false)->Name("CApi/PlaceWithZone/cpp");
-BENCHMARK_CAPTURE(PlaceWithZoneCApi, sample, false)->Name("CApi/PlaceWithZone/c_api");
-BENCHMARK_CAPTURE(PlaceWithZoneCpp, munich, true)->Name("CApi/PlaceWithZoneMuenchen/cpp");
-BENCHMARK_CAPTURE(PlaceWithZoneCApi, munich, true)->Name("CApi/PlaceWithZoneMuenchen/c_api");
+
+// Every setup, München undated and dated; the sample dated.
+const int kRegistered = [] {
+  const std::pair<Setup, const char*> setups[] = {
+      {Setup::kOwnUser, "own_user"}, {Setup::kFresh, "fresh"}, {Setup::kInstalled, "installed"}};
+  for (const auto& [setup, name] : setups) {
+    for (const bool dated : {false, true}) {
+      const std::string question = std::string(dated ? "MuenchenDated" : "Muenchen");
+      const std::string base = std::string("CApi/") + name + "/" + question + "/";
+      benchmark::RegisterBenchmark((base + "cpp").c_str(), PlaceCpp, setup, true, dated);
+      benchmark::RegisterBenchmark((base + "c_api").c_str(), PlaceCApi, setup, true, dated);
+    }
+  }
+  benchmark::RegisterBenchmark("CApi/own_user/SampleDated/cpp", PlaceCpp, Setup::kOwnUser, false,
+                               true);
+  benchmark::RegisterBenchmark("CApi/own_user/SampleDated/c_api", PlaceCApi, Setup::kOwnUser,
+                               false, true);
+  for (const bool dated : {false, true}) {
+    benchmark::RegisterBenchmark(dated ? "CApi/Threads/MuenchenDated/c_api"
+                                       : "CApi/Threads/Muenchen/c_api",
+                                 ThreadsCApi, dated)
+        ->Threads(1)
+        ->Threads(2)
+        ->UseRealTime();
+  }
+  return 0;
+}();
 
 }  // namespace
 }  // namespace tarv::bench

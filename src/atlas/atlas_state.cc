@@ -35,7 +35,7 @@ WatchedFolder& AtlasState::UserWatch() {
   std::string folder = places_path;
   if (folder.empty() || folder.back() != '\\') folder += '\\';
   watches_.push_back(
-      std::unique_ptr<Watch>(new Watch{places_path, WatchedFolder(folder + "USER", NativePath)}));
+      std::unique_ptr<Watch>(new Watch{places_path, WatchedFolder(folder + "USER", NativePath, CreateUserFolder)}));
   watch_.store(watches_.back().get(), std::memory_order_release);
   return watches_.back()->folder;
 }

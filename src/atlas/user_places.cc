@@ -147,15 +147,8 @@ std::int16_t AddCity(const UserPlace& place, std::int32_t& record_no) {
   const std::string wanted(added.NameField());
   const char letter = IndexLetter(name);
 
-  // Only the USER folder is created: an atlas folder that vanished is not
-  // made up again. A USER folder kept in the user's data folder is made with
-  // the folders above it, which a new account may not have yet.
   std::error_code ec;
-  const std::string user_folder = file->path.substr(0, file->path.rfind('\\'));
-  if (MountedPath(user_folder) != user_folder)
-    fs::create_directories(file->native.parent_path(), ec);
-  else
-    fs::create_directory(file->native.parent_path(), ec);
+  CreateUserFolder(std::string_view(file->path).substr(0, file->path.rfind('\\')), ec);
   if (ec) throw AtlasWriteError(file->path, "creating the USER folder: " + ec.message());
   const FolderLock lock(file->native.parent_path());
 

@@ -82,6 +82,14 @@ double LookupSerialOfLocal(const LocalTime& t) {
   return t.Year < 1900 ? date - time : date + time;
 }
 
+// The serial date zone lookups take for `when`, after refusing a local time
+// that never was; nothing without one.
+std::optional<double> SerialOf(const std::optional<LocalTime>& when) {
+  if (!when) return std::nullopt;
+  JulianOf(when);
+  return LookupSerialOfLocal(*when);
+}
+
 void CheckText(const std::string& text, const std::string& what) {
   if (Utf8Length(text) > kMaxTextCharacters) {
     throw std::invalid_argument("the " + what + " is longer than " +
@@ -231,14 +239,14 @@ std::vector<TimetableEntry> Atlas::Timetable(const std::string& country,
 
 std::vector<PlaceInfo> Atlas::Search(const std::string& text, const std::string& country,
                                      const std::optional<LocalTime>& when) const {
-  const auto julian = JulianOf(when);
+  const auto serial = SerialOf(when);
   const Call call(*state_);
   const std::vector<FoundPlace> found = Found(text, country);
   call.Check();
   std::vector<PlaceInfo> places;
   places.reserve(found.size());
   for (const auto& place : found)
-    places.push_back(PlaceInfoOf(place, julian));
+    places.push_back(PlaceInfoOf(place, serial));
   call.Check();
   return places;
 }
@@ -246,13 +254,13 @@ std::vector<PlaceInfo> Atlas::Search(const std::string& text, const std::string&
 std::optional<PlaceInfo> Atlas::Lookup(const std::string& name, const std::string& country,
                                        const std::optional<LocalTime>& when,
                                        std::int32_t* found) const {
-  const auto julian = JulianOf(when);
+  const auto serial = SerialOf(when);
   const Call call(*state_);
   const std::vector<FoundPlace> places = Found(name, country);
   call.Check();
   if (found != nullptr) *found = static_cast<std::int32_t>(places.size());
   if (places.empty()) return std::nullopt;
-  PlaceInfo place = PlaceInfoOf(places.front(), julian);
+  PlaceInfo place = PlaceInfoOf(places.front(), serial);
   call.Check();
   return place;
 }
@@ -266,14 +274,14 @@ std::optional<PlaceInfo> Atlas::Nearest(const std::string& country, double longi
     throw std::invalid_argument("the range " + std::to_string(range_degrees) +
                                 " is no number of degrees");
   }
-  const auto julian = JulianOf(when);
+  const auto serial = SerialOf(when);
   const Call call(*state_);
   const std::string code = GetInternalCountryAbbreviation(AnsiFromUtf8(country));
   const auto nearest = FindNearestPlace(code, longitude, latitude, range_degrees);
   call.Check();
   if (!nearest) return std::nullopt;
   PlaceInfo place =
-      julian ? PlaceInfoOf(FoundPlaceOf(*nearest, code), julian) : PlaceInfoOf(*nearest, code);
+      serial ? PlaceInfoOf(FoundPlaceOf(*nearest, code), serial) : PlaceInfoOf(*nearest, code);
   call.Check();  // the zone reads the timetables and histories
   return place;
 }

@@ -1,5 +1,6 @@
 #include "interface/records.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <optional>
@@ -7,6 +8,7 @@
 #include <system_error>
 #include <vector>
 
+#include "atlas/atlas_fault.h"
 #include "atlas/atlas_state.h"
 #include "atlas/country_names.h"
 #include "atlas/country_table.h"
@@ -15,6 +17,8 @@
 #include "atlas/posix_tz.h"
 #include "atlas/timetable.h"
 #include "interface/zone_names.h"
+#include "platform/file_status.h"
+#include "platform/per_thread.h"
 #include "text/codepage.h"
 #include "util/julian.h"
 #include "util/serial_date.h"
@@ -23,19 +27,54 @@
 namespace tarv {
 namespace {
 
+// What a memo of answers derived from the files holds for: the thread's
+// call number (file_status.h: it stays while nothing the scopes saw can have
+// changed, across calls where the change counter allows) and the version of
+// the loaded tables.
+struct FileVersions {
+  std::uint64_t call = 0;
+  std::uint64_t tables = 0;
+
+  static FileVersions Now() { return {CallNumber(), CurrentAtlas().tables_version}; }
+  bool Valid() const { return call != 0 && tables != 0; }
+  bool operator==(const FileVersions&) const = default;
+};
+
 bool German() {
   return CurrentAtlas().Language().Language() == kLanguageGerman;
 }
 
-// The country's name in the atlas's language and its ISO code.
-void DescribeCountry(PlaceInfo& place) {
-  const auto& table = CurrentAtlas().countries;
-  const std::string code = AnsiFromUtf8(place.Country);
-  const std::int16_t id = GetCountryIDOfCode(GetInternalCountryAbbreviation(code));
-  const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
-  if (id == 0 || index >= table.size()) return;
-  place.CountryName = Utf8FromAnsi(German() ? table[index].CountryTitle : table[index].Meaning);
-  place.CountryIso = IsoCodeOf(code);
+// The country's name in the atlas's language and its ISO code, kept for the
+// last country asked while the files are as the call number saw them.
+void DescribeCountry(PlaceInfo& place, std::string_view code) {
+  struct Memo {
+    FileVersions versions;
+    bool german = false;
+    std::string code, name, iso;
+  };
+  Memo& memo = PerThread<Memo>();
+  const bool german = German();
+  const FileVersions versions = FileVersions::Now();
+  if (!versions.Valid() || memo.versions != versions || memo.german != german ||
+      memo.code != code) {
+    const std::uint64_t faults = FaultNotes();
+    const auto& table = CurrentAtlas().countries;
+    const std::int16_t id = GetCountryIDOfCode(GetInternalCountryAbbreviation(code));
+    const auto index = static_cast<std::size_t>(GetCountryIndexOfID(id));
+    std::string name, iso;
+    if (id != 0 && index < table.size()) {
+      name = Utf8FromAnsi(german ? table[index].CountryTitle : table[index].Meaning);
+      iso = IsoCodeOf(code);
+    }
+    if (FaultNotes() != faults) {
+      place.CountryName = std::move(name);
+      place.CountryIso = std::move(iso);
+      return;
+    }
+    memo = {FileVersions::Now(), german, std::string(code), std::move(name), std::move(iso)};
+  }
+  place.CountryName = memo.name;
+  place.CountryIso = memo.iso;
 }
 
 // The fields every place record has, whatever found it.
@@ -48,7 +87,7 @@ PlaceInfo PlaceOf(const PlaceRecord& record, std::string_view code, std::int32_t
   place.Timetable = record.Timetable;
   place.RecordNo = record_no;
   place.UserPlace = record_no < 0;
-  DescribeCountry(place);
+  DescribeCountry(place, code);
   return place;
 }
 
@@ -66,8 +105,33 @@ const char* LocalTimeName(LocalTimeKind kind) {
   return "normal";
 }
 
+namespace {
+
+constexpr std::array<double, 13> kPowersOfTen = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5,  1e6,
+                                                 1e7, 1e8, 1e9, 1e10, 1e11, 1e12};
+
+}  // namespace
+
 double SevenDigits(float value) {
-  if (!std::isfinite(value)) return value;
+  if (!std::isfinite(value) || value == 0.0F) return value;
+  // Every place and zone answer rounds four numbers: by arithmetic where it
+  // is exact. For 1e-6 <= |value| < 1e7, value * 10^j (j <= 12) needs at most
+  // 24 + 28 bits, so the product and its rounding (ties to even, as
+  // to_chars has them) are exact, and n / 10^j is the double nearest the
+  // decimal, as from_chars reads it.
+  const double magnitude = std::fabs(static_cast<double>(value));
+  if (magnitude >= 1e-6 && magnitude < 1e7) {
+    int digits_before_point = 1;  // of the magnitude, 1 to 7
+    while (digits_before_point < 7 && magnitude >= kPowersOfTen[digits_before_point])
+      ++digits_before_point;
+    int j = 7 - digits_before_point;  // 0 to 6 here, up to 12 below 1
+    double scaled = magnitude * kPowersOfTen[j];
+    while (scaled < 1e6 && j < 12) scaled = magnitude * kPowersOfTen[++j];
+    if (scaled >= 1e6 && scaled < 1e7) {
+      const double rounded = std::nearbyint(static_cast<double>(value) * kPowersOfTen[j]);
+      return rounded / kPowersOfTen[j];
+    }
+  }
   char text[32];
   const auto written =
       std::to_chars(text, text + sizeof text, value, std::chars_format::general, 7);
@@ -207,18 +271,18 @@ std::string SourceText(const ZoneSource& source, std::int32_t timetable, const s
   return text;
 }
 
-PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian) {
+PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> serial_date) {
   PlaceInfo place = PlaceOf(found.Place, found.Country, found.RecordNo);
   // The list's coordinates: a place found by coordinates keeps the ones typed.
   place.Longitude = SevenDigits(found.Longitude);
   place.Latitude = SevenDigits(found.Latitude);
   place.Population = found.Population;
   place.OtherName = found.OtherName;
-  if (!julian) {
+  if (!serial_date) {
     place.Zone = ZoneInfoOf(static_cast<std::int16_t>(found.ZoneId), place.Longitude);
     return place;
   }
-  const double serial = LookupSerialOfJulian(*julian);
+  const double serial = *serial_date;
   const auto at = ZoneOfPlaceAt(found, serial);
   place.Zone = ZoneInfoOf(at ? at->zone_id : std::int16_t{0}, place.Longitude);
   if (!at) return place;
@@ -291,11 +355,26 @@ CountryInfo CountryInfoAt(std::size_t index) {
 }
 
 std::optional<CountryInfo> FindCountryInfo(std::string_view text, CountryCodes codes) {
-  const auto match = FindCountry(text, codes);
-  if (!match) return std::nullopt;
-  CountryInfo info = CountryInfoAt(static_cast<std::size_t>(GetCountryIndexOfID(match->id)));
-  info.Id = match->id;
-  info.Code = Utf8FromAnsi(match->code);
+  // Hosts name the same country call after call: the last answer holds for
+  // the same question while the files are as the call number saw them.
+  struct Memo {
+    FileVersions versions;
+    CountryCodes codes = CountryCodes::kIso;
+    std::string text;
+    std::optional<CountryInfo> info;
+  };
+  Memo& memo = PerThread<Memo>();
+  const FileVersions versions = FileVersions::Now();
+  if (versions.Valid() && memo.versions == versions && memo.codes == codes && memo.text == text)
+    return memo.info;
+  const std::uint64_t faults = FaultNotes();
+  std::optional<CountryInfo> info;
+  if (const auto match = FindCountry(text, codes)) {
+    info = CountryInfoAt(static_cast<std::size_t>(GetCountryIndexOfID(match->id)));
+    info->Id = match->id;
+    info->Code = Utf8FromAnsi(match->code);
+  }
+  if (FaultNotes() == faults) memo = {FileVersions::Now(), codes, std::string(text), info};
   return info;
 }
 

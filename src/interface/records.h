@@ -22,9 +22,10 @@ namespace tarv {
 // outside the table gives a blank zone with that id.
 ZoneInfo ZoneInfoOf(std::int16_t id, double longitude);
 
-// A found place with the zone in force at the local time `julian` (a Julian
-// day) from its own history or timetable, or with its standard zone.
-PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> julian);
+// A found place with the zone in force at the local serial date `serial`
+// (LookupSerialOfJulian's reckoning) from its own history or timetable, or
+// with its standard zone.
+PlaceInfo PlaceInfoOf(const FoundPlace& found, std::optional<double> serial);
 
 // The nearest place of the country `code` as a search would have found it.
 FoundPlace FoundPlaceOf(const NearestPlace& nearest, std::string_view code);

@@ -10,14 +10,16 @@
 // The file holds the eight bytes "TPCHANGE" and then the counter, a 64-bit
 // number in the machine's byte order (the file is shared between processes on
 // one machine only). It is created by the first writer, or by the first reader
-// that may write the USER folder, with the folder's permissions, so that every
-// process that can write user places can also bump the counter.
+// that may create or write the USER folder (file_status.h), with the folder's
+// permissions, so that every process that can write user places can also bump
+// the counter.
 //
 // A file that is missing and cannot be created, shorter than 16 bytes, not
 // beginning with the magic, or not even readable maps to nothing: the callers
 // then check the files on every call. A writer that may not write the file
 // (another user's, on a folder it may write) changes files without bumping;
-// readers see such a change once they check the files again, within a second.
+// readers see such a change when the folders' watch tells of it, or once they
+// check the files again, within a second.
 //
 // Every process maps the file and reads the number with one load from
 // memory. Windows refuses to cut a mapped file short. POSIX systems let any

@@ -32,12 +32,13 @@ struct CallMemo {
   std::size_t used = 0;
 
   // While `shared` holds, what was seen stays valid across calls: until the
-  // watch or the counter of the folder `watch_id` moves from `changes_seen`
-  // or kRecheckNs pass from `since_ns`.
+  // watch or the counter of the folder `watch_id` moves from `changes_seen`,
+  // or, when `timed`, kRecheckNs pass from `since_ns`.
   std::uint64_t watch_id = 0;
   std::shared_ptr<FolderWatch> watch;
   std::shared_ptr<const ChangeCounter> counter;
   bool shared = false;
+  bool timed = false;
   std::pair<std::uint64_t, std::uint64_t> changes_seen;
   std::int64_t since_ns = 0;
 
@@ -118,13 +119,23 @@ void ForgetFileStatuses() {
   memo.counter.reset();
 }
 
+namespace {
+
+// The atlas folder of a USER folder, as the component writes both.
+std::string_view AtlasFolderOf(std::string_view user_folder) {
+  const auto cut = user_folder.find_last_of("\\/");
+  return cut == std::string_view::npos ? std::string_view() : user_folder.substr(0, cut);
+}
+
+}  // namespace
+
 std::uint64_t NextWatchId() {
   static std::atomic<std::uint64_t> last{0};
   return ++last;
 }
 
-WatchedFolder::WatchedFolder(std::string folder, NativeOf native)
-    : folder_(std::move(folder)), native_(native), id_(NextWatchId()) {}
+WatchedFolder::WatchedFolder(std::string folder, NativeOf native, MakeFolder make)
+    : folder_(std::move(folder)), native_(native), make_(make), id_(NextWatchId()) {}
 
 WatchedFolder::~WatchedFolder() = default;
 
@@ -135,10 +146,11 @@ void WatchedFolder::ChangeSources(std::int64_t now, std::shared_ptr<FolderWatch>
   const std::lock_guard lock(mutex_);
   if (!watch_ && now >= next_watch_ns_) {
     next_watch_ns_ = now + kRecheckNs;
-    watch_ = FolderWatch::Start(native_(folder_));
+    watch_ = FolderWatch::Start(native_(AtlasFolderOf(folder_)), native_(folder_));
   }
   watch = watch_;
 }
+
 
 std::shared_ptr<const ChangeCounter> WatchedFolder::Counter(std::int64_t now) {
   const std::lock_guard lock(mutex_);
@@ -151,6 +163,13 @@ std::shared_ptr<const ChangeCounter> WatchedFolder::Counter(std::int64_t now) {
   std::string why;
   const std::filesystem::path native = native_(folder_);
   counter_ = ChangeCounter::Map(native, /*create=*/true, &why);
+  if (!counter_ && why.empty() && make_ != nullptr) {
+    // No folder yet: made now, so that every setup has a counter from the
+    // first call on (a fresh atlas, user places kept in the user's folder).
+    std::error_code ec;
+    make_(folder_, ec);
+    if (!ec) counter_ = ChangeCounter::Map(native, /*create=*/true, &why);
+  }
   if (!counter_ && !why.empty() && trouble_.empty() && !told_) {
     trouble_ = "The file \"" + Utf8OfPath(native / kChangeCounterFile) + "\" " + why +
                ".\nLookups check the atlas files on every call until it is removed.";
@@ -172,16 +191,18 @@ StatScope::StatScope(WatchedFolder& watched) {
   CallMemo& memo = PerThread<CallMemo>();
   if (memo.depth++ != 0) return;
   const std::int64_t now = native::CoarseMonotonicNs();
-  if (memo.shared && memo.watch_id == watched.id_ && now - memo.since_ns < kRecheckNs &&
-      memo.Changes() == memo.changes_seen) {
+  if (memo.shared && memo.watch_id == watched.id_ &&
+      (!memo.timed || now - memo.since_ns < kRecheckNs) && memo.Changes() == memo.changes_seen) {
     return;  // nothing changed, and the time is not up
   }
   memo.Clear();
   memo.watch_id = watched.id_;
   watched.ChangeSources(now, memo.watch, memo.counter);
   // The counter is what makes the component's own writes seen at once; the
-  // watch alone would see them a moment later.
+  // watch alone would see them a moment later. The watch in turn sees what
+  // the counter is not told of, so that with both no clock is needed.
   memo.shared = memo.counter != nullptr;
+  memo.timed = !(memo.watch && memo.watch->Alive());
   memo.changes_seen = memo.Changes();
   memo.since_ns = now;
   // Looking for the counter may have looked at paths before the number was

@@ -7,16 +7,19 @@
 // the answer is kept.
 //
 // How long it is kept is the freshness rule of the component:
-//  - A scope names an atlas's USER folder. While its change counter
-//    (change_counter.h) can be mapped, what was seen is kept across calls
-//    until the counter moves, so a place another process added or deleted is
-//    seen by the next call, or until the folders' watch (folder_watch.h, on
-//    Linux) tells of any other change in the atlas folder or USER, or until
-//    one second has passed (changes the watch cannot see). A call that finds
-//    none of these makes no system call for file status at all.
-//  - Without a usable counter (the folder missing or read-only, the file
-//    damaged) what was seen is kept for one call only, and every call looks
-//    at the files again.
+//  - A scope names an atlas's USER folder, whose change counter
+//    (change_counter.h) is created with the folder on the first call that
+//    reads the atlas, wherever this process may write it. What was seen is
+//    kept across calls until the counter moves, so that a place another
+//    process added or deleted is seen by the next call, or until the
+//    folders' watch (folder_watch.h, on Linux) tells of any other change in
+//    the atlas folder or USER. A call that finds neither makes no system
+//    call at all. Without a watch (Windows, or no inotify watches left)
+//    what was seen is also looked at again once a second, for the changes
+//    only the watch would tell of.
+//  - Without a counter (a USER folder this process may not create or
+//    write, a damaged counter file) what was seen is kept for one call
+//    only, and every call looks at the files again.
 #ifndef TARVPLACES_PLATFORM_FILE_STATUS_H_
 #define TARVPLACES_PLATFORM_FILE_STATUS_H_
 
@@ -27,6 +30,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace tarv {
 
@@ -86,7 +90,10 @@ class WatchedFolder {
   // `folder` as the component writes it (Windows-style); `native` gives its
   // path on the file system, asked again whenever the counter is looked for.
   using NativeOf = std::filesystem::path (*)(std::string_view folder);
-  WatchedFolder(std::string folder, NativeOf native);
+  // `make`, when given, creates the folder where it is missing, so that it
+  // has a counter from the first call on (paths.h's CreateUserFolder).
+  using MakeFolder = void (*)(std::string_view folder, std::error_code& ec);
+  WatchedFolder(std::string folder, NativeOf native, MakeFolder make = nullptr);
   ~WatchedFolder();
   WatchedFolder(const WatchedFolder&) = delete;
   WatchedFolder& operator=(const WatchedFolder&) = delete;
@@ -101,14 +108,15 @@ class WatchedFolder {
  private:
   friend class StatScope;
   // What tells of changes now: the folders' watch where the system has one
-  // (folder_watch.h), else the counter as mapped now; both null when there
-  // is neither. Looked for again at most once a second while missing.
+  // (folder_watch.h) and the counter as mapped now, each null when missing.
+  // Looked for again at most once a second while missing.
   void ChangeSources(std::int64_t now, std::shared_ptr<FolderWatch>& watch,
                      std::shared_ptr<const ChangeCounter>& counter);
   std::shared_ptr<const ChangeCounter> Counter(std::int64_t now);
 
   const std::string folder_;
   const NativeOf native_;
+  const MakeFolder make_;
   const std::uint64_t id_;  // unique in the process, unlike an address
   std::mutex mutex_;
   std::shared_ptr<const ChangeCounter> counter_;

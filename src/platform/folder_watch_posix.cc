@@ -18,6 +18,15 @@ constexpr std::uint32_t kFileEvents =
 constexpr std::uint32_t kFolderEvents = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
 constexpr std::uint32_t kWatched = kFileEvents | kFolderEvents | IN_ONLYDIR;
 
+// Children forked so far (counted in the child), so that a watch tells
+// without asking the system whether its thread is in this process.
+std::atomic<std::uint64_t> g_forks{0};
+
+void CountForks() {
+  static const int registered = ::pthread_atfork(nullptr, nullptr, [] { ++g_forks; });
+  (void)registered;
+}
+
 }  // namespace
 
 struct FolderWatch::Watcher {
@@ -25,7 +34,6 @@ struct FolderWatch::Watcher {
   std::filesystem::path user;
   int events = -1;  // inotify
   int stop = -1;    // an eventfd the owner writes to end the thread
-  pid_t owner = 0;  // a forked child has no such thread
   pthread_t thread{};
   std::atomic<std::uint64_t> changes{0};
 
@@ -72,11 +80,19 @@ struct FolderWatch::Watcher {
 };
 
 FolderWatch::FolderWatch(std::shared_ptr<Watcher> watcher)
-    : watcher_(std::move(watcher)), changes_(&watcher_->changes) {}
+    : watcher_(std::move(watcher)),
+      changes_(&watcher_->changes),
+      forks_(g_forks.load(std::memory_order_relaxed)) {}
 
-std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& user_folder) {
+bool FolderWatch::Alive() const noexcept {
+  return g_forks.load(std::memory_order_relaxed) == forks_;
+}
+
+std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& atlas_folder,
+                                                const std::filesystem::path& user_folder) {
+  CountForks();
   auto watcher = std::make_shared<Watcher>();
-  watcher->atlas = user_folder.parent_path().empty() ? "." : user_folder.parent_path();
+  watcher->atlas = atlas_folder.empty() ? "." : atlas_folder;
   watcher->user = user_folder;
   watcher->events = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   watcher->stop = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
@@ -85,7 +101,6 @@ std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& use
     return nullptr;  // no such folder, or no watches left
   }
   watcher->Rewatch();
-  watcher->owner = ::getpid();
   const auto run = [](void* raw) -> void* {
     static_cast<Watcher*>(raw)->Run();
     return nullptr;
@@ -96,7 +111,7 @@ std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& use
 
 FolderWatch::~FolderWatch() {
   // In a forked child the thread is the parent's: there is none to end.
-  if (::getpid() != watcher_->owner) return;
+  if (!Alive()) return;
   const std::uint64_t one = 1;
   while (::write(watcher_->stop, &one, sizeof(one)) < 0 && errno == EINTR) {
   }

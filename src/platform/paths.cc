@@ -122,6 +122,14 @@ std::string MountedPath(std::string_view windows_path) {
   return Mounts().Map(windows_path);
 }
 
+void CreateUserFolder(std::string_view windows_folder, std::error_code& ec) {
+  const fs::path native = NativePath(windows_folder);
+  if (MountedPath(windows_folder) != windows_folder)
+    fs::create_directories(native, ec);
+  else
+    fs::create_directory(native, ec);
+}
+
 bool SameFileName(std::string_view a, std::string_view b) {
   // Case folding of the names as they are: transliterating them would make
   // "Москва" and "Moskva" one file.

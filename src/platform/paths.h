@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "platform/device_names.h"
@@ -60,6 +61,13 @@ void MountFolder(std::string windows_folder, std::string native_folder);
 
 // `windows_path` with a mounted folder at its start replaced by its place.
 std::string MountedPath(std::string_view windows_path);
+
+// Creates the USER folder `windows_folder` ("C:\Atlas\USER") where it does
+// not exist. Only that folder is made in an atlas folder: an atlas folder
+// that vanished is not made up again. One kept in the user's data folder
+// (MountFolder) is made with the folders above it, which a new account may
+// not have yet.
+void CreateUserFolder(std::string_view windows_folder, std::error_code& ec);
 
 // Names (UTF-8) of the entries of a folder as the system lists them, not
 // sorted and not cached; empty when the folder cannot be read.

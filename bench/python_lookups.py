@@ -36,21 +36,27 @@ NAME, COUNTRY, ISO = "München", "D", "DE"
 
 
 def sqlite_file(folder):
-    """GeoNames' places as a Python host would keep them: one table, an index
-    on name and country."""
+    """GeoNames' places as a Python host would keep them: the places, and
+    every name of each (its name, ASCII name and alternate names: "München"
+    is an alternate name of Munich) indexed by name and country."""
     path = folder / "cities500.sqlite"
     db = sqlite3.connect(path)
     db.execute(
-        "CREATE TABLE places (name TEXT, country TEXT, latitude REAL, longitude REAL,"
+        "CREATE TABLE places (id INTEGER PRIMARY KEY, name TEXT, latitude REAL, longitude REAL,"
         " population INTEGER, timezone TEXT)"
     )
+    db.execute("CREATE TABLE names (name TEXT, country TEXT, place INTEGER)")
+    places, names = [], []
     with open(CITIES, encoding="utf-8") as cities:
-        rows = []
         for line in cities:
             f = line.rstrip("\n").split("\t")
-            rows.append((f[1], f[8], float(f[4]), float(f[5]), int(f[14] or 0), f[17]))
-    db.executemany("INSERT INTO places VALUES (?, ?, ?, ?, ?, ?)", rows)
-    db.execute("CREATE INDEX by_name ON places (name, country)")
+            place = int(f[0])
+            places.append((place, f[1], float(f[4]), float(f[5]), int(f[14] or 0), f[17]))
+            for name in {f[1], f[2], *filter(None, f[3].split(","))}:
+                names.append((name, f[8], place))
+    db.executemany("INSERT INTO places VALUES (?, ?, ?, ?, ?, ?)", places)
+    db.executemany("INSERT INTO names VALUES (?, ?, ?)", names)
+    db.execute("CREATE INDEX by_name ON names (name, country)")
     db.commit()
     db.close()
     return path
@@ -62,8 +68,8 @@ class SqliteHost:
 
     def place(self, name, country, when=None):
         row = self.db.execute(
-            "SELECT name, latitude, longitude, timezone FROM places"
-            " WHERE name = ? AND country = ? ORDER BY population DESC LIMIT 1",
+            "SELECT p.name, p.latitude, p.longitude, p.timezone FROM names n JOIN places p ON p.id = n.place"
+            " WHERE n.name = ? AND n.country = ? ORDER BY p.population DESC LIMIT 1",
             (name, country),
         ).fetchone()
         zone = zoneinfo.ZoneInfo(row[3])

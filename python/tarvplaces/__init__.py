@@ -481,9 +481,25 @@ def _country(country, code, required=True):
     return _text(country, "country")
 
 
+# The local times last asked, as the structs the library reads (and never
+# writes): hosts ask one date for many places.
+_LOCAL_TIMES = {}
+
+
 def _local_time(when):
     if when is None:
         return None
+    local = _LOCAL_TIMES.get(when) if type(when) in (datetime.datetime, datetime.date) else None
+    if local is None:
+        local = _new_local_time(when)
+        if type(when) in (datetime.datetime, datetime.date):
+            if len(_LOCAL_TIMES) >= 256:
+                _LOCAL_TIMES.clear()
+            _LOCAL_TIMES[when] = local
+    return local
+
+
+def _new_local_time(when):
     if isinstance(when, datetime.datetime):
         if when.tzinfo is not None:
             raise ValueError("when is the local wall-clock time at the place: pass a naive datetime")
@@ -530,12 +546,6 @@ def _clock_change(s):
 _SOURCE_KINDS = ("timetable", "zone history", "named zone", "mean time")
 
 
-def _source(s):
-    return Source(
-        _SOURCE_KINDS[s.source.kind], s.source.iana.decode(), s.source.tzdata_version.decode(), bool(s.source.before_1970)
-    )
-
-
 def _near_zones(s):
     return tuple(
         NearZone(z.iana.decode(), datetime.timedelta(seconds=z.utc_offset), z.tz_abbreviation.decode(), z.meters)
@@ -543,64 +553,134 @@ def _near_zones(s):
     )
 
 
-def _zone_fields(s, readings, fold):
-    """The zone fields a record gives: the struct's, or with fold 1 those of
-    the later reading of a repeated local time."""
-    return tuple(readings[1][:6]) if fold and len(readings) == 2 else _zone_of(s)
+# The numbers of an answer and the raw bytes of its source, read in one
+# call (_native.flat_reader); texts through ctypes, which stops at their NUL.
+# Readings, gap and near zones are read only where their counts say there
+# are some.
+_TAIL_FIELDS = (
+    "reading_count",
+    "has_gap",
+    "source.kind",
+    "source.iana",
+    "source.tzdata_version",
+    "source.before_1970",
+    "near_count",
+)
+_PLACE_NUMBERS = _native.flat_reader(
+    _native.PlaceStruct,
+    ("longitude", "latitude", "timetable", "user_place", "zone_id", "utc_offset", "is_lmt", "local_time")
+    + ("own_history", "population", "other_name")
+    + _TAIL_FIELDS,
+)
+_POINT_NUMBERS = _native.flat_reader(
+    _native.PointZoneStruct,
+    ("longitude", "latitude", "zone_id", "utc_offset", "is_lmt", "local_time") + _TAIL_FIELDS,
+)
+
+# Answers repeat few offsets and sources: made once each.
+_OFFSETS = {}
+_SOURCES = {}
+
+
+def _offset(seconds):
+    offset = _OFFSETS.get(seconds)
+    if offset is None:
+        offset = _OFFSETS[seconds] = datetime.timedelta(seconds=seconds)
+    return offset
+
+
+def _source_of(kind, iana, tzdata, before_1970):
+    key = (kind, iana, tzdata, before_1970)
+    source = _SOURCES.get(key)
+    if source is None:
+        text = lambda field: field.partition(b"\0")[0].decode()  # noqa: E731
+        source = Source(_SOURCE_KINDS[kind], text(iana), text(tzdata), bool(before_1970))
+        if len(_SOURCES) < 4096:
+            _SOURCES[key] = source
+    return source
+
+
+def _zone_and_tail(s, zone_id, utc_offset, tail, fold):
+    """The zone fields to give (those of the later reading of a repeated
+    local time with fold 1), readings, gap, source and near zones."""
+    reading_count, has_gap, kind, iana, tzdata, before_1970, near_count = tail
+    zone = (
+        zone_id,
+        s.zone.decode(),
+        s.zone_name.decode(),
+        _offset(utc_offset),
+        s.tz_abbreviation.decode(),
+        s.zone_long_name.decode(),
+    )
+    readings, gap, near = (), None, ()
+    if reading_count or has_gap:
+        readings, gap = _clock_change(s)
+        if fold and len(readings) == 2:
+            zone = tuple(readings[1][:6])
+    if near_count:
+        near = _near_zones(s)
+    return zone, readings, gap, _source_of(kind, iana, tzdata, before_1970), near
+
+
+# Records are made as the tuples they are: the named tuple's own __new__ is
+# a Python function, which costs as much again as the fields.
+_new_record = tuple.__new__
 
 
 def _place(s, zone_here=None, fold=0):
-    readings, gap = _clock_change(s)
-    zone_id, zone, zone_name, utc_offset, tz_abbreviation, zone_long_name = _zone_fields(s, readings, fold)
-    return Place(
+    v = _PLACE_NUMBERS.unpack_from(s)
+    zone, readings, gap, source, near = _zone_and_tail(s, v[4], v[5], v[11:], fold)
+    zone_id, zone, zone_name, utc_offset, tz_abbreviation, zone_long_name = zone
+    return _new_record(Place, (
         s.name.decode(),
         s.country.decode(),
-        s.longitude,
-        s.latitude,
-        s.timetable,
+        v[0],
+        v[1],
+        v[2],
         zone_id,
         zone,
         zone_name,
         utc_offset,
-        bool(s.is_lmt),
-        _LOCAL_TIME_KINDS[s.local_time],
-        bool(s.user_place),
+        bool(v[6]),
+        _LOCAL_TIME_KINDS[v[7]],
+        bool(v[3]),
         s.iana.decode(),
         tz_abbreviation,
         zone_long_name,
-        bool(s.own_history),
+        bool(v[8]),
         s.country_name.decode(),
         s.country_iso.decode(),
-        s.population,
-        bool(s.other_name),
+        v[9],
+        bool(v[10]),
         zone_here,
         readings,
         gap,
-        _source(s),
-        _near_zones(s),
-    )
+        source,
+        near,
+    ))
 
 
 def _point_zone(s, fold=0):
-    readings, gap = _clock_change(s)
-    zone_id, zone, zone_name, utc_offset, tz_abbreviation, zone_long_name = _zone_fields(s, readings, fold)
-    return PointZone(
-        s.longitude,
-        s.latitude,
+    v = _POINT_NUMBERS.unpack_from(s)
+    zone, readings, gap, source, near = _zone_and_tail(s, v[2], v[3], v[6:], fold)
+    zone_id, zone, zone_name, utc_offset, tz_abbreviation, zone_long_name = zone
+    return _new_record(PointZone, (
+        v[0],
+        v[1],
         s.iana.decode(),
         zone_id,
         zone,
         zone_name,
         utc_offset,
-        bool(s.is_lmt),
-        _LOCAL_TIME_KINDS[s.local_time],
+        bool(v[4]),
+        _LOCAL_TIME_KINDS[v[5]],
         tz_abbreviation,
         zone_long_name,
         readings,
         gap,
-        _source(s),
-        _near_zones(s),
-    )
+        source,
+        near,
+    ))
 
 
 def _countries(countries):

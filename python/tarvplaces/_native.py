@@ -11,6 +11,7 @@ The library is looked for, in this order:
 import ctypes
 import os
 import pathlib
+import struct
 
 SONAME = "libtarvplaces.so.3"
 
@@ -138,6 +139,31 @@ class PointZoneStruct(ctypes.Structure):
         ("tz_abbreviation", ctypes.c_char * ZONE_SIZE),
         ("zone_long_name", ctypes.c_char * ZONE_NAME_SIZE),
     ] + _CLOCK_CHANGE_FIELDS
+
+
+def flat_reader(struct_type, names):
+    """A struct.Struct that reads the named fields of a ctypes Structure
+    ("source.kind" for a field of a nested one) from its buffer in one call:
+    texts as their whole byte arrays, numbers as numbers. Reading dozens of
+    fields through ctypes' descriptors costs more than the lookup itself."""
+    codes = {ctypes.c_int32: "i", ctypes.c_int64: "q", ctypes.c_double: "d"}
+    layout = []
+    for name in names:
+        owner, offset = struct_type, 0
+        for part in name.split("."):
+            field = getattr(owner, part)
+            offset += field.offset
+            owner = dict(owner._fields_)[part]
+        code = f"{ctypes.sizeof(owner)}s" if issubclass(owner, ctypes.Array) else codes[owner]
+        layout.append((offset, code, ctypes.sizeof(owner)))
+    layout.sort()
+    fmt, at = "=", 0
+    for offset, code, size in layout:
+        if offset < at:
+            raise ValueError("fields overlap")
+        fmt += (f"{offset - at}x" if offset > at else "") + code
+        at = offset + size
+    return struct.Struct(fmt)
 
 
 class CountryStruct(ctypes.Structure):

@@ -78,7 +78,10 @@ TEST_F(FreshnessTest, WhateverHappensToTheCounterChangesAreSeenAtOnce) {
   const std::vector<std::function<void()>> damages = {
       [&] { fs::resize_file(Counter(), 0); },
       [&] { fs::resize_file(Counter(), 3); },
-      [&] { folder_.Write(std::string("USER/") + kChangeCounterFile, "garbage, not a counter"); },
+      [&] {
+        folder_.WriteUnannounced(std::string("USER/") + kChangeCounterFile,
+                                 "garbage, not a counter");
+      },
       [&] {
         fs::remove(Counter());
         ASSERT_EQ(::mkfifo(Counter().c_str(), 0600), 0);
@@ -99,7 +102,9 @@ TEST_F(FreshnessTest, WhateverHappensToTheCounterChangesAreSeenAtOnce) {
     ASSERT_EQ(testing::RunInChild("freshness-add", folder_.str()), 0);
     EXPECT_EQ(FoundSoon("Neustadt", 1), 1);
     // Changed without any counter: another program writing the user file.
-    WriteUserFile("D", {Place("@Neustadt", 10.0F, 50.0F)});
+    const std::vector<PlaceRecord> deleted = {Place("@Neustadt", 10.0F, 50.0F)};
+    folder_.WriteUnannounced("USER/D.dao", EncodePlaceFile(deleted));
+    folder_.WriteUnannounced("USER/D.IDX", EncodePlaceIndex(deleted));
     EXPECT_EQ(FoundSoon("Neustadt", 0), 0);
     fs::remove_all(Counter());
   }

@@ -28,7 +28,7 @@ TEST(StatScope, WithoutACounterEachPathIsLookedAtOncePerCall) {
   {
     const StatScope call(none);
     EXPECT_EQ(StatFile(file).size, 1U);
-    dir.Write("a.dat", "12345");
+    dir.WriteUnannounced("a.dat", "12345");
     EXPECT_EQ(StatFile(file).size, 1U);  // as the call first saw it
     { const StatScope member_called_by_a_member(none); }
     EXPECT_EQ(StatFile(file).size, 1U);  // only the outermost scope forgets
@@ -67,14 +67,14 @@ TEST(StatScope, WithAWatchChangesNobodyCountedAreSeenAtOnce) {
     return std::chrono::steady_clock::now() - start;
   };
   EXPECT_EQ(sizes_in_a_call(), Sizes(1, 1));
-  dir.Write("other/b.dat", "12");
+  dir.WriteUnannounced("other/b.dat", "12");
   EXPECT_EQ(sizes_in_a_call(), Sizes(1, 1));  // not watched
   std::this_thread::sleep_for(std::chrono::milliseconds(1100));
   EXPECT_EQ(sizes_in_a_call(), Sizes(1, 1));
-  dir.Write("a.dat", "12");
+  dir.WriteUnannounced("a.dat", "12");
   EXPECT_LT(time_to_see(2), std::chrono::milliseconds(500));
   std::filesystem::remove(dir.path() / "USER" / kChangeCounterFile);  // the counter gone too
-  dir.Write("a.dat", "123");
+  dir.WriteUnannounced("a.dat", "123");
   EXPECT_LT(time_to_see(3), std::chrono::milliseconds(500));
   ForgetFileStatuses();
 }
@@ -92,11 +92,11 @@ TEST(StatScope, WithACounterStatusesLastUntilItMovesOrASecondPasses) {
   };
   EXPECT_EQ(size_in_a_call(), 1U);
   EXPECT_TRUE(std::filesystem::exists(dir.path() / "USER" / kChangeCounterFile));
-  dir.Write("a.dat", "12");
+  dir.WriteUnannounced("a.dat", "12");
   EXPECT_EQ(size_in_a_call(), 1U);  // no writer told of it
   ASSERT_TRUE(BumpChangeCounter(dir.path() / "USER"));
   EXPECT_EQ(size_in_a_call(), 2U);
-  dir.Write("a.dat", "123");
+  dir.WriteUnannounced("a.dat", "123");
   EXPECT_EQ(size_in_a_call(), 2U);
   std::this_thread::sleep_for(std::chrono::milliseconds(1100));
   EXPECT_EQ(size_in_a_call(), 3U);  // files replaced without a bump, a second on

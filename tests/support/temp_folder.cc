@@ -71,10 +71,19 @@ TempFolder::~TempFolder() {
 }
 
 fs::path TempFolder::Write(const std::string& relative, const std::string& bytes) const {
+  const fs::path file = WriteUnannounced(relative, bytes);
+  ForgetFileStatuses();
+  return file;
+}
+
+fs::path TempFolder::WriteUnannounced(const std::string& relative,
+                                      const std::string& bytes) const {
   const fs::path file = path_ / PathFromUtf8(relative);  // names are UTF-8
   fs::create_directories(file.parent_path());
-  std::ofstream out(file, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  }
   return file;
 }
 

@@ -26,7 +26,13 @@ class TempFolder {
   // The folder as a host would pass it, without a trailing separator.
   std::string str() const { return Utf8OfPath(path_); }
   // Writes `bytes` to `relative` (folders created as needed); returns the path.
+  // As a host that changes atlas files behind the component's back, the
+  // thread then forgets what it saw of the files (ForgetFileStatuses), so
+  // that its next call looks again instead of waiting for the folders' watch.
   std::filesystem::path Write(const std::string& relative, const std::string& bytes) const;
+  // The same without forgetting: for tests of how the component notices.
+  std::filesystem::path WriteUnannounced(const std::string& relative,
+                                         const std::string& bytes) const;
   std::string Read(const std::string& relative) const;
 
  private:

@@ -150,8 +150,10 @@ void CopyNearZones(Record& record, const std::vector<NearbyZone>& zones) {
   }
 }
 
-tarv_place PlaceOf(const PlaceInfo& info) {
-  tarv_place place{};
+// Written in place: the struct is large enough that a copy of it is a fair
+// part of a lookup.
+void FillPlace(const PlaceInfo& info, tarv_place& place) {
+  std::memset(&place, 0, sizeof place);
   CopyText(place.name, info.Name, "place name");
   CopyText(place.country, info.Country, "country code");
   place.longitude = info.Longitude;
@@ -171,6 +173,11 @@ tarv_place PlaceOf(const PlaceInfo& info) {
   CopyClockChange(place, info.Readings, info.Gap);
   place.source = SourceOf(info.Source);
   CopyNearZones(place, info.NearbyZones);
+}
+
+tarv_place PlaceOf(const PlaceInfo& info) {
+  tarv_place place;
+  FillPlace(info, place);
   return place;
 }
 
@@ -224,14 +231,14 @@ CountryInfo ResolveCountry(const Atlas& atlas, const std::string& text) {
       text.size() > kAtlasPrefix.size() &&
       std::equal(kAtlasPrefix.begin(), kAtlasPrefix.end(), text.begin(),
                  [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
-  const auto info = atlas_code
-                        ? atlas.FindCountry(text.substr(kAtlasPrefix.size()), CountryCodes::kAtlas)
-                        : atlas.FindCountry(text, CountryCodes::kIso);
+  auto info = atlas_code
+                  ? atlas.FindCountry(text.substr(kAtlasPrefix.size()), CountryCodes::kAtlas)
+                  : atlas.FindCountry(text, CountryCodes::kIso);
   if (!info) {
     Fail(TARV_E_UNKNOWN_COUNTRY,
          "no country or group \"" + text + "\" in the atlas \"" + atlas.Folder() + "\"");
   }
-  return *info;
+  return std::move(*info);
 }
 
 // A country for members that take no group.
@@ -378,7 +385,7 @@ tarv_status tarv_place_lookup(tarv_atlas* atlas, const char* name, const char* c
       if (found != nullptr) *found = 0;
       return TARV_NOT_FOUND;
     }
-    *place = tarv::capi::PlaceOf(*info);
+    tarv::capi::FillPlace(*info, *place);
     if (found != nullptr) *found = count;
     return TARV_OK;
   });
@@ -427,7 +434,7 @@ tarv_status tarv_nearest(tarv_atlas* atlas, const char* country, double longitud
     const auto info = a->Nearest(tarv::capi::ResolveOneCountry(*a, code).Code, longitude, latitude,
                                  range_degrees);
     if (!info) return TARV_NOT_FOUND;
-    *place = tarv::capi::PlaceOf(*info);
+    tarv::capi::FillPlace(*info, *place);
     return TARV_OK;
   });
 }
@@ -468,7 +475,7 @@ tarv_status tarv_nearest_here(tarv_atlas* atlas, const char* country, double lon
                : a->Nearest(atlas_code, longitude, latitude, range_degrees, tarv::capi::UtcNow());
       other = !dated || dated->Iana != point->Iana;
     }
-    *place = tarv::capi::PlaceOf(*info);
+    tarv::capi::FillPlace(*info, *place);
     *here = zone;
     *differs = other ? 1 : 0;
     return TARV_OK;

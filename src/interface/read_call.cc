@@ -7,8 +7,10 @@
 
 namespace tarv {
 
-ReadCall::ReadCall(AtlasState& atlas) : atlas_(atlas), look_(atlas.UserWatch()) {
-  if (const std::string trouble = atlas.UserWatch().TakeTrouble(); !trouble.empty()) {
+ReadCall::ReadCall(AtlasState& atlas) : ReadCall(atlas, atlas.UserWatch()) {}
+
+ReadCall::ReadCall(AtlasState& atlas, WatchedFolder& watch) : atlas_(atlas), look_(watch) {
+  if (const std::string trouble = watch.TakeTrouble(); !trouble.empty()) {
     MsgBox(trouble, kMsgExclamation);
   }
 }

@@ -22,6 +22,8 @@ class ReadCall {
   ReadCall& operator=(const ReadCall&) = delete;
 
  private:
+  ReadCall(AtlasState& atlas, WatchedFolder& watch);
+
   AtlasScope atlas_;
   StatScope look_;
   FaultScope fault_;

@@ -190,11 +190,11 @@ std::string WatchedFolder::TakeTrouble() {
 StatScope::StatScope(WatchedFolder& watched) {
   CallMemo& memo = PerThread<CallMemo>();
   if (memo.depth++ != 0) return;
+  const bool unchanged =
+      memo.shared && memo.watch_id == watched.id_ && memo.Changes() == memo.changes_seen;
+  if (unchanged && !memo.timed) return;  // nothing changed: the watch would have told
   const std::int64_t now = native::CoarseMonotonicNs();
-  if (memo.shared && memo.watch_id == watched.id_ &&
-      (!memo.timed || now - memo.since_ns < kRecheckNs) && memo.Changes() == memo.changes_seen) {
-    return;  // nothing changed, and the time is not up
-  }
+  if (unchanged && now - memo.since_ns < kRecheckNs) return;  // and the time is not up
   memo.Clear();
   memo.watch_id = watched.id_;
   watched.ChangeSources(now, memo.watch, memo.counter);

@@ -19,7 +19,9 @@ country, ``place`` and ``search`` look in every country.
 
 Each Atlas answers from its own folder, with its own user places; any
 number may be open at once. Calls release the interpreter lock while the
-library works, so threads look up in parallel, on one Atlas or several.
+library works, so other threads run meanwhile, on one Atlas or several;
+searches that take the library a while run in parallel, while for a single
+place taking the lock back costs about what the parallel part gains.
 
 Which atlas
     ``Atlas(folder)`` opens an atlas folder. ``Atlas()`` opens the default

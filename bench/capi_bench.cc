@@ -66,13 +66,16 @@ Folders FoldersOf(Setup setup) {
     for (const char* name : {"fresh", "installed"}) {
       fs::create_directories(made / name);
       for (const auto& entry : fs::directory_iterator(kAtlas))
-        if (entry.is_regular_file()) fs::copy_file(entry.path(), made / name / entry.path().filename());
+        if (entry.is_regular_file())
+          fs::copy_file(entry.path(), made / name / entry.path().filename());
     }
     for (const auto& entry : fs::directory_iterator(made / "installed"))
-      fs::permissions(entry.path(), fs::perms::owner_write | fs::perms::group_write |
-                                        fs::perms::others_write, fs::perm_options::remove);
-    fs::permissions(made / "installed", fs::perms::owner_write | fs::perms::group_write |
-                                            fs::perms::others_write, fs::perm_options::remove);
+      fs::permissions(entry.path(),
+                      fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
+                      fs::perm_options::remove);
+    fs::permissions(made / "installed",
+                    fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
+                    fs::perm_options::remove);
     std::atexit([] {
       std::error_code ec;
       fs::permissions(root / "installed", fs::perms::owner_all, fs::perm_options::add, ec);
@@ -96,8 +99,8 @@ void PlaceCpp(benchmark::State& state, Setup setup, bool munich, bool dated) {
   static std::map<Setup, Atlas> atlases;
   if (!atlases.contains(setup)) {
     const Folders folders = FoldersOf(setup);
-    atlases.emplace(setup, folders.user.empty() ? Atlas(folders.atlas)
-                                                : Atlas(folders.atlas, folders.user));
+    atlases.emplace(
+        setup, folders.user.empty() ? Atlas(folders.atlas) : Atlas(folders.atlas, folders.user));
   }
   const Atlas& atlas = atlases.at(setup);
   std::optional<LocalTime> when;
@@ -202,12 +205,12 @@ const int kRegistered = [] {
   }
   benchmark::RegisterBenchmark("CApi/own_user/SampleDated/cpp", PlaceCpp, Setup::kOwnUser, false,
                                true);
-  benchmark::RegisterBenchmark("CApi/own_user/SampleDated/c_api", PlaceCApi, Setup::kOwnUser,
-                               false, true);
+  benchmark::RegisterBenchmark("CApi/own_user/SampleDated/c_api", PlaceCApi, Setup::kOwnUser, false,
+                               true);
   for (const bool dated : {false, true}) {
-    benchmark::RegisterBenchmark(dated ? "CApi/Threads/MuenchenDated/c_api"
-                                       : "CApi/Threads/Muenchen/c_api",
-                                 ThreadsCApi, dated)
+    benchmark::RegisterBenchmark(
+        dated ? "CApi/Threads/MuenchenDated/c_api" : "CApi/Threads/Muenchen/c_api", ThreadsCApi,
+        dated)
         ->Threads(1)
         ->Threads(2)
         ->UseRealTime();

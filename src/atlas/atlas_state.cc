@@ -34,8 +34,8 @@ WatchedFolder& AtlasState::UserWatch() {
   if (watch != nullptr && watch->places_path == places_path) return watch->folder;
   std::string folder = places_path;
   if (folder.empty() || folder.back() != '\\') folder += '\\';
-  watches_.push_back(
-      std::unique_ptr<Watch>(new Watch{places_path, WatchedFolder(folder + "USER", NativePath, CreateUserFolder)}));
+  watches_.push_back(std::unique_ptr<Watch>(
+      new Watch{places_path, WatchedFolder(folder + "USER", NativePath, CreateUserFolder)}));
   watch_.store(watches_.back().get(), std::memory_order_release);
   return watches_.back()->folder;
 }

@@ -231,9 +231,8 @@ CountryInfo ResolveCountry(const Atlas& atlas, const std::string& text) {
       text.size() > kAtlasPrefix.size() &&
       std::equal(kAtlasPrefix.begin(), kAtlasPrefix.end(), text.begin(),
                  [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
-  auto info = atlas_code
-                  ? atlas.FindCountry(text.substr(kAtlasPrefix.size()), CountryCodes::kAtlas)
-                  : atlas.FindCountry(text, CountryCodes::kIso);
+  auto info = atlas_code ? atlas.FindCountry(text.substr(kAtlasPrefix.size()), CountryCodes::kAtlas)
+                         : atlas.FindCountry(text, CountryCodes::kIso);
   if (!info) {
     Fail(TARV_E_UNKNOWN_COUNTRY,
          "no country or group \"" + text + "\" in the atlas \"" + atlas.Folder() + "\"");

@@ -107,7 +107,7 @@ const char* LocalTimeName(LocalTimeKind kind) {
 
 namespace {
 
-constexpr std::array<double, 13> kPowersOfTen = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5,  1e6,
+constexpr std::array<double, 13> kPowersOfTen = {1e0, 1e1, 1e2, 1e3,  1e4,  1e5, 1e6,
                                                  1e7, 1e8, 1e9, 1e10, 1e11, 1e12};
 
 }  // namespace
@@ -126,7 +126,8 @@ double SevenDigits(float value) {
       ++digits_before_point;
     int j = 7 - digits_before_point;  // 0 to 6 here, up to 12 below 1
     double scaled = magnitude * kPowersOfTen[j];
-    while (scaled < 1e6 && j < 12) scaled = magnitude * kPowersOfTen[++j];
+    while (scaled < 1e6 && j < 12)
+      scaled = magnitude * kPowersOfTen[++j];
     if (scaled >= 1e6 && scaled < 1e7) {
       const double rounded = std::nearbyint(static_cast<double>(value) * kPowersOfTen[j]);
       return rounded / kPowersOfTen[j];

@@ -151,7 +151,6 @@ void WatchedFolder::ChangeSources(std::int64_t now, std::shared_ptr<FolderWatch>
   watch = watch_;
 }
 
-
 std::shared_ptr<const ChangeCounter> WatchedFolder::Counter(std::int64_t now) {
   const std::lock_guard lock(mutex_);
   if (counter_ && !counter_->StillValid()) {

@@ -1,5 +1,7 @@
 // Numbers of the answers: coordinates and offsets as the atlas writes them,
 // seven significant digits.
+#include "interface/records.h"
+
 #include <gtest/gtest.h>
 
 #include <charconv>
@@ -8,8 +10,6 @@
 #include <cstring>
 #include <limits>
 #include <random>
-
-#include "interface/records.h"
 
 namespace tarv {
 namespace {
@@ -43,7 +43,8 @@ TEST(SevenDigits, AgreesWithTheTextEverywhere) {
     const float value = FloatOfBits(bits(rng));
     if (!std::isfinite(value) || value == 0.0F) continue;
     // The same digits moved to a magnitude from 2^-25 to 2^34.
-    const float near = std::ldexp(value, -std::ilogb(value) + static_cast<int>(bits(rng) % 60) - 25);
+    const float near =
+        std::ldexp(value, -std::ilogb(value) + static_cast<int>(bits(rng) % 60) - 25);
     for (const float v : {value, near}) {
       if (std::isfinite(v)) {
         ASSERT_EQ(SevenDigits(v), ByText(v)) << v;

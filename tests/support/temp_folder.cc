@@ -76,8 +76,7 @@ fs::path TempFolder::Write(const std::string& relative, const std::string& bytes
   return file;
 }
 
-fs::path TempFolder::WriteUnannounced(const std::string& relative,
-                                      const std::string& bytes) const {
+fs::path TempFolder::WriteUnannounced(const std::string& relative, const std::string& bytes) const {
   const fs::path file = path_ / PathFromUtf8(relative);  // names are UTF-8
   fs::create_directories(file.parent_path());
   {

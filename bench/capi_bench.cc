@@ -14,7 +14,7 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -60,7 +60,16 @@ struct Folders {
 // temporary folder (removed at exit).
 Folders FoldersOf(Setup setup) {
   if (setup == Setup::kOwnUser) return {kAtlas, ""};
-  static const fs::path root = [] {
+  // Removed when the process ends; owning the path keeps it alive until then.
+  struct Copies {
+    fs::path root;
+    ~Copies() {
+      std::error_code ec;
+      fs::permissions(root / "installed", fs::perms::owner_all, fs::perm_options::add, ec);
+      fs::remove_all(root, ec);
+    }
+  };
+  static const Copies copies = [] {
     fs::path made = fs::temp_directory_path() / ("tarvplaces-bench-" + std::to_string(::getpid()));
     fs::remove_all(made);
     for (const char* name : {"fresh", "installed"}) {
@@ -76,13 +85,9 @@ Folders FoldersOf(Setup setup) {
     fs::permissions(made / "installed",
                     fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
                     fs::perm_options::remove);
-    std::atexit([] {
-      std::error_code ec;
-      fs::permissions(root / "installed", fs::perms::owner_all, fs::perm_options::add, ec);
-      fs::remove_all(root, ec);
-    });
-    return made;
+    return Copies{made};
   }();
+  const fs::path& root = copies.root;
   if (setup == Setup::kFresh) return {(root / "fresh").string(), ""};
   return {(root / "installed").string(), (root / "home/tarvplaces/USER").string()};
 }

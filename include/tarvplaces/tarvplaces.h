@@ -281,8 +281,10 @@ typedef struct tarv_place {
  * number of places found. TARV_NOT_FOUND when there is none, also for a
  * name holding a character that is part of no name (an emoji);
  * TARV_E_UNKNOWN_COUNTRY for a country nothing names; TARV_E_ATLAS when a
- * file the lookup needed is damaged. Example: "München", "D", 1980-07-01
- * 12:00 gives 11.57549, 48.13743, timetable 1, "MET/S", 7200 seconds. */
+ * file the lookup needed is damaged. *place holds a place only with
+ * TARV_OK; a call that fails after the lookup leaves it zeroed, never half
+ * filled. Example: "München", "D", 1980-07-01 12:00 gives 11.57549,
+ * 48.13743, timetable 1, "MET/S", 7200 seconds. */
 TARV_API tarv_status tarv_place_lookup(tarv_atlas* atlas, const char* name, const char* country,
                                        const tarv_local_time* when, tarv_place* place,
                                        int32_t* found);

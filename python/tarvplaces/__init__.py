@@ -491,13 +491,16 @@ _LOCAL_TIMES = {}
 def _local_time(when):
     if when is None:
         return None
-    local = _LOCAL_TIMES.get(when) if type(when) in (datetime.datetime, datetime.date) else None
+    # Only the exact standard types are kept: a subclass may compare equal
+    # to a datetime and still mean another time.
+    if type(when) not in (datetime.datetime, datetime.date):
+        return _new_local_time(when)
+    local = _LOCAL_TIMES.get(when)
     if local is None:
         local = _new_local_time(when)
-        if type(when) in (datetime.datetime, datetime.date):
-            if len(_LOCAL_TIMES) >= 256:
-                _LOCAL_TIMES.clear()
-            _LOCAL_TIMES[when] = local
+        if len(_LOCAL_TIMES) >= 256:
+            _LOCAL_TIMES.clear()
+        _LOCAL_TIMES[when] = local
     return local
 
 

@@ -150,10 +150,7 @@ void CopyNearZones(Record& record, const std::vector<NearbyZone>& zones) {
   }
 }
 
-// Written in place: the struct is large enough that a copy of it is a fair
-// part of a lookup.
-void FillPlace(const PlaceInfo& info, tarv_place& place) {
-  std::memset(&place, 0, sizeof place);
+void FillPlaceFields(const PlaceInfo& info, tarv_place& place) {
   CopyText(place.name, info.Name, "place name");
   CopyText(place.country, info.Country, "country code");
   place.longitude = info.Longitude;
@@ -173,6 +170,19 @@ void FillPlace(const PlaceInfo& info, tarv_place& place) {
   CopyClockChange(place, info.Readings, info.Gap);
   place.source = SourceOf(info.Source);
   CopyNearZones(place, info.NearbyZones);
+}
+
+// Written in place: the struct is large enough that a copy of it is a fair
+// part of a lookup. A text too long for its field fails the call with the
+// struct zeroed, never half filled.
+void FillPlace(const PlaceInfo& info, tarv_place& place) {
+  std::memset(&place, 0, sizeof place);
+  try {
+    FillPlaceFields(info, place);
+  } catch (...) {
+    std::memset(&place, 0, sizeof place);
+    throw;
+  }
 }
 
 tarv_place PlaceOf(const PlaceInfo& info) {
@@ -251,10 +261,13 @@ CountryInfo ResolveOneCountry(const Atlas& atlas, const std::string& text) {
 }
 
 // The atlas code a lookup's `country` names; "" for every country.
-std::string LookupCode(const Atlas& atlas, const char* country) {
-  const std::string text =
-      country == nullptr ? std::string() : Utf8Argument(country, "the country code");
-  return text.empty() ? text : ResolveCountry(atlas, text).Code;
+std::string LookupCode(const Atlas& atlas, const std::string& country) {
+  return country.empty() ? country : ResolveCountry(atlas, country).Code;
+}
+
+// A `country` argument, checked; "" for NULL.
+std::string CountryArgument(const char* country) {
+  return country == nullptr ? std::string() : Utf8Argument(country, "the country code");
 }
 
 }  // namespace
@@ -374,12 +387,12 @@ tarv_status tarv_place_lookup(tarv_atlas* atlas, const char* name, const char* c
                               const tarv_local_time* when, tarv_place* place, int32_t* found) {
   return CallOn(atlas, [&](Handle& h) {
     const std::string text = Utf8Argument(name, "the place name");
-    if (country != nullptr) Utf8Argument(country, "the country code");
+    const std::string country_text = tarv::capi::CountryArgument(country);
     Require(place, "the place");
     const auto time = tarv::capi::LocalTimeOf(when);
     const auto a = h.AtlasOfCall();
     std::int32_t count = 0;
-    const auto info = a->Lookup(text, tarv::capi::LookupCode(*a, country), time, &count);
+    const auto info = a->Lookup(text, tarv::capi::LookupCode(*a, country_text), time, &count);
     if (!info) {
       if (found != nullptr) *found = 0;
       return TARV_NOT_FOUND;
@@ -395,12 +408,12 @@ tarv_status tarv_search(tarv_atlas* atlas, const char* text, const char* country
   if (list != nullptr) *list = nullptr;
   return CallOn(atlas, [&](Handle& h) {
     const std::string pattern = Utf8Argument(text, "the search text");
-    if (country != nullptr) Utf8Argument(country, "the country code");
+    const std::string country_text = tarv::capi::CountryArgument(country);
     Require(list, "the list's address");
     const auto time = tarv::capi::LocalTimeOf(when);
     const auto a = h.AtlasOfCall();
     auto result = std::make_unique<tarv_place_list>();
-    for (const auto& info : a->Search(pattern, tarv::capi::LookupCode(*a, country), time)) {
+    for (const auto& info : a->Search(pattern, tarv::capi::LookupCode(*a, country_text), time)) {
       result->places.push_back(tarv::capi::PlaceOf(info));
     }
     *list = result.release();

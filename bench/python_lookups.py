@@ -8,7 +8,8 @@ date from the standard library's zoneinfo.
 "München" in Germany, without a date and at the local time 1980-07-01 12:00,
 warm, best of REPEAT runs of CALLS calls, in the three ways an atlas is set
 up (its own USER folder; a fresh copy without one; a read-only copy with the
-user's places in another folder), and two threads on one Atlas against one.
+user's places in another folder), the first also through ctypes alone (as
+without the compiled lookup), and two threads on one Atlas against one.
 Prints a Markdown table (microseconds per lookup). Run it with the library
 built by the release preset: TARVPLACES_LIBRARY=build/release/src/capi/libtarvplaces.so.
 """
@@ -134,21 +135,39 @@ def main():
         host = SqliteHost(sqlite_file(scratch))
         sqlite_plain = best(lambda: host.place(NAME, ISO), args.calls, args.repeat)
         sqlite_dated = best(lambda: host.place(NAME, ISO, WHEN), args.calls, args.repeat)
-        print(f"library: {tarvplaces.lib._name}")
-        print("| setup | Python, no date | Python, date | against SQLite + zoneinfo (date) |")
+        compiled = tarvplaces._compiled_lookup
+        print(f"library: {tarvplaces.lib._name}; compiled lookup: {compiled.__file__ if compiled else 'none'}")
+        print("| setup | Python, no date | Python, date | faster than SQLite + zoneinfo (no date / date) |")
         print("|---|---:|---:|---:|")
         threads = None
-        for name, open_atlas in setups(atlas, scratch):
-            a = open_atlas()
+
+        def row(name, a):
             assert a.place(NAME, COUNTRY, WHEN).utc_offset == datetime.timedelta(hours=2)
             plain = best(lambda: a.place(NAME, COUNTRY), args.calls, args.repeat)
             dated = best(lambda: a.place(NAME, COUNTRY, WHEN), args.calls, args.repeat)
-            print(f"| {name} | {plain:.2f} us | {dated:.2f} us | {sqlite_dated / dated:.1f} x |")
+            print(
+                f"| {name} | {plain:.2f} us | {dated:.2f} us |"
+                f" {sqlite_plain / plain:.1f} x / {sqlite_dated / dated:.1f} x |"
+            )
+
+        for name, open_atlas in setups(atlas, scratch):
+            a = open_atlas()
+            row(name, a)
             if threads is None:
-                threads = two_threads(lambda: a.place(NAME, COUNTRY, WHEN), args.calls // 2, args.repeat)
+                threads = [
+                    two_threads(lambda: a.place(NAME, COUNTRY, when), args.calls // 2, args.repeat)
+                    for when in (None, WHEN)
+                ]
+                if compiled is not None:
+                    tarvplaces._compiled_lookup = None
+                    row("the same through ctypes alone", a)
+                    tarvplaces._compiled_lookup = compiled
             a.close()
         print(f"| SQLite + zoneinfo | {sqlite_plain:.2f} us | {sqlite_dated:.2f} us | 1 x |")
-        print(f"\ntwo threads on one Atlas, dated: {threads:.2f} x the lookups of one thread")
+        print(
+            f"\ntwo threads on one Atlas: {threads[0]:.2f} x (no date) and {threads[1]:.2f} x (date)"
+            " the lookups of one thread"
+        )
         installed = scratch / "installed"
         for entry in [installed, *installed.iterdir()]:
             entry.chmod(entry.stat().st_mode | stat.S_IWUSR)

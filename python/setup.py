@@ -7,14 +7,17 @@ TARVPLACES_ATLAS names an atlas folder that goes into the package as
 tarvplaces/atlas, where the library finds it as its default atlas; the
 user's own places never go with it (they live in the user's data folder).
 
-With the library inside, the package is tied to the platform but not to a
-Python version or ABI (ctypes loads it): the wheel is tagged py3-none-PLATFORM.
+TARVPLACES_INCLUDE names the folder holding tarvplaces/tarvplaces.h; with it
+the compiled Atlas.place (tarvplaces/_lookup.c) is built, and the wheel is
+tied to this Python's version and ABI. Without it the package works through
+ctypes alone and is tagged py3-none-PLATFORM: tied to the platform by the
+library, not to a Python.
 """
 
 import os
 import shutil
 
-from setuptools import Distribution, setup
+from setuptools import Distribution, Extension, setup
 from setuptools.command.build_py import build_py
 
 try:
@@ -78,15 +81,24 @@ class BuildPyWithLibrary(build_py):
 
 
 class PlatformDistribution(Distribution):
-    """The library makes the package platform-specific though no extension
-    module is compiled: installed into platlib, and a wheel that is not
-    Root-Is-Purelib (else its files would go under .data/purelib)."""
+    """The library makes the package platform-specific even where no
+    extension module is compiled: installed into platlib, and a wheel that is
+    not Root-Is-Purelib (else its files would go under .data/purelib)."""
 
     def has_ext_modules(self):
         return True
 
 
 cmdclass = {"build_py": BuildPyWithLibrary}
+
+include = os.environ.get("TARVPLACES_INCLUDE")
+if include and not os.path.isfile(os.path.join(include, "tarvplaces", "tarvplaces.h")):
+    raise SystemExit(f"setup.py: TARVPLACES_INCLUDE={include} holds no tarvplaces/tarvplaces.h")
+ext_modules = (
+    [Extension("tarvplaces._lookup", ["tarvplaces/_lookup.c"], include_dirs=[include], extra_compile_args=["-std=c11"])]
+    if include
+    else []
+)
 
 if bdist_wheel is not None:
 
@@ -96,12 +108,12 @@ if bdist_wheel is not None:
             self.root_is_pure = False
 
         def get_tag(self):
-            # Any Python 3 loads the library through ctypes: no interpreter
-            # or ABI tag, only the platform's.
-            _, _, platform = super().get_tag()
-            return "py3", "none", platform
+            # Without the compiled lookup any Python 3 loads the library
+            # through ctypes: no interpreter or ABI tag, only the platform's.
+            python, abi, platform = super().get_tag()
+            return (python, abi, platform) if ext_modules else ("py3", "none", platform)
 
     cmdclass["bdist_wheel"] = PlatformWheel
 
 
-setup(packages=["tarvplaces"], cmdclass=cmdclass, distclass=PlatformDistribution)
+setup(packages=["tarvplaces"], ext_modules=ext_modules, cmdclass=cmdclass, distclass=PlatformDistribution)

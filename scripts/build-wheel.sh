@@ -40,6 +40,8 @@ cp "$root/packaging/NOTICE" "$work/src/NOTICE"
 
 export TARVPLACES_LIBRARY="$(realpath "$library")"
 export TARVPLACES_ATLAS="$atlas"
+# The compiled Atlas.place, against the library's own header.
+export TARVPLACES_INCLUDE="$root/include"
 mkdir -p "$work/dist"
 if ! "$python" -m pip wheel --quiet --no-deps --no-build-isolation --no-index -w "$work/dist" "$work/src"; then
   echo "build-wheel: pip wheel failed; trying setup.py bdist_wheel" >&2

@@ -28,6 +28,6 @@ fi
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 cp -r "$root/python/." "$work/"
-TARVPLACES_LIBRARY="$library" "$venv/bin/pip" install --quiet --no-build-isolation --no-index \
+TARVPLACES_LIBRARY="$library" TARVPLACES_INCLUDE="$root/include" "$venv/bin/pip" install --quiet --no-build-isolation --no-index \
   --force-reinstall "$work"
 echo "installed tarvplaces into $venv with $library"

@@ -13,7 +13,7 @@ PACKAGES=(
   libmspack-dev mscompress libicu-dev
   tzdata iso-codes locales
   qt6-base-dev fonts-dejavu-core
-  python3 python3-pytest python3-venv python3-setuptools python3-wheel
+  python3 python3-dev python3-pytest python3-venv python3-setuptools python3-wheel
   strace
 )
 if [ "${1:-}" = "--fuzz" ]; then PACKAGES+=(clang libclang-rt-14-dev); fi

@@ -104,6 +104,16 @@ with tarvplaces.Atlas() as atlas:
     assert folder == site / "tarvplaces" / "atlas", f"Atlas().folder is {folder}, not in {site}"
 EOF
 
+check "a wheel tagged for one Python holds the compiled lookup, and loads it" "$python" - <<EOF
+import os, pathlib, tarvplaces
+compiled = tarvplaces._compiled_lookup
+if "$(basename "$wheel")".endswith("-py3-none-linux_x86_64.whl"):
+    assert compiled is None, compiled
+else:
+    assert compiled is not None, "no tarvplaces._lookup in the wheel"
+    assert pathlib.Path(compiled.__file__).parent == pathlib.Path(os.environ["TEST_SITE"]) / "tarvplaces"
+EOF
+
 snapshot() { find "$site" -printf '%p %s %T@\n' | sort; }
 snapshot >"$work/site-before"
 check "a user place of the default atlas goes to \$XDG_DATA_HOME/tarvplaces/USER" "$python" - <<'EOF'

@@ -665,6 +665,16 @@ def _place(s, zone_here=None, fold=0):
     ))
 
 
+# The compiled Atlas.place where there is one (_native.compiled_lookup): it
+# makes the common records itself, with these, and leaves the rest to
+# _place.
+_compiled_lookup = _native.compiled_lookup
+if _compiled_lookup is not None:
+    _compiled_lookup.bind(
+        ctypes.cast(lib.tarv_place_lookup, ctypes.c_void_p).value, Place, _LOCAL_TIME_KINDS, _offset, _source_of
+    )
+
+
 def _point_zone(s, fold=0):
     v = _POINT_NUMBERS.unpack_from(s)
     zone, readings, gap, source, near = _zone_and_tail(s, v[2], v[3], v[6:], fold)
@@ -806,16 +816,20 @@ class Atlas:
         a country nothing names; AtlasError for a damaged atlas file."""
         place = _native.PlaceStruct()
         local = _local_time(when)
-        status = _check(
-            lib.tarv_place_lookup(
-                self._open_handle(),
-                _text(name, "name"),
-                _country(country, code, required=False),
-                None if local is None else ctypes.byref(local),
-                ctypes.byref(place),
-                None,
+        handle = self._open_handle()
+        name = _text(name, "name")
+        country = _country(country, code, required=False)
+        if _compiled_lookup is not None:
+            found = _compiled_lookup.place(handle.value, name, country, local, place)
+            if type(found) is not int:
+                return found
+            status = _check(found)
+        else:
+            status = _check(
+                lib.tarv_place_lookup(
+                    handle, name, country, None if local is None else ctypes.byref(local), ctypes.byref(place), None
+                )
             )
-        )
         return None if status == _native.NOT_FOUND else _place(place, fold=_fold(when))
 
     def search(self, text, country=None, when=None, *, code=None):

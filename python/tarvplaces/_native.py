@@ -9,6 +9,8 @@ The library is looked for, in this order:
 """
 
 import ctypes
+import importlib.machinery
+import importlib.util
 import os
 import pathlib
 import struct
@@ -291,3 +293,31 @@ for _name, (_restype, _argtypes) in _PROTOTYPES.items():
 
 def last_error():
     return lib.tarv_last_error().decode("utf-8", "replace")
+
+
+def _load_compiled_lookup():
+    """tarvplaces._lookup, the compiled Atlas.place: inside the package (a
+    wheel), else beside the library loaded (a build tree). None when neither
+    holds one built for this interpreter; Atlas.place then works through
+    ctypes alone, as every other member does."""
+    try:
+        from . import _lookup
+
+        return _lookup
+    except ImportError:
+        pass
+    folder = pathlib.Path(lib._name).parent
+    for suffix in importlib.machinery.EXTENSION_SUFFIXES:
+        path = folder / f"_lookup{suffix}"
+        if path.is_file():
+            spec = importlib.util.spec_from_file_location(f"{__package__}._lookup", path)
+            module = importlib.util.module_from_spec(spec)
+            try:
+                spec.loader.exec_module(module)
+            except ImportError:
+                return None
+            return module
+    return None
+
+
+compiled_lookup = _load_compiled_lookup()

@@ -103,47 +103,50 @@ static PyObject* PlaceOf(const tarv_place* p) {
     PyErr_Format(PyExc_ValueError, "unknown local time kind %d", (int)p->local_time);
     return NULL;
   }
-  PyObject* values[kPlaceFields] = {
-      TEXT(p->name),
-      TEXT(p->country),
-      PyFloat_FromDouble(p->longitude),
-      PyFloat_FromDouble(p->latitude),
-      PyLong_FromLong(p->timetable),
-      PyLong_FromLong(p->zone_id),
-      TEXT(p->zone),
-      TEXT(p->zone_name),
-      Offset(p->utc_offset),
-      PyBool_FromLong(p->is_lmt),
-      NewRef(PyTuple_GET_ITEM(bound.kinds, p->local_time)),
-      PyBool_FromLong(p->user_place),
-      TEXT(p->iana),
-      TEXT(p->tz_abbreviation),
-      TEXT(p->zone_long_name),
-      PyBool_FromLong(p->own_history),
-      TEXT(p->country_name),
-      TEXT(p->country_iso),
-      PyLong_FromLongLong(p->population),
-      PyBool_FromLong(p->other_name),
-      NewRef(Py_None), /* zone_here: only nearest() asks for it */
-      PyTuple_New(0),  /* readings */
-      NewRef(Py_None), /* gap */
-      SourceOf(&p->source),
-      PyTuple_New(0), /* near_zones */
-  };
-  PyObject* record = NULL;
-  int complete = 1;
-  for (int i = 0; i < kPlaceFields; ++i)
-    complete &= values[i] != NULL;
+  /* Made one by one, stopping at the first failure: no Python code may run
+   * with an exception pending. */
+  PyObject* values[kPlaceFields] = {NULL};
+  int made = 0;
+#define PUT(value)                                     \
+  do {                                                 \
+    if ((values[made++] = (value)) == NULL) goto fail; \
+  } while (0)
+  PUT(TEXT(p->name));
+  PUT(TEXT(p->country));
+  PUT(PyFloat_FromDouble(p->longitude));
+  PUT(PyFloat_FromDouble(p->latitude));
+  PUT(PyLong_FromLong(p->timetable));
+  PUT(PyLong_FromLong(p->zone_id));
+  PUT(TEXT(p->zone));
+  PUT(TEXT(p->zone_name));
+  PUT(Offset(p->utc_offset));
+  PUT(PyBool_FromLong(p->is_lmt));
+  PUT(NewRef(PyTuple_GET_ITEM(bound.kinds, p->local_time)));
+  PUT(PyBool_FromLong(p->user_place));
+  PUT(TEXT(p->iana));
+  PUT(TEXT(p->tz_abbreviation));
+  PUT(TEXT(p->zone_long_name));
+  PUT(PyBool_FromLong(p->own_history));
+  PUT(TEXT(p->country_name));
+  PUT(TEXT(p->country_iso));
+  PUT(PyLong_FromLongLong(p->population));
+  PUT(PyBool_FromLong(p->other_name));
+  PUT(NewRef(Py_None)); /* zone_here: only nearest() asks for it */
+  PUT(PyTuple_New(0));  /* readings */
+  PUT(NewRef(Py_None)); /* gap */
+  PUT(SourceOf(&p->source));
+  PUT(PyTuple_New(0)); /* near_zones */
+#undef PUT
   /* A tuple subclass made as tuple.__new__ makes it: allocated, then filled. */
-  if (complete) record = bound.place_type->tp_alloc(bound.place_type, kPlaceFields);
-  if (record == NULL) {
-    for (int i = 0; i < kPlaceFields; ++i)
-      Py_XDECREF(values[i]);
-    return NULL;
-  }
+  PyObject* record = bound.place_type->tp_alloc(bound.place_type, kPlaceFields);
+  if (record == NULL) goto fail;
   for (int i = 0; i < kPlaceFields; ++i)
     PyTuple_SET_ITEM(record, i, values[i]);
   return record;
+fail:
+  for (int i = 0; i < made; ++i)
+    Py_XDECREF(values[i]);
+  return NULL;
 }
 
 /* A writable buffer of exactly `size` bytes (a ctypes struct), or NULL. */

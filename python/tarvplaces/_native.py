@@ -306,6 +306,8 @@ def _load_compiled_lookup():
         return _lookup
     except ImportError:
         pass
+    if os.sep not in lib._name:
+        return None  # found by the loader: no folder of its own to look in (never the current one)
     folder = pathlib.Path(lib._name).parent
     for suffix in importlib.machinery.EXTENSION_SUFFIXES:
         path = folder / f"_lookup{suffix}"

@@ -24,6 +24,10 @@ if [ ! -f "$atlas/Country.dat" ]; then
   echo "build-wheel: no atlas at $atlas: run scripts/build-atlas.sh" >&2
   exit 2
 fi
+if ! "$python" -c 'import os, sys, sysconfig; sys.exit(not os.path.isfile(os.path.join(sysconfig.get_paths()["include"], "Python.h")))'; then
+  echo "build-wheel: no Python.h for $python, which the compiled Atlas.place needs: run scripts/setup.sh (python3-dev)" >&2
+  exit 2
+fi
 for module in setuptools wheel; do
   if ! "$python" -c "import $module" 2>/dev/null; then
     echo "build-wheel: $python lacks $module: run scripts/setup.sh (python3-setuptools, python3-wheel)" >&2

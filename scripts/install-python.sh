@@ -28,6 +28,14 @@ fi
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 cp -r "$root/python/." "$work/"
-TARVPLACES_LIBRARY="$library" TARVPLACES_INCLUDE="$root/include" "$venv/bin/pip" install --quiet --no-build-isolation --no-index \
+# The compiled Atlas.place needs this Python's headers (python3-dev);
+# without them the package works through ctypes alone.
+include=""
+if "$venv/bin/python" -c 'import os, sys, sysconfig; sys.exit(not os.path.isfile(os.path.join(sysconfig.get_paths()["include"], "Python.h")))'; then
+  include="$root/include"
+else
+  echo "install-python: no Python.h for $venv/bin/python (python3-dev): Atlas.place goes through ctypes" >&2
+fi
+TARVPLACES_LIBRARY="$library" TARVPLACES_INCLUDE="$include" "$venv/bin/pip" install --quiet --no-build-isolation --no-index \
   --force-reinstall "$work"
 echo "installed tarvplaces into $venv with $library"

@@ -107,11 +107,11 @@ EOF
 check "a wheel tagged for one Python holds the compiled lookup, and loads it" "$python" - <<EOF
 import os, pathlib, tarvplaces
 compiled = tarvplaces._compiled_lookup
-if "$(basename "$wheel")".endswith("-py3-none-linux_x86_64.whl"):
+if "-py3-none-" in "$(basename "$wheel")":
     assert compiled is None, compiled
 else:
     assert compiled is not None, "no tarvplaces._lookup in the wheel"
-    assert pathlib.Path(compiled.__file__).parent == pathlib.Path(os.environ["TEST_SITE"]) / "tarvplaces"
+    assert pathlib.Path(compiled.__file__).resolve().parent == pathlib.Path(os.environ["TEST_SITE"]) / "tarvplaces"
 EOF
 
 snapshot() { find "$site" -printf '%p %s %T@\n' | sort; }

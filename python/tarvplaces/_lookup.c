@@ -103,6 +103,8 @@ static PyObject* PlaceOf(const tarv_place* p) {
     PyErr_Format(PyExc_ValueError, "unknown local time kind %d", (int)p->local_time);
     return NULL;
   }
+  /* Taken before any Python code runs (which might bind again). */
+  PyObject* kind = NewRef(PyTuple_GET_ITEM(bound.kinds, p->local_time));
   /* Made one by one, stopping at the first failure: no Python code may run
    * with an exception pending. */
   PyObject* values[kPlaceFields] = {NULL};
@@ -121,7 +123,8 @@ static PyObject* PlaceOf(const tarv_place* p) {
   PUT(TEXT(p->zone_name));
   PUT(Offset(p->utc_offset));
   PUT(PyBool_FromLong(p->is_lmt));
-  PUT(NewRef(PyTuple_GET_ITEM(bound.kinds, p->local_time)));
+  PUT(kind);
+  kind = NULL;
   PUT(PyBool_FromLong(p->user_place));
   PUT(TEXT(p->iana));
   PUT(TEXT(p->tz_abbreviation));
@@ -146,6 +149,7 @@ static PyObject* PlaceOf(const tarv_place* p) {
 fail:
   for (int i = 0; i < made; ++i)
     Py_XDECREF(values[i]);
+  Py_XDECREF(kind);
   return NULL;
 }
 
@@ -190,9 +194,10 @@ static PyObject* place(PyObject* module, PyObject* args) {
   tarv_place* found = place_view.buf;
   const tarv_local_time* local = dated ? when_view.buf : NULL;
   tarv_atlas* atlas = (tarv_atlas*)(uintptr_t)handle;
+  const LookupFunction lookup = bound.lookup; /* read with the lock held */
   tarv_status status;
   Py_BEGIN_ALLOW_THREADS;
-  status = bound.lookup(atlas, name, country, local, found, NULL);
+  status = lookup(atlas, name, country, local, found, NULL);
   Py_END_ALLOW_THREADS;
   PyObject* result;
   if (status != TARV_OK || found->reading_count != 0 || found->has_gap != 0 ||

@@ -313,10 +313,10 @@ def _load_compiled_lookup():
         path = folder / f"_lookup{suffix}"
         if path.is_file():
             spec = importlib.util.spec_from_file_location(f"{__package__}._lookup", path)
-            module = importlib.util.module_from_spec(spec)
-            try:
+            try:  # an extension module is loaded by module_from_spec already
+                module = importlib.util.module_from_spec(spec)
                 spec.loader.exec_module(module)
-            except ImportError:
+            except (ImportError, OSError):
                 return None
             return module
     return None

@@ -3,7 +3,12 @@ for field, the record the ctypes path gives, whatever the answer holds, and
 raises as it raises."""
 
 import datetime
+import importlib.machinery
 import os
+import pathlib
+import shutil
+import subprocess
+import sys
 import threading
 
 import pytest
@@ -46,8 +51,57 @@ def compiled():
 @pytest.mark.parametrize("name, country, when", QUESTIONS)
 def test_the_same_record_as_through_ctypes(atlas, monkeypatch, name, country, when):
     compiled = atlas.place(name, country, when)
-    assert compiled == by_ctypes(monkeypatch, lambda: atlas.place(name, country, when))
+    through_ctypes = by_ctypes(monkeypatch, lambda: atlas.place(name, country, when))
+    assert compiled == through_ctypes
+    # == takes True for 1 and 0.0 for 0: the types must agree too.
+    assert [type(v) for v in compiled or ()] == [type(v) for v in through_ctypes or ()]
     assert compiled is None or type(compiled) is tarvplaces.Place
+
+
+@pytest.mark.parametrize(
+    "name, country, when, made_in_c",
+    [
+        ("München", "D", None, True),
+        ("München", "D", SUMMER_1980, True),
+        ("München", "D", datetime.datetime(1999, 3, 28, 2, 30), False),  # a gap
+        ("München", "D", REPEATED, False),  # two readings
+        ("Haparanda", "S", datetime.datetime(2020, 1, 15, 12), False),  # a nearby zone
+    ],
+)
+def test_common_records_are_made_in_c_the_rest_by_python(atlas, name, country, when, made_in_c):
+    from tarvplaces import _native
+
+    answer = tarvplaces._compiled_lookup.place(
+        atlas._open_handle().value,
+        name.encode(),
+        country.encode(),
+        tarvplaces._local_time(when),
+        _native.PlaceStruct(),
+    )
+    assert type(answer) is (tarvplaces.Place if made_in_c else int)
+    assert made_in_c or answer == _native.OK
+
+
+def test_a_module_that_does_not_load_leaves_ctypes(atlas_folder, tmp_path):
+    """A damaged or foreign _lookup beside the library: the package still
+    imports, and place answers through ctypes."""
+    library = pathlib.Path(tarvplaces.lib._name).resolve()
+    shutil.copyfile(library, tmp_path / library.name)
+    (tmp_path / f"_lookup{importlib.machinery.EXTENSION_SUFFIXES[0]}").write_bytes(b"not a library")
+    script = (
+        "import tarvplaces, sys; "
+        "assert tarvplaces._compiled_lookup is None; "
+        "print(tarvplaces.Atlas(sys.argv[1]).place('München', 'D').zone)"
+    )
+    package_parent = pathlib.Path(tarvplaces.__file__).resolve().parents[1]
+    environment = dict(os.environ, TARVPLACES_LIBRARY=str(tmp_path / library.name), PYTHONPATH=str(package_parent))
+    done = subprocess.run(
+        [sys.executable, "-c", script, str(atlas_folder)],
+        env=environment,
+        capture_output=True,
+        text=True,
+    )
+    assert (done.returncode, done.stdout) == (0, "MET\n"), done.stderr
 
 
 def test_user_places_and_atlas_codes(atlas_copy, monkeypatch):

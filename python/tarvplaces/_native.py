@@ -9,11 +9,11 @@ The library is looked for, in this order:
 """
 
 import ctypes
-import importlib.machinery
-import importlib.util
+import importlib
 import os
 import pathlib
 import struct
+import sys
 
 SONAME = "libtarvplaces.so.3"
 
@@ -308,18 +308,17 @@ def _load_compiled_lookup():
         pass
     if os.sep not in lib._name:
         return None  # found by the loader: no folder of its own to look in (never the current one)
-    folder = pathlib.Path(lib._name).parent
-    for suffix in importlib.machinery.EXTENSION_SUFFIXES:
-        path = folder / f"_lookup{suffix}"
-        if path.is_file():
-            spec = importlib.util.spec_from_file_location(f"{__package__}._lookup", path)
-            try:  # an extension module is loaded by module_from_spec already
-                module = importlib.util.module_from_spec(spec)
-                spec.loader.exec_module(module)
-            except (ImportError, OSError):
-                return None
-            return module
-    return None
+    # Looked for in the library's folder as if it were part of the package,
+    # for this one import only.
+    folder = str(pathlib.Path(lib._name).parent)
+    package_path = sys.modules[__package__].__path__
+    package_path.append(folder)
+    try:
+        return importlib.import_module(f"{__package__}._lookup")
+    except (ImportError, OSError):
+        return None
+    finally:
+        package_path.remove(folder)
 
 
 compiled_lookup = _load_compiled_lookup()
